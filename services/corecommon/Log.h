@@ -1,0 +1,22 @@
+#pragma once
+
+#include <vlgim/Export.h>
+
+namespace vela {
+
+enum class LogLevel { Error, Warning };
+
+/// Receives one formatted message, exactly as it was logged, with or without a newline at its end.
+/// Called on the thread that logs, possibly on several at once.
+using LogSink = void (*)(LogLevel level, const char* text, void* user);
+
+/// Sends all further messages to sink, with user handed through. Null restores the default, which writes to
+/// stderr and ends each message with exactly one newline. May be called at any time from any thread; a
+/// message that another thread is logging meanwhile may still reach the sink before.
+VLGIM_API void SetLogSink(LogSink sink, void* user);
+
+/// Logs a printf-style message. Nothing is added to it: no level, no prefix, no newline.
+VLGIM_API void LogError(const char* format, ...) __attribute__((format(printf, 1, 2)));
+VLGIM_API void LogWarning(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+}  // namespace vela

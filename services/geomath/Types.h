@@ -1,0 +1,40 @@
+#pragma once
+
+#include <bit>
+
+// Files hold these types as their raw little-endian floats, so sizes and orders are file formats.
+static_assert(std::endian::native == std::endian::little,
+              "all formats are little-endian, and so must the host be");
+
+namespace vela::geomath {
+
+/// Position, normal, tangent or scale. Not initialised when default-made.
+template <class T>
+struct _Vector3 {
+    T x, y, z;
+};
+
+/// Texture coordinate.
+template <class T>
+struct _Point2 {
+    T u = 0, v = 0;
+};
+
+/// Quaternion.
+template <class T>
+struct _Rotation {
+    T x, y, z, w;
+};
+
+/// 4 x 4, row by row, for row vectors.
+template <class T>
+struct _Matrix {
+    T m[4][4];
+};
+
+static_assert(sizeof(_Vector3<float>) == 12);
+static_assert(sizeof(_Point2<float>) == 8);
+static_assert(sizeof(_Rotation<float>) == 16);
+static_assert(sizeof(_Matrix<float>) == 64);
+
+}  // namespace vela::geomath

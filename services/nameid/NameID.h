@@ -1,0 +1,17 @@
+#pragma once
+
+#include <vlgim/Export.h>
+
+#include <cstdint>
+#include <string_view>
+
+namespace vela {
+
+/// Hash of a name: MurmurHash3, x86 32-bit, seed 0, over the bytes before the NUL.
+/// Austin Appleby, "MurmurHash3", 2011, in the public domain.
+VLGIM_API std::int32_t NameIDMurmur3(const char* name);
+
+/// The same over all bytes of name, for names that need not end with a NUL.
+VLGIM_API std::int32_t NameIDMurmur3(std::string_view name);
+
+}  // namespace vela

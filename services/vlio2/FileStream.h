@@ -1,0 +1,49 @@
+#pragma once
+
+#include <vlgim/Export.h>
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace vlio {
+
+/// Leaves new elements uninitialised: a file image would be zeroed only to be overwritten.
+template <class T>
+struct UninitializedAllocator : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = UninitializedAllocator<U>;
+    };
+
+    template <class U, class... Args>
+    void construct(U* place, Args&&... args)
+    {
+        if constexpr (sizeof...(Args) == 0)
+            ::new (static_cast<void*>(place)) U;
+        else
+            ::new (static_cast<void*>(place)) U(std::forward<Args>(args)...);
+    }
+};
+
+/// The bytes of a whole file. Elements that resize() adds are not initialised.
+using Bytes = std::vector<unsigned char, UninitializedAllocator<unsigned char>>;
+
+/// Which kind of file is asked for. All kinds lie in the one file system of the machine today; callers name
+/// them so that a packed archive could hold some of them.
+enum FileSystemType {
+    FILE_SYSTEM_ANY = 0,
+    FILE_SYSTEM_MODEL = 1,  ///< .mesh and .gis files
+    FILE_SYSTEM_CLIP = 2,   ///< clip side files
+};
+
+struct VLGIM_API FileStream {
+    /// Reads a whole regular file. True: bytes holds it. False: it is missing, is a folder, a pipe or a
+    /// device, can't be read, or changed its length meanwhile; bytes is then empty. Throws std::bad_alloc.
+    static bool ReadAllBinary(const char* path, Bytes& bytes, FileSystemType type);
+
+    /// True for anything that has this name: a file, a folder, a device.
+    static bool Exists(const char* path, FileSystemType type);
+};
+
+}  // namespace vlio

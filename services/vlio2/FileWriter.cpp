@@ -1,0 +1,308 @@
+#include <vlio2/FileWriter.h>
+
+#include <corecommon/Log.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <fcntl.h>
+#include <new>
+#include <random>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace vlio {
+
+namespace {
+
+// All bytes to a descriptor; 0 or the errno of the first failure.
+int WriteAll(int descriptor, const char* bytes, std::size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = ::write(descriptor, bytes, size);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            return errno;
+        bytes += written;
+        size -= static_cast<std::size_t>(written);
+    }
+    return 0;
+}
+
+// With the slash at its end.
+std::string FolderOf(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
+}
+
+// Where a path ends behind all its links, whether or not a file is there. Only the last component is
+// resolved: the system follows the others by itself.
+std::string FollowLinks(std::string path)
+{
+    // As many as the system itself follows.
+    for (int depth = 0; depth < 40; ++depth) {
+        char target[PATH_MAX];
+        const ssize_t length = ::readlink(path.c_str(), target, sizeof target);
+        if (length < 0)
+            return path;
+        const std::string next(target, static_cast<std::size_t>(length));
+        path = next.starts_with('/') ? next : FolderOf(path) + next;
+    }
+    return path;
+}
+
+// One place on disk, however its path is spelled: the folder and the name in it.
+struct Place {
+    dev_t device = 0;
+    ino_t folder = 0;
+    std::string name;
+
+    bool operator==(const Place&) const = default;
+};
+
+Place PlaceOf(const std::string& path)
+{
+    struct stat folder = {};
+    if (::stat(FolderOf(path).c_str(), &folder) != 0)
+        return {};
+    return {folder.st_dev, folder.st_ino, path.substr(path.rfind('/') + 1)};
+}
+
+}  // namespace
+
+std::string ErrorText(int error)
+{
+    return std::generic_category().message(error);
+}
+
+// A file of the set, from its opening to its place.
+struct FileWriter::File {
+    std::string path;          // as the caller gave it
+    std::string target;        // behind all links
+    std::string sibling;       // empty once renamed, and where the file is written in place
+    std::string memory;        // content of a file that is written in place
+    std::size_t position = 0;  // in memory
+    int descriptor = -1;
+    int error = 0;  // errno of the first failure
+    Place place;
+
+    File() = default;
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    ~File()
+    {
+        Close();
+        if (!sibling.empty())
+            ::unlink(sibling.c_str());
+    }
+
+    bool InPlace() const { return sibling.empty(); }
+
+    void Close()
+    {
+        // The descriptor is gone whatever close says.
+        if (descriptor >= 0 && ::close(descriptor) != 0)
+            Fail(errno);
+        descriptor = -1;
+    }
+
+    void Fail(int reason)
+    {
+        if (error == 0)
+            error = reason;
+    }
+
+    int Open();
+    int OpenSibling(const struct stat* old);
+    int OpenInPlace();
+    int Remember(const char* bytes, std::size_t size);
+    void Put();
+    std::FILE* Stream();
+
+    // The stream's own error flag keeps no reason and can be lost at fclose, so the file keeps both itself.
+    static ssize_t WriteCall(void* self, const char* bytes, std::size_t size);
+    static int SeekCall(void* self, off64_t* offset, int whence);
+};
+
+int FileWriter::File::Open()
+{
+    struct stat old = {};
+    const bool exists = ::stat(path.c_str(), &old) == 0;
+    if (exists && S_ISDIR(old.st_mode))
+        return EISDIR;
+    if (exists && !S_ISREG(old.st_mode))
+        return OpenInPlace();
+    // A file without any write bit is locked by its owner, and a rename would break the lock.
+    if (exists && (old.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0)
+        return EACCES;
+    if (exists && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
+        return errno;
+
+    target = FollowLinks(path);
+    place = PlaceOf(target);
+    const int refused = OpenSibling(exists ? &old : nullptr);
+    if (!exists || (refused != EACCES && refused != EPERM && refused != EROFS))
+        return refused;
+    if (const int reason = OpenInPlace())
+        return reason;
+    vela::LogWarning("%s is written in place: its folder takes no new file: %s", path.c_str(),
+                     ErrorText(refused).c_str());
+    return 0;
+}
+
+int FileWriter::File::OpenSibling(const struct stat* old)
+{
+    std::random_device random;
+    do {
+        char name[32];
+        std::snprintf(name, sizeof name, ".vlgim-%08x%08x", random(), random());
+        sibling = FolderOf(target) + name;
+        descriptor = ::open(sibling.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    } while (descriptor < 0 && errno == EEXIST);
+    if (descriptor < 0) {
+        const int reason = errno;
+        sibling.clear();
+        return reason;
+    }
+    if (old) {
+        // As far as the system allows: only root can give a file away, and some file systems know no owners.
+        [[maybe_unused]] const bool kept = (::fchown(descriptor, old->st_uid, old->st_gid) == 0 ||
+                                            ::fchown(descriptor, uid_t(-1), old->st_gid) == 0) &
+                                           (::fchmod(descriptor, old->st_mode & 0777) == 0);
+    }
+    return 0;
+}
+
+int FileWriter::File::OpenInPlace()
+{
+    descriptor = ::open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+    return descriptor < 0 ? errno : 0;
+}
+
+ssize_t FileWriter::File::WriteCall(void* self, const char* bytes, std::size_t size)
+{
+    auto& file = *static_cast<File*>(self);
+    if (file.error == 0)
+        file.error = file.InPlace() ? file.Remember(bytes, size) : WriteAll(file.descriptor, bytes, size);
+    return file.error == 0 ? static_cast<ssize_t>(size) : 0;
+}
+
+int FileWriter::File::Remember(const char* bytes, std::size_t size)
+try {
+    memory.resize(std::max(memory.size(), position + size));
+    std::copy_n(bytes, size, memory.begin() + static_cast<std::ptrdiff_t>(position));
+    position += size;
+    return 0;
+} catch (const std::bad_alloc&) {
+    return ENOMEM;  // stdio calls this, and no exception may pass through it
+}
+
+int FileWriter::File::SeekCall(void* self, off64_t* offset, int whence)
+{
+    auto& file = *static_cast<File*>(self);
+    if (file.InPlace()) {
+        const std::size_t from = whence == SEEK_SET   ? 0
+                                 : whence == SEEK_CUR ? file.position
+                                                      : file.memory.size();
+        file.position = from + static_cast<std::size_t>(*offset);
+        *offset = static_cast<off64_t>(file.position);
+        return 0;
+    }
+    *offset = ::lseek64(file.descriptor, *offset, whence);
+    if (*offset < 0)
+        file.Fail(errno);
+    return *offset < 0 ? -1 : 0;
+}
+
+std::FILE* FileWriter::File::Stream()
+{
+    return ::fopencookie(this, "wb",
+                         {.read = nullptr, .write = WriteCall, .seek = SeekCall, .close = nullptr});
+}
+
+// Moves a checked file to its target.
+void FileWriter::File::Put()
+{
+    if (!InPlace()) {
+        if (::rename(sibling.c_str(), target.c_str()) != 0)
+            return Fail(errno);
+        sibling.clear();
+        return;
+    }
+    if (const int reason = WriteAll(descriptor, memory.data(), memory.size()))
+        return Fail(reason);
+    struct stat status = {};
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+        ::ftruncate(descriptor, static_cast<off_t>(memory.size())) != 0)
+        Fail(errno);
+    Close();
+}
+
+FileWriter::FileWriter() = default;
+
+FileWriter::~FileWriter()
+{
+    CloseStream();
+}
+
+std::FILE* FileWriter::Open(const char* path)
+{
+    CloseStream();
+    auto file = std::make_unique<File>();
+    file->path = path;
+    m_openError = file->Open();
+    const bool hasPlace = !file->place.name.empty();
+    if (m_openError == 0 && hasPlace && std::any_of(m_files.begin(), m_files.end(), [&](const auto& other) {
+            return other->place == file->place;
+        }))
+        m_openError = EEXIST;
+    if (m_openError != 0)
+        return nullptr;
+
+    m_stream = file->Stream();
+    if (!m_stream) {
+        m_openError = errno;
+        return nullptr;
+    }
+    m_files.push_back(std::move(file));
+    return m_stream;
+}
+
+void FileWriter::CloseStream()
+{
+    if (!m_stream)
+        return;
+    File& file = *m_files.back();
+    const bool hadError = std::ferror(m_stream) != 0;
+    const bool closed = std::fclose(m_stream) == 0;
+    m_stream = nullptr;
+    if (hadError || !closed)
+        file.Fail(EIO);  // unless the reason is known already
+    // A set may have more files than a process may have open.
+    if (!file.InPlace())
+        file.Close();
+}
+
+bool FileWriter::Commit()
+{
+    CloseStream();
+    const auto failed = [](const auto& file) { return file->error != 0; };
+    auto bad = std::find_if(m_files.begin(), m_files.end(), failed);
+    for (auto file = m_files.rbegin(); bad == m_files.end() && file != m_files.rend(); ++file) {
+        (*file)->Put();
+        if (failed(*file))
+            bad = std::next(file).base();
+    }
+    const bool done = bad == m_files.end();
+    if (!done)
+        vela::LogError("failed to write %s: %s", (*bad)->path.c_str(), ErrorText((*bad)->error).c_str());
+    m_files.clear();
+    return done;
+}
+
+}  // namespace vlio

@@ -1,0 +1,1 @@
+#include <vlio2/XmlData.h>

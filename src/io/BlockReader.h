@@ -1,0 +1,150 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <type_traits>
+
+namespace vela::vlgim::io {
+
+/// Why a file was refused: at byte `offset` of it, `block` needed more than there was.
+struct Refusal {
+    const char* block = nullptr;  ///< null: nothing was refused
+    std::uint64_t offset = 0;     ///< from the first byte of the file
+    std::uint64_t needed = 0;     ///< bytes, or the value that passed a limit
+    std::uint64_t left = 0;       ///< bytes up to the end, or the limit
+};
+
+/// Copies a run of values out of a file image, from any alignment. Nothing is copied from or to null.
+template <class T>
+void CopyRun(T* to, const unsigned char* from, std::uint64_t count)
+{
+    static_assert(std::is_trivially_copyable_v<T>);
+    if (count)
+        std::memcpy(to, from, static_cast<std::size_t>(count) * sizeof(T));
+}
+
+/// The only way to the bytes of a file image. One reader goes through all blocks of a file: it has one
+/// position, one memory budget, and it fails once, for good. From the first refusal on, values are 0 and runs
+/// null, so that a block is read straight through and asked once whether it failed.
+class BlockReader {
+public:
+    /// A load may hold 64 times the bytes of its file, and 16 MiB for what small files make. Counts that ask
+    /// for more are damage: no real file comes near it.
+    static constexpr std::uint64_t kMemoryPerByte = 64;
+    static constexpr std::uint64_t kMemoryBase = 16U << 20;
+
+    /// data   first byte of the file or block; null fails at once
+    /// end    one past the last readable byte; null if the caller vouches for all that is read, which also
+    ///        lifts the memory limit
+    /// block  the name that a refusal carries until Enter is called; constant text
+    BlockReader(const unsigned char* data, const unsigned char* end, const char* block)
+        : m_start(data), m_size(end ? static_cast<std::uint64_t>(end - data) : kUnknownSize), m_block(block)
+    {
+        if (!data)
+            Refuse(1, 0);
+    }
+
+    /// Names the block that is read from here on.
+    void Enter(const char* block) { m_block = block; }
+
+    /// Moves to a byte of the file. An offset outside of it is refused by the next read.
+    void Seek(std::uint64_t offset) { m_offset = offset; }
+
+    /// The next count * size bytes, or null.
+    const unsigned char* Take(std::uint64_t count, std::uint64_t size)
+    {
+        // Dividing keeps the file's count out of any sum or product that could wrap.
+        if (!Failed() && (m_offset > m_size || count > (m_size - m_offset) / size))
+            Refuse(count > UINT64_MAX / size ? UINT64_MAX : count * size,
+                   m_offset > m_size ? 0 : m_size - m_offset);
+        if (Failed())
+            return nullptr;
+        const unsigned char* run = m_start + m_offset;
+        m_offset += count * size;
+        return run;
+    }
+
+    /// The next value, little-endian, at any alignment; 0 after a failure.
+    template <class T>
+    T Value()
+    {
+        static_assert(std::is_arithmetic_v<T>);
+        T value{};
+        if (const unsigned char* bytes = Take(1, sizeof(T)))
+            std::memcpy(&value, bytes, sizeof(T));
+        return value;
+    }
+
+    /// An aligned copy of the next count values; null after a failure.
+    template <class T>
+    std::shared_ptr<T[]> Array(std::uint64_t count)
+    {
+        const unsigned char* run = Take(count, sizeof(T));
+        if (!run || !Spend(count * sizeof(T)))
+            return nullptr;
+        auto values = std::make_shared_for_overwrite<T[]>(static_cast<std::size_t>(count));
+        CopyRun(values.get(), run, count);
+        return values;
+    }
+
+    /// The next name: a field of 32 bytes that a NUL ends, or its own end. Empty after a failure. Valid as
+    /// long as the file image.
+    std::string_view Name()
+    {
+        const unsigned char* field = Take(1, 32);
+        if (!field)
+            return {};
+        const auto* text = reinterpret_cast<const char*>(field);
+        return {text, strnlen(text, 32)};
+    }
+
+    /// Asks for memory before it is allocated; false and failed where the file has no right to so much.
+    bool Spend(std::uint64_t bytes)
+    {
+        if (Failed())
+            return false;
+        if (bytes > Budget() - m_spent) {
+            Refuse(bytes, Budget() - m_spent);
+            return false;
+        }
+        m_spent += bytes;
+        return true;
+    }
+
+    /// Fails at the current byte: it asks for `needed` where only `limit` is allowed.
+    void Refuse(std::uint64_t needed, std::uint64_t limit)
+    {
+        if (!Failed())
+            m_refusal = {m_block, m_offset, needed, limit};
+    }
+
+    bool Failed() const { return m_refusal.block != nullptr; }
+    const Refusal& WhyRefused() const { return m_refusal; }
+
+    /// From the first byte of the file.
+    std::uint64_t Offset() const { return m_offset; }
+
+    /// Where the next read starts; null after a failure, so that it can be a block reader's result as it is.
+    const unsigned char* Position() const { return Failed() ? nullptr : m_start + m_offset; }
+
+private:
+    static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
+
+    std::uint64_t Budget() const
+    {
+        return m_size > (UINT64_MAX - kMemoryBase) / kMemoryPerByte ? UINT64_MAX
+                                                                    : m_size * kMemoryPerByte + kMemoryBase;
+    }
+
+    const unsigned char* m_start;
+    std::uint64_t m_size;
+    std::uint64_t m_offset = 0;
+    std::uint64_t m_spent = 0;
+    const char* m_block;
+    Refusal m_refusal;
+};
+
+}  // namespace vela::vlgim::io

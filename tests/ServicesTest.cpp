@@ -1,0 +1,129 @@
+#include "support/LogCapture.h"
+
+#include <basekit/StringAlgo.h>
+#include <geomath/HalfTables.h>
+#include <nameid/NameID.h>
+#include <vlio2/Path.h>
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <limits>
+
+using namespace vela;
+
+TEST(Path, ExtensionIsTheLastComponents)
+{
+    const char* const cases[][3] = {
+        {"models/a.gim", ".mesh", "models/a.mesh"},
+        {"models/a.gim", "_music.ags", "models/a_music.ags"},
+        {"v1.2/a", ".mesh", "v1.2/a.mesh"},
+        {"v1.2\\a", ".mesh", "v1.2\\a.mesh"},
+        {"a.b.gim", ".mtg", "a.b.mtg"},
+        {"a b\xC3\xA4.gim", ".gis", "a b\xC3\xA4.gis"},
+        {".gim", ".mesh", ".mesh"},
+        {"", ".mesh", ".mesh"},
+    };
+    for (const auto& [path, extension, expected] : cases)
+        EXPECT_EQ(vlio::ReplaceFileExtension(path, extension), expected);
+}
+
+TEST(Path, NormalForm)
+{
+    const char* const cases[][2] = {
+        {"m\\a.mesh", "m/a.mesh"}, {"./m//a.mesh", "m/a.mesh"},
+        {"m/./../a", "m/../a"},    {"\\\\server\\x", "//server/x"},
+        {"/./a/", "/a/"},          {"///a", "//a"},
+        {"C:\\m\\a", "C:/m/a"},    {"", ""},
+        {"a..b/.c", "a..b/.c"},
+    };
+    for (const auto& [path, expected] : cases)
+        EXPECT_EQ(vlio::FormatPath(path), expected);
+}
+
+TEST(Path, Relative)
+{
+    for (const char* path : {"a", "m/a", "../a", "", ":", "1:/a", "C"})
+        EXPECT_TRUE(vlio::IsRelativePath(path)) << path;
+    for (const char* path : {"/a", "\\a", "C:/a", "z:a", "//server"})
+        EXPECT_FALSE(vlio::IsRelativePath(path)) << path;
+}
+
+TEST(StringAlgo, LowersLatinLettersAlone)
+{
+    char text[] = "AZaz@[`{\xC3\x84";
+    kit::StringAlgo::ToLower(text);
+    EXPECT_STREQ(text, "azaz@[`{\xC3\x84");
+}
+
+TEST(NameID, PublishedVectors)
+{
+    const std::pair<const char*, std::uint32_t> cases[] = {
+        {"", 0},
+        {"test", 0xBA6BD213},
+        {"Hello, world!", 0xC0363E43},
+        {"The quick brown fox jumps over the lazy dog", 0x2E4FF723},
+    };
+    for (const auto& [name, hash] : cases)
+        EXPECT_EQ(static_cast<std::uint32_t>(NameIDMurmur3(name)), hash) << name;
+    EXPECT_EQ(NameIDMurmur3(std::string_view("test\0junk", 4)), NameIDMurmur3("test"));
+}
+
+// IEEE 754 says what each half is worth; ldexp says it without a bit in common with the table.
+TEST(HalfTables, EveryHalfIsItsValue)
+{
+    for (unsigned half = 0; half < 65536; ++half) {
+        const int exponent = half >> 10 & 31;
+        const int mantissa = half & 0x3FF;
+        const float sign = half & 0x8000 ? -1.0F : 1.0F;
+        const std::uint32_t bits = geomath::_to_float[half];
+        const float value = std::bit_cast<float>(bits);
+        if (exponent == 31 && mantissa != 0) {
+            ASSERT_EQ(bits, (half & 0x8000U) << 16 | 0x7F800000U | static_cast<unsigned>(mantissa) << 13);
+        } else if (exponent == 31) {
+            ASSERT_EQ(value, sign * std::numeric_limits<float>::infinity());
+        } else {
+            const float magnitude = exponent ? std::ldexp(static_cast<float>(1024 + mantissa), exponent - 25)
+                                             : std::ldexp(static_cast<float>(mantissa), -24);
+            ASSERT_EQ(bits, std::bit_cast<std::uint32_t>(sign * magnitude)) << half;
+        }
+    }
+}
+
+TEST(HalfTables, EncodingTruncates)
+{
+    const auto encode = [](std::uint32_t bits) {
+        const std::uint32_t index = bits >> 23;
+        return static_cast<std::uint16_t>(geomath::_base_table[index] +
+                                          ((bits & 0x7FFFFFU) >> geomath::_shift_table[index]));
+    };
+    const std::pair<std::uint32_t, std::uint16_t> cases[] = {
+        {0x3F800000, 0x3C00},                        // 1
+        {0x3F801FFF, 0x3C00},                        // what the mantissa loses is cut, not rounded
+        {0xBF802000, 0xBC01}, {0x477FEFFF, 0x7BFF},  // just under the largest half and its next
+        {0x477FFFFF, 0x7BFF}, {0x47800000, 0x7C00}, {0xFF800000, 0xFC00}, {0x7F802000, 0x7C01},
+        {0x387FFFFF, 0x03FF},  // the largest subnormal
+        {0x33800000, 0x0001}, {0x337FFFFF, 0x0000}, {0x80000000, 0x8000}, {0x80000001, 0x8000},
+    };
+    for (const auto& [single, half] : cases)
+        EXPECT_EQ(encode(single), half) << std::hex << single;
+    for (unsigned half = 0; half < 65536; ++half)
+        ASSERT_EQ(encode(geomath::_to_float[half]), half);
+}
+
+TEST(Log, SinkGetsTheTextUnchanged)
+{
+    vlgim::test::LogCapture log;
+    LogError("a %s\n", "b");
+    LogWarning("%s", std::string(5000, 'x').c_str());
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"E a b\n", "W " + std::string(5000, 'x')}));
+}
+
+TEST(Log, DefaultEndsWithOneNewline)
+{
+    testing::internal::CaptureStderr();
+    LogError("one\n");
+    LogError("two");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "one\ntwo\n");
+}
