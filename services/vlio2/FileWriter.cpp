@@ -133,6 +133,8 @@ int FileWriter::File::Open()
 {
     struct stat old = {};
     const bool exists = ::stat(path.c_str(), &old) == 0;
+    if (!exists && errno != ENOENT)
+        return errno;
     if (exists && S_ISDIR(old.st_mode))
         return EISDIR;
     if (exists && !S_ISREG(old.st_mode))
@@ -145,6 +147,8 @@ int FileWriter::File::Open()
 
     target = FollowLinks(path);
     place = PlaceOf(target);
+    if (place.name.empty())
+        return ENOENT;
     const int refused = OpenSibling(exists ? &old : nullptr);
     if (!exists || (refused != EACCES && refused != EPERM && refused != EROFS))
         return refused;
@@ -261,6 +265,8 @@ std::FILE* FileWriter::Open(const char* path)
             return other->place == file->place;
         }))
         m_openError = EEXIST;
+    if (m_openError == EEXIST)
+        vela::LogError("%s is the target of two files that are saved together", path);
     if (m_openError != 0)
         return nullptr;
 

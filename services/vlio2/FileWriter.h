@@ -33,7 +33,7 @@ public:
     /// Returns a stream at position 0, open for binary writing and seeking, which the FileWriter owns and
     /// closes at the next Open, at Commit or at its own end. Null where path can't be replaced, with the
     /// reason in OpenError: the folder is missing, a folder has this name, the file is write-protected (for
-    /// root too), or the set has this file already (EEXIST).
+    /// root too), or the set has this file already (EEXIST, which is logged).
     std::FILE* Open(const char* path);
 
     /// The system's reason (an errno value) for the last null of Open.

@@ -1,0 +1,37 @@
+#include "mesh/HalfToFloat.h"
+
+#include <bit>
+#include <cstring>
+
+namespace vela::vlgim {
+
+namespace {
+
+// Without branches, so that the compiler can widen the loop that calls it.
+std::uint32_t SingleBits(std::uint32_t half)
+{
+    const std::uint32_t sign = (half & 0x8000U) << 16;
+    const std::uint32_t magnitude = half & 0x7FFFU;
+    const std::uint32_t normal = (magnitude << 13) + (112U << 23);
+    // A subnormal half is its mantissa times 2^-24; both steps are exact in single precision.
+    const auto subnormal =
+        std::bit_cast<std::uint32_t>(static_cast<float>(static_cast<int>(magnitude)) * 0x1p-24F);
+    const std::uint32_t finite = magnitude < 0x0400U ? subnormal : normal;
+    const std::uint32_t number = sign | (magnitude < 0x7C00U ? finite : 0x7F800000U);
+    return magnitude > 0x7C00U ? 0xFFC00000U : number;
+}
+
+}  // namespace
+
+void HalfToFloat(float* target, const unsigned char* source, std::uint64_t count)
+{
+    if (!target || !source)
+        return;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        std::uint16_t half = 0;
+        std::memcpy(&half, source + i * sizeof half, sizeof half);
+        target[i] = std::bit_cast<float>(SingleBits(half));
+    }
+}
+
+}  // namespace vela::vlgim
