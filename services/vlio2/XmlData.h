@@ -1,6 +1,7 @@
 #pragma once
 
 #include <vlgim/Export.h>
+#include <vlio2/FileStream.h>
 
 #include <cstddef>
 #include <memory>
@@ -15,24 +16,94 @@ namespace vlio {
 
 class FileWriter;
 
-/// One XML document.
+/// Results of XmlData::Load and Parse beside those of tinyxml2: what that parser would take in silence and
+/// lose, or take quadratic time over.
+enum XmlRefusal {
+    XML_REFUSED_NUL = 100,              ///< a NUL byte with anything else than NULs behind it
+    XML_REFUSED_END_TAG = 101,          ///< an end tag that closes nothing, or has more in it than a name
+    XML_REFUSED_REFERENCE = 102,        ///< "&#...;" without a Unicode character, or that swallows text
+    XML_REFUSED_AMPERSAND = 103,        ///< a bare '&' behind a reference or a two-byte line end in one value
+    XML_REFUSED_ATTRIBUTES = 104,       ///< more than 256 attributes on one element
+    XML_REFUSED_OPEN_REFERENCES = 105,  ///< more than 256 "&#" without digits and a ';'
+    XML_REFUSED_MARKUP = 106,           ///< markup that only the parser can follow; none is known
+};
+
+/// One XML document, and the bytes it was loaded from.
+///
+/// Text and attribute values are read as tinyxml2 has them: the five predefined entities and character
+/// references are replaced, any other "&name;" stays as it is, line ends become LF, white space between tags
+/// is no text. A document needs a root element, may have several, and may nest elements 99 deep, the
+/// innermost an empty tag.
+///
+/// Not for several threads at once, not even for reading: tinyxml2 decodes a value when it is first asked
+/// for. Any operation may throw std::bad_alloc; Load and Parse then leave the object empty or unchanged.
 class VLGIM_API XmlData {
 public:
+    /// An empty document.
     XmlData();
     XmlData(const XmlData&) = delete;
     XmlData& operator=(const XmlData&) = delete;
     ~XmlData();
 
+    /// Reads a whole regular file as Parse does. Logs nothing.
+    /// Returns as Parse, or tinyxml2's XML_ERROR_FILE_NOT_FOUND for a file that is missing and
+    /// XML_ERROR_FILE_READ_ERROR for one that can't be read: a folder, a pipe, no permission.
     int Load(const char* path);
+
+    /// Replaces the document, and with it all elements and Document(), by one of size bytes of text, which
+    /// are copied and may lie in the old document. NULs at their end are no part of the document.
+    /// Time and memory grow in proportion to size, whatever the text says.
+    /// Returns 0, an error of tinyxml2 (XML_ERROR_EMPTY_DOCUMENT where there is no root element) or an
+    /// XmlRefusal; after any but 0 the object is empty.
     int Parse(const char* text, std::size_t size);
-    int Save(const char* path);
-    int Save(const char* path, FileWriter& set);
+
+    /// Writes the document as FileWriter does: whole or not at all.
+    ///
+    /// A document that is the same as when it was loaded, edits that undo each other included, is written as
+    /// the very bytes that were loaded. Any other is printed anew, with an indent of four spaces, in the
+    /// loaded one's byte order mark and first kind of line end (LF if it had none). Every value reads back as
+    /// it is; what is lost is how it was laid out: white space between tags and inside them, the kind of
+    /// quotes,
+    /// "<a></a>" (printed "<a/>"), NULs at the end, and which characters were references. A line end inside
+    /// an attribute is printed as one, even where it was "&#10;", and "&name;" as "&amp;name;": other readers
+    /// take these for a space and for no entity.
+    ///
+    /// Returns 0. Returns 1, with the old file as it was, after LogError "failed to write %s: %s" with path
+    /// and the reason: the system's, or that the document is empty, or that it would not read back as it is,
+    /// such as with "-->" in a comment, text outside of the root (the rest of a DTD with a subset is such),
+    /// or anything that Parse refuses.
+    int Save(const char* path) const;
+
+    /// Adds the document to a set of files, for the caller to commit, in which alone the system may still
+    /// refuse it. Returns and logs as Save(path); after 1 the set is as it was.
+    int Save(const char* path, FileWriter& set) const;
+
+    /// True while there is no root element: nothing was loaded, and nothing built through Document().
     bool IsEmpty() const;
+
+    /// The first child element of parent with this name, among those at the top for a null parent; the first
+    /// of any name for a null name. Null if there is none. All elements belong to the document.
     tinyxml2::XMLElement* GetElement(const char* name, const tinyxml2::XMLElement* parent) const;
+
+    /// GetElement for each name of a path like "Vela/SubMesh" in turn, from parent or, if null, the top. Only
+    /// the first element of each name is looked into. Null if there is none, and for an empty name.
     tinyxml2::XMLElement* FindElement(const char* path, const tinyxml2::XMLElement* parent) const;
+
+    /// Replaces list by the child elements of parent, or those at the top for a null parent, that have this
+    /// name, or all for a null name, in their order.
     void GetChildElementList(std::vector<tinyxml2::XMLElement*>& list, const tinyxml2::XMLElement* parent,
                              const char* name) const;
+
+    /// The document itself, to make or edit one; valid until the next Load or Parse.
     tinyxml2::XMLDocument& Document();
+
+private:
+    int Adopt(Bytes bytes);
+    void Clear();
+    bool IsAsLoaded() const;
+
+    Bytes m_bytes;                                      // as loaded; empty for a document made by hand
+    std::unique_ptr<tinyxml2::XMLDocument> m_document;  // made when first needed
 };
 
 }  // namespace vlio

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string_view>
+
+namespace vlio {
+
+/// Looks through a document ahead of tinyxml2 9.0.0, in linear time and without memory of its own, for what
+/// that parser would take in silence and lose, or take quadratic time over. It takes a tag, a comment, a
+/// CDATA section, a declaration, a "<!...>" and a quoted value for exactly what the parser takes them for.
+/// text   the whole file, byte order mark and all
+/// Returns 0 or an XmlRefusal: XML_REFUSED_MARKUP where it met what it can't follow, which the parser itself
+/// refuses, and any other for a document that must not reach the parser. Names are not compared: a mismatched
+/// end tag is the parser's to find.
+int ScanXml(std::string_view text);
+
+}  // namespace vlio
