@@ -57,16 +57,18 @@ public:
     /// XmlRefusal; after any but 0 the object is empty.
     int Parse(const char* text, std::size_t size);
 
+    /// Makes the document empty, and with it ends all its elements.
+    void Clear();
+
     /// Writes the document as FileWriter does: whole or not at all.
     ///
     /// A document that is the same as when it was loaded, edits that undo each other included, is written as
     /// the very bytes that were loaded. Any other is printed anew, with an indent of four spaces, in the
     /// loaded one's byte order mark and first kind of line end (LF if it had none). Every value reads back as
     /// it is; what is lost is how it was laid out: white space between tags and inside them, the kind of
-    /// quotes,
-    /// "<a></a>" (printed "<a/>"), NULs at the end, and which characters were references. A line end inside
-    /// an attribute is printed as one, even where it was "&#10;", and "&name;" as "&amp;name;": other readers
-    /// take these for a space and for no entity.
+    /// quotes, "<a></a>" (printed "<a/>"), NULs at the end, and which characters were references. A line end
+    /// inside an attribute is printed as one, even where it was "&#10;", and "&name;" as "&amp;name;": other
+    /// readers take these for a space and for no entity.
     ///
     /// Returns 0. Returns 1, with the old file as it was, after LogError "failed to write %s: %s" with path
     /// and the reason: the system's, or that the document is empty, or that it would not read back as it is,
@@ -99,7 +101,6 @@ public:
 
 private:
     int Adopt(Bytes bytes);
-    void Clear();
     bool IsAsLoaded() const;
 
     Bytes m_bytes;                                      // as loaded; empty for a document made by hand

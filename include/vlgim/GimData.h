@@ -1,0 +1,86 @@
+#pragma once
+
+#include <vlgim/Export.h>
+#include <vlgim/vlMeshData.h>
+
+#include <vlio2/XmlData.h>
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace vela::vlgim {
+
+/// What the manifest says of one submesh.
+struct SubmeshMessage {
+    std::string name;
+    std::int32_t mtlIdx = -1;  ///< index of its material; as written in the file, not checked
+};
+
+/// One material of the material group document.
+struct MaterialMessage {
+    std::string name;
+    std::unordered_map<std::string, std::string> params;  ///< parameter values by name, both as text
+};
+
+/// One model on disk: the XML manifest (.gim), the mesh (.mesh), the material group document (.mtg) and the music
+/// document (_music.ags). The skeleton file is only named; open it with GisData.
+///
+/// m_submeshes and m_materials are extracts made by Load; a change to them reaches no file. To change what Save
+/// writes, change m_mesh and the documents. An object belongs to one thread at a time.
+///
+/// basePath is a prefix, joined to what follows it without a separator: a folder brings its own trailing slash.
+class VLGIM_API GimData {
+public:
+    std::vector<SubmeshMessage> m_submeshes;   ///< in document order
+    std::vector<MaterialMessage> m_materials;  ///< in document order
+    std::string m_meshPath;                    ///< where Load found the mesh, and where Save writes it
+    vlMeshData m_mesh;
+    vlio::XmlData m_gimXml;
+    vlio::XmlData m_mtgXml;
+    vlio::XmlData m_musicXml;
+
+    GimData() = default;
+    GimData(const GimData&) = delete;
+    GimData& operator=(const GimData&) = delete;
+
+    /// Loads a model in place of what the object held.
+    /// path      of the manifest. Without a "Mesh" attribute in it, the mesh lies beside it; so do the material
+    ///           group, without MtgFile or a base path, and the music.
+    /// basePath  null, or the prefix of a relative mesh path and of the "MtgPath" of MtgFile
+    /// Returns 0: the manifest, the mesh and all submesh records are there. A missing or faulty .mtg or music
+    /// document is logged and does not change that.
+    /// 1: the mesh could not be read; only m_gimXml and m_meshPath are filled, and Save refuses.
+    /// -1: a submesh has no "Name" or "MtlIdx"; m_submeshes ends ahead of it, everything else is there.
+    /// Any other value is an error of XmlData::Load for the manifest, and the object is empty.
+    /// LogError or LogWarning names each file that failed. Throws std::bad_alloc.
+    int Load(const char* path, const char* basePath = nullptr);
+
+    /// Saves the model: documents that are not empty and, with a submesh count above 0, the mesh. All files are
+    /// written and checked before the first is replaced, the manifest last.
+    /// path      supplies the names of manifest, material group and music
+    /// basePath  null, or the prefix of "MtgPath" in the manifest; the manifest itself is written without it
+    /// The mesh goes back to m_meshPath, whatever path says; change that member to write it elsewhere.
+    /// Returns 0; 1 if nothing was replaced, or not everything, and LogError has said why. A mesh that can't be
+    /// written (vlMeshData::WriteObstacle) and two files with one target are refused before any file is opened
+    /// or replaced.
+    int Save(const char* path, const char* basePath = nullptr);
+
+    /// Name of the skeleton file, as the manifest has it; empty where it has none.
+    std::string GetSkeletonName() const;
+
+    /// A copy of record `index`; an empty record where there is none.
+    MaterialMessage GetMaterial(int index) const;
+
+    /// A copy of record `index`; an empty record with mtlIdx -1 where there is none.
+    SubmeshMessage GetSubmesh(int index) const;
+
+private:
+    int ReadMesh(const char* path, const char* basePath);
+    bool LoadMaterialGroupInfo();
+    bool LoadSubMeshInfo();
+    std::string MaterialPath(const char* path, const char* basePath) const;
+};
+
+}  // namespace vela::vlgim
