@@ -16,5 +16,6 @@ install(FILES
 
 # The prefix is found from where the .pc file lies, so that the folder can be moved.
 file(RELATIVE_PATH pc_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
 configure_file(cmake/vlgim.pc.in vlgim.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vlgim.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
