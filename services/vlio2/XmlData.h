@@ -65,10 +65,10 @@ public:
     /// A document that is the same as when it was loaded, edits that undo each other included, is written as
     /// the very bytes that were loaded. Any other is printed anew, with an indent of four spaces, in the
     /// loaded one's byte order mark and first kind of line end (LF if it had none). Every value reads back as
-    /// it is; what is lost is how it was laid out: white space between tags and inside them, the kind of
-    /// quotes, "<a></a>" (printed "<a/>"), NULs at the end, and which characters were references. A line end
-    /// inside an attribute is printed as one, even where it was "&#10;", and "&name;" as "&amp;name;": other
-    /// readers take these for a space and for no entity.
+    /// it is. Lost is how it was laid out: white space between and inside tags, the kind of quotes, which
+    /// characters were references, NULs at the end; "<a></a>" is printed "<a/>". Other readers than this one
+    /// may see a difference in a line end inside an attribute, which is printed bare even where it was
+    /// "&#10;", and in "&name;", printed "&amp;name;".
     ///
     /// Returns 0. Returns 1, with the old file as it was, after LogError "failed to write %s: %s" with path
     /// and the reason: the system's, or that the document is empty, or that it would not read back as it is,

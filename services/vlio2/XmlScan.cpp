@@ -3,9 +3,9 @@
 #include <vlio2/XmlData.h>
 
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <system_error>
 
 namespace vlio {
 
@@ -46,10 +46,10 @@ bool IsNamePart(char c)
 // The parser adds up in 32 bits, writes nothing above 0x1FFFFF, and ends the string at a 0.
 bool NamesCharacter(std::string_view digits, int base)
 {
-    std::uint32_t code = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), code, base);
+    std::uint32_t code = 0;  // and so it stays where there is no digit or one too many
+    std::from_chars(digits.data(), digits.data() + digits.size(), code, base);
     const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
-    return error == std::errc() && code != 0 && code <= 0x10FFFF && !isSurrogate;
+    return code != 0 && code <= 0x10FFFF && !isSurrogate;
 }
 
 // The bytes of the entity at the start of text, which starts with '&'; 1 where it is none the parser knows.
@@ -92,6 +92,12 @@ private:
         return false;
     }
 
+    std::size_t Refuse(int result)
+    {
+        m_result = result;
+        return 0;
+    }
+
     void SkipSpace()
     {
         while (!m_left.empty() && IsSpace(m_left.front()))
@@ -124,7 +130,7 @@ private:
     }
 
     std::string_view m_left;
-    std::size_t m_depth = 0;
+    std::ptrdiff_t m_depth = 0;
     int m_openReferences = 0;
     int m_result = 0;
 };
@@ -178,7 +184,7 @@ bool Scanner::Tag()
     // At the top the parser takes an end tag for the end of the document.
     if (isEnd && m_depth == 0)
         return Stop(XML_REFUSED_END_TAG);
-    m_depth += isEnd ? std::size_t(-1) : 1;
+    m_depth += isEnd ? -1 : 1;
     return true;
 }
 
@@ -226,10 +232,9 @@ bool Scanner::Value(std::string_view value)
 
 std::size_t Scanner::ReferenceLength(std::string_view text)
 {
-    constexpr std::size_t kRefused = 0;
     // At the very end of a value the parser drops the '&'.
     if (text.size() == 2)
-        return Stop(XML_REFUSED_REFERENCE), kRefused;
+        return Refuse(XML_REFUSED_REFERENCE);
 
     // The parser goes to the next ';', wherever it is, and back over digits to the next mark, whosesoever.
     const bool isHex = text[2] == 'x';
@@ -239,11 +244,11 @@ std::size_t Scanner::ReferenceLength(std::string_view text)
     while (first != std::string_view::npos && (isHex ? IsHexDigit : IsDigit)(text[first - 1]))
         --first;
     if (first == std::string_view::npos || text[first - 1] != text[digits - 1])
-        return ++m_openReferences > kMaxOpenReferences ? (Stop(XML_REFUSED_OPEN_REFERENCES), kRefused) : 1;
+        return ++m_openReferences > kMaxOpenReferences ? Refuse(XML_REFUSED_OPEN_REFERENCES) : 1;
 
     // With the mark of another reference it drops all that lies between.
     if (first != digits || !NamesCharacter(text.substr(digits, end - digits), isHex ? 16 : 10))
-        return Stop(XML_REFUSED_REFERENCE), kRefused;
+        return Refuse(XML_REFUSED_REFERENCE);
     return end + 1;
 }
 
