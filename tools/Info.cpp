@@ -59,9 +59,11 @@ std::uint64_t BytesInMemory(const vlMeshVertexData& mesh)
 {
     const std::uint64_t vertices = mesh.m_vertexCount;
     const unsigned streams = mesh.m_tangents ? 3 : 2;
-    return mesh.m_subCount * sizeof(SubmeshRecord) + streams * vertices * mesh.m_frameCount * mesh.m_v_sz +
-           std::uint64_t{mesh.m_triangleCount} * mesh.m_tri_sz + mesh.m_uvSetCount * vertices * mesh.m_uv_sz +
-           (mesh.m_colors ? vertices * mesh.m_c_sz : 0);
+    return mesh.m_subCount * sizeof(SubmeshRecord) +
+           streams * vertices * mesh.m_frameCount * vlMeshVertexData::m_v_sz +
+           std::uint64_t{mesh.m_triangleCount} * vlMeshVertexData::m_tri_sz +
+           mesh.m_uvSetCount * vertices * vlMeshVertexData::m_uv_sz +
+           (mesh.m_colors ? vertices * vlMeshVertexData::m_c_sz : 0);
 }
 
 // NaN is in no box, so it moves none.

@@ -50,7 +50,7 @@ std::string FollowLinks(std::string path)
         if (length < 0)
             return path;
         const std::string next(target, static_cast<std::size_t>(length));
-        path = next.starts_with('/') ? next : FolderOf(path) + next;
+        path = next.starts_with('/') ? next : FolderOf(path).append(next);
     }
     return path;
 }
@@ -175,9 +175,9 @@ int FileWriter::File::OpenSibling(const struct stat* old)
     }
     if (old) {
         // As far as the system allows: only root can give a file away, and some file systems know no owners.
-        [[maybe_unused]] const bool kept = (::fchown(descriptor, old->st_uid, old->st_gid) == 0 ||
-                                            ::fchown(descriptor, uid_t(-1), old->st_gid) == 0) &
-                                           (::fchmod(descriptor, old->st_mode & 0777) == 0);
+        if (::fchown(descriptor, old->st_uid, old->st_gid) != 0)
+            static_cast<void>(::fchown(descriptor, uid_t(-1), old->st_gid) == 0);
+        ::fchmod(descriptor, old->st_mode & 0777);
     }
     return 0;
 }

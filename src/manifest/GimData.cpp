@@ -18,8 +18,9 @@ using Elements = std::vector<tinyxml2::XMLElement*>;
 template <class T>
 T RecordAt(const std::vector<T>& records, int index)
 {
-    return index >= 0 && static_cast<std::size_t>(index) < records.size() ? records[static_cast<std::size_t>(index)]
-                                                                         : T{};
+    return index >= 0 && static_cast<std::size_t>(index) < records.size()
+               ? records[static_cast<std::size_t>(index)]
+               : T{};
 }
 
 }  // namespace

@@ -173,7 +173,7 @@ void MeasureData(io::BlockReader& in, Source& source, std::uint64_t frameCount, 
     source.indices = take("triangles", source.triangleCount, Data::m_tri_sz);
     source.uvs = take("uvs", source.submeshes.uvs, Data::m_uv_sz);
     source.colors = take("colours", source.submeshes.colors, Data::m_c_sz);
-    source.frames = take("morph frames", (frameCount - 1) * source.vertexCount, 2 * Data::m_v_sz);
+    source.frames = take("morph frames", (frameCount - 1) * source.vertexCount, 2 * sizeof(Vector3));
 }
 
 void FillFrames(Vector3* positions, Vector3* normals, const Source& source, std::uint64_t frameCount,
@@ -275,7 +275,7 @@ void vlMeshVertexData::Read(io::BlockReader& in, unsigned int version, unsigned 
         read.m_tangents = block.Array(tangents);
     read.m_maxBoneRefCount = m_maxBoneRefCount;
     Fill(read, source, packMode == kHalfPackMode);
-    *this = std::move(read);
+    *this = read;
 }
 
 std::vector<std::uint32_t> vlMeshVertexData::FittingSubCounts(const unsigned char* data,
