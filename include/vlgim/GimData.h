@@ -24,13 +24,14 @@ struct MaterialMessage {
     std::unordered_map<std::string, std::string> params;  ///< parameter values by name, both as text
 };
 
-/// One model on disk: the XML manifest (.gim), the mesh (.mesh), the material group document (.mtg) and the music
-/// document (_music.ags). The skeleton file is only named; open it with GisData.
+/// One model on disk: the XML manifest (.gim), the mesh (.mesh), the material group document (.mtg) and the
+/// music document (_music.ags). The skeleton file is only named; open it with GisData.
 ///
-/// m_submeshes and m_materials are extracts made by Load; a change to them reaches no file. To change what Save
-/// writes, change m_mesh and the documents. An object belongs to one thread at a time.
+/// m_submeshes and m_materials are extracts made by Load; a change to them reaches no file. To change what
+/// Save writes, change m_mesh and the documents. An object belongs to one thread at a time.
 ///
-/// basePath is a prefix, joined to what follows it without a separator: a folder brings its own trailing slash.
+/// basePath is a prefix, joined to what follows it without a separator: a folder brings its own trailing
+/// slash.
 class VLGIM_API GimData {
 public:
     std::vector<SubmeshMessage> m_submeshes;   ///< in document order
@@ -46,7 +47,8 @@ public:
     GimData& operator=(const GimData&) = delete;
 
     /// Loads a model in place of what the object held.
-    /// path      of the manifest. Without a "Mesh" attribute in it, the mesh lies beside it; so do the material
+    /// path      of the manifest. Without a "Mesh" attribute in it, the mesh lies beside it; so do the
+    /// material
     ///           group, without MtgFile or a base path, and the music.
     /// basePath  null, or the prefix of a relative mesh path and of the "MtgPath" of MtgFile
     /// Returns 0: the manifest, the mesh and all submesh records are there. A missing or faulty .mtg or music
@@ -57,14 +59,13 @@ public:
     /// LogError or LogWarning names each file that failed. Throws std::bad_alloc.
     int Load(const char* path, const char* basePath = nullptr);
 
-    /// Saves the model: documents that are not empty and, with a submesh count above 0, the mesh. All files are
-    /// written and checked before the first is replaced, the manifest last.
-    /// path      supplies the names of manifest, material group and music
-    /// basePath  null, or the prefix of "MtgPath" in the manifest; the manifest itself is written without it
-    /// The mesh goes back to m_meshPath, whatever path says; change that member to write it elsewhere.
-    /// Returns 0; 1 if nothing was replaced, or not everything, and LogError has said why. A mesh that can't be
-    /// written (vlMeshData::WriteObstacle) and two files with one target are refused before any file is opened
-    /// or replaced.
+    /// Saves the model: documents that are not empty and, with a submesh count above 0, the mesh. All files
+    /// are written and checked before the first is replaced, the manifest last. path      supplies the names
+    /// of manifest, material group and music basePath  null, or the prefix of "MtgPath" in the manifest; the
+    /// manifest itself is written without it The mesh goes back to m_meshPath, whatever path says; change
+    /// that member to write it elsewhere. Returns 0; 1 if nothing was replaced, or not everything, and
+    /// LogError has said why. A mesh that can't be written (vlMeshData::WriteObstacle) and two files with one
+    /// target are refused before any file is opened or replaced.
     int Save(const char* path, const char* basePath = nullptr);
 
     /// Name of the skeleton file, as the manifest has it; empty where it has none.
