@@ -1,0 +1,96 @@
+#pragma once
+
+#include <geomath/Types.h>
+#include <vlgim/Export.h>
+
+#include <cstdio>
+#include <memory>
+
+namespace vela::vlgim {
+
+/// Forms that keys take in a file, bits of m_compressFlags. Of the rotation forms the first one set in the
+/// order 8, 16, 2 holds; the packed ones are for quaternions only. Other bits have no meaning.
+inline constexpr unsigned char KEY_HALF_ROT = 2;       ///< 8 bytes a quaternion, 6 bytes three Euler angles
+inline constexpr unsigned char KEY_HALF_SCALE = 4;     ///< 6 bytes
+inline constexpr unsigned char KEY_PACKED_ROT32 = 8;   ///< 4 bytes
+inline constexpr unsigned char KEY_PACKED_ROT48 = 16;  ///< 6 bytes
+
+/// Rotation orders: of the factors of the matrix for row vectors, from left to right.
+inline constexpr unsigned char EULER_XYZ = 1;
+inline constexpr unsigned char EULER_YZX = 2;
+inline constexpr unsigned char EULER_ZXY = 3;
+inline constexpr unsigned char EULER_XZY = 4;
+inline constexpr unsigned char EULER_YXZ = 5;
+inline constexpr unsigned char EULER_ZYX = 6;
+
+/// Reference transform of a bone: what the deltas of its keys are against.
+struct vlTransInfo {
+    geomath::_Vector3<float> m_pos{};
+    geomath::_Rotation<float> m_rot{};
+    geomath::_Vector3<float> m_scale{};
+};
+
+/// Keys of one transform channel: position, rotation and scale of a bone or a track, each either once per key
+/// or once for all keys. In memory all keys are floats; the small forms exist in files, and while one is
+/// written. The times of the keys lie in the container, and so do the key count and the form, which no block
+/// holds.
+///
+/// A copy shows the same arrays as its source. What works in place shows in every copy: the conversions to
+/// and from deltas, and the signs that a write in the packed forms turns. What makes new arrays does not:
+/// reading, and a component that a write reduces to one key. To edit a copy alone, give it arrays of its own
+/// first.
+///
+/// An object belongs to one thread at a time, together with its copies.
+struct VLGIM_API vlTransKeysData {
+    unsigned char m_posKeyed = 0;  ///< 0: one position for all keys; else one for each, and the value is kept
+    unsigned char m_rotKeyed = 0;  ///< the same for rotations
+    unsigned char m_scaleKeyed = 0;  ///< the same for scales
+    unsigned char m_rotOrder = 0;    ///< 0: quaternions; else Euler angles in this order, EULER_XYZ and so on
+    unsigned char m_compressFlags = 0;  ///< set before each read and each write; KEY_HALF_ROT and so on, or 0
+    std::shared_ptr<float[]> m_pos;     ///< 3 floats a key: x, y, z
+    std::shared_ptr<float[]> m_rot;     ///< 4 floats a key: x, y, z, w; or 3: angles x, y, z in radians
+    std::shared_ptr<float[]> m_scale;   ///< 3 floats a key: x, y, z
+    std::shared_ptr<unsigned char[]> m_packedRot;        ///< rotations as the last write packed them; or null
+    std::shared_ptr<unsigned short[][3]> m_packedScale;  ///< scales as the last write packed them; or null
+    unsigned short m_keyCount = 0;                       ///< set before each read
+
+    /// Reads a block: 3 keyed bytes, the rotation order, then the records of positions (12 bytes each),
+    /// rotations (4 to 16) and scales (6 or 12), little-endian, at any alignment. Needs m_keyCount and
+    /// m_compressFlags. src  first byte of the block; null gives null end  one past the last readable byte;
+    /// null if the caller vouches for the block Returns the byte behind the block; null if it does not fit,
+    /// and the object is as it was. Otherwise the arrays are new and lie in one allocation, a component that
+    /// is keyed by 0 keys has a null one, the packed arrays are null and m_compressFlags is 0: the next write
+    /// is in full floats unless it is told otherwise.
+    const unsigned char* ReadData(const void* src, const unsigned char* end = nullptr);
+
+    /// Writes the block in the form that m_compressFlags tells. That changes the object. In the packed forms
+    /// each quaternion takes the sign that makes its largest component positive, in m_rot itself. A keyed
+    /// component whose keys all lie within 1e-6 of key 0 in each number loses its keyed byte and all keys but
+    /// key 0; in a small form the packed keys have to agree too, and alone decide for Euler angles and
+    /// scales. m_keyCount stays. Where several rotation forms are set, the one that is written is the one
+    /// that is compared. A component whose array is null, but which has keys, can't be written: the error is
+    /// logged, nothing is written and the object stays as it was. The results of the stream are not looked
+    /// at.
+    void WriteData(std::FILE* stream);
+
+    /// Transform of one key, without interpolation; an index behind the last key gives the last key.
+    /// Rotations are given as quaternions, whatever the keys are. Each output may be null. A component
+    /// without keys gives position 0, rotation (0, 0, 0, 1) or scale 1.
+    void GetKeyPRS(unsigned short key, geomath::_Vector3<float>* position,
+                   geomath::_Rotation<float>* rotation, geomath::_Vector3<float>* scale) const;
+
+    /// Turns the keys into deltas against `ref`, in place: position minus reference, conjugate of the
+    /// reference times rotation, scale divided by the reference; and back: position plus reference, reference
+    /// times rotation, scale times reference. Products of quaternions are not normalised. Scales stay where
+    /// all of the reference's lie within 1e-6 of 0; a single one there divides as it is, up to infinities and
+    /// NaN. Euler keys are taken as EULER_YZX whatever m_rotOrder says. Nothing records what state the keys
+    /// are in: twice converts twice. Components without an array are passed over.
+    void ConvertToDelta(const vlTransInfo& ref);
+    void ConvertFromDelta(const vlTransInfo& ref);
+
+private:
+    void PackTransData();
+    void PackKeys(unsigned short mask);
+};
+
+}  // namespace vela::vlgim

@@ -1,0 +1,133 @@
+#include "TransKeysBlock.h"
+
+#include <corecommon/Log.h>
+#include <io/BlockWriter.h>
+
+#include <cstring>
+#include <utility>
+
+namespace vela::vlgim {
+
+namespace keys {
+
+namespace {
+
+// The components that PackKeys is asked to look at.
+constexpr unsigned short kPackPos = 1;
+constexpr unsigned short kPackRot = 2;
+constexpr unsigned short kPackScale = 4;
+constexpr unsigned short kPackAll = 7;
+
+bool Constant(const KeyForm& form, const float* keys, const void* records, std::uint32_t count)
+{
+    return (!form.comparesFloats || FloatsConstant(keys, count, form.width)) &&
+           (!form.constant || form.constant(records, count));
+}
+
+// A new array, since copies may show the old one.
+template <class T>
+void KeepFirst(std::shared_ptr<T[]>& array, std::size_t bytes)
+{
+    auto first = std::make_shared_for_overwrite<T[]>(bytes / sizeof(T));
+    std::memcpy(first.get(), array.get(), bytes);
+    array = std::move(first);
+}
+
+// Keeps key 0 of the array that the form is written from, or compared by.
+template <class T>
+void Collapse(const KeyForm& form, unsigned char& keyed, std::shared_ptr<float[]>& keys,
+              std::shared_ptr<T[]>& records)
+{
+    if (form.shrinksFloats)
+        KeepFirst(keys, form.width * sizeof(float));
+    else
+        KeepFirst(records, form.recordSize);
+    keyed = 0;
+}
+
+void WriteComponent(io::BlockWriter& out, const KeyForm& form, const float* keys, const void* records,
+                    std::uint32_t count)
+{
+    if (form.encode)
+        out.Run(static_cast<const unsigned char*>(records), std::uint64_t{count} * form.recordSize);
+    else
+        out.Run(keys, std::uint64_t{count} * form.width);
+}
+
+}  // namespace
+
+std::string WhyUnwritable(const vlTransKeysData& keys)
+{
+    const struct {
+        const char* name;
+        unsigned char keyed;
+        const float* array;
+    } components[] = {{"position", keys.m_posKeyed, keys.m_pos.get()},
+                      {"rotation", keys.m_rotKeyed, keys.m_rot.get()},
+                      {"scale", keys.m_scaleKeyed, keys.m_scale.get()}};
+    for (const auto& component : components)
+        if (!component.array && ComponentKeys(component.keyed, keys.m_keyCount) != 0)
+            return std::string("no array holds the ") + component.name + " keys";
+    return {};
+}
+
+}  // namespace keys
+
+void vlTransKeysData::PackTransData()
+{
+    const keys::KeyForm& rotForm = keys::RotationForm(m_rotOrder, m_compressFlags);
+    if (rotForm.encode && m_rot) {
+        const std::uint32_t count = keys::ComponentKeys(m_rotKeyed, m_keyCount);
+        m_packedRot =
+            std::make_shared_for_overwrite<unsigned char[]>(std::size_t{count} * rotForm.recordSize);
+        rotForm.encode(m_rot.get(), count, m_packedRot.get());
+    }
+    const keys::KeyForm& scaleForm = keys::ScaleForm(m_compressFlags);
+    if (scaleForm.encode && m_scale) {
+        const std::uint32_t count = keys::ComponentKeys(m_scaleKeyed, m_keyCount);
+        m_packedScale = std::make_shared_for_overwrite<unsigned short[][3]>(count);
+        scaleForm.encode(m_scale.get(), count, m_packedScale.get());
+    }
+}
+
+void vlTransKeysData::PackKeys(unsigned short mask)
+{
+    if (m_keyCount == 0)  // there is no key 0 to keep
+        return;
+    const keys::KeyForm& posForm = keys::PositionForm();
+    const keys::KeyForm& rotForm = keys::RotationForm(m_rotOrder, m_compressFlags);
+    const keys::KeyForm& scaleForm = keys::ScaleForm(m_compressFlags);
+    if (m_posKeyed && (mask & keys::kPackPos) && keys::Constant(posForm, m_pos.get(), nullptr, m_keyCount))
+        keys::Collapse(posForm, m_posKeyed, m_pos, m_packedRot);
+    if (m_rotKeyed && (mask & keys::kPackRot) &&
+        keys::Constant(rotForm, m_rot.get(), m_packedRot.get(), m_keyCount))
+        keys::Collapse(rotForm, m_rotKeyed, m_rot, m_packedRot);
+    if (m_scaleKeyed && (mask & keys::kPackScale) &&
+        keys::Constant(scaleForm, m_scale.get(), m_packedScale.get(), m_keyCount))
+        keys::Collapse(scaleForm, m_scaleKeyed, m_scale, m_packedScale);
+}
+
+void vlTransKeysData::WriteData(std::FILE* stream)
+{
+    const std::string reason = keys::WhyUnwritable(*this);
+    if (!reason.empty()) {
+        LogError("unable to write transform keys: %s", reason.c_str());
+        return;
+    }
+    PackTransData();
+    PackKeys(keys::kPackAll);
+
+    io::BlockWriter out(stream);
+    out.Value(m_posKeyed);
+    out.Value(m_rotKeyed);
+    out.Value(m_scaleKeyed);
+    out.Value(m_rotOrder);
+    keys::WriteComponent(out, keys::PositionForm(), m_pos.get(), nullptr,
+                         keys::ComponentKeys(m_posKeyed, m_keyCount));
+    keys::WriteComponent(out, keys::RotationForm(m_rotOrder, m_compressFlags), m_rot.get(), m_packedRot.get(),
+                         keys::ComponentKeys(m_rotKeyed, m_keyCount));
+    keys::WriteComponent(out, keys::ScaleForm(m_compressFlags), m_scale.get(), m_packedScale.get(),
+                         keys::ComponentKeys(m_scaleKeyed, m_keyCount));
+}
+
+}  // namespace vela::vlgim
