@@ -279,6 +279,7 @@ TEST(vlTransKeysData, OnlyWhatChangesStaysKeyed)
         {1, 2, {1, 1.0002F, 1.0004F}, true, false, true},
         {1, 4, {1, 1.0002F, 1.0004F}, true, true, false},  // halves that are equal are all that is looked at
         {1, 2 | 4, {1, 1.001F, 1}, true, true, true},
+        {1, 2 | 4, {0, 0.6e-6F, 1.2e-6F}, true, true, true},
         {0, 2 | 8 | 16, {0, 0, 0}, false, false, false},  // several forms: the first one is compared
         {0, 2 | 16, {0, 0, 0}, false, false, false},
     };
@@ -307,6 +308,21 @@ TEST(vlTransKeysData, OnlyWhatChangesStaysKeyed)
         back.m_keyCount = 3;
         back.m_compressFlags = c.flags;
         EXPECT_EQ(back.ReadData(block.data(), block.data() + block.size()), block.data() + block.size());
+    }
+}
+
+// Quaternions whose floats agree, but which lie on both sides of a step of their small form.
+TEST(vlTransKeysData, KeysOfTwoCodesStayKeyed)
+{
+    const struct {
+        unsigned char flags;
+        float step;
+    } cases[] = {{8, 599.5F / (kInv * 1023) - kInv}, {16, 19999.5F / (kInv * 32767) - kInv}, {2, 0.125F}};
+    for (const auto& c : cases) {
+        vlTransKeysData data = TwoKeys(0, {c.step - 4e-7F, 0, 0, 1, c.step + 4e-7F, 0, 0, 1}, c.flags);
+        EXPECT_EQ(Write(data)[1], 1) << +c.flags;
+        data.m_compressFlags = 0;
+        EXPECT_EQ(Write(data)[1], 0) << +c.flags;
     }
 }
 
@@ -476,7 +492,7 @@ TEST(vlTransKeysData, DeltasOfAnglesAreInOneOrder)
         vlTransKeysData data = TwoKeys(order, angles, 0);
         data.ConvertToDelta(ref);
         Floats expected;
-        for (const std::size_t key : {0, 3}) {
+        for (const unsigned key : {0U, 3U}) {
             vela::geomath::_Rotation<float> q{};
             keys::EulerToRotation(&angles[key], &q, 2);
             keys::RotationMultiply({-0.0F, -0.6F, -0.0F, 0.8F}, q, &q);
@@ -487,7 +503,7 @@ TEST(vlTransKeysData, DeltasOfAnglesAreInOneOrder)
         ExpectFloats(data.m_rot, expected);
         EXPECT_EQ(data.m_rotOrder, order);
         data.ConvertFromDelta(ref);
-        for (std::size_t i = 0; i < angles.size(); ++i)
-            EXPECT_NEAR(data.m_rot[i], angles[i], 2e-6F);
+        for (int i = 0; i < 6; ++i)
+            EXPECT_NEAR(data.m_rot[i], angles[static_cast<unsigned>(i)], 2e-6F);
     }
 }

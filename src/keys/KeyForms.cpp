@@ -46,9 +46,8 @@ bool HalvesConstant(const void* records, std::uint64_t count)
 
 constexpr KeyForm kSingles3{12, 3, CopyFloats<3>, nullptr, nullptr, true, true};
 constexpr KeyForm kSingles4{16, 4, CopyFloats<4>, nullptr, nullptr, true, true};
-constexpr KeyForm kHalfVector3{6, 3, DecodeHalfVectors3, EncodeHalfVectors3, HalvesConstant<3>, false, false};
-constexpr KeyForm kHalfRotation{8,    4,    DecodeHalfRotations, EncodeHalfRotations, HalvesConstant<4>,
-                                true, false};
+constexpr KeyForm kHalves3{6, 3, DecodeHalfVectors3, EncodeHalfVectors3, HalvesConstant<3>, false, false};
+constexpr KeyForm kHalves4{8, 4, DecodeHalfRotations, EncodeHalfRotations, HalvesConstant<4>, true, false};
 constexpr KeyForm kPacked32{4, 4, DecodeRotations32, EncodeRotations32, RecordsConstant<4>, true, true};
 constexpr KeyForm kPacked48{6, 4, DecodeRotations48, EncodeRotations48, RecordsConstant<6>, true, true};
 
@@ -62,17 +61,17 @@ const KeyForm& PositionForm()
 const KeyForm& RotationForm(unsigned char rotOrder, unsigned char compressFlags)
 {
     if (rotOrder != 0)
-        return compressFlags & KEY_HALF_ROT ? kHalfVector3 : kSingles3;
+        return compressFlags & KEY_HALF_ROT ? kHalves3 : kSingles3;
     if (compressFlags & KEY_PACKED_ROT32)
         return kPacked32;
     if (compressFlags & KEY_PACKED_ROT48)
         return kPacked48;
-    return compressFlags & KEY_HALF_ROT ? kHalfRotation : kSingles4;
+    return compressFlags & KEY_HALF_ROT ? kHalves4 : kSingles4;
 }
 
 const KeyForm& ScaleForm(unsigned char compressFlags)
 {
-    return compressFlags & KEY_HALF_SCALE ? kHalfVector3 : kSingles3;
+    return compressFlags & KEY_HALF_SCALE ? kHalves3 : kSingles3;
 }
 
 bool Near(float a, float b)
