@@ -18,12 +18,6 @@ constexpr unsigned short kPackRot = 2;
 constexpr unsigned short kPackScale = 4;
 constexpr unsigned short kPackAll = 7;
 
-bool Constant(const KeyForm& form, const float* keys, const void* records, std::uint32_t count)
-{
-    return (!form.comparesFloats || FloatsConstant(keys, count, form.width)) &&
-           (!form.constant || form.constant(records, count));
-}
-
 // A new array, since copies may show the old one.
 template <class T>
 void KeepFirst(std::shared_ptr<T[]>& array, std::size_t bytes)
@@ -33,11 +27,19 @@ void KeepFirst(std::shared_ptr<T[]>& array, std::size_t bytes)
     array = std::move(first);
 }
 
-// Keeps key 0 of the array that the form is written from, or compared by.
-template <class T>
-void Collapse(const KeyForm& form, unsigned char& keyed, std::shared_ptr<float[]>& keys,
-              std::shared_ptr<T[]>& records)
+bool Constant(const KeyForm& form, const float* keys, const void* records, std::uint32_t count)
 {
+    return (!form.comparesFloats || FloatsConstant(keys, count, form.width)) &&
+           (!form.constant || form.constant(records, count));
+}
+
+// Reduces a component to key 0 where all of its keys equal it.
+template <class T>
+void CollapseConstant(const KeyForm& form, std::uint32_t count, unsigned char& keyed,
+                      std::shared_ptr<float[]>& keys, std::shared_ptr<T[]>& records)
+{
+    if (!keyed || !Constant(form, keys.get(), records.get(), count))
+        return;
     if (form.shrinksFloats)
         KeepFirst(keys, form.width * sizeof(float));
     else
@@ -94,17 +96,15 @@ void vlTransKeysData::PackKeys(unsigned short mask)
 {
     if (m_keyCount == 0)  // there is no key 0 to keep
         return;
-    const keys::KeyForm& posForm = keys::PositionForm();
-    const keys::KeyForm& rotForm = keys::RotationForm(m_rotOrder, m_compressFlags);
-    const keys::KeyForm& scaleForm = keys::ScaleForm(m_compressFlags);
-    if (m_posKeyed && (mask & keys::kPackPos) && keys::Constant(posForm, m_pos.get(), nullptr, m_keyCount))
-        keys::Collapse(posForm, m_posKeyed, m_pos, m_packedRot);
-    if (m_rotKeyed && (mask & keys::kPackRot) &&
-        keys::Constant(rotForm, m_rot.get(), m_packedRot.get(), m_keyCount))
-        keys::Collapse(rotForm, m_rotKeyed, m_rot, m_packedRot);
-    if (m_scaleKeyed && (mask & keys::kPackScale) &&
-        keys::Constant(scaleForm, m_scale.get(), m_packedScale.get(), m_keyCount))
-        keys::Collapse(scaleForm, m_scaleKeyed, m_scale, m_packedScale);
+    std::shared_ptr<unsigned char[]> none;  // positions have no packed form
+    if (mask & keys::kPackPos)
+        keys::CollapseConstant(keys::PositionForm(), m_keyCount, m_posKeyed, m_pos, none);
+    if (mask & keys::kPackRot)
+        keys::CollapseConstant(keys::RotationForm(m_rotOrder, m_compressFlags), m_keyCount, m_rotKeyed, m_rot,
+                               m_packedRot);
+    if (mask & keys::kPackScale)
+        keys::CollapseConstant(keys::ScaleForm(m_compressFlags), m_keyCount, m_scaleKeyed, m_scale,
+                               m_packedScale);
 }
 
 void vlTransKeysData::WriteData(std::FILE* stream)
@@ -122,8 +122,7 @@ void vlTransKeysData::WriteData(std::FILE* stream)
     out.Value(m_rotKeyed);
     out.Value(m_scaleKeyed);
     out.Value(m_rotOrder);
-    keys::WriteComponent(out, keys::PositionForm(), m_pos.get(), nullptr,
-                         keys::ComponentKeys(m_posKeyed, m_keyCount));
+    out.Run(m_pos.get(), std::uint64_t{3} * keys::ComponentKeys(m_posKeyed, m_keyCount));
     keys::WriteComponent(out, keys::RotationForm(m_rotOrder, m_compressFlags), m_rot.get(), m_packedRot.get(),
                          keys::ComponentKeys(m_rotKeyed, m_keyCount));
     keys::WriteComponent(out, keys::ScaleForm(m_compressFlags), m_scale.get(), m_packedScale.get(),
