@@ -90,10 +90,10 @@ public:
     double GetLength() const { return m_length; }
 
     /// Index of the key whose interval holds `time`, searched from key `start` upwards and, behind the last
-    /// key, from key 0 on: one or two tests for a time near `start`, one pass over the keys at most. fraction
-    /// receives how far the time lies towards the next entry, from 0 up to 1; may be null Returns 0 where no
-    /// interval holds the time, or `start` has no key. *fraction is untouched then, and only that tells it
-    /// from a hit of key 0: preset it.
+    /// key, from key 0 on: one or two tests for a time near `start`, one pass over the keys at most.
+    /// fraction   receives how far the time lies towards the next entry, from 0 up to 1; may be null
+    /// Returns 0 where no interval holds the time, or `start` has no key. *fraction is untouched then, and
+    /// only that tells it from a hit of key 0: preset it.
     unsigned short GetKeyIndex(float time, unsigned short start, float* fraction) const;
 
     /// The same, searched downwards and, in front of key 0, from the last key on.

@@ -54,23 +54,26 @@ struct VLGIM_API vlTransKeysData {
     std::shared_ptr<unsigned short[][3]> m_packedScale;  ///< scales as the last write packed them; or null
     unsigned short m_keyCount = 0;                       ///< set before each read
 
-    /// Reads a block: 3 keyed bytes, the rotation order, then the records of positions (12 bytes each),
-    /// rotations (4 to 16) and scales (6 or 12), little-endian, at any alignment. Needs m_keyCount and
-    /// m_compressFlags. src  first byte of the block; null gives null end  one past the last readable byte;
-    /// null if the caller vouches for the block Returns the byte behind the block; null if it does not fit,
-    /// and the object is as it was. Otherwise the arrays are new and lie in one allocation, a component that
-    /// is keyed by 0 keys has a null one, the packed arrays are null and m_compressFlags is 0: the next write
-    /// is in full floats unless it is told otherwise.
+    /// Reads a block, little-endian, at any alignment: 3 keyed bytes, the rotation order, then a record for
+    /// each position (12 bytes), rotation (4, 6, 8, 12 or 16) and scale (6 or 12). Needs m_keyCount and
+    /// m_compressFlags.
+    /// src   first byte of the block; null gives null
+    /// end   one past the last readable byte; null if the caller vouches for the block
+    /// Returns the byte behind the block; null if it does not fit, and the object is as it was.
+    /// The arrays are new and lie in one allocation; a component that is keyed by 0 keys has a null one. The
+    /// packed arrays are null and m_compressFlags is 0, so that a write which sets no form is in full floats.
     const unsigned char* ReadData(const void* src, const unsigned char* end = nullptr);
 
-    /// Writes the block in the form that m_compressFlags tells. That changes the object. In the packed forms
-    /// each quaternion takes the sign that makes its largest component positive, in m_rot itself. A keyed
-    /// component whose keys all lie within 1e-6 of key 0 in each number loses its keyed byte and all keys but
-    /// key 0; in a small form the packed keys have to agree too, and alone decide for Euler angles and
-    /// scales. m_keyCount stays. Where several rotation forms are set, the one that is written is the one
-    /// that is compared. A component whose array is null, but which has keys, can't be written: the error is
-    /// logged, nothing is written and the object stays as it was. The results of the stream are not looked
-    /// at.
+    /// Writes the block in the form that m_compressFlags tells; of several rotation forms the first one in
+    /// the order 8, 16, 2. The results of the stream are not looked at. The write changes the object:
+    /// - In the packed forms each quaternion takes the sign that makes its largest component positive, in
+    ///   m_rot itself.
+    /// - A keyed component whose keys all equal key 0 keeps that key alone and loses its keyed byte. Equal
+    ///   means within 1e-6, number by number. For scales and Euler angles in half floats the halves decide;
+    ///   for quaternions in a small form both the floats and the packed keys.
+    /// m_keyCount stays, and a component without keys keeps its keyed byte.
+    /// Where an array is null although its component has keys, the error is logged, nothing is written and
+    /// the object is as it was.
     void WriteData(std::FILE* stream);
 
     /// Transform of one key, without interpolation; an index behind the last key gives the last key.

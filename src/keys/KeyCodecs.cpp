@@ -12,8 +12,7 @@ namespace vela::vlgim::keys {
 
 namespace {
 
-// --- packed rotations
-// ------------------------------------------------------------------------------------------
+// --- packed rotations ---
 
 // 1 / sqrt(2): no component of a unit quaternion but the largest lies further from 0.
 constexpr float kMost = 0.70710677F;
@@ -21,7 +20,7 @@ static_assert(std::bit_cast<std::uint32_t>(kMost) == 0x3F3504F3U);
 
 // Codes spread evenly over -kMost to kMost.
 template <std::uint32_t kLargestCode>
-constexpr float kScale = kMost* static_cast<float>(kLargestCode);
+constexpr float kScale = static_cast<float>(kLargestCode) * kMost;
 constexpr std::uint32_t kLargest32 = 1023;
 constexpr std::uint32_t kLargest48 = 32767;
 static_assert(std::bit_cast<std::uint32_t>(kScale<kLargest32>) == 0x4434D7B2U);
@@ -60,7 +59,7 @@ Words Pack48(const Codes& codes)
             static_cast<std::uint16_t>(codes.c)};
 }
 
-// Selections instead of branches from here on: the tag changes from key to key, and compilers widen the
+// Selections instead of branches from here on: the tag changes from key to key, and a compiler can widen the
 // loops.
 
 template <std::uint32_t kLargestCode>
@@ -102,6 +101,7 @@ std::uint32_t ToCode(float component)
 std::uint32_t Largest(const _Rotation<float>& q)
 {
     const float x = std::fabs(q.x), y = std::fabs(q.y), z = std::fabs(q.z), w = std::fabs(q.w);
+    // Not short-circuited, or it would be branches again.
     const bool isY = (y >= x) & (y >= z) & (y >= w);
     const bool isZ = (z >= x) & (z >= y) & (z >= w);
     const bool isW = (w >= x) & (w >= y) & (w >= z);
@@ -129,8 +129,7 @@ void Assign(const _Rotation<float>& q, float* x, float* y, float* z, float* w)
     *w = q.w;
 }
 
-// --- half floats
-// -----------------------------------------------------------------------------------------------
+// --- half floats ---
 
 std::uint16_t HalfOf(float single)
 {
@@ -145,8 +144,7 @@ float SingleOf(std::uint16_t half)
     return std::bit_cast<float>(geomath::_to_float[half]);
 }
 
-// --- runs
-// ------------------------------------------------------------------------------------------------------
+// --- runs ---
 
 // The record at an index, from and to any alignment.
 template <class Record>

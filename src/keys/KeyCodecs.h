@@ -5,12 +5,12 @@
 // The small forms of keys in a file. Records are little-endian, without padding and at any alignment. A codec
 // works on the run of records of a whole channel; the functions for a single key give the same bits.
 //
-// PackedRotation32, 4 bytes: a unit quaternion without its largest component, which the unit length gives
-// back. Bits 31-30 tell which one is missing, 0 for x to 3 for w; the other three follow in the order that
-// starts behind it, w before x, in 10 bits each: code 0 stands for -1/sqrt(2), the largest code for
-// +1/sqrt(2). PackedRotation48, 6 bytes: the same in 15 bits each, as three u16: the upper half of tag and
-// first two codes, the lower half, the third code. HalfRotation, 8 bytes, and HalfVector3, 6 bytes: half
-// floats.
+// PackedRotation32, 4 bytes: a unit quaternion without its largest component, which the length gives back.
+//   Bits 31-30 tell which one is missing, 0 for x to 3 for w. The other three follow in the order that starts
+//   behind it, x after w, in 10 bits each: 0 stands for -1/sqrt(2), the largest code for +1/sqrt(2).
+// PackedRotation48, 6 bytes: the same with 15 bits each, as three u16: the upper half of tag and first two
+//   codes, their lower half, the third code.
+// HalfRotation, 8 bytes, and HalfVector3, 6 bytes: half floats.
 namespace vela::vlgim::keys {
 
 /// Negates all four components, in place, where the largest is below 0: only so it can be left out.
