@@ -36,10 +36,10 @@ bool Same(const Quat& a, const Quat& b)
     return std::equal(a.begin(), a.end(), b.begin(), [](float x, float y) { return Same(x, y); });
 }
 
-// The forms once more, step by step and with a branch for each case. The kept components by dropped one:
-constexpr int kKept[4][3] = {{1, 2, 3}, {2, 3, 0}, {3, 0, 1}, {0, 1, 2}};
+// The packed forms once more, step by step, a case at a time. The kept components by missing one:
+constexpr unsigned kKept[4][3] = {{1, 2, 3}, {2, 3, 0}, {3, 0, 1}, {0, 1, 2}};
 // and in the order in which their squares go off.
-constexpr int kSquares[4][3] = {{1, 2, 3}, {0, 2, 3}, {1, 0, 3}, {1, 2, 0}};
+constexpr unsigned kSquares[4][3] = {{1, 2, 3}, {0, 2, 3}, {1, 0, 3}, {1, 2, 0}};
 
 struct Fields {
     std::uint32_t tag;
@@ -49,27 +49,22 @@ struct Fields {
 Fields PlainEncode(Quat& q, int bits)
 {
     const float scale = kInv * static_cast<float>((1 << bits) - 1);
-    std::uint32_t tag = 0;
-    for (const std::uint32_t candidate : {1U, 2U, 3U}) {
-        bool largest = true;
-        for (const float other : q)
-            largest = largest && (std::fabs(q[candidate]) >= std::fabs(other));
-        if (largest) {
+    std::uint32_t tag = 3;
+    for (const std::uint32_t candidate : {0U, 3U, 2U, 1U})
+        if (candidate == 0 ||
+            std::all_of(q.begin(), q.end(), [largest = std::fabs(q[candidate])](float other) {
+                return largest >= std::fabs(other);
+            }))
             tag = candidate;
-            break;
-        }
-    }
     if (q[tag] < 0)
         for (float& component : q)
             component = -component;
     Fields fields{tag, {}};
     for (int i = 0; i < 3; ++i) {
-        const float sum = q[static_cast<unsigned>(kKept[tag][i])] + kInv;
-        const float product = sum * scale;
-        const float code = product + 0.5F;
+        const float code = (q[kKept[tag][i]] + kInv) * scale + 0.5F;
         const bool fits = code >= -2147483648.0F && code < 2147483648.0F;
-        const std::int64_t cut = fits ? static_cast<std::int64_t>(code) : 0;
-        fields.code[i] = static_cast<std::uint32_t>(cut) & ((1U << bits) - 1);
+        fields.code[i] =
+            static_cast<std::uint32_t>(fits ? static_cast<std::int64_t>(code) : 0) & ((1U << bits) - 1);
     }
     return fields;
 }
@@ -78,35 +73,65 @@ Quat PlainDecode(const Fields& fields, int bits)
 {
     const float scale = kInv * static_cast<float>((1 << bits) - 1);
     Quat q{};
-    for (int i = 0; i < 3; ++i) {
-        const float quotient = static_cast<float>(fields.code[i]) / scale;
-        q[static_cast<unsigned>(kKept[fields.tag][i])] = quotient - kInv;
-    }
+    for (int i = 0; i < 3; ++i)
+        q[kKept[fields.tag][i]] = static_cast<float>(fields.code[i]) / scale - kInv;
     float radicand = 1;
-    for (const int i : kSquares[fields.tag]) {
-        const float square = q[static_cast<unsigned>(i)] * q[static_cast<unsigned>(i)];
-        radicand = radicand - square;
-    }
+    for (const unsigned i : kSquares[fields.tag])
+        radicand = radicand - q[i] * q[i];
     q[fields.tag] = std::sqrt(radicand);
     return q;
 }
 
-std::uint32_t Word32(const Fields& f)
+// Both packed forms behind one face: a record is its bytes as a number.
+struct Form {
+    int bits;
+    std::size_t size;
+    void (*encodeRun)(float*, std::uint64_t, void*);
+    void (*decodeRun)(const void*, std::uint64_t, float*);
+    std::uint64_t (*encode)(Quat&);
+    Quat (*decode)(std::uint64_t);
+
+    std::uint64_t Record(const Fields& f) const
+    {
+        if (bits == 10)
+            return f.tag << 30 | f.code[0] << 20 | f.code[1] << 10 | f.code[2];
+        const std::uint32_t high = f.tag << 30 | f.code[0] << 15 | f.code[1];
+        return (high >> 16) | std::uint64_t{high & 0xFFFFU} << 16 | std::uint64_t{f.code[2]} << 32;
+    }
+};
+
+const Form kForms[] = {{10, 4, EncodeRotations32, DecodeRotations32,
+                        [](Quat& q) { return std::uint64_t{EncodeRotation32(&q[0], &q[1], &q[2], &q[3])}; },
+                        [](std::uint64_t record) {
+                            Quat q{};
+                            DecodeRotation32(static_cast<std::uint32_t>(record), &q[0], &q[1], &q[2], &q[3]);
+                            return q;
+                        }},
+                       {15, 6, EncodeRotations48, DecodeRotations48,
+                        [](Quat& q) {
+                            std::uint16_t words[4] = {};
+                            EncodeRotation48(&q[0], &q[1], &q[2], &q[3], &words[0], &words[1], &words[2]);
+                            return std::bit_cast<std::uint64_t>(words);
+                        },
+                        [](std::uint64_t record) {
+                            Quat q{};
+                            DecodeRotation48(
+                                static_cast<std::uint16_t>(record), static_cast<std::uint16_t>(record >> 16),
+                                static_cast<std::uint16_t>(record >> 32), &q[0], &q[1], &q[2], &q[3]);
+                            return q;
+                        }}};
+
+std::uint32_t Random()
 {
-    return f.tag << 30 | f.code[0] << 20 | f.code[1] << 10 | f.code[2];
+    static std::uint32_t state = 1;
+    return (state = state * 1664525 + 1013904223) >> 8;
 }
 
-std::array<std::uint16_t, 3> Words48(const Fields& f)
-{
-    const std::uint32_t high = f.tag << 30 | f.code[0] << 15 | f.code[1];
-    return {static_cast<std::uint16_t>(high >> 16), static_cast<std::uint16_t>(high & 0xFFFF),
-            static_cast<std::uint16_t>(f.code[2])};
-}
-
-// All quadruples of values at which a comparison, a sign or a conversion can go wrong.
+// All quadruples of values at which a comparison, a sign or a conversion can go wrong, and rotations at
+// random.
 std::vector<Quat> Quats()
 {
-    const float values[] = {0.0F,  -0.0F, 0.5F,   -0.5F, kInv, -kInv, std::nextafter(kInv, 1.0F), -1.0F, 3.0F,
+    const float values[] = {0,     -0.0F, 0.5F,   -0.5F, kInv, -kInv, std::nextafter(kInv, 1.0F), -1, 3,
                             -2e9F, 2e9F,  1e-40F, kNan,  kInf, -kInf};
     std::vector<Quat> all;
     for (const float x : values)
@@ -114,13 +139,10 @@ std::vector<Quat> Quats()
             for (const float z : values)
                 for (const float w : values)
                     all.push_back({x, y, z, w});
-    std::uint32_t state = 1;
     for (int i = 0; i < 50000; ++i) {
         Quat q{};
-        for (float& component : q) {
-            state = state * 1664525 + 1013904223;
-            component = static_cast<float>(static_cast<std::int32_t>(state)) * 0x1p-31F;
-        }
+        for (float& component : q)
+            component = static_cast<float>(Random()) * 0x1p-23F - 1;
         all.push_back(q);
     }
     return all;
@@ -132,109 +154,65 @@ TEST(KeyCodecs, WorkedWords)
 {
     const struct {
         Quat before;
-        std::uint32_t word;
-        std::array<std::uint16_t, 3> words;
+        std::uint64_t record32, record48;
         Quat after;
-    } cases[] = {
-        {{0, 0, 0, 1}, 0xE0080200, {0xDFFF, 0xBFFF, 0x3FFF}, {0, 0, 0, 1}},
-        {{0, 0, 0, -1}, 0xE0080200, {0xDFFF, 0xBFFF, 0x3FFF}, {-0.0F, -0.0F, -0.0F, 1}},
-        {{1, 0, 0, 0}, 0x20080200, {0x1FFF, 0xBFFF, 0x3FFF}, {1, 0, 0, 0}},
-        {{0, 1, 0, 0}, 0x60080200, {0x5FFF, 0xBFFF, 0x3FFF}, {0, 1, 0, 0}},
-        {{0, 0, 1, 0}, 0xA0080200, {0x9FFF, 0xBFFF, 0x3FFF}, {0, 0, 1, 0}},
-        {{0.5F, 0.5F, 0.5F, 0.5F}, 0x769DA769, {0x76A0, 0x6D40, 0x6D40}, {0.5F, 0.5F, 0.5F, 0.5F}},
-        {{kInv, 0, 0, kInv}, 0xFFF80200, {0xFFFF, 0xBFFF, 0x3FFF}, {kInv, 0, 0, kInv}},
-        // no clamp: 1.5 + inv is code 1597 of 10 bits, which wraps
-        {{1.5F, 0, 0, 2},
-         0xC0000000 | (1597 & 1023) << 20 | 0x00080200,
-         {0xE3E1, 0x3FFF, 0x3FFF},
-         {1.5F, 0, 0, 2}},
-    };
+    } cases[] = {{{0, 0, 0, 1}, 0xE0080200, 0x3FFFBFFFDFFF, {0, 0, 0, 1}},
+                 {{0, 0, 0, -1}, 0xE0080200, 0x3FFFBFFFDFFF, {-0.0F, -0.0F, -0.0F, 1}},
+                 {{1, 0, 0, 0}, 0x20080200, 0x3FFFBFFF1FFF, {1, 0, 0, 0}},
+                 {{0, 1, 0, 0}, 0x60080200, 0x3FFFBFFF5FFF, {0, 1, 0, 0}},
+                 {{0, 0, 1, 0}, 0xA0080200, 0x3FFFBFFF9FFF, {0, 0, 1, 0}},
+                 {{0.5F, 0.5F, 0.5F, 0.5F}, 0x769DA769, 0x6D406D4076A0, {0.5F, 0.5F, 0.5F, 0.5F}},
+                 {{kInv, 0, 0, kInv}, 0xFFF80200, 0x3FFFBFFFFFFF, {kInv, 0, 0, kInv}},
+                 {{1.5F, 0, 0, 2}, 0xE3D80200, 0x3FFF3FFFE3E1, {1.5F, 0, 0, 2}}};  // 1597 and 51138 wrap
     for (const auto& c : cases) {
-        Quat q = c.before;
-        EXPECT_EQ(EncodeRotation32(&q[0], &q[1], &q[2], &q[3]), c.word) << std::hex << c.word;
-        EXPECT_TRUE(Same(q, c.after)) << std::hex << c.word;
-        q = c.before;
-        std::array<std::uint16_t, 3> words{};
-        EncodeRotation48(&q[0], &q[1], &q[2], &q[3], &words[0], &words[1], &words[2]);
-        EXPECT_EQ(words, c.words) << std::hex << c.word;
-        EXPECT_TRUE(Same(q, c.after)) << std::hex << c.word;
+        Quat q32 = c.before, q48 = c.before;
+        EXPECT_EQ(kForms[0].encode(q32), c.record32) << std::hex << c.record32;
+        EXPECT_EQ(kForms[1].encode(q48), c.record48) << std::hex << c.record48;
+        EXPECT_TRUE(Same(q32, c.after) && Same(q48, c.after)) << std::hex << c.record32;
     }
-    Quat q{};
-    DecodeRotation32(0xE0080200, &q[0], &q[1], &q[2], &q[3]);
-    const float step = 512 / (kInv * 1023) - kInv;
-    EXPECT_NEAR(step, 0.00069124F, 1e-8F);
-    EXPECT_TRUE(Same(q, {step, step, step, std::sqrt(1 - step * step - step * step - step * step)}));
-    EXPECT_EQ(q[3], 0.9999993F);
-    DecodeRotation48(0xDFFF, 0xBFFF, 0xBFFF, &q[0], &q[1], &q[2],
-                     &q[3]);  // the last word's upper bit is ignored
-    const float fine = 16383 / (kInv * 32767) - kInv;
-    EXPECT_NEAR(fine, -0.000021577F, 1e-9F);
-    EXPECT_TRUE(Same(q, {fine, fine, fine, 1}));
+    const Quat coarse = kForms[0].decode(0xE0080200);
+    EXPECT_NEAR(coarse[0], 0.00069124F, 1e-8F);
+    EXPECT_EQ(coarse[3], 0.9999993F);
+    const Quat fine = kForms[1].decode(0xBFFFBFFFDFFF);  // the last word's upper bit is ignored
+    EXPECT_NEAR(fine[2], -0.000021577F, 1e-9F);
+    EXPECT_EQ(fine[3], 1);
 }
 
-TEST(KeyCodecs, RunsAndSingleKeysEncodeAsThePlainSteps)
+TEST(KeyCodecs, RunsAndSingleKeysGoByTheSteps)
 {
-    const std::vector<Quat> quats = Quats();
-    std::vector<Quat> keys32 = quats, keys48 = quats;
-    std::vector<unsigned char> run32(4 * quats.size() + 1), run48(6 * quats.size() + 1);
-    EncodeRotations32(keys32[0].data(), keys32.size(), run32.data() + 1);
-    EncodeRotations48(keys48[0].data(), keys48.size(), run48.data() + 1);
-    unsigned wrong = 0;
-    for (std::size_t i = 0; i < quats.size(); ++i) {
-        Quat plain = quats[i], single32 = plain, single48 = plain;
-        std::array<std::uint16_t, 3> words{}, inRun{};
-        std::uint32_t wordInRun = 0;
-        std::memcpy(&wordInRun, &run32[1 + 4 * i], 4);
-        std::memcpy(inRun.data(), &run48[1 + 6 * i], 6);
-        const std::uint32_t word = EncodeRotation32(&single32[0], &single32[1], &single32[2], &single32[3]);
-        EncodeRotation48(&single48[0], &single48[1], &single48[2], &single48[3], &words[0], &words[1],
-                         &words[2]);
-        const std::uint32_t expected32 = Word32(PlainEncode(plain, 10));
-        plain = quats[i];
-        const auto expected48 = Words48(PlainEncode(plain, 15));
-        const bool fine = word == expected32 && wordInRun == expected32 && words == expected48 &&
-                          inRun == expected48 && Same(single32, plain) && Same(single48, plain) &&
-                          Same(keys32[i], plain) && Same(keys48[i], plain);
-        if (!fine && wrong++ == 0)
-            ADD_FAILURE() << testing::PrintToString(quats[i]) << std::hex << " gave " << word
-                          << ", in the run " << wordInRun << ", not " << expected32;
-    }
-    EXPECT_EQ(wrong, 0U) << "of " << quats.size();
-}
+    for (const Form& form : kForms) {
+        const std::vector<Quat> quats = Quats();
+        std::vector<Quat> keys = quats, decoded(quats.size());
+        std::vector<unsigned char> records(form.size * quats.size() + 1);  // at an odd address
+        form.encodeRun(keys[0].data(), keys.size(), records.data() + 1);
+        unsigned wrong = 0;
+        for (std::size_t i = 0; i < quats.size(); ++i) {
+            Quat plain = quats[i], single = quats[i];
+            const std::uint64_t expected = form.Record(PlainEncode(plain, form.bits));
+            std::uint64_t inRun = 0;
+            std::memcpy(&inRun, &records[1 + form.size * i], form.size);
+            const bool fine = form.encode(single) == expected && inRun == expected && Same(single, plain) &&
+                              Same(keys[i], plain);
+            if (!fine && wrong++ == 0)
+                ADD_FAILURE() << testing::PrintToString(quats[i]) << " in " << form.bits << " bits";
+        }
+        EXPECT_EQ(wrong, 0U) << "encoded";
 
-TEST(KeyCodecs, RunsAndSingleKeysDecodeAsThePlainSteps)
-{
-    constexpr unsigned kCount = 100000;
-    std::vector<unsigned char> run32(4 * kCount + 1), run48(6 * kCount + 1);
-    std::vector<Fields> fields32(kCount), fields48(kCount);
-    std::uint32_t state = 7;
-    const auto next = [&state] { return (state = state * 1664525 + 1013904223) >> 8; };
-    for (unsigned i = 0; i < kCount; ++i) {
-        fields32[i] = {i & 3, {next() & 1023, next() & 1023, next() & 1023}};
-        fields48[i] = {i & 3, {next() & 32767, next() & 32767, next() & 32767}};
-        const std::uint32_t word = Word32(fields32[i]);
-        const auto words = Words48(fields48[i]);
-        std::memcpy(&run32[1 + 4 * i], &word, 4);
-        std::memcpy(&run48[1 + 6 * i], words.data(), 6);
+        std::vector<Fields> fields(quats.size());
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            const std::uint32_t mask = (1U << form.bits) - 1;
+            fields[i] = {static_cast<std::uint32_t>(i & 3),
+                         {Random() & mask, Random() & mask, Random() & mask}};
+            const std::uint64_t record = form.Record(fields[i]);
+            std::memcpy(&records[1 + form.size * i], &record, form.size);
+        }
+        form.decodeRun(records.data() + 1, decoded.size(), decoded[0].data());
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            const Quat plain = PlainDecode(fields[i], form.bits);
+            wrong += !(Same(decoded[i], plain) && Same(form.decode(form.Record(fields[i])), plain));
+        }
+        EXPECT_EQ(wrong, 0U) << "decoded";
     }
-    std::vector<Quat> keys32(kCount), keys48(kCount);
-    DecodeRotations32(run32.data() + 1, kCount, keys32[0].data());
-    DecodeRotations48(run48.data() + 1, kCount, keys48[0].data());
-    unsigned wrong = 0;
-    unsigned nans = 0;
-    for (unsigned i = 0; i < kCount; ++i) {
-        Quat single32{}, single48{};
-        DecodeRotation32(Word32(fields32[i]), &single32[0], &single32[1], &single32[2], &single32[3]);
-        const auto words = Words48(fields48[i]);
-        DecodeRotation48(words[0], words[1], words[2], &single48[0], &single48[1], &single48[2],
-                         &single48[3]);
-        const Quat plain32 = PlainDecode(fields32[i], 10), plain48 = PlainDecode(fields48[i], 15);
-        nans += std::isnan(plain32[fields32[i].tag]);
-        wrong += !(Same(single32, plain32) && Same(keys32[i], plain32) && Same(single48, plain48) &&
-                   Same(keys48[i], plain48));
-    }
-    EXPECT_EQ(wrong, 0U);
-    EXPECT_GT(nans, 0U) << "some of the words stand for no rotation";
 }
 
 TEST(KeyCodecs, EveryHalfDecodesToItsSingleAndBack)
@@ -259,15 +237,13 @@ TEST(KeyCodecs, HalvesAreCutNotRounded)
 {
     const float in[] = {std::bit_cast<float>(0xBF801FFFU), 65519.996F, std::bit_cast<float>(0x7F800001U),
                         1e-8F};
-    std::uint16_t out[4] = {};
-    EncodeHalfVector3(in, out);
-    EXPECT_EQ((std::vector<std::uint16_t>{out, out + 4}),
-              (std::vector<std::uint16_t>{0xBC00, 0x7BFF, 0x7C00, 0}));
-    EncodeHalfRotation(in, out);
-    EXPECT_EQ(out[3], 0);
+    std::array<std::uint16_t, 4> out{};
+    EncodeHalfRotation(in, out.data());
+    EXPECT_EQ(out, (std::array<std::uint16_t, 4>{0xBC00, 0x7BFF, 0x7C00, 0}));
     float back[3] = {};
-    DecodeHalfVector3(out, back);
-    EXPECT_EQ(back[0], -1.0F);
+    EncodeHalfVector3(in + 1, out.data());
+    DecodeHalfVector3(out.data(), back);
+    EXPECT_TRUE(back[0] == 65504 && back[1] == kInf && back[2] == 0 && out[3] == 0);
 }
 
 TEST(KeyCodecs, HalfRotationsOutOfLengthAreNormalised)
