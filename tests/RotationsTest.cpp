@@ -115,8 +115,8 @@ TEST(Rotations, EulerAnglesOnBothSidesOfTheGimbalThreshold)
         {5, {1, 1, 2}, 0, 2, 1, 2, {{1, 2, 0}, {1, 0, 0}}, {{-1, 0, 2}, {1, 2, 2}}, {{-1, 1, 0}, {1, 1, 1}}},
         {6, {1, 2, 0}, 1, 0, 2, 0, {{1, 0, 1}, {1, 1, 1}}, {{-1, 1, 0}, {1, 0, 0}}, {{-1, 2, 1}, {1, 2, 2}}},
     };
-    const float sines[] = {-2,   -1,      std::nextafter(-1.0F, 0.0F),   -kGimbal,   -0.5F, 0,
-                           0.5F, kGimbal, std::nextafter(kGimbal, 1.0F), 0.9999995F, 1,     2};
+    const float sines[] = {-1.5F, -1,      std::nextafter(-1.0F, 0.0F),   -kGimbal,   -0.5F, 0,
+                           0.5F,  kGimbal, std::nextafter(kGimbal, 1.0F), 0.9999995F, 1,     1.5F};
     for (const auto& row : rows) {
         for (const float sine : sines) {
             _Matrix<float> m{

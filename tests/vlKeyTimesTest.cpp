@@ -181,11 +181,11 @@ TEST(vlKeyTimes, MoveKeysBehind)
         ExpectList(list, c.after);
     }
     // The length takes the float difference in double and keeps what the float keys round away.
-    vlKeyTimes fine = Keys({0.1F, 1000});
-    fine.SetKeysTime(0, 1, 1000);
-    const float delta = 1000 - (1000 - 0.1F);
+    vlKeyTimes fine = Keys({0, 0.3F, 1000});
+    fine.SetKeysTime(0, 1, 0.4F);
+    const float delta = 0.4F - 0.3F;
     const double length = 1000 + static_cast<double>(delta);
-    ExpectList(fine, {0.1F, 1000 + delta, static_cast<float>(2 * length)}, length);
+    ExpectList(fine, {0, 0.3F + delta, 1000 + delta, static_cast<float>(2 * length)}, length);
 }
 
 TEST(vlKeyTimes, SetKeys)
