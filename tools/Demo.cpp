@@ -2,6 +2,7 @@
 
 #include "House.h"
 #include "Info.h"
+#include "KeyForms.h"
 
 #include <vlio2/FileStream.h>
 
@@ -58,7 +59,11 @@ bool RunDemo(const std::string& folder)
 
     std::printf("\nSaving it to %s\n\n", copy.c_str());
     loaded.m_meshPath = copy + "/house.mesh";
-    return loaded.Save((copy + "/house.gim").c_str()) == 0 && SameFiles(folder, copy);
+    if (loaded.Save((copy + "/house.gim").c_str()) != 0 || !SameFiles(folder, copy))
+        return false;
+
+    std::printf("\n");
+    return PrintKeyForms();
 }
 
 }  // namespace vela::vlgim::tools
