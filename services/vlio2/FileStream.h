@@ -42,7 +42,7 @@ struct VLGIM_API FileStream {
     /// device, can't be read, or changed its length meanwhile; bytes is then empty. Throws std::bad_alloc.
     static bool ReadAllBinary(const char* path, Bytes& bytes, FileSystemType type);
 
-    /// True for anything that has this name: a file, a folder, a device.
+    /// True for anything that is found under this name: a file, a folder, a device.
     static bool Exists(const char* path, FileSystemType type);
 };
 

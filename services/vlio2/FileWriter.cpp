@@ -55,21 +55,28 @@ std::string FollowLinks(std::string path)
     return path;
 }
 
-// One place on disk, however its path is spelled: the folder and the name in it.
-struct Place {
-    dev_t device = 0;
-    ino_t folder = 0;
-    std::string name;
-
-    bool operator==(const Place&) const = default;
-};
-
-Place PlaceOf(const std::string& path)
+// The same text for one place on disk, however its path is spelled.
+std::string PlaceOf(const std::string& path, const struct stat& folder)
 {
-    struct stat folder = {};
-    if (::stat(FolderOf(path).c_str(), &folder) != 0)
-        return {};
-    return {folder.st_dev, folder.st_ino, path.substr(path.rfind('/') + 1)};
+    return std::to_string(folder.st_dev) + ':' + std::to_string(folder.st_ino) + '/' +
+           path.substr(path.rfind('/') + 1);
+}
+
+// In a folder with the sticky bit only the owner of a file or of the folder may replace the file.
+bool MayReplace(const struct stat& file, const struct stat& folder)
+{
+    const uid_t user = ::geteuid();
+    return !(folder.st_mode & S_ISVTX) || user == 0 || user == file.st_uid || user == folder.st_uid;
+}
+
+// As far as the system allows: only root can give a file away, and some file systems know no owners. Special bits
+// and the rights of a group are for the old owner and the old group alone.
+void TakeOver(int descriptor, const struct stat& old)
+{
+    mode_t kept = 07777;
+    if (::fchown(descriptor, old.st_uid, old.st_gid) != 0)
+        kept = ::fchown(descriptor, uid_t(-1), old.st_gid) == 0 ? 0777 : 0707;
+    ::fchmod(descriptor, old.st_mode & kept);
 }
 
 }  // namespace
@@ -88,7 +95,7 @@ struct FileWriter::File {
     std::size_t position = 0;  // in memory
     int descriptor = -1;
     int error = 0;  // errno of the first failure
-    Place place;
+    std::string place;         // empty for what is no regular file
 
     File() = default;
     File(const File&) = delete;
@@ -121,7 +128,9 @@ struct FileWriter::File {
     int OpenSibling(const struct stat* old);
     int OpenInPlace();
     int Remember(const char* bytes, std::size_t size);
-    void Put();
+    int SeekInMemory(off64_t* offset, int whence);
+    void Rename();
+    void WriteInPlace();
     std::FILE* Stream();
 
     // The stream's own error flag keeps no reason and can be lost at fclose, so the file keeps both itself.
@@ -131,7 +140,7 @@ struct FileWriter::File {
 
 int FileWriter::File::Open()
 {
-    struct stat old = {};
+    struct stat old = {}, folder = {};
     const bool exists = ::stat(path.c_str(), &old) == 0;
     if (!exists && errno != ENOENT)
         return errno;
@@ -146,14 +155,16 @@ int FileWriter::File::Open()
         return errno;
 
     target = FollowLinks(path);
-    place = PlaceOf(target);
-    if (place.name.empty())
+    if (target.empty() || target.ends_with('/') || ::stat(FolderOf(target).c_str(), &folder) != 0)
         return ENOENT;
-    const int refused = OpenSibling(exists ? &old : nullptr);
+    place = PlaceOf(target, folder);
+    const int refused = exists && !MayReplace(old, folder) ? EPERM : OpenSibling(exists ? &old : nullptr);
     if (!exists || (refused != EACCES && refused != EPERM && refused != EROFS))
         return refused;
     if (const int reason = OpenInPlace())
         return reason;
+    // WriteInPlace opens it again: a set may have more files than a process may have open.
+    Close();
     vela::LogWarning("%s is written in place: its folder takes no new file: %s", path.c_str(),
                      ErrorText(refused).c_str());
     return 0;
@@ -162,23 +173,18 @@ int FileWriter::File::Open()
 int FileWriter::File::OpenSibling(const struct stat* old)
 {
     std::random_device random;
+    std::string name;
     do {
-        char name[32];
-        std::snprintf(name, sizeof name, ".vlgim-%08x%08x", random(), random());
-        sibling = FolderOf(target) + name;
-        descriptor = ::open(sibling.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        char number[24];
+        std::snprintf(number, sizeof number, ".vlgim-%08x%08x", random(), random());
+        name = FolderOf(target) + number;
+        descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     } while (descriptor < 0 && errno == EEXIST);
-    if (descriptor < 0) {
-        const int reason = errno;
-        sibling.clear();
-        return reason;
-    }
-    if (old) {
-        // As far as the system allows: only root can give a file away, and some file systems know no owners.
-        if (::fchown(descriptor, old->st_uid, old->st_gid) != 0)
-            static_cast<void>(::fchown(descriptor, uid_t(-1), old->st_gid) == 0);
-        ::fchmod(descriptor, old->st_mode & 0777);
-    }
+    if (descriptor < 0)
+        return errno;
+    sibling = std::move(name);
+    if (old)
+        TakeOver(descriptor, *old);
     return 0;
 }
 
@@ -198,29 +204,41 @@ ssize_t FileWriter::File::WriteCall(void* self, const char* bytes, std::size_t s
 
 int FileWriter::File::Remember(const char* bytes, std::size_t size)
 try {
+    if (size > memory.max_size() - position)
+        return EFBIG;
     memory.resize(std::max(memory.size(), position + size));
     std::copy_n(bytes, size, memory.begin() + static_cast<std::ptrdiff_t>(position));
     position += size;
     return 0;
-} catch (const std::bad_alloc&) {
+} catch (const std::exception&) {
     return ENOMEM;  // stdio calls this, and no exception may pass through it
 }
 
 int FileWriter::File::SeekCall(void* self, off64_t* offset, int whence)
 {
     auto& file = *static_cast<File*>(self);
-    if (file.InPlace()) {
-        const std::size_t from = whence == SEEK_SET   ? 0
-                                 : whence == SEEK_CUR ? file.position
-                                                      : file.memory.size();
-        file.position = from + static_cast<std::size_t>(*offset);
-        *offset = static_cast<off64_t>(file.position);
-        return 0;
+    if (file.InPlace())
+        return file.SeekInMemory(offset, whence);
+    const off64_t reached = ::lseek64(file.descriptor, *offset, whence);
+    if (reached < 0)
+        return -1;
+    *offset = reached;
+    return 0;
+}
+
+int FileWriter::File::SeekInMemory(off64_t* offset, int whence)
+{
+    const std::size_t from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? position : memory.size();
+    off64_t reached = 0;
+    const bool fits = !__builtin_add_overflow(static_cast<off64_t>(from), *offset, &reached) && reached >= 0 &&
+                      static_cast<std::size_t>(reached) <= memory.max_size();
+    if (!fits) {
+        errno = EINVAL;
+        return -1;
     }
-    *offset = ::lseek64(file.descriptor, *offset, whence);
-    if (*offset < 0)
-        file.Fail(errno);
-    return *offset < 0 ? -1 : 0;
+    position = static_cast<std::size_t>(reached);
+    *offset = reached;
+    return 0;
 }
 
 std::FILE* FileWriter::File::Stream()
@@ -229,19 +247,23 @@ std::FILE* FileWriter::File::Stream()
                          {.read = nullptr, .write = WriteCall, .seek = SeekCall, .close = nullptr});
 }
 
-// Moves a checked file to its target.
-void FileWriter::File::Put()
+// Puts a file that is whole and checked in its place.
+void FileWriter::File::Rename()
 {
-    if (!InPlace()) {
-        if (::rename(sibling.c_str(), target.c_str()) != 0)
-            return Fail(errno);
+    if (::rename(sibling.c_str(), target.c_str()) == 0)
         sibling.clear();
-        return;
-    }
-    if (const int reason = WriteAll(descriptor, memory.data(), memory.size()))
-        return Fail(reason);
+    else
+        Fail(errno);
+}
+
+void FileWriter::File::WriteInPlace()
+{
+    if (descriptor < 0)
+        Fail(OpenInPlace());
+    if (error == 0)
+        Fail(WriteAll(descriptor, memory.data(), memory.size()));
     struct stat status = {};
-    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+    if (error == 0 && ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
         ::ftruncate(descriptor, static_cast<off_t>(memory.size())) != 0)
         Fail(errno);
     Close();
@@ -260,22 +282,19 @@ std::FILE* FileWriter::Open(const char* path)
     auto file = std::make_unique<File>();
     file->path = path;
     m_openError = file->Open();
-    const bool hasPlace = !file->place.name.empty();
-    if (m_openError == 0 && hasPlace && std::any_of(m_files.begin(), m_files.end(), [&](const auto& other) {
-            return other->place == file->place;
-        }))
+    if (m_openError == 0 && !file->place.empty() && !m_places.insert(file->place).second)
         m_openError = EEXIST;
     if (m_openError == EEXIST)
         vela::LogError("%s is the target of two files that are saved together", path);
     if (m_openError != 0)
         return nullptr;
 
-    m_stream = file->Stream();
+    m_files.push_back(std::move(file));
+    m_stream = m_files.back()->Stream();
     if (!m_stream) {
         m_openError = errno;
-        return nullptr;
+        m_files.pop_back();
     }
-    m_files.push_back(std::move(file));
     return m_stream;
 }
 
@@ -299,15 +318,27 @@ bool FileWriter::Commit()
     CloseStream();
     const auto failed = [](const auto& file) { return file->error != 0; };
     auto bad = std::find_if(m_files.begin(), m_files.end(), failed);
-    for (auto file = m_files.rbegin(); bad == m_files.end() && file != m_files.rend(); ++file) {
-        (*file)->Put();
+    // What is written in place is what may still fail, so it goes before anything is renamed.
+    for (auto file = m_files.begin(); bad == m_files.end() && file != m_files.end(); ++file) {
+        if (!(*file)->InPlace())
+            continue;
+        (*file)->WriteInPlace();
         if (failed(*file))
-            bad = std::next(file).base();
+            bad = file;
+    }
+    for (auto file = m_files.end(); bad == m_files.end() && file != m_files.begin();) {
+        --file;
+        if ((*file)->InPlace())
+            continue;
+        (*file)->Rename();
+        if (failed(*file))
+            bad = file;
     }
     const bool done = bad == m_files.end();
     if (!done)
         vela::LogError("failed to write %s: %s", (*bad)->path.c_str(), ErrorText((*bad)->error).c_str());
     m_files.clear();
+    m_places.clear();
     return done;
 }
 

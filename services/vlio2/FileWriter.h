@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace vlio {
@@ -17,10 +18,11 @@ namespace vlio {
 /// behind, which is never in the way of a later save.
 ///
 /// A link is followed; a dangling one creates what it names. A new file gets the permissions that fopen would
-/// give it, a replaced one keeps its permissions and, where the system allows, its owner. Hard links to the
-/// old file keep the old content. Devices, pipes and files in a folder that takes no new file are held in
-/// memory and written in place by Commit; for a file this is the one case in which the old content is at
-/// risk, and LogWarning says so. There is no fsync.
+/// give it, a replaced one keeps its permissions and, where the system allows, its owner. Hard links to the old
+/// file keep the old content. Devices, pipes, and files in a folder that takes no new file or does not let them
+/// be replaced, are held in memory and written in place by Commit, before anything is renamed; for a file this is
+/// the one case in which the old content is at risk, and LogWarning says so. Opening a pipe waits for its reader,
+/// and writing to one whose reader has gone raises SIGPIPE. There is no fsync.
 class VLGIM_API FileWriter {
 public:
     FileWriter();
@@ -39,11 +41,10 @@ public:
     /// The system's reason (an errno value) for the last null of Open.
     int OpenError() const { return m_openError; }
 
-    /// Puts all files in place, the first one last: it is the one that names the others, so that no reader
-    /// finds it ahead of them. True: all are in place. False: LogError "failed to write %s: %s" has named the
-    /// file and the system's reason. Where any file could not be written, nothing was replaced; where one of
-    /// several could not be renamed, those behind it in the set are in place, it and those ahead are as they
-    /// were.
+    /// Puts all files in place, the first one last: it is the one that names the others, so that no reader finds
+    /// it ahead of them. True: all are in place. False: LogError "failed to write %s: %s" has named the file and
+    /// the system's reason. Where any file could not be written, nothing was renamed; where one of several could
+    /// not be renamed, those behind it in the set are in place, it and those ahead are as they were.
     bool Commit();
 
 private:
@@ -52,7 +53,8 @@ private:
     void CloseStream();
 
     std::vector<std::unique_ptr<File>> m_files;
-    std::FILE* m_stream = nullptr;  // of the last file
+    std::unordered_set<std::string> m_places;  // of the files
+    std::FILE* m_stream = nullptr;             // of the last file
     int m_openError = 0;
 };
 

@@ -7,6 +7,7 @@
 #include <tinyxml2.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -217,6 +218,8 @@ int XmlData::Save(const char* path, FileWriter& set) const
     }
 
     std::FILE* file = set.Open(path);
+    if (!file && set.OpenError() == EEXIST)
+        return 1;  // the set has said why
     if (!file)
         return RefuseToWrite(path, ErrorText(set.OpenError()));
     const std::string_view content = isAsLoaded ? TextOf(m_bytes) : printed;

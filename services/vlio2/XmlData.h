@@ -46,7 +46,7 @@ public:
     ~XmlData();
 
     /// Reads a whole regular file as Parse does. Logs nothing.
-    /// Returns as Parse, or tinyxml2's XML_ERROR_FILE_NOT_FOUND for a file that is missing and
+    /// Returns as Parse, or tinyxml2's XML_ERROR_FILE_NOT_FOUND for a file that can't be found and
     /// XML_ERROR_FILE_READ_ERROR for one that can't be read: a folder, a pipe, no permission.
     int Load(const char* path);
 

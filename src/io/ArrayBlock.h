@@ -67,7 +67,7 @@ public:
 #ifdef VLGIM_SEPARATE_ARRAYS
         return std::make_shared_for_overwrite<T[]>(static_cast<std::size_t>(slot.count));
 #else
-        return {m_block, reinterpret_cast<T*>(m_block[0].bytes + slot.offset)};
+        return {m_block, reinterpret_cast<T*>(reinterpret_cast<unsigned char*>(m_block.get()) + slot.offset)};
 #endif
     }
 

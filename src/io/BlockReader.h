@@ -41,7 +41,7 @@ public:
     ///        lifts the memory limit
     /// block  the name that a refusal carries until Enter is called; constant text
     BlockReader(const unsigned char* data, const unsigned char* end, const char* block)
-        : m_start(data), m_size(end ? static_cast<std::uint64_t>(end - data) : kUnknownSize), m_block(block)
+        : m_start(data), m_size(SizeOf(data, end)), m_block(block)
     {
         if (!data)
             Refuse(1, 0);
@@ -132,6 +132,14 @@ public:
 
 private:
     static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
+
+    // An end ahead of the start leaves nothing to read.
+    static std::uint64_t SizeOf(const unsigned char* data, const unsigned char* end)
+    {
+        if (!end)
+            return kUnknownSize;
+        return end > data ? static_cast<std::uint64_t>(end - data) : 0;
+    }
 
     std::uint64_t Budget() const
     {

@@ -30,11 +30,11 @@ public:
     /// In bytes from the start of the stream.
     std::uint64_t Position() const { return static_cast<std::uint64_t>(ftello(m_stream)); }
 
-    /// Leaves the stream behind the value, not where it was.
+    /// Leaves the stream behind the value, not where it was. Does nothing where the stream can't go there.
     void Patch(std::uint64_t position, std::uint32_t value)
     {
-        fseeko(m_stream, static_cast<off_t>(position), SEEK_SET);
-        Value(value);
+        if (fseeko(m_stream, static_cast<off_t>(position), SEEK_SET) == 0)
+            Value(value);
     }
 
 private:
