@@ -4,7 +4,8 @@ include(CMakePackageConfigHelpers)
 install(TARGETS vlgim EXPORT vlgimTargets)
 install(EXPORT vlgimTargets NAMESPACE vlgim:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/vlgim)
 install(DIRECTORY include/vlgim DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY services/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vlgim/services FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY services/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vlgim/services FILES_MATCHING PATTERN "*.h"
+  PATTERN "XmlScan.h" EXCLUDE)
 
 configure_package_config_file(cmake/vlgimConfig.cmake.in vlgimConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/vlgim)

@@ -10,8 +10,10 @@ int main(int argc, char** argv)
     for (std::uint32_t i = 0; i < mesh.m_subCount; ++i) {
         const auto& part = mesh.m_subRecords[i];
         std::printf("%s: %u vertices", model.GetSubmesh(int(i)).name.c_str(), part.vertexCount);
-        for (std::uint32_t v = part.firstVertex; v < part.firstVertex + part.vertexCount; ++v)
-            std::printf(" (%g, %g, %g)", mesh.m_positions[v].x, mesh.m_positions[v].y, mesh.m_positions[v].z);
+        for (std::uint32_t v = 0; v < part.vertexCount && part.firstVertex + v < mesh.m_vertexCount; ++v) {
+            const auto& p = mesh.m_positions[part.firstVertex + v];
+            std::printf(" (%g, %g, %g)", p.x, p.y, p.z);
+        }
         std::printf("\n");
     }
 }

@@ -93,6 +93,8 @@ TEST_F(FileWriterTest, StreamSeeksAndPatches)
         EXPECT_EQ(std::ftell(stream), 10) << path;
         std::fseek(stream, 2, SEEK_SET);
         std::fputs("ab", stream);
+        EXPECT_EQ(std::fseek(stream, -20, SEEK_END), -1) << path;
+        EXPECT_EQ(std::fseek(stream, -1, SEEK_SET), -1) << path;
         EXPECT_TRUE(file.Commit()) << path;
     }
     EXPECT_EQ(Read(Path("file")), "01ab456789");
@@ -153,13 +155,12 @@ TEST_F(FileWriterTest, ASetChangesTogether)
     for (const bool full : {true, false}) {
         FileWriter set;
         std::fputs("new", set.Open(Path("manifest").c_str()));
-        std::fputs("new", set.Open(Path("side").c_str()));
         if (full)
             std::fputs("new", set.Open("/dev/full"));
+        std::fputs("new", set.Open(Path("side").c_str()));
         EXPECT_EQ(set.Commit(), !full);
         EXPECT_EQ(Read(Path("manifest")), full ? "old" : "new");
-        if (full)
-            std::filesystem::remove(Path("side"));
+        EXPECT_EQ(Names(), full ? Lines{"manifest"} : Lines({"manifest", "side"}));
     }
     EXPECT_EQ(log.lines, Lines{"E failed to write /dev/full: No space left on device"});
     EXPECT_EQ(Names(), (Lines{"manifest", "side"}));
@@ -203,7 +204,7 @@ TEST_F(FileWriterTest, AFullDiskLeavesTheOldFile)
         ::setrlimit(RLIMIT_FSIZE, &low);
 
     LogCapture log;
-    for (const std::size_t size : {70'000, 1'000'000}) {  // one within a buffer of its end, one large write
+    for (const std::size_t size : {70'000U, 1'000'000U}) {  // one within a buffer of its end, one large write
         EXPECT_FALSE(Save(path, std::string(size, 'x')));
         EXPECT_EQ(Read(path), "old");
         EXPECT_EQ(Names(), Lines{"a"});

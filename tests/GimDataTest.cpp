@@ -253,6 +253,12 @@ TEST_F(GimDataTest, ASaveThatFailsChangesNothing)
     EXPECT_EQ(log.lines.back(), "E mesh file " + Path("m/a.mesh") +
                                     " can't be written: submesh 0 declares 4 uv sets, and the mesh has 2");
     EXPECT_TRUE(unchanged());
+    model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 2;
+    model.m_gimXml.FindElement("Vela/SubMesh", nullptr)->InsertNewChildElement("c");
+    EXPECT_EQ(save(), 1);
+    EXPECT_EQ(log.lines.back(), "E mesh file " + Path("m/a.mesh") +
+                                    " can't be written: it has 2 submeshes, and the manifest has 3");
+    EXPECT_TRUE(unchanged());
 
     GimData empty;
     EXPECT_EQ(empty.Save(Path("new/a.gim").c_str()), 0) << "nothing to write";

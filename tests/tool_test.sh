@@ -62,3 +62,8 @@ for arguments in '' 'info' 'frobnicate' 'info --submeshes x house.mesh' 'demo a 
     [ ! -s out ] || fail "wrong usage writes to stdout"
 done
 expect 0 info --help
+
+if "$vlgim" info --base res/ house.gim >/dev/full 2>err; then fail "a full disk goes unseen"; fi
+says err "can't be written"
+cp res/house.mesh UPPER.MESH
+expect 0 info UPPER.MESH

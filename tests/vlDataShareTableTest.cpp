@@ -50,7 +50,7 @@ TEST(vlDataShareTable, RefusesWhatDoesNotFit)
         EXPECT_EQ(table.m_blocks, (std::vector<std::uint32_t>{7}));
     };
     test::ForEachPrefix(kTable, refused);
-    for (const std::size_t countAt : {0, 10}) {  // a negative count, with bytes enough for it
+    for (const std::size_t countAt : {0U, 10U}) {  // a negative count, with bytes enough for it
         std::vector<unsigned char> negative = kTable;
         negative[countAt + 1] = 0x80;
         negative.resize(400'000);

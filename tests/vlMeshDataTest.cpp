@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 namespace vela::vlgim {
 
 namespace {
@@ -105,8 +107,8 @@ TEST(vlMeshData, DamageNamesBlockAndByte)
         {Bytes(kFile.begin(), kFile.begin() + 14), "table offset at byte 12 needs 4, and 2 is left"},
         {With(kFile, 12, ByteBuilder().U32(100'000)), "share table at byte 100000 needs 2, and 0 is left"},
         {With(kFile, kTableAt, ByteBuilder().U16(0x8001)),
-         "share table at byte 302 needs 32769, and 32767 is left"},
-        {WithTable(ByteBuilder().U16(0).U16(0)), "share table at byte 304 needs 1, and 0 is left"},
+         "share table at byte 300 needs 32769, and 32767 is left"},
+        {WithTable(ByteBuilder().U16(0).U16(0)), "share table at byte 300 needs 1, and 0 is left"},
         {With(kFile, kTableAt + 2, ByteBuilder().U32(0xFFFFFFFF)),
          "submesh entries at byte 4294967295 needs 20, and 0 is left"},
         {With(kFile, 16 + 18, ByteBuilder().U8(5)), "submesh entries at byte 34 needs 5, and 4 is left"},
@@ -170,19 +172,24 @@ TEST(vlMeshData, ShareTableDecidesWhatIsRead)
     twoVertexBlocks.U16(3).U32(16).U32(99).U32(77).U16(3);
     moreVertexPairs.U16(1).U32(16).U16(2);
     original.U16(2).U32(16).U32(20).U16(2);
-    for (const std::uint32_t type : {4, 4, 4})
+    for (const std::uint32_t type : {4U, 4U, 4U})
         pair(twoVertexBlocks, type);
-    for (const std::uint32_t type : {4, 4})
+    for (const std::uint32_t type : {4U, 4U})
         pair(moreVertexPairs, type);
-    for (const std::uint32_t type : {5, 4})
+    for (const std::uint32_t type : {5U, 4U})
         pair(original, type);
     const Case cases[] = {
         {"no pair", noPair, true, {}},
         {"blocks behind the first vertex block",
          twoVertexBlocks,
          true,
-         {"W gim file has data blocks that are not read, and lost at a write, at byte 99, 77"}},
-        {"more vertex pairs than blocks", moreVertexPairs, true, {}},
+         {"W gim file tells of 3 vertex blocks, of which the first is read and the others are lost at a "
+          "write: at byte 99, 77"}},
+        {"more vertex pairs than blocks",
+         moreVertexPairs,
+         true,
+         {"W gim file tells of 2 vertex blocks, of which the first is read and the others are lost at a "
+          "write"}},
         {"original data", original, false, {"E gim file has original data, which is not read yet"}},
     };
     for (const Case& c : cases) {
@@ -218,9 +225,25 @@ TEST(vlMeshData, TheSubmeshCountThatFits)
     EXPECT_TRUE(counts(With(kFile, 16, ByteBuilder().U32(9))).empty()) << "no count adds up";
     EXPECT_TRUE(counts(With(kFile, 4, ByteBuilder().U32(0x50005))).empty());
     EXPECT_TRUE(counts({}).empty());
-    // An empty mesh, followed by what reads like an empty submesh ahead of another empty mesh: 0, 1 or 2.
-    const Bytes zeros(20, 0);
-    EXPECT_EQ(counts(test::StaticMesh(zeros)), (std::vector<std::uint32_t>{1}));
+    // Three triangles without a vertex, or two submeshes without data.
+    const ByteBuilder ambiguous = ByteBuilder().U16(1).U32(0).U32(3).Fill(20, 0);
+    EXPECT_EQ(counts(test::StaticMesh(ambiguous)), (std::vector<std::uint32_t>{0, 2}));
+}
+
+TEST(vlMeshData, AStreamThatCannotSeekGetsNothing)
+{
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    std::FILE* stream = ::fdopen(ends[1], "wb");
+    vlMeshData mesh;
+    ASSERT_TRUE(Read(mesh, kFile));
+    test::LogCapture log;
+    EXPECT_EQ(mesh.WriteMeshFile(stream), 0);
+    std::fclose(stream);
+    char byte = 0;
+    EXPECT_EQ(::read(ends[0], &byte, 1), 0);
+    ::close(ends[0]);
+    EXPECT_EQ(log.lines, Lines{"E mesh can't be written: the stream can't seek"});
 }
 
 class MeshFile : public test::FolderTest {};

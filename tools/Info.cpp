@@ -1,5 +1,6 @@
 #include "Info.h"
 
+#include <basekit/StringAlgo.h>
 #include <vlio2/FileStream.h>
 #include <vlio2/Path.h>
 
@@ -217,7 +218,9 @@ void PrintModel(const std::string& path, const GimData& model)
 
 bool PrintFile(const std::string& path, const InfoOptions& options)
 {
-    if (!path.ends_with(".mesh"))
+    std::string lower = path;
+    kit::StringAlgo::ToLower(lower.data());
+    if (!lower.ends_with(".mesh"))
         return PrintManifest(path, options);
     vlio::Bytes bytes;
     if (!vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_MODEL)) {

@@ -18,8 +18,13 @@ int PrintAll(const std::vector<std::string>& files, const tools::InfoOptions& op
     for (const std::string& file : files) {
         if (&file != &files.front())
             std::printf("\n");
-        if (!tools::PrintFile(file, options))
+        try {
+            if (!tools::PrintFile(file, options))
+                code = kUnreadable;
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "%s: %s\n", file.c_str(), error.what());
             code = kUnreadable;
+        }
     }
     return code;
 }
@@ -58,7 +63,13 @@ int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 try {
-    return Run(argc, argv);
+    const int code = Run(argc, argv);
+    // A full disk shows here at the latest.
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+        std::fprintf(stderr, "vlgim: the output can't be written\n");
+        return kUnreadable;
+    }
+    return code;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "vlgim: %s\n", error.what());
     return kUnreadable;

@@ -47,25 +47,26 @@ public:
     GimData& operator=(const GimData&) = delete;
 
     /// Loads a model in place of what the object held.
-    /// path      of the manifest. Without a "Mesh" attribute in it, the mesh lies beside it; so do the
-    /// material
-    ///           group, without MtgFile or a base path, and the music.
+    /// path      of the manifest; not a text that lies in this object. Without a "Mesh" attribute in it, the mesh
+    ///           lies beside it; so does the music, and without MtgFile or a base path the material group.
     /// basePath  null, or the prefix of a relative mesh path and of the "MtgPath" of MtgFile
     /// Returns 0: the manifest, the mesh and all submesh records are there. A missing or faulty .mtg or music
     /// document is logged and does not change that.
-    /// 1: the mesh could not be read; only m_gimXml and m_meshPath are filled, and Save refuses.
+    /// 1: the mesh could not be read; only m_gimXml and m_meshPath are filled. Save refuses, but for a manifest
+    /// that names no submesh, of which it saves the documents.
     /// -1: a submesh has no "Name" or "MtlIdx"; m_submeshes ends ahead of it, everything else is there.
     /// Any other value is an error of XmlData::Load for the manifest, and the object is empty.
     /// LogError or LogWarning names each file that failed. Throws std::bad_alloc.
     int Load(const char* path, const char* basePath = nullptr);
 
-    /// Saves the model: documents that are not empty and, with a submesh count above 0, the mesh. All files
-    /// are written and checked before the first is replaced, the manifest last. path      supplies the names
-    /// of manifest, material group and music basePath  null, or the prefix of "MtgPath" in the manifest; the
-    /// manifest itself is written without it The mesh goes back to m_meshPath, whatever path says; change
-    /// that member to write it elsewhere. Returns 0; 1 if nothing was replaced, or not everything, and
-    /// LogError has said why. A mesh that can't be written (vlMeshData::WriteObstacle) and two files with one
-    /// target are refused before any file is opened or replaced.
+    /// Saves the model: documents that are not empty and, with a submesh count above 0, the mesh. All files are
+    /// written and checked before the first is replaced, the manifest last.
+    /// path      supplies the names of manifest, material group and music
+    /// basePath  null, or the prefix of "MtgPath" in the manifest; the manifest itself is written without it
+    /// The mesh goes back to m_meshPath, whatever path says; change that member to write it elsewhere.
+    /// Returns 0; 1 if nothing was replaced, or not everything, and LogError has said why. Refused ahead of all
+    /// writing are a mesh that can't be written (vlMeshData::WriteObstacle), one whose submeshes are not as many
+    /// as the manifest's, and two files with one target.
     int Save(const char* path, const char* basePath = nullptr);
 
     /// Name of the skeleton file, as the manifest has it; empty where it has none.
@@ -81,6 +82,7 @@ private:
     int ReadMesh(const char* path, const char* basePath);
     bool LoadMaterialGroupInfo();
     bool LoadSubMeshInfo();
+    std::string MeshObstacle() const;
     std::string MaterialPath(const char* path, const char* basePath) const;
 };
 

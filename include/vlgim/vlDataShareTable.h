@@ -43,10 +43,12 @@ public:
     void ClearBlockInfo() { m_blocks.clear(); }
     void ClearDataPair() { m_pairs.clear(); }
 
-    /// Reads i16 B, B u32 offsets, i16 P and P pairs: 4 + 4 B + 8 P bytes, at any alignment, in place of what
-    /// the table held. data   first byte of the table; null gives null end    one past the last readable
-    /// byte; null if the caller vouches for the table Returns the byte behind the table; null if it does not
-    /// fit or a count is negative, and the table is as it was.
+    /// Reads i16 B, B u32 offsets, i16 P and P pairs: 4 + 4 B + 8 P bytes, at any alignment, in place of what the
+    /// table held.
+    /// data   first byte of the table; null gives null
+    /// end    one past the last readable byte; null if the caller vouches for the table
+    /// Returns the byte behind the table; null if it does not fit or a count is negative, and the table is as it
+    /// was.
     const unsigned char* ReadData(const unsigned char* data, const unsigned char* end = nullptr);
 
     /// Writes the table at the stream's position, reserved bytes as 0. With more than 32,767 blocks or pairs

@@ -50,13 +50,13 @@ public:
     std::shared_ptr<geomath::_Matrix<float>[]> m_boneMatrices;
     std::uint16_t m_skelVertexBlocks = 0;  ///< 1: m_vertexData is a skinned vertex object
 
-    /// Reads a whole file image, which is needed during the call only. m_submeshCount and m_spareIndex are
-    /// the caller's and stay; everything else is replaced. data     first byte of the file, at any alignment
+    /// Reads a whole file image, which is needed during the call only. m_submeshCount and m_spareIndex are the
+    /// caller's and stay; everything else is replaced.
+    /// data     first byte of the file, at any alignment
     /// length   in bytes
-    /// Returns true if the mesh was read. False: LogError has said why, m_version, m_packMode and
-    /// m_skeletonFlag hold the file's values where it has a header, and no block is left. The magic word is
-    /// not looked at. Memory never passes 64 times length and 16 MiB. Throws std::bad_alloc, and the object
-    /// is as it was.
+    /// Returns true if the mesh was read. False: LogError has said why, m_version, m_packMode and m_skeletonFlag
+    /// hold the file's values where it has a header, and no block is left. The magic word is not looked at.
+    /// Memory never passes 64 times length and 16 MiB. Throws std::bad_alloc, and the object is as it was.
     bool ReadMeshFile(const unsigned char* data, std::size_t length);
 
     /// The same for a caller who vouches that all counts and offsets of the file lie within its bytes.
@@ -64,15 +64,16 @@ public:
 
     /// Writes the mesh as version 0x50004 with pack mode 0, whatever m_version and m_packMode say, through a
     /// FileWriter: path holds the old file or the whole new one. Not written: m_version, m_packMode,
-    /// m_spareIndex, and what the vertex object leaves out.
+    /// m_submeshCount, m_spareIndex, blocks that a read passed over with a warning, and what the vertex object
+    /// leaves out.
     /// Returns 0; 1 if nothing was written, and LogError has said why: "unable to open %s", "failed to write
     /// %s: %s", or what WriteObstacle says, in which case nothing was opened.
     int WriteMeshFile(const char* path);
 
-    /// Writes to the caller's stream, open for binary writing and at position 0, since offsets in the file
-    /// count from there. Leaves the stream behind the table offset, not at its end. Always returns 0:
-    /// failures of the stream are its owner's to check. What can't be written is logged, and nothing is
-    /// written.
+    /// Writes to the caller's stream, which has to be open for binary writing, able to seek, not appending, and
+    /// at position 0, since offsets in the file count from there. Leaves the stream behind the table offset, not
+    /// at its end. Always returns 0: failures of the stream are its owner's to check. What can't be written,
+    /// and a stream that can't seek, is logged, and nothing is written.
     int WriteMeshFile(std::FILE* stream);
 
     /// Why a write would be refused, in one sentence; empty if the mesh can be written.

@@ -16,7 +16,8 @@ namespace io {
 class BlockReader;
 }
 
-/// One submesh: a range of the mesh's one vertex list and a range of its one triangle list.
+/// One submesh: a range of the mesh's one vertex list and a range of its one triangle list. Files are believed in
+/// this: unless it has uvs or colours, a range may reach beyond the list, so whoever walks one stops at its end.
 struct SubmeshRecord {
     std::uint32_t firstVertex = 0;    ///< sum of the vertexCounts before it, modulo 2^32; not in the file
     std::uint32_t firstTriangle = 0;  ///< likewise, in triangles
@@ -59,24 +60,24 @@ struct VLGIM_API vlMeshVertexData {
     vlMeshVertexData& operator=(const vlMeshVertexData&) = default;
     virtual ~vlMeshVertexData() = default;
 
-    /// Reads a vertex block at any alignment into new arrays; m_subRecords is made anew as well. With data
-    /// flag 0 the block ends behind its counts, and positions, normals, indices and uvs are 0. data first
-    /// byte of the block; null gives null version   of the file, 0x50000 to 0x50004; tangents arrived with
-    /// 0x50001 packMode  1: positions of frame 0 and uvs are half floats, which convert exactly, but for NaN,
-    /// which
+    /// Reads a vertex block at any alignment into new arrays; m_subRecords is made anew as well. With data flag 0
+    /// the block ends behind its counts, and positions, normals, indices and uvs are 0.
+    /// data      first byte of the block; null gives null
+    /// version   of the file, 0x50000 to 0x50004; tangents arrived with 0x50001
+    /// packMode  1: positions of frame 0 and uvs are half floats, which convert exactly, but for NaN, which
     ///           becomes 0xFFC00000; any other value: singles
     /// end       one past the last readable byte; null if the caller vouches for the block
-    /// Needs m_subCount and m_frameCount (0 becomes 1). Returns the byte behind the block. Null, and the
-    /// object is as it was, where the block does not fit, declares more than 4 uv sets, has a uv or colour
-    /// run that leaves the V vertices, or would take more than 64 times its own bytes and 16 MiB of memory.
-    /// Throws std::bad_alloc, and the object is as it was.
+    /// Needs m_subCount and m_frameCount (0 becomes 1). Returns the byte behind the block. Null, and the object
+    /// is as it was, where the block does not fit, declares more than 4 uv sets, has a uv or colour run that
+    /// leaves the V vertices, or would take more than 64 times its own bytes and 16 MiB of memory. Throws
+    /// std::bad_alloc, and the object is as it was.
     virtual const unsigned char* ReadDataNew(const unsigned char* data, unsigned int version,
                                              unsigned int packMode, const unsigned char* end = nullptr);
 
     /// Writes the block in the form of version 0x50004 and pack mode 0 at the stream's position; data flag 1.
-    /// Not written: uv sets that no submesh declares, colours and uvs of vertices outside the runs,
-    /// firstVertex and firstTriangle. Where WriteObstacle has something to say, that is logged and nothing is
-    /// written. Failures of the stream are its owner's to check.
+    /// Not written: uv sets that no submesh declares, colours and uvs of vertices outside the runs, firstVertex,
+    /// firstTriangle, m_hasTangents and m_maxBoneRefCount. Where WriteObstacle has something to say, that is
+    /// logged and nothing is written. Failures of the stream are its owner's to check.
     virtual void WriteData(std::FILE* stream);
 
     /// Bone references per vertex of a skinned mesh.
@@ -86,7 +87,7 @@ struct VLGIM_API vlMeshVertexData {
     /// One sentence; empty if it can be written.
     std::string WriteObstacle() const;
 
-    /// Bytes of the block that WriteData writes.
+    /// Bytes of the block that WriteData writes. Only for an object without a WriteObstacle.
     std::uint64_t WrittenSize() const;
 
 private:

@@ -94,8 +94,8 @@ struct FileWriter::File {
     std::string memory;        // content of a file that is written in place
     std::size_t position = 0;  // in memory
     int descriptor = -1;
-    int error = 0;  // errno of the first failure
-    std::string place;         // empty for what is no regular file
+    int error = 0;      // errno of the first failure
+    std::string place;  // empty for what is no regular file
 
     File() = default;
     File(const File&) = delete;
@@ -230,8 +230,8 @@ int FileWriter::File::SeekInMemory(off64_t* offset, int whence)
 {
     const std::size_t from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? position : memory.size();
     off64_t reached = 0;
-    const bool fits = !__builtin_add_overflow(static_cast<off64_t>(from), *offset, &reached) && reached >= 0 &&
-                      static_cast<std::size_t>(reached) <= memory.max_size();
+    const bool fits = !__builtin_add_overflow(static_cast<off64_t>(from), *offset, &reached) &&
+                      reached >= 0 && static_cast<std::size_t>(reached) <= memory.max_size();
     if (!fits) {
         errno = EINVAL;
         return -1;

@@ -114,12 +114,15 @@ public:
         return true;
     }
 
-    /// Fails at the current byte: it asks for `needed` where only `limit` is allowed.
-    void Refuse(std::uint64_t needed, std::uint64_t limit)
+    /// Fails at a byte that asks for `needed` where only `limit` is allowed.
+    void RefuseAt(std::uint64_t offset, std::uint64_t needed, std::uint64_t limit)
     {
         if (!Failed())
-            m_refusal = {m_block, m_offset, needed, limit};
+            m_refusal = {m_block, offset, needed, limit};
     }
+
+    /// The same at the current byte.
+    void Refuse(std::uint64_t needed, std::uint64_t limit) { RefuseAt(m_offset, needed, limit); }
 
     bool Failed() const { return m_refusal.block != nullptr; }
     const Refusal& WhyRefused() const { return m_refusal; }

@@ -128,14 +128,26 @@ bool GimData::LoadMaterialGroupInfo()
     return true;
 }
 
+std::string GimData::MeshObstacle() const
+{
+    std::string obstacle = m_mesh.WriteObstacle();
+    Elements submeshes;
+    if (const tinyxml2::XMLElement* list = m_gimXml.FindElement("Vela/SubMesh", nullptr))
+        m_gimXml.GetChildElementList(submeshes, list, nullptr);
+    // The manifest alone tells a reader how many submeshes there are: with another number the mesh reads as rubbish.
+    if (obstacle.empty() && !submeshes.empty() && submeshes.size() != m_mesh.m_vertexData->m_subCount)
+        obstacle = "it has " + std::to_string(m_mesh.m_vertexData->m_subCount) +
+                   " submeshes, and the manifest has " + std::to_string(submeshes.size());
+    return obstacle;
+}
+
 int GimData::Save(const char* path, const char* basePath)
 {
     const bool hasMesh = m_mesh.m_submeshCount > 0;
-    if (hasMesh) {
-        if (const std::string obstacle = m_mesh.WriteObstacle(); !obstacle.empty()) {
-            LogError("mesh file %s can't be written: %s", m_meshPath.c_str(), obstacle.c_str());
-            return 1;
-        }
+    const std::string obstacle = hasMesh ? MeshObstacle() : std::string();
+    if (!obstacle.empty()) {
+        LogError("mesh file %s can't be written: %s", m_meshPath.c_str(), obstacle.c_str());
+        return 1;
     }
     // The manifest is opened first, so it is put in place last: it names the others.
     vlio::FileWriter files;
@@ -143,10 +155,10 @@ int GimData::Save(const char* path, const char* basePath)
         return 1;
     if (hasMesh) {
         std::FILE* stream = files.Open(m_meshPath.c_str());
-        if (!stream) {
+        if (!stream && files.OpenError() != EEXIST)  // of which the set has told
             LogError("unable to open %s", m_meshPath.c_str());
+        if (!stream)
             return 1;
-        }
         m_mesh.WriteMeshFile(stream);
     }
     if (!m_mtgXml.IsEmpty() && m_mtgXml.Save(MaterialPath(path, basePath).c_str(), files) != 0)

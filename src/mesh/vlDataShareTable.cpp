@@ -15,9 +15,10 @@ constexpr std::uint16_t kMostEntries = std::numeric_limits<std::int16_t>::max();
 
 std::uint16_t ReadCount(io::BlockReader& in)
 {
+    const std::uint64_t at = in.Offset();
     const auto count = in.Value<std::uint16_t>();
     if (count > kMostEntries)
-        in.Refuse(count, kMostEntries);
+        in.RefuseAt(at, count, kMostEntries);
     return count;
 }
 

@@ -13,20 +13,10 @@ namespace vela::vlgim {
 
 namespace {
 
-// Blocks that the table counts among the vertex blocks, of which only the first is read.
-void WarnOfPassedOver(const std::vector<std::uint32_t>& offsets)
-{
-    if (offsets.empty())
-        return;
-    std::string list;
-    for (const std::uint32_t offset : offsets)
-        list += (list.empty() ? "" : ", ") + std::to_string(offset);
-    LogWarning("gim file has data blocks that are not read, and lost at a write, at byte %s", list.c_str());
-}
-
-// The counts and offsets of a share table that reading goes by.
+// Which blocks of the file are read as what.
 struct BlockList {
     std::uint32_t vertexBlock;
+    std::ptrdiff_t vertexPairs;  // how many vertex blocks the table tells of
     std::vector<std::uint32_t> passedOver;
     std::vector<std::uint32_t> originalData;
 };
@@ -39,7 +29,21 @@ BlockList Sort(const vlDataShareTable& table)
     // Block 0 is read as the vertex block whatever the pairs say.
     const auto firstOriginal =
         blocks + std::clamp<std::ptrdiff_t>(vertexPairs, 1, std::ssize(table.m_blocks));
-    return {table.m_blocks[0], {blocks + 1, firstOriginal}, {firstOriginal, table.m_blocks.end()}};
+    return {
+        table.m_blocks[0], vertexPairs, {blocks + 1, firstOriginal}, {firstOriginal, table.m_blocks.end()}};
+}
+
+void WarnOfPassedOver(const BlockList& blocks)
+{
+    if (blocks.vertexPairs <= 1)
+        return;
+    std::string places;
+    const std::size_t named = std::min<std::size_t>(blocks.passedOver.size(), 8);
+    for (std::size_t i = 0; i < named; ++i)
+        places += (i == 0 ? ": at byte " : ", ") + std::to_string(blocks.passedOver[i]);
+    LogWarning("gim file tells of %td vertex blocks, of which the first is read and the others are lost at a "
+               "write%s%s",
+               blocks.vertexPairs, places.c_str(), named < blocks.passedOver.size() ? ", ..." : "");
 }
 
 }  // namespace
@@ -127,12 +131,13 @@ bool vlMeshData::ReadAnimDataNew(io::BlockReader& in)
 vlDataShareTable vlMeshData::ReadTable(io::BlockReader& in)
 {
     in.Enter("table offset");
-    in.Seek(in.Value<std::uint32_t>());
+    const auto offset = in.Value<std::uint32_t>();
+    in.Seek(offset);
     in.Enter("share table");
     vlDataShareTable table;
     table.Read(in);
     if (table.m_blocks.empty())
-        in.Refuse(1, 0);
+        in.RefuseAt(offset, 1, 0);
     return table;
 }
 
@@ -151,7 +156,7 @@ bool vlMeshData::ReadVertexData(io::BlockReader& in)
     m_vertexData->Read(in, m_version, m_packMode);
     if (in.Failed())
         return false;
-    WarnOfPassedOver(blocks.passedOver);
+    WarnOfPassedOver(blocks);
     return true;
 }
 

@@ -62,6 +62,10 @@ int vlMeshData::WriteMeshFile(std::FILE* stream)
         LogError("mesh can't be written: %s", obstacle.c_str());
         return 0;
     }
+    if (ftello(stream) < 0) {
+        LogError("mesh can't be written: the stream can't seek");
+        return 0;
+    }
     WriteMeshHeader(stream);
     WriteAnimData(stream);
     WriteMeshVertexData(stream);

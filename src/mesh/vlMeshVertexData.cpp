@@ -52,14 +52,12 @@ struct Submeshes {
 Submeshes Survey(io::BlockReader& in, const unsigned char* entries, std::uint32_t count)
 {
     Submeshes all;
-    const std::uint64_t behind = in.Offset();
+    const std::uint64_t start = in.Offset() - count * kEntrySize;
     for (std::uint32_t i = 0; i < count && !in.Failed(); ++i) {
         const SubmeshRecord record = EntryAt(entries, i);
         all.Add(record);
-        if (record.uvSetCount > kMostUvSets) {
-            in.Seek(behind - (count - i) * kEntrySize + 8);
-            in.Refuse(record.uvSetCount, kMostUvSets);
-        }
+        if (record.uvSetCount > kMostUvSets)
+            in.RefuseAt(start + i * kEntrySize + 8, record.uvSetCount, kMostUvSets);
     }
     return all;
 }
@@ -156,7 +154,7 @@ void MeasureData(io::BlockReader& in, Source& source, std::uint64_t frameCount, 
     source.vertexCount = in.Value<std::uint32_t>();
     source.triangleCount = in.Value<std::uint32_t>();
     if (source.submeshes.runEnd > source.vertexCount)
-        in.Refuse(source.submeshes.runEnd, source.vertexCount);
+        in.RefuseAt(in.Offset() - 8, source.submeshes.runEnd, source.vertexCount);
     if (!source.hasData)
         return;
 
