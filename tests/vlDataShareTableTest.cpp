@@ -1,24 +1,23 @@
 #include "support/Bytes.h"
-#include "support/Files.h"
 #include "support/LogCapture.h"
-#include "support/Written.h"
 
 #include <vlgim/vlDataShareTable.h>
 
 #include <gtest/gtest.h>
 
-namespace vela::vlgim {
+using namespace vela::vlgim;
+namespace test = vela::vlgim::test;
 
 namespace {
 
-const std::vector<unsigned char> kTable = test::ByteBuilder()
-                                              .U16(2)
-                                              .U32(16)
-                                              .U32(0xFFFFFFFE)
-                                              .U16(1)
-                                              .U32(0x80000001)  // a type that nobody has named
-                                              .U16(0xFFFF)
-                                              .U16(0xABCD);  // reserved
+// Two blocks, and one pair: a type that nobody has named, index -1, reserved bytes.
+const test::Bytes kTable =
+    test::ByteBuilder().U16(2).U32s({16, 0xFFFFFFFE}).U16(1).U32(0x80000001).U16s({0xFFFF, 0xABCD});
+
+test::Bytes Written(const vlDataShareTable& table)
+{
+    return test::Written([&](std::FILE* stream) { table.WriteData(stream); });
+}
 
 TEST(vlDataShareTable, ReadsAndWrites)
 {
@@ -27,18 +26,14 @@ TEST(vlDataShareTable, ReadsAndWrites)
     ASSERT_EQ(table.ReadData(kTable.data(), kTable.data() + kTable.size()), kTable.data() + kTable.size());
     EXPECT_EQ(table.m_blocks, (std::vector<std::uint32_t>{16, 0xFFFFFFFE}));
     ASSERT_EQ(table.m_pairs.size(), 1U);
-    EXPECT_EQ(table.m_pairs[0].type, 0x80000001U);
-    EXPECT_EQ(table.m_pairs[0].index, -1);
-    EXPECT_EQ(table.m_pairs[0].reserved, 0xABCD);
-
-    std::vector<unsigned char> clean = kTable;
-    clean[18] = clean[19] = 0;
-    EXPECT_EQ(test::Written([&](std::FILE* stream) { table.WriteData(stream); }), clean);
+    const DataPair& pair = table.m_pairs[0];
+    EXPECT_EQ(std::tuple(pair.type, pair.index, pair.reserved), std::tuple(0x80000001U, -1, 0xABCD));
+    EXPECT_EQ(Written(table), test::With(kTable, 18, {0, 0}));
 
     EXPECT_EQ(table.PushBlockInfo(5), 2);
     table.ClearBlockInfo();
     table.ClearDataPair();
-    EXPECT_EQ(table.PushBlockInfo(5), 0);
+    EXPECT_EQ(Written(table), test::Bytes(4));
 }
 
 TEST(vlDataShareTable, RefusesWhatDoesNotFit)
@@ -50,9 +45,8 @@ TEST(vlDataShareTable, RefusesWhatDoesNotFit)
         EXPECT_EQ(table.m_blocks, (std::vector<std::uint32_t>{7}));
     };
     test::ForEachPrefix(kTable, refused);
-    for (const std::size_t countAt : {0U, 10U}) {  // a negative count, with bytes enough for it
-        std::vector<unsigned char> negative = kTable;
-        negative[countAt + 1] = 0x80;
+    for (const std::size_t countAt : {0U, 10U}) {  // the least of all counts, with bytes enough for 32,768
+        test::Bytes negative = test::With(kTable, countAt, {0x00, 0x80});
         negative.resize(400'000);
         refused(negative.data(), negative.data() + negative.size());
     }
@@ -61,16 +55,20 @@ TEST(vlDataShareTable, RefusesWhatDoesNotFit)
 
 TEST(vlDataShareTable, RefusesToWriteMoreThanItsCountsHold)
 {
+    const test::LogCapture log;
     vlDataShareTable table;
     table.m_blocks.resize(32767);
-    const auto write = [&](std::FILE* stream) { table.WriteData(stream); };
-    EXPECT_EQ(test::Written(write).size(), 4 + 4 * 32767U);
+    table.m_pairs.resize(32767);
+    EXPECT_EQ(Written(table).size(), 4 + 12 * 32767U);
     table.m_blocks.resize(32768);
-    test::LogCapture log;
-    EXPECT_TRUE(test::Written(write).empty());
-    EXPECT_EQ(log.lines.size(), 1U);
+    EXPECT_TRUE(Written(table).empty());
+    table.m_blocks.clear();
+    table.m_pairs.resize(32768);
+    EXPECT_TRUE(Written(table).empty());
+    const std::string most = " pairs, and 32767 is the most";
+    EXPECT_EQ(log.lines, (std::vector<std::string>{
+                             "E share table can't be written: it has 32768 blocks and 32767" + most,
+                             "E share table can't be written: it has 0 blocks and 32768" + most}));
 }
 
 }  // namespace
-
-}  // namespace vela::vlgim

@@ -1,8 +1,6 @@
-#include "support/Bytes.h"
 #include "support/Files.h"
 #include "support/LogCapture.h"
 #include "support/MeshBytes.h"
-#include "support/Written.h"
 
 #include <vlgim/vlMeshData.h>
 
@@ -10,29 +8,30 @@
 
 #include <unistd.h>
 
-namespace vela::vlgim {
+using namespace vela::vlgim;
+using namespace vela::vlgim::test;
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
 using Lines = std::vector<std::string>;
-using test::ByteBuilder;
 
-const Bytes kFile = test::StaticMesh(test::TwoSubmeshBlock());
+const Bytes kFile = StaticMesh(TwoSubmeshBlock());
 const auto kTableAt = static_cast<std::uint32_t>(kFile.size() - 16);
 
-Bytes With(Bytes file, std::size_t at, const ByteBuilder& patch)
+Bytes Prefix(std::size_t size)
 {
-    std::copy(patch.Bytes().begin(), patch.Bytes().end(), file.begin() + static_cast<std::ptrdiff_t>(at));
-    return file;
+    return {kFile.begin(), kFile.begin() + static_cast<std::ptrdiff_t>(size)};
 }
 
-// The file with another share table at its end.
-Bytes WithTable(const ByteBuilder& table)
+// The file with a share table of these blocks and of pairs with these types.
+Bytes WithTable(std::initializer_list<std::uint32_t> blocks, std::initializer_list<std::uint32_t> types)
 {
-    Bytes file(kFile.begin(), kFile.begin() + kTableAt);
-    file.insert(file.end(), table.Bytes().begin(), table.Bytes().end());
-    return file;
+    ByteBuilder file;
+    file.Raw(Prefix(kTableAt)).U16(static_cast<std::uint16_t>(blocks.size())).U32s(blocks);
+    file.U16(static_cast<std::uint16_t>(types.size()));
+    for (const std::uint32_t type : types)
+        file.U32(type).U32(0);
+    return file.Bytes();
 }
 
 bool Read(vlMeshData& mesh, const Bytes& file, std::uint32_t submeshCount = 2)
@@ -43,37 +42,31 @@ bool Read(vlMeshData& mesh, const Bytes& file, std::uint32_t submeshCount = 2)
 
 Bytes Written(vlMeshData& mesh)
 {
-    return test::Written([&](std::FILE* stream) { EXPECT_EQ(mesh.WriteMeshFile(stream), 0); });
+    return vela::vlgim::test::Written([&](std::FILE* stream) { EXPECT_EQ(mesh.WriteMeshFile(stream), 0); });
+}
+
+std::vector<std::uint32_t> Counts(const Bytes& file)
+{
+    return vlMeshData::FittingSubmeshCounts(file.data(), file.size());
 }
 
 TEST(vlMeshData, ReadsAndWritesTheSameFile)
 {
-    vlMeshData mesh;
+    vlMeshData mesh, vouched;
     mesh.m_spareIndex = 7;
+    vouched.m_submeshCount = 2;
     ASSERT_TRUE(Read(mesh, kFile));
-    EXPECT_EQ(mesh.m_version, 0x50004U);
-    EXPECT_EQ(mesh.m_packMode, 0U);
     EXPECT_EQ(mesh.m_spareIndex, 7);
-    EXPECT_EQ(mesh.m_skelVertexBlocks, 0);
-    ASSERT_TRUE(mesh.m_vertexData);
-    EXPECT_EQ(mesh.m_vertexData->m_frameCount, 1U);
     EXPECT_EQ(mesh.m_vertexData->m_uvSets[0][3].v, 9.0F);
     EXPECT_EQ(Written(mesh), kFile);
-
-    vlMeshData vouched;
-    vouched.m_submeshCount = 2;
     ASSERT_TRUE(vouched.ReadMeshFile(kFile.data()));
     EXPECT_EQ(Written(vouched), kFile);
+    EXPECT_TRUE(Read(mesh, StaticMesh(Bytes(20)), 1));
 }
 
 TEST(vlMeshData, VersionGate)
 {
-    struct Case {
-        std::uint32_t word;
-        std::uint32_t version, packMode;
-        const char* message;
-    };
-    const Case cases[] = {
+    const std::tuple<std::uint32_t, std::uint32_t, unsigned, const char*> cases[] = {
         {0x00050000, 0x50000, 0, nullptr},
         {0x01050004, 0x50004, 1, nullptr},
         {0xFF050001, 0x50001, 255, nullptr},
@@ -81,153 +74,127 @@ TEST(vlMeshData, VersionGate)
         {0x0004FFFF, 0x4FFFF, 0, "E gim file version is too old"},
         {0x02FFFFFF, 0xFFFFFF, 2, "E gim file version is too new"},
     };
-    for (const Case& c : cases) {
-        Bytes block = test::TwoSubmeshBlock();
-        if (c.version == 0x50000)
-            block.erase(block.begin() + 150, block.begin() + 212);  // tangents came later
-        test::LogCapture log;
+    for (const auto& [word, version, packMode, message] : cases) {
+        const Bytes block = version == 0x50000 ? WithoutTangents() : TwoSubmeshBlock();
+        const LogCapture log;
         vlMeshData mesh;
         ASSERT_TRUE(Read(mesh, kFile));  // what is read again is replaced
-        EXPECT_EQ(Read(mesh, test::StaticMesh(block, c.word)), !c.message) << std::hex << c.word;
-        EXPECT_EQ(mesh.m_version, c.version);
-        EXPECT_EQ(mesh.m_packMode, c.packMode);
-        EXPECT_EQ(mesh.m_vertexData == nullptr, c.message != nullptr);
-        EXPECT_EQ(log.lines, c.message ? Lines{c.message} : Lines{});
-        if (!c.message) {
-            const Bytes written = Written(mesh);
-            EXPECT_EQ(Bytes(written.begin(), written.begin() + 10), Bytes(kFile.begin(), kFile.begin() + 10));
+        EXPECT_EQ(Read(mesh, StaticMesh(block, word)), !message) << std::hex << word;
+        EXPECT_EQ(std::tuple(mesh.m_version, mesh.m_packMode), std::tuple(version, packMode));
+        EXPECT_EQ(mesh.m_vertexData == nullptr, message != nullptr);
+        EXPECT_EQ(log.lines, message ? Lines{message} : Lines{});
+        if (!message) {
+            const Bytes written = Written(mesh);  // as the newest version, with pack mode 0
+            EXPECT_EQ(Bytes(written.begin(), written.begin() + 10), Prefix(10));
         }
     }
 }
 
-TEST(vlMeshData, DamageNamesBlockAndByte)
+TEST(vlMeshData, WhatIsNotReadSaysWhy)
 {
     const std::pair<Bytes, std::string> cases[] = {
-        {Bytes(kFile.begin(), kFile.begin() + 9), "header at byte 8 needs 2, and 1 is left"},
-        {Bytes(kFile.begin(), kFile.begin() + 14), "table offset at byte 12 needs 4, and 2 is left"},
-        {With(kFile, 12, ByteBuilder().U32(100'000)), "share table at byte 100000 needs 2, and 0 is left"},
-        {With(kFile, kTableAt, ByteBuilder().U16(0x8001)),
-         "share table at byte 300 needs 32769, and 32767 is left"},
-        {WithTable(ByteBuilder().U16(0).U16(0)), "share table at byte 300 needs 1, and 0 is left"},
-        {With(kFile, kTableAt + 2, ByteBuilder().U32(0xFFFFFFFF)),
-         "submesh entries at byte 4294967295 needs 20, and 0 is left"},
-        {With(kFile, 16 + 18, ByteBuilder().U8(5)), "submesh entries at byte 34 needs 5, and 4 is left"},
-        {With(kFile, 16 + 22, ByteBuilder().U32(0x40000000)),
-         "positions at byte 46 needs 12884901888, and 270 is left"},
-        {With(kFile, 16 + 20, ByteBuilder().U16(0).U32(0x40000000)),
-         "vertex block at byte 46 needs 47244640320, and 16797440 is left"},
+        {Prefix(9), "is damaged: header at byte 8 needs 2, and 1 is left"},
+        {Prefix(11), "is damaged: animation block at byte 11 needs 1, and 0 is left"},
+        {Prefix(14), "is damaged: table offset at byte 12 needs 4, and 2 is left"},
+        {With(kFile, 14, {1}), "is damaged: share table at byte 65836 needs 2, and 0 is left"},
+        {With(kFile, kTableAt + 1, {0x80}),
+         "is damaged: share table at byte 300 needs 32769, and 32767 is left"},
+        {WithTable({}, {}), "is damaged: share table at byte 300 needs 1, and 0 is left"},
+        {WithTable({77'777}, {}), "is damaged: submesh entries at byte 77777 needs 20, and 0 is left"},
+        {With(kFile, 34, {5}), "is damaged: submesh entries at byte 34 needs 5, and 4 is left"},
+        {With(kFile, 41, {64}), "is damaged: positions at byte 46 needs 12884901948, and 270 is left"},
+        {With(With(kFile, 36, {0}), 41, {64}),
+         "is damaged: vertex block at byte 46 needs 47244640576, and 16797440 is left"},
+        {With(kFile, 8, {1}), "has a skeleton, which is not read yet"},
+        {With(kFile, 10, {1}), "has morph data, which is not read yet"},
+        {With(kFile, 11, {1}), "has tracks, which are not read yet"},
+        {WithTable({16, 20}, {5, 4}), "has original data, which is not read yet"},
     };
     for (const auto& [file, message] : cases) {
-        test::LogCapture log;
+        const LogCapture log;
         vlMeshData mesh;
         EXPECT_FALSE(Read(mesh, file));
         EXPECT_EQ(mesh.m_vertexData, nullptr);
-        ASSERT_EQ(log.lines.size(), 1U);
-        EXPECT_EQ(log.lines[0], "E gim file is damaged: " + message);
+        EXPECT_EQ(mesh.m_hasMorph + mesh.m_hasTracks, 0);
+        EXPECT_EQ(log.lines, Lines{"E gim file " + message});
     }
 }
 
-TEST(vlMeshData, EveryPrefixIsRefused)
+TEST(vlMeshData, PrefixesAndLyingBytes)
 {
-    test::LogCapture log;
-    test::ForEachPrefix(kFile, [&](const unsigned char* data, const unsigned char* end) {
+    LogCapture log;
+    ForEachPrefix(kFile, [&](const unsigned char* data, const unsigned char* end) {
+        const Bytes prefix(data, end);
         vlMeshData mesh;
-        mesh.m_submeshCount = 2;
         log.lines.clear();
-        EXPECT_FALSE(mesh.ReadMeshFile(data, static_cast<std::size_t>(end - data)));
+        EXPECT_FALSE(Read(mesh, prefix));
         EXPECT_EQ(mesh.m_vertexData, nullptr);
         EXPECT_EQ(log.lines.size(), 1U);
-        vlMeshData::FittingSubmeshCounts(data, static_cast<std::size_t>(end - data));
+        Counts(prefix);
     });
-    vlMeshData mesh;
-    EXPECT_FALSE(mesh.ReadMeshFile(nullptr, 0));
-}
-
-TEST(vlMeshData, AByteThatLiesIsRefusedOrRead)
-{
-    const test::LogCapture log;
-    test::ForEachByteChange(kFile, [](const Bytes& changed) {
-        vlMeshData mesh;
+    ForEachByteChange(kFile, [](const Bytes& changed) {
+        vlMeshData mesh, again;
         if (Read(mesh, changed)) {
             const Bytes written = Written(mesh);
-            vlMeshData again;
             ASSERT_TRUE(Read(again, written));
             EXPECT_EQ(Written(again), written);
         }
-        vlMeshData::FittingSubmeshCounts(changed.data(), changed.size());
+        Counts(changed);
     });
 }
 
+// The pairs of type 4 say how many blocks are no original data, and block 0 never is.
 TEST(vlMeshData, ShareTableDecidesWhatIsRead)
 {
-    struct Case {
-        const char* what;
-        ByteBuilder table;
-        bool read;
-        Lines log;
+    const std::string lost = " vertex blocks, of which the first is read and the others are lost at a write";
+    const std::pair<Bytes, Lines> cases[] = {
+        {WithTable({16}, {}), {}},
+        {WithTable({16}, {4, 4}), {"W gim file tells of 2" + lost}},
+        {WithTable({16, 99, 77}, {4, 4, 4}), {"W gim file tells of 3" + lost + ": at byte 99, 77"}},
     };
-    const auto pair = [](ByteBuilder& table, std::uint32_t type) { table.U32(type).U16(0).U16(0); };
-    ByteBuilder noPair, twoVertexBlocks, moreVertexPairs, original;
-    noPair.U16(1).U32(16).U16(0);
-    twoVertexBlocks.U16(3).U32(16).U32(99).U32(77).U16(3);
-    moreVertexPairs.U16(1).U32(16).U16(2);
-    original.U16(2).U32(16).U32(20).U16(2);
-    for (const std::uint32_t type : {4U, 4U, 4U})
-        pair(twoVertexBlocks, type);
-    for (const std::uint32_t type : {4U, 4U})
-        pair(moreVertexPairs, type);
-    for (const std::uint32_t type : {5U, 4U})
-        pair(original, type);
-    const Case cases[] = {
-        {"no pair", noPair, true, {}},
-        {"blocks behind the first vertex block",
-         twoVertexBlocks,
-         true,
-         {"W gim file tells of 3 vertex blocks, of which the first is read and the others are lost at a "
-          "write: at byte 99, 77"}},
-        {"more vertex pairs than blocks",
-         moreVertexPairs,
-         true,
-         {"W gim file tells of 2 vertex blocks, of which the first is read and the others are lost at a "
-          "write"}},
-        {"original data", original, false, {"E gim file has original data, which is not read yet"}},
-    };
-    for (const Case& c : cases) {
-        test::LogCapture log;
+    for (const auto& [file, lines] : cases) {
+        const LogCapture log;
         vlMeshData mesh;
-        EXPECT_EQ(Read(mesh, WithTable(c.table)), c.read) << c.what;
-        EXPECT_EQ(log.lines, c.log) << c.what;
-        if (c.read) {
-            EXPECT_EQ(Written(mesh), kFile) << c.what;
-        }
-    }
-}
-
-TEST(vlMeshData, BlocksThatAreNotReadYet)
-{
-    const std::pair<std::size_t, std::string> cases[] = {
-        {8, "a skeleton, which is"}, {10, "morph data, which is"}, {11, "tracks, which are"}};
-    for (const auto& [flagAt, what] : cases) {
-        test::LogCapture log;
-        vlMeshData mesh;
-        EXPECT_FALSE(Read(mesh, With(kFile, flagAt, ByteBuilder().U8(1))));
-        EXPECT_EQ(log.lines, Lines{"E gim file has " + what + " not read yet"});
-        EXPECT_EQ(mesh.m_hasMorph + mesh.m_hasTracks, 0);
+        EXPECT_TRUE(Read(mesh, file));
+        EXPECT_EQ(log.lines, lines);
+        EXPECT_EQ(Written(mesh), kFile);
     }
 }
 
 TEST(vlMeshData, TheSubmeshCountThatFits)
 {
-    const auto counts = [](const Bytes& file) {
-        return vlMeshData::FittingSubmeshCounts(file.data(), file.size());
+    const std::pair<Bytes, std::vector<std::uint32_t>> cases[] = {
+        {kFile, {2}},
+        {WithTable({16, kTableAt + 1}, {}), {2}},  // the table comes first
+        {StaticMesh(Bytes(20)), {1}},
+        // Three triangles without a vertex, or two submeshes without data.
+        {StaticMesh(ByteBuilder().U16(1).U32(0).U32(3).Raw(Bytes(20)).Bytes()), {0, 2}},
+        {With(kFile, 16, {9}), {}},  // no count adds up
+        {With(kFile, 4, {5}), {}},   // too new
+        {WithTable({0xFFFFFFFF}, {}), {}},
+        {{}, {}},
     };
-    EXPECT_EQ(counts(kFile), (std::vector<std::uint32_t>{2}));
-    EXPECT_TRUE(counts(With(kFile, 16, ByteBuilder().U32(9))).empty()) << "no count adds up";
-    EXPECT_TRUE(counts(With(kFile, 4, ByteBuilder().U32(0x50005))).empty());
-    EXPECT_TRUE(counts({}).empty());
-    // Three triangles without a vertex, or two submeshes without data.
-    const ByteBuilder ambiguous = ByteBuilder().U16(1).U32(0).U32(3).Fill(20, 0);
-    EXPECT_EQ(counts(test::StaticMesh(ambiguous)), (std::vector<std::uint32_t>{0, 2}));
+    for (const auto& [file, counts] : cases)
+        EXPECT_EQ(Counts(file), counts);
+}
+
+class MeshFile : public FolderTest {};
+
+TEST_F(MeshFile, WritesToAPath)
+{
+    vlMeshData mesh;
+    ASSERT_TRUE(::Read(mesh, kFile));
+    const std::string path = Path("a b\xC3\xA4.mesh"), nowhere = Path("missing/a.mesh");
+    EXPECT_EQ(mesh.WriteMeshFile(path.c_str()), 0);
+    LogCapture log;
+    EXPECT_EQ(mesh.WriteMeshFile(nowhere.c_str()), 1);
+    EXPECT_EQ(mesh.WriteMeshFile("/dev/full"), 1);
+    mesh.m_vertexData = nullptr;
+    EXPECT_EQ(mesh.WriteMeshFile(path.c_str()), 1);
+    EXPECT_EQ(log.lines,
+              (Lines{"E unable to open " + nowhere, "E failed to write /dev/full: No space left on device",
+                     "E mesh file " + path + " can't be written: there is no vertex object"}));
+    EXPECT_EQ(Read(path), std::string(kFile.begin(), kFile.end())) << "the old file is whole";
 }
 
 TEST(vlMeshData, AStreamThatCannotSeekGetsNothing)
@@ -237,7 +204,7 @@ TEST(vlMeshData, AStreamThatCannotSeekGetsNothing)
     std::FILE* stream = ::fdopen(ends[1], "wb");
     vlMeshData mesh;
     ASSERT_TRUE(Read(mesh, kFile));
-    test::LogCapture log;
+    const LogCapture log;
     EXPECT_EQ(mesh.WriteMeshFile(stream), 0);
     std::fclose(stream);
     char byte = 0;
@@ -246,33 +213,10 @@ TEST(vlMeshData, AStreamThatCannotSeekGetsNothing)
     EXPECT_EQ(log.lines, Lines{"E mesh can't be written: the stream can't seek"});
 }
 
-class MeshFile : public test::FolderTest {};
-
-TEST_F(MeshFile, WritesToAPath)
-{
-    vlMeshData mesh;
-    ASSERT_TRUE(::vela::vlgim::Read(mesh, kFile));
-    const std::string path = Path("a b\xC3\xA4.mesh");
-    EXPECT_EQ(mesh.WriteMeshFile(path.c_str()), 0);
-    EXPECT_EQ(Read(path), std::string(kFile.begin(), kFile.end()));
-
-    test::LogCapture log;
-    const std::string nowhere = Path("missing/a.mesh");
-    EXPECT_EQ(mesh.WriteMeshFile(nowhere.c_str()), 1);
-    EXPECT_EQ(mesh.WriteMeshFile("/dev/full"), 1);
-    mesh.m_vertexData = nullptr;
-    EXPECT_EQ(mesh.WriteMeshFile(path.c_str()), 1);
-    EXPECT_TRUE(Written(mesh).empty());
-    EXPECT_EQ(log.lines,
-              (Lines{"E unable to open " + nowhere, "E failed to write /dev/full: No space left on device",
-                     "E mesh file " + path + " can't be written: there is no vertex object",
-                     "E mesh can't be written: there is no vertex object"}));
-    EXPECT_EQ(Read(path).size(), kFile.size()) << "the old file is whole";
-}
-
 TEST(vlMeshData, RefusesToWriteWhatCannotBeReadBack)
 {
-    const std::pair<const char*, void (*)(vlMeshData&)> cases[] = {
+    const std::pair<std::string, void (*)(vlMeshData&)> cases[] = {
+        {"there is no vertex object", [](auto& mesh) { mesh.m_vertexData = nullptr; }},
         {"a skeleton is not written yet", [](auto& mesh) { mesh.m_skeletonFlag = 2; }},
         {"morph data are not written yet", [](auto& mesh) { mesh.m_hasMorph = 1; }},
         {"tracks are not written yet", [](auto& mesh) { mesh.m_hasTracks = 1; }},
@@ -281,19 +225,17 @@ TEST(vlMeshData, RefusesToWriteWhatCannotBeReadBack)
          [](auto& mesh) { mesh.m_vertexData->m_frameCount = 2; }},
         {"the positions or normals are missing",
          [](auto& mesh) { mesh.m_vertexData->m_positions = nullptr; }},
-        {"the vertex block passes 4 GiB, and offsets in the file have 32 bits",
-         [](auto& mesh) { mesh.m_vertexData->m_triangleCount = 0x2AAAAAA0; }},
+        {"the vertex block passes 4 GiB, and offsets in the file have 32 bits",  // with its 16 bytes ahead
+         [](auto& mesh) { mesh.m_vertexData->m_triangleCount = 0x2AAAAA7D; }},
     };
     for (const auto& [obstacle, spoil] : cases) {
         vlMeshData mesh;
         ASSERT_TRUE(Read(mesh, kFile));
         spoil(mesh);
-        EXPECT_EQ(mesh.WriteObstacle(), obstacle);
-        const test::LogCapture log;
+        const LogCapture log;
         EXPECT_TRUE(Written(mesh).empty());
+        EXPECT_EQ(log.lines, Lines{"E mesh can't be written: " + obstacle});
     }
 }
 
 }  // namespace
-
-}  // namespace vela::vlgim

@@ -1,40 +1,32 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <cstdio>
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
 namespace vela::vlgim::test {
 
-/// A file laid out by hand: each call appends one field, little-endian.
+/// A file laid out by hand: each call appends one field, or a run of them, little-endian.
 class ByteBuilder {
 public:
-    ByteBuilder& U8(std::uint8_t v) { return Put(v); }
-    ByteBuilder& U16(std::uint16_t v) { return Put(v); }
-    ByteBuilder& U32(std::uint32_t v) { return Put(v); }
-    ByteBuilder& F32(float v) { return Put(v); }
-    ByteBuilder& F32s(std::initializer_list<float> values)
+    ByteBuilder& U8(std::uint8_t v) { return Put({v}); }
+    ByteBuilder& U16(std::uint16_t v) { return Put({v}); }
+    ByteBuilder& U32(std::uint32_t v) { return Put({v}); }
+    ByteBuilder& F32(float v) { return Put({v}); }
+    ByteBuilder& F32s(std::initializer_list<float> values) { return Put(values); }
+    ByteBuilder& U16s(std::initializer_list<std::uint16_t> values) { return Put(values); }
+    ByteBuilder& U32s(std::initializer_list<std::uint32_t> values) { return Put(values); }
+    ByteBuilder& Fill(std::size_t count, unsigned char byte)
     {
-        for (const float v : values)
-            Put(v);
-        return *this;
-    }
-    ByteBuilder& U16s(std::initializer_list<std::uint16_t> values)
-    {
-        for (const std::uint16_t v : values)
-            Put(v);
-        return *this;
+        return Raw(std::vector<unsigned char>(count, byte));
     }
     ByteBuilder& Raw(const std::vector<unsigned char>& bytes)
     {
         m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
-        return *this;
-    }
-    ByteBuilder& Fill(std::size_t count, unsigned char byte)
-    {
-        m_bytes.insert(m_bytes.end(), count, byte);
         return *this;
     }
 
@@ -43,41 +35,58 @@ public:
 
 private:
     template <class T>
-    ByteBuilder& Put(T v)
+    ByteBuilder& Put(std::initializer_list<T> values)
     {
-        unsigned char raw[sizeof v];
-        std::memcpy(raw, &v, sizeof v);
-        m_bytes.insert(m_bytes.end(), raw, raw + sizeof v);
+        const auto* raw = reinterpret_cast<const unsigned char*>(values.begin());
+        m_bytes.insert(m_bytes.end(), raw, raw + values.size() * sizeof(T));
         return *this;
     }
 
     std::vector<unsigned char> m_bytes;
 };
 
+using Bytes = std::vector<unsigned char>;
+
+/// The file with other bytes from byte `at` on.
+inline Bytes With(Bytes file, std::size_t at, const Bytes& patch)
+{
+    std::copy(patch.begin(), patch.end(), file.begin() + static_cast<std::ptrdiff_t>(at));
+    return file;
+}
+
 /// Calls read(bytes, end) for every proper prefix, each in a buffer of just that size, at an odd address, so
 /// that the sanitizers see one byte too many.
 template <class Read>
-void ForEachPrefix(const std::vector<unsigned char>& whole, Read read)
+void ForEachPrefix(const Bytes& whole, Read read)
 {
     for (std::size_t size = 0; size < whole.size(); ++size) {
         const std::unique_ptr<unsigned char[]> buffer(new unsigned char[size + 1]);
-        if (size)
-            std::memcpy(buffer.get() + 1, whole.data(), size);
+        std::copy_n(whole.begin(), size, buffer.get() + 1);
         read(static_cast<const unsigned char*>(buffer.get() + 1), buffer.get() + 1 + size);
     }
 }
 
 /// Calls read(bytes) with each byte in turn set to each of a few values that lie.
 template <class Read>
-void ForEachByteChange(const std::vector<unsigned char>& whole, Read read)
+void ForEachByteChange(const Bytes& whole, Read read)
 {
-    for (std::size_t at = 0; at < whole.size(); ++at) {
-        for (const int lie : {0x00, 0x01, 0x7F, 0x80, 0xFF, whole[at] ^ 0x01, whole[at] + 1}) {
-            std::vector<unsigned char> changed = whole;
-            changed[at] = static_cast<unsigned char>(lie);
-            read(static_cast<const std::vector<unsigned char>&>(changed));
-        }
-    }
+    for (std::size_t at = 0; at < whole.size(); ++at)
+        for (const int lie : {0x00, 0x01, 0x7F, 0x80, 0xFF, whole[at] ^ 0x01, whole[at] + 1})
+            read(With(whole, at, {static_cast<unsigned char>(lie)}));
+}
+
+/// What write(stream) leaves in an empty file.
+template <class Write>
+Bytes Written(Write write)
+{
+    std::FILE* stream = std::tmpfile();
+    write(stream);
+    std::fseek(stream, 0, SEEK_END);
+    Bytes bytes(static_cast<std::size_t>(std::ftell(stream)));
+    std::rewind(stream);
+    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), stream));
+    std::fclose(stream);
+    return bytes;
 }
 
 }  // namespace vela::vlgim::test

@@ -2,14 +2,10 @@
 
 #include "Bytes.h"
 
-#include <cstdint>
-#include <vector>
-
 namespace vela::vlgim::test {
 
 /// A static .mesh file around one vertex block. Offsets: table offset at 12, vertex block at 16.
-inline std::vector<unsigned char> StaticMesh(const std::vector<unsigned char>& vertexBlock,
-                                             std::uint32_t versionWord = 0x00050004)
+inline Bytes StaticMesh(const Bytes& vertexBlock, std::uint32_t versionWord = 0x00050004)
 {
     ByteBuilder file;
     file.U32(0xBBC88034).U32(versionWord).U16(0).U8(0).U8(0);
@@ -19,9 +15,13 @@ inline std::vector<unsigned char> StaticMesh(const std::vector<unsigned char>& v
     return file;
 }
 
+// Byte offsets in TwoSubmeshBlock.
+constexpr std::ptrdiff_t kFlagAt = 20, kVertexCountAt = 22, kPositionsAt = 30, kTangentFlagAt = 150,
+                         kUvsAt = 224;
+
 /// A vertex block of two submeshes over five vertices, of which the last belongs to none. Submesh 0: three
 /// vertices, two uv sets; submesh 1: one vertex, one uv set, colours.
-inline std::vector<unsigned char> TwoSubmeshBlock()
+inline Bytes TwoSubmeshBlock()
 {
     ByteBuilder block;
     block.U32(3).U32(1).U8(2).U8(0);
@@ -37,6 +37,14 @@ inline std::vector<unsigned char> TwoSubmeshBlock()
     block.F32s({-1.0F, -1.25F, -1.5F, -1.75F, -2.0F, -2.25F});  // submesh 0, set 1
     block.F32s({8.0F, 9.0F});                                   // submesh 1, set 0
     block.U32(0x11223344);
+    return block;
+}
+
+/// The block as version 0x50000 had it: without the tangent flag and its stream.
+inline Bytes WithoutTangents()
+{
+    Bytes block = TwoSubmeshBlock();
+    block.erase(block.begin() + kTangentFlagAt, block.begin() + kTangentFlagAt + 2 + 60);
     return block;
 }
 
