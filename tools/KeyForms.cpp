@@ -27,11 +27,12 @@ vlTransKeysData Angles()
     channel.m_pos = std::make_shared<float[]>(3);
     channel.m_rot = std::make_shared<float[]>(std::size_t{kKeys} * 3);
     channel.m_scale = std::make_shared<float[]>(3, 1.0F);
-    for (unsigned key = 0; key < kKeys; ++key) {
+    float* angles = channel.m_rot.get();
+    for (int key = 0; key < kKeys; ++key) {
         const float phase = static_cast<float>(key) * (2 * std::numbers::pi_v<float> / kKeys);
-        channel.m_rot[3 * key] = 0.2F * std::sin(2 * phase);
-        channel.m_rot[3 * key + 1] = 0.1F * std::cos(phase);
-        channel.m_rot[3 * key + 2] = 0.9F * std::sin(phase);
+        *angles++ = 0.2F * std::sin(2 * phase);
+        *angles++ = 0.1F * std::cos(phase);
+        *angles++ = 0.9F * std::sin(phase);
     }
     return channel;
 }
