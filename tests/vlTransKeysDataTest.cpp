@@ -396,8 +396,8 @@ TEST(vlTransKeysData, MissingArrays)
     none.m_posKeyed = none.m_rotKeyed = none.m_scaleKeyed = 3;
     none.m_compressFlags = 4 | 8;
     EXPECT_EQ(Write(none), (Bytes{3, 3, 3, 0}));
-    EXPECT_TRUE(keys::WhyUnwritable(none).empty());
-    EXPECT_FALSE(keys::WhyUnwritable(vlTransKeysData()).empty()) << "an unkeyed component has one key";
+    EXPECT_TRUE(keys::WhyUnwritable(none, none.m_keyCount).empty());
+    EXPECT_FALSE(keys::WhyUnwritable(vlTransKeysData(), 0).empty()) << "an unkeyed component has one key";
 }
 
 TEST(vlTransKeysData, TransformOfAKey)

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -15,7 +16,18 @@ struct Refusal {
     std::uint64_t offset = 0;     ///< from the first byte of the file
     std::uint64_t needed = 0;     ///< bytes, or the value that passed a limit
     std::uint64_t left = 0;       ///< bytes up to the end, or the limit
+    std::int64_t number = -1;     ///< of the block, counted from 0, where there are several of the name
 };
+
+/// "bone 5 at byte 99 needs 16, and 3 is left": for the log.
+inline std::string Describe(const Refusal& why)
+{
+    std::string text = why.block;
+    if (why.number >= 0)
+        text += " " + std::to_string(why.number);
+    return text + " at byte " + std::to_string(why.offset) + " needs " + std::to_string(why.needed) +
+           ", and " + std::to_string(why.left) + " is left";
+}
 
 /// Copies a run of values out of a file image, from any alignment. Nothing is copied from or to null.
 template <class T>
@@ -47,8 +59,12 @@ public:
             Refuse(1, 0);
     }
 
-    /// Names the block that is read from here on.
-    void Enter(const char* block) { m_block = block; }
+    /// Names the block that is read from here on, with its number where there are several of the name.
+    void Enter(const char* block, std::int64_t number = -1)
+    {
+        m_block = block;
+        m_number = number;
+    }
 
     /// Moves to a byte of the file. An offset outside of it is refused by the next read.
     void Seek(std::uint64_t offset) { m_offset = offset; }
@@ -118,7 +134,7 @@ public:
     void RefuseAt(std::uint64_t offset, std::uint64_t needed, std::uint64_t limit)
     {
         if (!Failed())
-            m_refusal = {m_block, offset, needed, limit};
+            m_refusal = {m_block, offset, needed, limit, m_number};
     }
 
     /// The same at the current byte.
@@ -155,6 +171,7 @@ private:
     std::uint64_t m_offset = 0;
     std::uint64_t m_spent = 0;
     const char* m_block;
+    std::int64_t m_number = -1;
     Refusal m_refusal;
 };
 

@@ -34,7 +34,8 @@ MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, unsigned s
 /// of the channel's earlier content stays.
 void FillKeys(const MeasuredKeys& block, const io::ArrayBlock& arrays, vlTransKeysData& keys);
 
-/// Why a channel can't be written; empty: it can. To be asked before a file is opened.
-std::string WhyUnwritable(const vlTransKeysData& keys);
+/// Why a channel can't be written with as many keys as its container has times; empty: it can. An m_keyCount
+/// of 0 counts as not set. To be asked before a file is opened.
+std::string WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount);
 
 }  // namespace vela::vlgim::keys

@@ -58,8 +58,10 @@ void WriteComponent(io::BlockWriter& out, const KeyForm& form, const float* keys
 
 }  // namespace
 
-std::string WhyUnwritable(const vlTransKeysData& keys)
+std::string WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount)
 {
+    if (keys.m_keyCount != 0 && keys.m_keyCount != keyCount)
+        return std::to_string(keys.m_keyCount) + " keys, but times for " + std::to_string(keyCount);
     const struct {
         const char* name;
         unsigned char keyed;
@@ -68,7 +70,7 @@ std::string WhyUnwritable(const vlTransKeysData& keys)
                       {"rotation", keys.m_rotKeyed, keys.m_rot.get()},
                       {"scale", keys.m_scaleKeyed, keys.m_scale.get()}};
     for (const auto& component : components)
-        if (!component.array && ComponentKeys(component.keyed, keys.m_keyCount) != 0)
+        if (!component.array && ComponentKeys(component.keyed, keyCount) != 0)
             return std::string("no array holds the ") + component.name + " keys";
     return {};
 }
@@ -109,7 +111,7 @@ void vlTransKeysData::PackKeys(unsigned short mask)
 
 void vlTransKeysData::WriteData(std::FILE* stream)
 {
-    const std::string reason = keys::WhyUnwritable(*this);
+    const std::string reason = keys::WhyUnwritable(*this, m_keyCount);
     if (!reason.empty()) {
         LogError("unable to write transform keys: %s", reason.c_str());
         return;
