@@ -1,0 +1,29 @@
+#pragma once
+
+#include <io/BlockReader.h>
+#include <vlgim/vlClipData.h>
+
+#include <cstdint>
+#include <string>
+
+// Clips as animation files read and write them: many with one reader each.
+namespace vela::vlgim::clips {
+
+/// Bytes of a base info record.
+inline constexpr std::uint32_t kBaseInfoSize = 1108;
+
+/// Reads a whole clip record into a clip that is fresh or has its base info. m_keysOffset counts from byte
+/// `origin` of the image. Where `in` fails, the clip is as it was.
+void Read(io::BlockReader& in, std::uint32_t version, std::uint64_t origin, vlClipData& clip);
+
+/// Reads a base info record. Where `in` fails, the clip is as it was.
+void ReadBaseInfo(io::BlockReader& in, vlClipData& clip);
+
+/// Writes a whole clip record, of a clip that WhyUnwritable has nothing against.
+void Write(std::FILE* stream, std::uint32_t version, vlClipData& clip);
+
+/// Why a clip can't be written, with the number of the bone; empty: it can. To be asked before a file is
+/// opened.
+std::string WhyUnwritable(const vlClipData& clip, std::uint32_t version);
+
+}  // namespace vela::vlgim::clips

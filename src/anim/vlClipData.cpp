@@ -1,0 +1,328 @@
+#include "AnimVersions.h"
+#include "ClipBlock.h"
+#include "Ticks.h"
+
+#include <io/ArrayBlock.h>
+#include <keys/KeyTimesBlock.h>
+#include <keys/TransKeysBlock.h>
+#include <nameid/NameID.h>
+#include <track/TrackBlock.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace vela::vlgim {
+
+namespace {
+
+constexpr std::uint32_t kVersionMask = 0xFFFFFF;
+
+// A bone count, which all arrays of a clip have room for.
+std::uint16_t BoneCount(io::BlockReader& in)
+{
+    const auto count = in.Value<std::uint16_t>();
+    if (count > vlClipData::kMaxBones)
+        in.Refuse(count, vlClipData::kMaxBones);
+    return count;
+}
+
+void SetNames(vlClipData& clip, const unsigned char* names)
+{
+    std::memcpy(clip.m_name, names, sizeof clip.m_name);
+    std::memcpy(clip.m_name2, names + sizeof clip.m_name, sizeof clip.m_name2);
+    clip.m_name[31] = clip.m_name2[31] = 0;
+}
+
+// Attributes that stand together in clip info and in base info records.
+struct Attributes {
+    std::uint32_t attrWord;
+    std::uint8_t attrByte0, attrByte1;
+    std::uint16_t attrShort;
+    std::uint32_t attrLong;
+    std::uint8_t compressFlags, keyLayout;
+};
+
+Attributes ReadAttributes(io::BlockReader& in, std::uint32_t version, const vlClipData& clip)
+{
+    Attributes read{};
+    read.attrWord = version >= kAttrWord ? in.Value<std::uint32_t>() : clip.m_attrWord;
+    read.attrByte0 = in.Value<std::uint8_t>();
+    read.attrByte1 = in.Value<std::uint8_t>();
+    read.attrShort = in.Value<std::uint16_t>();
+    read.attrLong = in.Value<std::uint32_t>();
+    read.compressFlags = version >= kCompressedKeys ? in.Value<std::uint8_t>() : clip.m_compressFlags;
+    read.keyLayout = version >= kSharedKeyTimes ? in.Value<std::uint8_t>() : KEY_LAYOUT_PER_BONE;
+    return read;
+}
+
+void SetAttributes(vlClipData& clip, const Attributes& attributes)
+{
+    clip.m_attrWord = attributes.attrWord;
+    clip.m_attrByte0 = attributes.attrByte0;
+    clip.m_attrByte1 = attributes.attrByte1;
+    clip.m_attrShort = attributes.attrShort;
+    clip.m_attrLong = attributes.attrLong;
+    clip.m_compressFlags = attributes.compressFlags;
+    clip.m_keyLayout = attributes.keyLayout;
+}
+
+// Clip info that has been measured.
+struct MeasuredInfo {
+    const unsigned char* names;      // both
+    const unsigned char* boneNames;  // 32 bytes each
+    std::uint16_t boneCount;
+    Attributes attributes;
+    io::ArrayBlock::Slot<char[32]> slot;
+};
+
+MeasuredInfo MeasureInfo(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version,
+                         const vlClipData& clip)
+{
+    in.Enter("clip info");
+    MeasuredInfo info{};
+    info.names = in.Take(64, 1);
+    info.boneCount = BoneCount(in);
+    info.boneNames = in.Take(info.boneCount, 32);
+    info.attributes = ReadAttributes(in, version & kVersionMask, clip);
+    info.slot = arrays.Plan<char[32]>(info.boneCount);
+    return info;
+}
+
+void FillInfo(const MeasuredInfo& info, const io::ArrayBlock& arrays, vlClipData& clip)
+{
+    clip.m_boneNames = arrays.Array(info.slot);
+    SetNames(clip, info.names);
+    SetAttributes(clip, info.attributes);
+    clip.m_boneCount = info.boneCount;
+    io::CopyRun(&clip.m_boneNames[0][0], info.boneNames, std::uint64_t{info.boneCount} * 32);
+    for (unsigned i = 0; i < info.boneCount; ++i) {
+        const char* name = clip.m_boneNames[i];
+        clip.m_boneNameIds[i] = NameIDMurmur3(std::string_view(name, strnlen(name, 32)));
+    }
+}
+
+// What tells how key data lie in a file.
+struct KeyDataForm {
+    std::uint32_t version;
+    std::uint16_t boneCount;
+    std::uint8_t keyLayout, compressFlags;
+
+    bool HasTicks() const { return version < kCompressedKeys; }
+};
+
+struct MeasuredTimes {
+    const unsigned char* run = nullptr;  // in the file image, 4 bytes each
+    unsigned short count = 0;
+    io::ArrayBlock::Slot<float> slot;  // of a bone; shared times own their array
+};
+
+MeasuredTimes MeasureTimes(io::BlockReader& in)
+{
+    MeasuredTimes times;
+    times.count = in.Value<unsigned short>();
+    times.run = in.Take(times.count, sizeof(float));
+    return times;
+}
+
+// Goes through the key data, planning arrays, and hands on each bone's times and keys. Gives the shared
+// times, which all bones have then.
+template <class Visit>
+MeasuredTimes WalkKeyData(io::BlockReader& in, io::ArrayBlock& arrays, const KeyDataForm& form, Visit visit)
+{
+    MeasuredTimes times;
+    if (form.keyLayout != KEY_LAYOUT_SHARED && form.keyLayout != KEY_LAYOUT_PER_BONE)
+        return times;
+    in.Enter("key times");
+    if (form.keyLayout == KEY_LAYOUT_SHARED)
+        times = MeasureTimes(in);
+    for (unsigned i = 0; i < form.boneCount && !in.Failed(); ++i) {
+        in.Enter("bone", i);
+        if (form.keyLayout == KEY_LAYOUT_PER_BONE) {
+            times = MeasureTimes(in);
+            times.slot = arrays.Plan<float>(times.count);
+        }
+        const unsigned char flags = form.HasTicks() ? 0 : form.compressFlags;
+        visit(i, times, keys::MeasureKeys(in, arrays, times.count, flags));
+    }
+    return times;
+}
+
+MeasuredTimes MeasureKeyData(io::BlockReader& in, io::ArrayBlock& arrays, const KeyDataForm& form)
+{
+    const MeasuredTimes times =
+        WalkKeyData(in, arrays, form, [](unsigned, const MeasuredTimes&, const keys::MeasuredKeys&) {});
+    in.Spend(form.boneCount * sizeof(vlTransKeysData));
+    if (form.keyLayout == KEY_LAYOUT_SHARED)
+        in.Spend(sizeof(vlKeyTimes) + keys::TimesSize(times.count));
+    return times;
+}
+
+void FillTimes(const MeasuredTimes& from, bool ticks, float* times)
+{
+    if (!ticks) {
+        io::CopyRun(times, from.run, from.count);
+        return;
+    }
+    for (unsigned i = 0; i < from.count; ++i) {
+        std::int32_t tick = 0;
+        io::CopyRun(&tick, from.run + std::size_t{i} * sizeof tick, 1);
+        times[i] = clips::TickToTime(tick);
+    }
+}
+
+void FillBoneTimes(const MeasuredTimes& from, const io::ArrayBlock& arrays, bool ticks, unsigned bone,
+                   vlClipData& clip)
+{
+    const auto times = arrays.Array(from.slot);
+    FillTimes(from, ticks, times.get());
+    // std::max keeps its first operand where a NaN is compared.
+    for (unsigned i = 0; i < from.count; ++i)
+        clip.m_length = std::max(clip.m_length, times[i]);
+    clip.m_maxKeys = std::max(clip.m_maxKeys, from.count);
+    clip.m_boneKeyTimes[bone] = times;
+    clip.m_boneKeyCounts[bone] = from.count;
+}
+
+// Walks the key data, which has been measured, once more: the plan comes out the same, so that nothing has to
+// be kept of the first walk. `plan` holds what was planned ahead of the key data.
+void FillKeyData(io::BlockReader in, io::ArrayBlock plan, const KeyDataForm& form,
+                 const MeasuredTimes& sharedTimes, const io::ArrayBlock& arrays, vlClipData& clip)
+{
+    const bool isShared = form.keyLayout == KEY_LAYOUT_SHARED;
+    auto keys = std::make_shared<vlTransKeysData[]>(form.boneCount);
+    clip.m_keyTimes = isShared
+                          ? std::make_shared<vlKeyTimes>(keys::TimesFrom(sharedTimes.run, sharedTimes.count))
+                          : nullptr;
+    clip.m_keys = std::move(keys);
+    std::fill(std::begin(clip.m_boneKeyTimes), std::end(clip.m_boneKeyTimes), nullptr);
+    std::fill(std::begin(clip.m_boneKeyCounts), std::end(clip.m_boneKeyCounts), std::uint16_t{0});
+    WalkKeyData(in, plan, form,
+                [&](unsigned bone, const MeasuredTimes& times, const keys::MeasuredKeys& block) {
+                    if (!isShared)
+                        FillBoneTimes(times, arrays, form.HasTicks(), bone, clip);
+                    keys::FillKeys(block, arrays, clip.m_keys[bone]);
+                });
+    if (isShared) {
+        clip.m_maxKeys = std::max(clip.m_maxKeys, sharedTimes.count);
+        clip.m_length = static_cast<float>(clip.m_keyTimes->GetLength());
+    }
+}
+
+void SkipPivotTrack(io::BlockReader& in)
+{
+    in.Enter("pivot track");
+    if (in.Value<std::uint8_t>() == 0)
+        return;
+    in.Take(1, sizeof(std::uint32_t));
+    tracks::Skip(in);
+}
+
+}  // namespace
+
+namespace clips {
+
+void Read(io::BlockReader& in, std::uint32_t version, std::uint64_t origin, vlClipData& clip)
+{
+    io::ArrayBlock arrays;
+    const MeasuredInfo info = MeasureInfo(in, arrays, version, clip);
+    const KeyDataForm form{version, info.boneCount, info.attributes.keyLayout, info.attributes.compressFlags};
+    const io::BlockReader keyData = in;
+    const io::ArrayBlock plan = arrays;
+    const MeasuredTimes sharedTimes = MeasureKeyData(in, arrays, form);
+    SkipPivotTrack(in);
+    if (!arrays.Allocate(in))
+        return;
+    FillInfo(info, arrays, clip);
+    clip.m_keysOffset = static_cast<std::uint32_t>(keyData.Offset() - origin);
+    FillKeyData(keyData, plan, form, sharedTimes, arrays, clip);
+}
+
+void ReadBaseInfo(io::BlockReader& in, vlClipData& clip)
+{
+    in.Enter("base info");
+    const unsigned char* names = in.Take(64, 1);
+    const std::uint16_t boneCount = BoneCount(in);
+    const unsigned char* ids = in.Take(vlClipData::kMaxBones, sizeof(std::int32_t));
+    const Attributes attributes = ReadAttributes(in, kNewestGisVersion, clip);
+    const auto length = in.Value<float>();
+    const auto keysOffset = in.Value<std::uint32_t>();
+    if (in.Failed())
+        return;
+    SetNames(clip, names);
+    SetAttributes(clip, attributes);
+    clip.m_boneCount = boneCount;
+    io::CopyRun(clip.m_boneNameIds, ids, vlClipData::kMaxBones);
+    clip.m_length = length;
+    clip.m_keysOffset = keysOffset;
+}
+
+}  // namespace clips
+
+const unsigned char* vlClipData::ReadClipInfo(const unsigned char* data, std::uint32_t version,
+                                              const unsigned char* end)
+{
+    io::BlockReader in(data, end, "clip info");
+    io::ArrayBlock arrays;
+    const MeasuredInfo info = MeasureInfo(in, arrays, version, *this);
+    if (!arrays.Allocate(in))
+        return nullptr;
+    FillInfo(info, arrays, *this);
+    return in.Position();
+}
+
+const unsigned char* vlClipData::ReadKeysData(const unsigned char* data, std::uint32_t version,
+                                              const unsigned char* end)
+{
+    io::BlockReader in(data, end, "key times");
+    if (m_boneCount > kMaxBones)
+        in.Refuse(m_boneCount, kMaxBones);
+    const KeyDataForm form{version, m_boneCount, m_keyLayout, m_compressFlags};
+    const io::BlockReader keyData = in;
+    io::ArrayBlock arrays;
+    const MeasuredTimes sharedTimes = MeasureKeyData(in, arrays, form);
+    if (!arrays.Allocate(in))
+        return nullptr;
+    FillKeyData(keyData, {}, form, sharedTimes, arrays, *this);
+    return in.Position();
+}
+
+const unsigned char* vlClipData::ReadPivotTrack(const unsigned char* data, const unsigned char* end)
+{
+    io::BlockReader in(data, end, "pivot track");
+    SkipPivotTrack(in);
+    return in.Position();
+}
+
+void* vlClipData::ReadAsyncBaseInfo(const void* data, std::uint32_t, const unsigned char* end)
+{
+    io::BlockReader in(static_cast<const unsigned char*>(data), end, "base info");
+    clips::ReadBaseInfo(in, *this);
+    return const_cast<unsigned char*>(in.Position());
+}
+
+bool vlClipData::HasPivotTrack() const
+{
+    constexpr std::uint16_t kMoves = 0x800;
+    if (!m_pivotTrack)
+        return false;
+    if (m_pivotTrack->m_flags & kMoves)
+        return true;
+    const vlTransKeysData* channels = m_pivotTrack->m_channels.get();
+    return channels && std::any_of(channels, channels + m_pivotTrack->m_channelCount, [](const auto& keys) {
+               return keys.m_posKeyed || keys.m_rotKeyed || keys.m_scaleKeyed;
+           });
+}
+
+void vlClipData::InitBoneKeys(std::uint16_t boneCount, vlKeyTimes* times, std::uint16_t* counts,
+                              std::shared_ptr<float[]>* arrays)
+{
+    const std::uint16_t keyCount = keys::WrittenKeyCount(*times);
+    for (unsigned i = 0; i < boneCount; ++i) {
+        counts[i] = keyCount;
+        arrays[i] = std::make_shared_for_overwrite<float[]>(keyCount);
+        std::copy_n(times->GetKeyTimes(), keyCount, arrays[i].get());
+    }
+}
+
+}  // namespace vela::vlgim
