@@ -1,0 +1,168 @@
+#include "support/AnimBytes.h"
+#include "support/Files.h"
+#include "support/LogCapture.h"
+
+#include <vlgim/GisData.h>
+
+#include <gtest/gtest.h>
+#include <tinyxml2.h>
+
+namespace vela::vlgim {
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+using Lines = std::vector<std::string>;
+using test::ByteBuilder;
+
+const char* const kAgs = "<Ags>\r\n\t<Event Name='x'></Event>\r\n</Ags>";
+const char* const kNoAgs = "W Failed to read ags data!\n";
+
+std::string Text(const ByteBuilder& bytes)
+{
+    return {bytes.Bytes().begin(), bytes.Bytes().end()};
+}
+
+// One bone, and one clip: in the file or beside it.
+std::string Gis(bool async, std::uint32_t version = 0x60001)
+{
+    ByteBuilder file;
+    file.Raw({'R', 'G', 'I', 'S'}).U32(version).U16(1);
+    if (version >= 0x60000)
+        file.U32(1).Raw(test::Name("hip")).F32s({1, 2, 3, 0, 0, 0, 1, 1, 1, 1}).U32(async);
+    return Text(async ? file.U32(1108).Raw(test::BaseInfo("walk")) : file.Raw(test::ClipRecord(version)));
+}
+
+class GisDataTest : public test::FolderTest {
+protected:
+    int Load(const std::string& name)
+    {
+        log.lines.clear();
+        return skeleton.Load(Path(name).c_str());
+    }
+
+    GisData skeleton;
+    test::LogCapture log;
+};
+
+}  // namespace
+
+TEST_F(GisDataTest, LoadsASkeletonAndSavesTheSameFiles)
+{
+    Write("m/a.gis", Gis(false));
+    Write("m/a.ags", kAgs);
+    ASSERT_EQ(Load("m/a.gis"), 0);
+    EXPECT_EQ(log.lines, Lines{});
+    EXPECT_EQ(skeleton.m_anim.m_path, Path("m/a.gis"));
+    EXPECT_STREQ(skeleton.m_anim.m_clips[0]->m_name, "walk");
+
+    std::filesystem::create_directory(Path("n"));
+    ASSERT_EQ(skeleton.Save(Path("n/b.whatever").c_str()), 0);
+    EXPECT_EQ(Read(Path("n/b.gis")), Gis(false));
+    EXPECT_EQ(Read(Path("n/b.ags")), kAgs);
+
+    // Side files stay with the file that was read, and a document that is gone leaves none behind.
+    Write("s/a.gis", Gis(true));
+    Write("s/a_gis/walk.gis", Text(test::ClipRecord(0x60001)));
+    ASSERT_EQ(Load("s/a.gis"), 0);
+    EXPECT_EQ(log.lines, Lines{kNoAgs});
+    std::filesystem::remove(Path("s/a_gis/walk.gis"));
+    ASSERT_EQ(skeleton.Save(Path("n/c.gis").c_str()), 0);
+    EXPECT_EQ(Read(Path("n/c.gis")).size(), Gis(true).size());
+    EXPECT_EQ(Read(Path("s/a_gis/walk.gis")), Text(test::ClipRecord(0x60001)));
+    EXPECT_FALSE(std::filesystem::exists(Path("n/c.ags")));
+}
+
+TEST_F(GisDataTest, TheBasePathIsForTheAnimationAlone)
+{
+    Write("base/m/a.gis", Gis(true));
+    Write("base/m/a_gis/walk.gis", Text(test::ClipRecord(0x60001)));
+    Write("m/a.ags", kAgs);
+    const auto cwd = std::filesystem::current_path();
+    std::filesystem::current_path(folder);
+    EXPECT_EQ(skeleton.Load("m/a.gis", Path("ba").c_str()), 1);
+    EXPECT_EQ(skeleton.Load("m/a.gis", Path("base/").c_str()), 0);
+    std::filesystem::current_path(cwd);
+    EXPECT_EQ(skeleton.m_anim.m_path, Path("base/m/a.gis"));
+    EXPECT_NE(skeleton.m_anim.m_clips[0], nullptr);
+    EXPECT_FALSE(skeleton.m_agsXml.IsEmpty());
+    EXPECT_EQ(skeleton.Load(Path("base/m/a.gis").c_str(), "nowhere/"), 0) << "absolute";
+    EXPECT_EQ(log.lines, (Lines{"E Failed to read file : " + Path("bam/a.gis") + "\n", kNoAgs}));
+}
+
+TEST_F(GisDataTest, WhatCantBeReadHasItsMessages)
+{
+    Write("good.gis", Gis(false));
+    Write("good.ags", kAgs);
+    Write("new.gis", Gis(false, 0x60002));
+    Write("cut.gis", Gis(false).substr(0, 300));
+    Write("badags.gis", Gis(false));
+    Write("badags.ags", "<a>");
+    const auto last = [&](const char* name) {
+        return "E Bad format in skeletal animation file " + Path(name) + "!";
+    };
+    const struct {
+        const char* name;
+        int result;
+        Lines log;
+    } cases[] = {
+        {"none.gis", 1, {"E Failed to read file : " + Path("none.gis") + "\n"}},
+        {"new.gis",
+         1,
+         {"E Skeletal animation file version too new!", "E Bad format in skeletal animation file!",
+          last("new.gis")}},
+        {"cut.gis",
+         1,
+         {"E gis file is damaged: clip 0: bone 1 at byte 300 needs 2, and 0 is left",
+          "E Bad format in skeletal animation, version 5.x!", last("cut.gis")}},
+        {"badags.gis", 0, {kNoAgs}},
+    };
+    for (const auto& c : cases) {
+        ASSERT_EQ(Load("good.gis"), 0);
+        EXPECT_EQ(Load(c.name), c.result) << c.name;
+        EXPECT_EQ(log.lines, c.log);
+        EXPECT_EQ(skeleton.m_anim.m_clips.size(), c.result == 0 ? 1U : 0U);
+        EXPECT_TRUE(skeleton.m_agsXml.IsEmpty());
+    }
+}
+
+TEST_F(GisDataTest, WithoutASkeletonTheAnimationStays)
+{
+    GisData fresh;
+    EXPECT_EQ(fresh.Save(Path("fresh.gis").c_str()), 0);
+    EXPECT_FALSE(std::filesystem::exists(Path("fresh.gis")));
+
+    Write("old.gis", Gis(false, 0x50003));
+    Write("old.ags", kAgs);
+    ASSERT_EQ(Load("old.gis"), 0);
+    EXPECT_EQ(skeleton.Save(Path("new.gis").c_str()), 0);
+    EXPECT_FALSE(std::filesystem::exists(Path("new.gis")));
+    EXPECT_EQ(Read(Path("new.ags")), kAgs);
+    EXPECT_EQ(log.lines, Lines{"W skeletal animation " + Path("old.gis") +
+                               " has clips but no skeleton, and is not saved"});
+    EXPECT_EQ(skeleton.m_anim.WriteAnimationFile(Path("new.gis").c_str()), 0);
+    EXPECT_EQ(Read(Path("new.gis")), Gis(false, 0x50003));
+}
+
+TEST_F(GisDataTest, ASaveThatFailsChangesNothing)
+{
+    Write("m/a.gis", Gis(true));
+    Write("m/a.ags", kAgs);
+    Write("m/b.gis", "old gis");
+    Write("m/b.ags", "old ags");
+    ASSERT_EQ(Load("m/a.gis"), 0) << "its side file is missing";
+    EXPECT_EQ(skeleton.Save(Path("m/b.gis").c_str()), -1);
+    Write("m/a_gis/walk.gis", Text(test::ClipRecord(0x60001)));
+    ASSERT_EQ(Load("m/a.gis"), 0);
+    std::filesystem::remove_all(Path("m/a_gis"));
+    EXPECT_EQ(skeleton.Save(Path("m/b.gis").c_str()), 1);
+    EXPECT_EQ(log.lines, Lines{"E unable to open " + Path("m/a_gis/walk.gis")});
+    std::filesystem::create_directory(Path("m/a_gis"));
+    skeleton.m_agsXml.Document().RootElement()->InsertNewComment("-->");
+    EXPECT_EQ(skeleton.Save(Path("m/b.gis").c_str()), 1);
+    EXPECT_EQ(Read(Path("m/b.gis")), "old gis");
+    EXPECT_EQ(Read(Path("m/b.ags")), "old ags");
+    EXPECT_TRUE(std::filesystem::is_empty(Path("m/a_gis")));
+}
+
+}  // namespace vela::vlgim
