@@ -24,7 +24,7 @@ expect() {
 says() { grep -qF -- "$2" "$1" || fail "no '$2' on $1"; }
 
 expect 0 demo 'a model'
-[ "$(grep -c 'same bytes' out)" -eq 4 ] || fail "the copy differs"
+[ "$(grep -c 'same bytes' out)" -eq 6 ] || fail "the copy differs"
 [ ! -s err ] || fail "the demo complains"
 
 cd 'a model'
@@ -52,6 +52,23 @@ expect 1 info house.gim
 says err 'Failed to read file : house.mesh'
 [ ! -s out ] || fail "a model that can't be read is printed"
 expect 0 info --base res/ house.gim
+
+expect 0 info walker.gis
+for text in '6.1' '3, in the file' 'hat                   (0, 0.2, 0)  never moves' '32 bits, scales halves         2,147'; do
+    says out "$text"
+done
+head -c 9000 walker.gis >cut.gis
+expect 1 info cut.gis
+says err 'gis file is damaged: '
+{
+    printf 'VTRK\1\0\1\0\0\1' # version 0x10001
+    printf 'door'
+    head -c 28 /dev/zero
+    printf '\1\0\0\1\0\0\1\0\0\0\200\77\0\0' # one key at 1, no channel
+} >door.track
+expect 0 info door.track
+says out 'name        door'
+says out '1, length 1'
 
 expect 1 info missing.mesh
 says err 'missing.mesh'

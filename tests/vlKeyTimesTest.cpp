@@ -210,6 +210,8 @@ TEST(vlKeyTimes, SetKeys)
     list.SetKeyTimes(floats, 2);
     EXPECT_EQ(list.GetKeyTimes(), array) << "it is long enough to stay";
     ExpectList(list, {7, 10, 20});
+    list.SetKeyTimes(list.GetKeyTimes(), 3);  // from its own array, which is too short to stay
+    ExpectList(list, {7, 10, 20, 40});
     list.SetKeyTimes(list.GetKeyTimes() + 1, 1);
     ExpectList(list, {10, 20});
     list.SetKeyTimes(static_cast<const float*>(nullptr), 0);

@@ -4,8 +4,8 @@
 
 namespace vela::vlgim::tools {
 
-/// Writes a model into folder, loads it, prints it, saves it to folder/copy and compares the two. False if
-/// any of it failed.
+/// Writes a model and an animated skeleton into folder, loads them, prints them, saves them to folder/copy and
+/// compares; then shows the forms of rotation keys. False if any of it failed.
 bool RunDemo(const std::string& folder);
 
 }  // namespace vela::vlgim::tools

@@ -1,11 +1,13 @@
 #include "Info.h"
 
+#include "AnimInfo.h"
+#include "Print.h"
+
 #include <basekit/StringAlgo.h>
 #include <vlio2/FileStream.h>
 #include <vlio2/Path.h>
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <iterator>
 #include <limits>
@@ -22,26 +24,6 @@ struct SubmeshCount {
     std::uint32_t count;
     std::string source;
 };
-
-void Row(const char* label, const char* format, ...) __attribute__((format(printf, 2, 3)));
-void Row(const char* label, const char* format, ...)
-{
-    std::printf("  %-12s", label);
-    std::va_list args;
-    va_start(args, format);
-    std::vprintf(format, args);
-    va_end(args);
-    std::printf("\n");
-}
-
-// 1234567 as "1,234,567".
-std::string Grouped(std::uint64_t number)
-{
-    std::string text = std::to_string(number);
-    for (auto at = static_cast<std::ptrdiff_t>(text.size()) - 3; at > 0; at -= 3)
-        text.insert(static_cast<std::size_t>(at), 1, ',');
-    return text;
-}
 
 std::string Attributes(const vlMeshVertexData& mesh)
 {
@@ -194,6 +176,36 @@ bool PrintMeshFile(const std::string& path, const vlio::Bytes& bytes, const Info
     return true;
 }
 
+bool PrintAnimationFile(const std::string& path, const InfoOptions& options)
+{
+    GisData skeleton;
+    if (skeleton.Load(path.c_str(), options.base ? options.base->c_str() : nullptr) != 0)
+        return false;
+    PrintAnimation(path, skeleton);
+    return true;
+}
+
+bool PrintTrackFile(const std::string& path)
+{
+    vlTrackData track;
+    if (!track.Load(path.c_str()))
+        return false;
+    PrintTrack(path, track);
+    return true;
+}
+
+bool HasExtension(const std::string& path, std::string_view extension)
+{
+    std::string lower = path;
+    kit::StringAlgo::ToLower(lower.data());
+    return lower.ends_with(extension);
+}
+
+bool StartsWith(const vlio::Bytes& bytes, std::string_view magic)
+{
+    return bytes.size() >= magic.size() && std::equal(magic.begin(), magic.end(), bytes.begin());
+}
+
 }  // namespace
 
 void PrintModel(const std::string& path, const GimData& model)
@@ -218,16 +230,22 @@ void PrintModel(const std::string& path, const GimData& model)
 
 bool PrintFile(const std::string& path, const InfoOptions& options)
 {
-    std::string lower = path;
-    kit::StringAlgo::ToLower(lower.data());
-    if (!lower.ends_with(".mesh"))
+    if (HasExtension(path, ".gim"))
         return PrintManifest(path, options);
+    if (HasExtension(path, ".gis"))
+        return PrintAnimationFile(path, options);
     vlio::Bytes bytes;
     if (!vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_MODEL)) {
         std::fprintf(stderr, "%s: can't be read\n", path.c_str());
         return false;
     }
-    return PrintMeshFile(path, bytes, options);
+    if (HasExtension(path, ".mesh"))
+        return PrintMeshFile(path, bytes, options);
+    if (StartsWith(bytes, "VTRK"))
+        return PrintTrackFile(path);
+    if (StartsWith(bytes, "RGIS"))
+        return PrintAnimationFile(path, options);
+    return PrintManifest(path, options);
 }
 
 }  // namespace vela::vlgim::tools

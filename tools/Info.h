@@ -12,7 +12,7 @@ struct InfoOptions {
     std::optional<std::uint32_t> submeshes;  ///< submesh count of a .mesh file
 };
 
-/// Prints an account of a .gim or .mesh file to stdout. False: it can't be read, and stderr says why.
+/// Prints an account of a .gim, .mesh, .gis or track file to stdout. False: it can't be read, and stderr says why.
 bool PrintFile(const std::string& path, const InfoOptions& options);
 
 /// Prints an account of a model that is loaded already.

@@ -36,9 +36,10 @@ int Run(int argc, char** argv)
 
     std::vector<std::string> files;
     tools::InfoOptions options;
-    CLI::App* info = app.add_subcommand("info", "Print an account of .gim and .mesh files");
-    info->add_option("FILE", files, "Model manifests and mesh files")->required();
-    info->add_option("--base", options.base, "Prefix of relative mesh paths and of material group paths");
+    CLI::App* info = app.add_subcommand("info", "Print an account of .gim, .mesh, .gis and track files");
+    info->add_option("FILE", files, "Model manifests, meshes, animations, tracks")->required();
+    info->add_option("--base", options.base,
+                     "Prefix of relative mesh and animation paths and of material group paths");
     info->add_option(
         "--submeshes", options.submeshes,
         "Submesh count of .mesh files, which is not in them; else a .gim beside the file is asked, "

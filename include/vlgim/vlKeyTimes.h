@@ -48,8 +48,8 @@ public:
     void ClearTimes();
 
     /// Adds a key. Returns false, and changes nothing, for a time that lies on a key (within a millionth of
-    /// the interval that it falls into), one before key 0, a NaN, and on a list of 65535 keys. Indices of the
-    /// keys behind it grow by one.
+    /// the interval that it falls into; an empty interval holds none), one before key 0, a NaN, and on a list
+    /// of 65535 keys. Indices of the keys behind it grow by one.
     bool AddKeyTime(float time);
 
     /// Removes a key; indices of the keys behind it shrink by one. Returns false, and changes nothing, for
@@ -57,7 +57,8 @@ public:
     bool RemoveKeyTime(unsigned short index);
 
     /// Moves a key between its neighbours, to at least 1/60 from either; behind the last key there is no
-    /// limit. Returns false, and changes nothing, for key 0, an index that has no key, and a time too near.
+    /// limit. Returns false, and changes nothing, for key 0, an index that has no key, and a time too near. A
+    /// NaN is near nothing, and not refused.
     bool SetKeyTime(unsigned short index, float time);
 
     /// Makes the distance from key `first` to key `last` equal to `span`: moves `last` and all keys behind it
@@ -101,7 +102,7 @@ public:
 
     /// Index of the entry nearest to `time`, the lower one of two that are as near. The trailing time is such
     /// an entry, so the result can be the key count. 0xFFFF for a time before key 0, at or behind the
-    /// trailing time.
+    /// trailing time; with 65535 keys, for the trailing time too.
     unsigned short GetKeyIndexBetween(float time) const;
 };
 

@@ -70,7 +70,8 @@ struct VLGIM_API vlTransKeysData {
     ///   m_rot itself.
     /// - A keyed component whose keys all equal key 0 keeps that key alone and loses its keyed byte. Equal
     ///   means within 1e-6, number by number. For scales and Euler angles in half floats the halves decide;
-    ///   for quaternions in a small form both the floats and the packed keys.
+    ///   for quaternions in a small form both the floats and the packed keys. In half floats it is the packed
+    ///   array that is cut to one key, and the float array keeps its length; else it is the float array.
     /// m_keyCount stays, and a component without keys keeps its keyed byte.
     /// Where an array is null although its component has keys, the error is logged, nothing is written and
     /// the object is as it was.

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <bit>
+#include <cfloat>
 
 // Files hold these types as their raw little-endian floats, so sizes and orders are file formats.
 static_assert(std::endian::native == std::endian::little,
               "all formats are little-endian, and so must the host be");
+
+static_assert(FLT_EVAL_METHOD == 0, "single precision has to round after every operation");
 
 namespace vela::geomath {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 namespace vela::vlgim {
 
@@ -59,12 +60,15 @@ void Refresh(vlKeyTimes& list)
     SetTrailingTime(list);
 }
 
-// The array for a new set of keys is the old one where that is long enough.
-void Settle(vlKeyTimes& list, unsigned short keyCount)
+// The array for a new set of keys is the old one where that is long enough. Returns an old one that was replaced:
+// the new times may still have to be copied out of it.
+std::unique_ptr<float[]> Settle(vlKeyTimes& list, unsigned short keyCount)
 {
+    std::unique_ptr<float[]> old;
     if (keyCount > list.m_count || !list.m_times)
-        list.m_times = NewTimes(keyCount);
+        old = std::exchange(list.m_times, NewTimes(keyCount));
     list.m_count = keyCount;
+    return old;
 }
 
 }  // namespace
@@ -180,11 +184,10 @@ void vlKeyTimes::SetKeyTimes(unsigned short count, unsigned int length)
 {
     Settle(*this, count);
     m_length = length;
-    const double step = m_length / (static_cast<int>(count) - 1);
-    for (unsigned i = 0; i < count; ++i)
-        m_times[i] = static_cast<float>(i * step);
     if (count == 1)  // there is no step
         m_times[0] = static_cast<float>(m_length);
+    for (unsigned i = 0; count > 1 && i < count; ++i)
+        m_times[i] = static_cast<float>(i * (m_length / (count - 1)));
     SetTrailingTime(*this);
 }
 
@@ -200,7 +203,7 @@ void vlKeyTimes::SetKeyTimes(const unsigned int* times, unsigned short count)
 
 void vlKeyTimes::SetKeyTimes(const float* times, unsigned short count)
 {
-    Settle(*this, count);
+    const std::unique_ptr<float[]> old = Settle(*this, count);
     MoveTimes(m_times.get(), times, count);
     Refresh(*this);
 }
