@@ -23,19 +23,21 @@ public:
     /// path      of the .gis file
     /// basePath  null, or the prefix of a relative path, joined to it without a separator. It holds for the
     ///           .gis file and its side files; the .ags file lies beside `path` as it is given.
-    /// Returns 0: the .gis file was read. A missing or faulty .ags file gives a LogWarning and does not change
-    /// that. 1: it could not be read, or has 4 GiB or more; LogError has said why. Of the file only m_path and
-    /// m_version are left then (vlAnimData::ReadAnimationFile), and m_agsXml is empty. Throws std::bad_alloc.
+    /// Returns 0: the .gis file was read. A missing or faulty .ags file gives a LogWarning and does not
+    /// change that. 1: it could not be read, or has 4 GiB or more; LogError has said why. Of the file only
+    /// m_path and m_version are left then (vlAnimData::ReadAnimationFile), and m_agsXml is empty. Throws
+    /// std::bad_alloc.
     int Load(const char* path, const char* basePath = nullptr);
 
     /// Saves the .gis file, if there is a skeleton, and the .ags document, if it is not empty, under the stem
     /// of `path`, whatever extension that has. Side files go beside m_anim.m_path, which is where Load found
-    /// them; change that member to write them elsewhere. All files are written and checked before the first is
-    /// replaced, the .gis last.
+    /// them; change that member to write them elsewhere. All files are written and checked before the first
+    /// is replaced, the .gis last.
     /// Clips without a skeleton, as in every file below version 6.0, stay where they are, with a LogWarning;
     /// vlAnimData::WriteAnimationFile writes them.
     /// Returns 0; else nothing was replaced, or not everything, and LogError has said why: what
-    /// vlAnimData::WriteAnimationFile returns, or 1 for the document or a file that could not be put in place.
+    /// vlAnimData::WriteAnimationFile returns, or 1 for the document or a file that could not be put in
+    /// place.
     int Save(const char* path);
 };
 

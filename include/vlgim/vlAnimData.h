@@ -22,8 +22,8 @@ class BlockReader;
 }
 
 /// One skeletal animation file (.gis): a skeleton and a list of clips. The clips lie in the file itself or,
-/// with m_async, in side files: of path/hero.gis, clip "walk" is path/hero_gis/walk.gis. (The folder's name is
-/// m_path up to its last dot, wherever that stands, and "_gis".)
+/// with m_async, in side files: of path/hero.gis, clip "walk" is path/hero_gis/walk.gis. (The folder's name
+/// is m_path up to its last dot, wherever that stands, and "_gis".)
 ///
 /// A file is written in the version that it was read in; nothing here converts one.
 ///
@@ -56,8 +56,8 @@ public:
     /// skeleton bone whose name fills its 32 bytes gives LogError "incorrect gis file!"; both are no failure.
     /// False: LogError has said why: the messages of the version gate; for a file that does not fit its
     /// counts, or has more than 255 bones, "gis file is damaged" with the clip, the block and the byte; for a
-    /// side file that can't be read, "Failed to read file : %s"; for a path without a dot where side files are
-    /// asked for, "Unable to open seperate animation file %s"; and last always "Bad format in skeletal
+    /// side file that can't be read, "Failed to read file : %s"; for a path without a dot where side files
+    /// are asked for, "Unable to open seperate animation file %s"; and last always "Bad format in skeletal
     /// animation". m_path is `path` then, m_version the file's, with the branch number in its top byte where
     /// the gate refused it, and all else is at its default. Memory never passes 64 times the bytes of all
     /// images and 16 MiB, the images aside. Throws std::bad_alloc, and the object is as it was.
@@ -71,13 +71,14 @@ public:
     ///
     /// A file that was read is written back byte for byte, but for:
     /// - the branch number, which becomes 0, and what lies behind the last clip;
-    /// - the base info size, which becomes 1108, and of base info records the m_keysOffset, m_length, name ids
-    ///   of the clip's bones, and everything else that the side file has otherwise; the side file goes by the
-    ///   name in its own record;
+    /// - the base info size, which becomes 1108, and of base info records the m_keysOffset, m_length, name
+    ///   ids of the clip's bones, and everything else that the side file has otherwise; the side file goes by
+    ///   the name in its own record;
     /// - skeleton bone names, which become lower-case;
-    /// - the last bytes of a clip's names, which become 0;
-    /// - pivot tracks, which are dropped;
-    /// - key times in ticks (below version 5.2) that are negative or pass 2^24;
+    /// - the last byte of each of a clip's two names, which becomes 0;
+    /// - pivot tracks, which are dropped, and what lies behind the clip in a side file;
+    /// - key times in ticks (below version 5.2) that are negative or above 6291458, where some move by a
+    ///   tick;
     /// - keys in a small form, whose codes are worked out anew, with quaternions turned to the sign of the
     ///   form, and components whose keys are all alike, which collapse to one.
     int WriteAnimationFile(const char* path);
@@ -87,9 +88,10 @@ public:
     int WriteAnimationFile(const char* path, vlio::FileWriter& set);
 
     /// Writes the file to the caller's stream, open for binary writing, and the clips of side files to the
-    /// streams that openClip gives, so that a set can also go to memory. Failures of the streams are their
-    /// owners' to check. Returns 0; 1 where openClip gave null, after LogError "unable to open %s", and what
-    /// was written so far stays; 1 or -1 as above for what can't be written, and then nothing is.
+    /// streams that openClip gives, so that a set can also go to memory; without m_async it is not called and
+    /// may be empty. Failures of the streams are their owners' to check. Returns 0; 1 where openClip gave
+    /// null, after LogError "unable to open %s", and what was written so far stays; 1 or -1 as above for what
+    /// can't be written, and then nothing is.
     int WriteAnimationFile(std::FILE* stream, const ClipOpener& openClip);
 
     /// A refused write: what it returns, and the message that it logs.
