@@ -175,7 +175,7 @@ TEST_F(vlAnimDataTest, DamageIsToldOnceAndLeavesNothing)
     };
     const std::pair<Bytes, std::string> cases[] = {
         {cut(plain, 60), "bones at byte 14 needs 64, and 46 is left"},
-        {with(plain, 11, 1), "bones at byte 14 needs 258, and 255 is left"},
+        {with(with(plain, 10, 0), 11, 1), "bones at byte 14 needs 256, and 255 is left"},
         {cut(plain, 310), "clip 0: bone 0 at byte 308 needs 8, and 2 is left"},
         {with(plain, 227, 2), "clip 0: clip info at byte 228 needs 514, and 255 is left"},
         {cut(plain, plain.size() - 1),
@@ -227,6 +227,10 @@ TEST_F(vlAnimDataTest, SkeletonNames)
     EXPECT_EQ(anim.m_boneNameIds[1], NameIDMurmur3("hip"));
     std::fill_n(&file[14], 32, static_cast<unsigned char>('b'));
     std::memcpy(&file[46], "hip", 3);
+    EXPECT_EQ(Written(), file);
+
+    file = Header(0x60001, 0).U32(255).Fill(std::size_t{255} * 72, 0).U32(0);
+    ASSERT_TRUE(Read(file)) << "as many bones as there is room for";
     EXPECT_EQ(Written(), file);
 }
 
@@ -322,8 +326,8 @@ TEST_F(vlAnimDataTest, SideFilesThatAreNotThereOrNotWhole)
 
 TEST_F(vlAnimDataTest, TheSideFolderEndsAtTheLastDotOfThePath)
 {
-    Write("assets_gis/walk.gis", Text(test::ClipRecord(0x60001)));
-    ASSERT_TRUE(Read(AsyncFile({"walk"}), Path("assets.old/hero")));
+    Write("my.assets_gis/walk.gis", Text(test::ClipRecord(0x60001)));
+    ASSERT_TRUE(Read(AsyncFile({"walk"}), Path("my.assets.old/hero")));
     EXPECT_NE(anim.m_clips[0], nullptr);
 }
 

@@ -155,7 +155,7 @@ void PrintAnimation(const std::string& path, const GisData& skeleton)
         const auto& position = anim.m_boneTrans[bone].m_pos;
         std::printf("      %3u  %-20s  (%g, %g, %g)%s\n", bone, Shown(NameOf(anim.m_boneNames[bone])).c_str(),
                     position.x, position.y, position.z,
-                    moving.count(anim.m_boneNameIds[bone]) ? "" : "  never moves");
+                    moving.contains(anim.m_boneNameIds[bone]) ? "" : "  never moves");
     }
     PrintClips(anim);
 }

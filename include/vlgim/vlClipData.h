@@ -74,8 +74,8 @@ public:
     /// the shared times, or grows to the latest of the bones' times. All arrays but the shared times lie in
     /// one allocation.
     /// Writing sets the key count and form of each channel, and changes it as vlTransKeysData::WriteData
-    /// says. Times become the nearest tick, half a tick rounded up, negative ones towards 0 and then up to
-    /// one tick too high; those that pass 32 bits become -2^31.
+    /// says. Times become the nearest tick, half a tick rounded up; negative ones come out up to a tick too
+    /// high, and those that pass 32 bits, like NaN, become -2^31.
     const unsigned char* ReadKeysData(const unsigned char* data, std::uint32_t version,
                                       const unsigned char* end = nullptr);
     void WriteKeysData(std::FILE* stream, std::uint32_t version);

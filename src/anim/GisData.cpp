@@ -13,12 +13,12 @@ namespace vela::vlgim {
 
 int GisData::Load(const char* path, const char* basePath)
 {
+    // Copies: the arguments may lie in what is replaced here.
+    const std::string agsPath = vlio::ReplaceFileExtension(path, ".ags");
+    const std::string fullPath = (basePath && vlio::IsRelativePath(path) ? basePath : std::string()) + path;
     m_anim = {};
     m_agsXml.Clear();
 
-    std::string fullPath = path;
-    if (basePath && vlio::IsRelativePath(path))
-        fullPath.insert(0, basePath);
     vlio::Bytes bytes;
     if (!vlio::FileStream::ReadAllBinary(fullPath.c_str(), bytes, vlio::FILE_SYSTEM_MODEL) ||
         bytes.size() > std::numeric_limits<std::uint32_t>::max()) {
@@ -29,7 +29,7 @@ int GisData::Load(const char* path, const char* basePath)
         LogError("Bad format in skeletal animation file %s!", fullPath.c_str());
         return 1;
     }
-    if (m_agsXml.Load(vlio::ReplaceFileExtension(path, ".ags").c_str()) != 0)
+    if (m_agsXml.Load(agsPath.c_str()) != 0)
         LogWarning("Failed to read ags data!\n");
     return 0;
 }

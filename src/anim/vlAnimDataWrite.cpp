@@ -68,6 +68,15 @@ std::string CantBeWritten(const vlAnimData& anim, const std::string& reason)
     return "skeletal animation " + anim.m_path + " can't be written: " + reason;
 }
 
+// Readers refuse a file below 40 bytes, and a skeleton or a record makes one longer.
+Obstacle WhyTooShort(const vlAnimData& anim)
+{
+    const bool hasRecords = !anim.m_clips.empty() && (anim.m_async == 0 || anim.m_version >= kSideFiles);
+    if (anim.m_boneCount == 0 && !hasRecords)
+        return {1, "it has neither bones nor clips, and is too short to be read"};
+    return {};
+}
+
 Obstacle WhySideFilesUnwritable(const vlAnimData& anim)
 {
     const auto folder = anim::SideFolder(anim.m_path);
@@ -91,18 +100,11 @@ bool Refused(const vlAnimData::Obstacle& obstacle)
     return obstacle.result != 0;
 }
 
-// A file below 40 bytes is refused by every reader.
-bool IsTooShortToRead(const vlAnimData& anim)
-{
-    const bool hasRecords = !anim.m_clips.empty() && (anim.m_async == 0 || anim.m_version >= kSideFiles);
-    return anim.m_boneCount == 0 && !hasRecords;
-}
-
 }  // namespace
 
 vlAnimData::Obstacle vlAnimData::WriteObstacle() const
 {
-    for (const auto why : {WhyUncountable, WhySkeletonUnwritable, WhyClipsUnwritable})
+    for (const auto why : {WhyUncountable, WhySkeletonUnwritable, WhyClipsUnwritable, WhyTooShort})
         if (const Obstacle obstacle = why(*this); obstacle.result != 0)
             return {obstacle.result, CantBeWritten(*this, obstacle.message)};
     return m_async != 0 ? WhySideFilesUnwritable(*this) : Obstacle{};
@@ -137,8 +139,6 @@ int vlAnimData::WriteAnimationFile(std::FILE* stream, const ClipOpener& openClip
         return obstacle.result;
     if (m_isDelta)
         LogWarning("skeletal animation %s is written with deltas, which no file tells", m_path.c_str());
-    if (IsTooShortToRead(*this))
-        LogWarning("skeletal animation %s has nothing in it, and is too short to be read", m_path.c_str());
     WriteAnimationHeader(stream);
     io::BlockWriter out(stream);
     out.Value(static_cast<std::uint16_t>(m_clips.size()));
@@ -178,7 +178,7 @@ int vlAnimData::WriteSideFiles(std::FILE* stream, const ClipOpener& openClip)
     const std::string folder = anim::SideFolder(m_path).value_or("");
     for (const auto& clip : m_clips) {
         const std::string path = anim::SidePath(folder, *clip);
-        std::FILE* side = openClip(path.c_str());
+        std::FILE* side = openClip ? openClip(path.c_str()) : nullptr;
         if (!side) {
             LogError("unable to open %s", path.c_str());
             return 1;

@@ -65,7 +65,8 @@ public:
     std::shared_ptr<T[]> Array(Slot<T> slot) const
     {
 #ifdef VLGIM_SEPARATE_ARRAYS
-        return std::make_shared_for_overwrite<T[]>(static_cast<std::size_t>(slot.count));
+        // Not make_shared, which pads the array with bytes that the sanitizer takes for the array's own.
+        return std::shared_ptr<T[]>(new T[static_cast<std::size_t>(slot.count)]);
 #else
         return {m_block, reinterpret_cast<T*>(reinterpret_cast<unsigned char*>(m_block.get()) + slot.offset)};
 #endif
