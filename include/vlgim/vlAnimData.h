@@ -60,14 +60,14 @@ public:
     /// are asked for, "Unable to open seperate animation file %s"; and last always "Bad format in skeletal
     /// animation". m_path is `path` then, m_version the file's, with the branch number in its top byte where
     /// the gate refused it, and all else is at its default. Memory never passes 64 times the bytes of all
-    /// images and 16 MiB, the images aside. Throws std::bad_alloc, and the object is as it was.
+    /// files and 16 MiB, their images aside; a side file that several clips name counts once. Throws std::bad_alloc, and the object is as it was.
     bool ReadAnimationFile(const unsigned char* data, std::uint32_t length, const std::string& path);
 
     /// Writes the file, and with m_async the side files: these beside m_path, whatever `path` says, in a
     /// folder that has to be there. All are written and checked before the first is replaced, the .gis last.
     /// Returns 0. 1: nothing was replaced, or not everything, and LogError has said why: "unable to open %s",
-    /// "failed to write %s: %s", or what can't be written (WriteObstacle), where nothing was opened. -1: a
-    /// clip can't have a side file (WriteObstacle), and nothing was opened.
+    /// "failed to write %s: %s", or what can't be written (WriteObstacle), where nothing was opened. -1:
+    /// the same, for what WriteObstacle gives -1.
     ///
     /// A file that was read is written back byte for byte, but for:
     /// - the branch number, which becomes 0, and what lies behind the last clip;
@@ -103,8 +103,9 @@ public:
     /// Why a write would be refused: -1 for more than 65535 clips, an empty slot, and with side files two
     /// clips of one name or an m_path without a dot; 1 for a version that is not read here, what the version
     /// has no place for (shared key times below 5.3, a skeleton or side files below 6.0, the bones of a clip
-    /// in a side file at 6.0), a clip name with a component "..", more than 255 bones, and counts that
-    /// disagree with their arrays.
+    /// in a side file at 6.0), a clip name with a component ".." or without a NUL, more than 255 bones,
+    /// counts that disagree with their arrays, and neither bones nor clips, which makes a file too short to be read.
+    /// How long an array is can't be seen: whoever makes a component keyed gives it an array for all keys.
     Obstacle WriteObstacle() const;
 
     /// Turns the keys of all clips into deltas against m_boneTrans, and back; in place, so that copies of the
@@ -124,7 +125,7 @@ private:
     void ReadBonesData(io::BlockReader& in);
     bool ReadClips(io::BlockReader& in);
     bool ReadSideFiles(io::BlockReader& in);
-    bool ReadSideFile(const std::string& path, std::size_t slot);
+    bool ReadSideFile(const std::string& path, std::size_t slot, io::BlockReader& load, bool isNew);
 
     void WriteAnimationHeader(std::FILE* stream) const;
     void WriteBonesData(std::FILE* stream) const;

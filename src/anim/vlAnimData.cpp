@@ -11,6 +11,7 @@
 #include <vlio2/FileStream.h>
 
 #include <cstring>
+#include <set>
 #include <utility>
 
 namespace vela::vlgim {
@@ -177,6 +178,7 @@ bool vlAnimData::ReadSideFiles(io::BlockReader& in)
         LogError("Unable to open seperate animation file %s", m_path.c_str());
         return false;
     }
+    std::set<std::string> read;
     for (std::size_t i = 0; i < m_clips.size(); ++i) {
         in.Enter("base info");
         if (in.Spend(sizeof(vlClipData))) {
@@ -188,13 +190,17 @@ bool vlAnimData::ReadSideFiles(io::BlockReader& in)
             LogDamage(in, "clip " + std::to_string(i) + ": ");
             return false;
         }
-        if (m_version >= kSideFiles && !ReadSideFile(anim::SidePath(*folder, *m_clips[i]), i))
-            return false;
+        if (m_version >= kSideFiles) {
+            const std::string path = anim::SidePath(*folder, *m_clips[i]);
+            // However many clips name a file, its bytes allow for their memory once.
+            if (!ReadSideFile(path, i, in, read.insert(path).second))
+                return false;
+        }
     }
     return true;
 }
 
-bool vlAnimData::ReadSideFile(const std::string& path, std::size_t slot)
+bool vlAnimData::ReadSideFile(const std::string& path, std::size_t slot, io::BlockReader& load, bool isNew)
 {
     const bool leaves = anim::LeavesFolder(anim::ClipName(*m_clips[slot]));
     if (!leaves && !vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY)) {
@@ -207,7 +213,9 @@ bool vlAnimData::ReadSideFile(const std::string& path, std::size_t slot)
         return false;
     }
     io::BlockReader in(bytes.data(), bytes.data() + bytes.size(), "clip info");
+    in.JoinBudget(load, isNew ? bytes.size() : 0);
     clips::Read(in, m_version, 0, *m_clips[slot]);
+    load.JoinBudget(in, 0);
     if (in.Failed())
         LogDamage(in, "clip " + std::to_string(slot) + " in " + path + ": ");
     return !in.Failed();

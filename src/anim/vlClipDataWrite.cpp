@@ -24,6 +24,9 @@ std::string WhyInfoUnwritable(const vlClipData& clip)
 {
     if (clip.m_boneCount != 0 && !clip.m_boneNames)
         return "no array holds the bone names";
+    // A reader ends them at 31 bytes, and looks for a side file of that name.
+    if (clip.m_name[31] != 0 || clip.m_name2[31] != 0)
+        return "its name has no end";
     return WhyBonesUnwritable(clip);
 }
 

@@ -130,6 +130,15 @@ public:
         return true;
     }
 
+    /// Goes on with the budget of a load of several files: all that `load` has spent and may spend, and what
+    /// imageBytes of a further file allow.
+    void JoinBudget(const BlockReader& load, std::uint64_t imageBytes)
+    {
+        m_spent = load.m_spent;
+        m_imageBytes =
+            load.m_imageBytes > kUnknownSize - imageBytes ? kUnknownSize : load.m_imageBytes + imageBytes;
+    }
+
     /// Fails at a byte that asks for `needed` where only `limit` is allowed.
     void RefuseAt(std::uint64_t offset, std::uint64_t needed, std::uint64_t limit)
     {
@@ -162,12 +171,14 @@ private:
 
     std::uint64_t Budget() const
     {
-        return m_size > (UINT64_MAX - kMemoryBase) / kMemoryPerByte ? UINT64_MAX
-                                                                    : m_size * kMemoryPerByte + kMemoryBase;
+        return m_imageBytes > (UINT64_MAX - kMemoryBase) / kMemoryPerByte
+                   ? UINT64_MAX
+                   : m_imageBytes * kMemoryPerByte + kMemoryBase;
     }
 
     const unsigned char* m_start;
     std::uint64_t m_size;
+    std::uint64_t m_imageBytes = m_size;  // of all files that allow for memory
     std::uint64_t m_offset = 0;
     std::uint64_t m_spent = 0;
     const char* m_block;
