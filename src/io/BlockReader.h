@@ -24,7 +24,7 @@ inline std::string Describe(const Refusal& why)
 {
     std::string text = why.block;
     if (why.number >= 0)
-        text += " " + std::to_string(why.number);
+        text.append(1, ' ').append(std::to_string(why.number));
     return text + " at byte " + std::to_string(why.offset) + " needs " + std::to_string(why.needed) +
            ", and " + std::to_string(why.left) + " is left";
 }

@@ -7,7 +7,6 @@
 #include "mesh/MeshVersions.h"
 
 #include <algorithm>
-#include <cinttypes>
 
 namespace vela::vlgim {
 
@@ -69,11 +68,8 @@ bool vlMeshData::Read(io::BlockReader& in)
     vlMeshData header = read;
 
     const bool whole = read.ReadBlocks(in);
-    if (in.Failed()) {
-        const io::Refusal& why = in.WhyRefused();
-        LogError("gim file is damaged: %s at byte %" PRIu64 " needs %" PRIu64 ", and %" PRIu64 " is left",
-                 why.block, why.offset, why.needed, why.left);
-    }
+    if (in.Failed())
+        LogError("gim file is damaged: %s", Describe(in.WhyRefused()).c_str());
     *this = std::move(whole ? read : header);
     return whole;
 }
