@@ -23,48 +23,22 @@ constexpr float kInv = std::bit_cast<float>(0x3F3504F3U);
 constexpr float kNan = std::bit_cast<float>(0x7FC00000U);
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
-// Records are their bytes as a number. A key alone is packed, and as the last one of a run at an odd address that
-// is long enough for wide registers; both have to agree, also on the signs that they leave.
-std::uint64_t Encode(int bits, Quat& q)
+// The records of a run, each as a number of `size` bytes; at an odd address in the file.
+std::vector<unsigned char> FileOf(const std::vector<std::uint64_t>& records, std::size_t size)
 {
-    std::vector<Quat> keys(9, q);
-    unsigned char records[9 * 6 + 1] = {};
-    std::uint64_t inRun = 0;
-    std::uint16_t words[4] = {};
-    if (bits == 32) {
-        EncodeRotations32(keys[0].data(), 9, records + 1);
-        const std::uint32_t word = EncodeRotation32(&q[0], &q[1], &q[2], &q[3]);
-        std::memcpy(words, &word, 4);
-    } else {
-        EncodeRotations48(keys[0].data(), 9, records + 1);
-        EncodeRotation48(&q[0], &q[1], &q[2], &q[3], &words[0], &words[1], &words[2]);
-    }
-    const auto size = static_cast<std::size_t>(bits / 8);
-    std::memcpy(&inRun, records + 1 + 8 * size, size);
-    EXPECT_EQ(inRun, std::bit_cast<std::uint64_t>(words));
-    for (const Quat& key : keys)
-        EXPECT_EQ(std::bit_cast<QuatBits>(key), std::bit_cast<QuatBits>(q));
-    return inRun;
+    std::vector<unsigned char> file(1);
+    for (const std::uint64_t record : records)
+        for (std::size_t i = 0; i < size; ++i)
+            file.push_back(static_cast<unsigned char>(record >> 8 * i));
+    return file;
 }
 
-QuatBits Decode(int bits, std::uint64_t record)
+std::vector<QuatBits> Bits(const std::vector<Quat>& quats)
 {
-    std::vector<Quat> keys(9);
-    unsigned char records[9 * 6 + 1] = {};
-    const auto size = static_cast<std::size_t>(bits / 8);
-    for (std::size_t i = 0; i < 9; ++i)
-        std::memcpy(records + 1 + i * size, &record, size);
-    const auto word = [record](int i) { return static_cast<std::uint16_t>(record >> 16 * i); };
-    Quat q{};
-    if (bits == 32) {
-        DecodeRotations32(records + 1, 9, keys[0].data());
-        DecodeRotation32(static_cast<std::uint32_t>(record), &q[0], &q[1], &q[2], &q[3]);
-    } else {
-        DecodeRotations48(records + 1, 9, keys[0].data());
-        DecodeRotation48(word(0), word(1), word(2), &q[0], &q[1], &q[2], &q[3]);
-    }
-    EXPECT_EQ(std::memcmp(&keys[0], &q, sizeof q) | std::memcmp(&keys[8], &q, sizeof q), 0);
-    return std::bit_cast<QuatBits>(q);
+    std::vector<QuatBits> bits;
+    for (const Quat& q : quats)
+        bits.push_back(std::bit_cast<QuatBits>(q));
+    return bits;
 }
 
 }  // namespace
@@ -94,40 +68,67 @@ TEST(KeyCodecs, PacksRotations)
         {{0, 0, kInf, -kInf}, 0x80080200, 0x3FFF3FFF8000, false},
         {{-2e9F, 0, 0, -3e9F}, 0xC0080200, 0x3FFF3FFFC000, true},
     };
+    std::vector<std::uint64_t> records32, records48;
+    std::vector<Quat> before, after, single32, single48;
     for (const auto& c : cases) {
-        for (const int bits : {32, 48}) {
-            SCOPED_TRACE(testing::PrintToString(c.before));
-            Quat q = c.before, after = c.before;
-            for (float& component : after)
-                component = c.negated ? -component : component;
-            EXPECT_EQ(Encode(bits, q), bits == 32 ? c.record32 : c.record48);
-            EXPECT_EQ(std::bit_cast<QuatBits>(q), std::bit_cast<QuatBits>(after));
-        }
+        Quat q = c.before;
+        before.push_back(q);
+        single32.push_back(q);
+        single48.push_back(q);
+        for (float& component : q)
+            component = c.negated ? -component : component;
+        after.push_back(q);
+        records32.push_back(c.record32);
+        records48.push_back(c.record48);
+        auto& [x, y, z, w] = single32.back();
+        EXPECT_EQ(EncodeRotation32(&x, &y, &z, &w), c.record32) << testing::PrintToString(c.before);
+        auto& [i, j, k, r] = single48.back();
+        std::uint16_t words[4] = {};
+        EncodeRotation48(&i, &j, &k, &r, &words[0], &words[1], &words[2]);
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(words), c.record48) << testing::PrintToString(c.before);
     }
+    std::vector<Quat> run32 = before, run48 = before;
+    std::vector<unsigned char> file32(1 + 4 * before.size()), file48(1 + 6 * before.size());
+    EncodeRotations32(run32[0].data(), run32.size(), &file32[1]);
+    EncodeRotations48(run48[0].data(), run48.size(), &file48[1]);
+    EXPECT_EQ(file32, FileOf(records32, 4));
+    EXPECT_EQ(file48, FileOf(records48, 6));
+    for (const auto& quats : {single32, single48, run32, run48})
+        EXPECT_EQ(Bits(quats), Bits(after));
 }
 
 TEST(KeyCodecs, UnpacksRotations)
 {
-    const struct {
-        int bits;
-        std::uint64_t record;
-        QuatBits q;
-    } cases[] = {
-        {32, 0xE0080200, {0x3A353400, 0x3A353400, 0x3A353400, 0x3F7FFFF4}},
-        {48, 0xBFFFBFFFDFFF, {0xB7B50000, 0xB7B50000, 0xB7B50000, 0x3F800000}},  // the uppermost bit is ignored
-        // The missing component's last bits tell the order in which the squares go off.
-        {32, 0x31CE2720, {0x3F1FF0EA, 0x3EC95E5A, 0x3F0B425F, 0x3ECC3322}},
-        {32, 0x548DB375, {0x3F042E69, 0x3F24F1E7, 0xBE81E184, 0x3F00FF07}},
-        {32, 0xB62DCA26, {0x3F031E9D, 0x3D5A0070, 0x3F340D27, 0x3EFAEA16}},
-        {32, 0xF6998373, {0x3EFFDE76, 0x3E089AE4, 0x3F037935, 0x3F2F4361}},
-        {48, 0x6AD5EC77172A, {0x3F346417, 0xBE47DFCC, 0x3EFB8CC6, 0x3EF25022}},
-        {48, 0x2D69F24978E3, {0xBE524DEC, 0x3F16B725, 0x3F0CCD29, 0x3F0E3CDF}},
-        {48, 0x31377248B668, {0x3F0E3A0B, 0xBE274208, 0x3F25CE32, 0x3EFD843E}},
-        {48, 0x68B23129F98E, {0x3F1091AF, 0xBE27E06C, 0x3EE639BE, 0x3F2C1D54}},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(Decode(c.bits, c.record), c.q) << std::hex << c.record;
-    EXPECT_TRUE(std::isnan(std::bit_cast<float>(Decode(32, 0xFFFFFFFF)[3]))) << "longer than 1 without it";
+    // The missing component's last bits tell the order in which the squares go off.
+    const std::vector<std::uint64_t> records32{0xE0080200, 0x31CE2720, 0x548DB375, 0xB62DCA26, 0xF6998373};
+    const std::vector<QuatBits> expected32{{0x3A353400, 0x3A353400, 0x3A353400, 0x3F7FFFF4},
+                                           {0x3F1FF0EA, 0x3EC95E5A, 0x3F0B425F, 0x3ECC3322},
+                                           {0x3F042E69, 0x3F24F1E7, 0xBE81E184, 0x3F00FF07},
+                                           {0x3F031E9D, 0x3D5A0070, 0x3F340D27, 0x3EFAEA16},
+                                           {0x3EFFDE76, 0x3E089AE4, 0x3F037935, 0x3F2F4361}};
+    // The uppermost bit of all is ignored.
+    const std::vector<std::uint64_t> records48{0xBFFFBFFFDFFF, 0x6AD5EC77172A, 0x2D69F24978E3, 0x31377248B668,
+                                               0x68B23129F98E};
+    const std::vector<QuatBits> expected48{{0xB7B50000, 0xB7B50000, 0xB7B50000, 0x3F800000},
+                                           {0x3F346417, 0xBE47DFCC, 0x3EFB8CC6, 0x3EF25022},
+                                           {0xBE524DEC, 0x3F16B725, 0x3F0CCD29, 0x3F0E3CDF},
+                                           {0x3F0E3A0B, 0xBE274208, 0x3F25CE32, 0x3EFD843E},
+                                           {0x3F1091AF, 0xBE27E06C, 0x3EE639BE, 0x3F2C1D54}};
+    std::vector<Quat> run32(5), run48(5), single32(5), single48(5);
+    DecodeRotations32(&FileOf(records32, 4)[1], 5, run32[0].data());
+    DecodeRotations48(&FileOf(records48, 6)[1], 5, run48[0].data());
+    for (std::size_t key = 0; key < 5; ++key) {
+        auto& [x, y, z, w] = single32[key];
+        DecodeRotation32(static_cast<std::uint32_t>(records32[key]), &x, &y, &z, &w);
+        auto& [i, j, k, r] = single48[key];
+        const auto words = std::bit_cast<std::array<std::uint16_t, 4>>(records48[key]);
+        DecodeRotation48(words[0], words[1], words[2], &i, &j, &k, &r);
+    }
+    EXPECT_TRUE(Bits(run32) == expected32 && Bits(run48) == expected48);
+    EXPECT_TRUE(Bits(single32) == expected32 && Bits(single48) == expected48);
+    Quat q{};
+    DecodeRotation32(0xFFFFFFFF, &q[0], &q[1], &q[2], &q[3]);
+    EXPECT_TRUE(std::isnan(q[3])) << "the others are too long without it";
 }
 
 TEST(KeyCodecs, EveryHalfDecodesToItsSingleAndBack)
@@ -181,9 +182,13 @@ TEST(KeyCodecs, HalfRotationsOutOfLengthAreNormalised)
         {{0x7C00, 0x3C00, 0x0000, 0x0000}, {0x7FC00000, 0x7FC00000, 0x7FC00000, 0x7FC00000}},
     };
     for (const auto& c : cases) {
-        Quat q{}, run[2] = {};
-        DecodeHalfRotation(c.halves, q.data());
-        EXPECT_EQ(std::bit_cast<QuatBits>(q), c.q);
-        DecodeHalfRotations(std::array{c.halves, c.halves}.data(), 1, run[0].data());
+        Quat single{};
+        std::vector<Quat> run(2);
+        unsigned char file[17];
+        std::memcpy(file + 1, c.halves, 8);
+        std::memcpy(file + 9, c.halves, 8);
+        DecodeHalfRotation(c.halves, single.data());
+        DecodeHalfRotations(file + 1, 2, run[0].data());
+        EXPECT_EQ(Bits({single, run[0], run[1]}), std::vector(3, c.q));
     }
 }
