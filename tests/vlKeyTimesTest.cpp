@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 using namespace vela::vlgim;
@@ -48,11 +49,12 @@ void ExpectFound(const vlKeyTimes& list, float time, unsigned short key, float f
 {
     for (const unsigned short start : std::vector<unsigned short>{0, 1, 2, 3, 65535}) {
         const bool valid = start < list.GetKeyCount();
+        const std::pair expected(valid ? key : 0, valid ? fraction : kUntouched);
         float forward = kUntouched, backward = kUntouched;
-        EXPECT_EQ(list.GetKeyIndex(time, start, &forward), valid ? key : 0) << time << " from " << start;
-        EXPECT_EQ(list.GetKeyIndexRvs(time, start, &backward), valid ? key : 0) << time << " from " << start;
-        EXPECT_EQ(forward, valid ? fraction : kUntouched) << time << " from " << start;
-        EXPECT_EQ(backward, forward) << time << " from " << start;
+        const int up = list.GetKeyIndex(time, start, &forward),
+                  down = list.GetKeyIndexRvs(time, start, &backward);
+        EXPECT_EQ(std::pair(up, forward), expected) << time << " from " << start;
+        EXPECT_EQ(std::pair(down, backward), expected) << time << " from " << start;
     }
 }
 
@@ -70,13 +72,10 @@ TEST(vlKeyTimes, Searches)
                  {0.5F, 0, 0.5F, 0},
                  {0.6F, 0, 0.6F, 1},
                  {1, 1, 0, 1},
-                 {2, 2, 0, 2},
-                 {2.9F, 2, (2.9F - 2) / 2, 2},
                  {3, 2, 0.5F, 2},
-                 {3.5F, 2, 0.75F, 3},
                  {last, 2, (last - 2) / 2, 3},
-                 {4, 0, kUntouched, 65535},
                  {-1, 0, kUntouched, 65535},
+                 {4, 0, kUntouched, 65535},
                  {kNan, 0, kUntouched, 65535}};
     for (const auto& c : cases) {
         ExpectFound(Keys({0, 1, 2}), c.time, c.key, c.fraction);
@@ -93,33 +92,40 @@ TEST(vlKeyTimes, Searches)
     EXPECT_EQ(wild.GetKeyIndexRvs(1, 5, nullptr), 2);
 }
 
-TEST(vlKeyTimes, AddKey)
+TEST(vlKeyTimes, AddsAndMovesKeys)
 {
-    const float near = 1 + 0x1p-20F;  // less than a millionth of the interval away
-    const float off = 1 + 0x1p-19F;
+    const float near = 1 + 0x1p-20F,
+                off = 1 + 0x1p-19F;  // by less and by more than a millionth of the interval
+    const float gap = std::bit_cast<float>(0x3C888889U);
     const struct {
         Floats before;
+        unsigned short index;  // 0: the key is added
         float time;
         Floats after;  // empty: refused
-    } cases[] = {{{0, 1, 2}, std::nextafter(1.0F, 0.0F), {}},
-                 {{0, 1, 2}, near, {}},
-                 {{0, 1, 2}, off, {0, 1, off, 2}},
-                 {{0, 1, 2}, 0.5F, {0, 0.5F, 1, 2}},
-                 {{0, 1, 2}, 3, {0, 1, 2, 3}},
-                 {{0, 1, 2}, 5, {0, 1, 2, 5}},
-                 {{0, 1, 2}, -1, {}},
-                 {{0, 1, 2}, kNan, {}},
-                 {{}, kNan, {}},
-                 {{}, -3, {-3}},
-                 {{-2, -1}, -0.5F, {-2, -1, -0.5F}},
-                 {{0, 5, 1}, 3, {0, 5, 1, 3}},  // the length decides, whatever the order
-                 {{0}, 0, {0, 0}}};             // the interval of a key at 0 is empty: nothing holds 0
-    for (const auto& c : cases) {
-        vlKeyTimes list = Keys(c.before);
-        const Doubles before = State(list);
-        EXPECT_EQ(list.AddKeyTime(c.time), !c.after.empty()) << testing::PrintToString(c.before) << c.time;
-        EXPECT_EQ(State(list), c.after.empty() ? before : StateOf(c.after));
+    } cases[] = {{{0, 1, 2}, 0, std::nextafter(1.0F, 0.0F), {}},
+                 {{0, 1, 2}, 0, near, {}},
+                 {{0, 1, 2}, 0, off, {0, 1, off, 2}},
+                 {{0, 1, 2}, 0, 3, {0, 1, 2, 3}},
+                 {{0, 1, 2}, 0, 5, {0, 1, 2, 5}},
+                 {{0, 1, 2}, 0, -1, {}},
+                 {{}, 0, kNan, {}},
+                 {{}, 0, -3, {-3}},
+                 {{-2, -1}, 0, -0.5F, {-2, -1, -0.5F}},
+                 {{0, 5, 1}, 0, 3, {0, 5, 1, 3}},  // the length decides, whatever the order
+                 {{0}, 0, 0, {0, 0}},              // the interval of a key at 0 is empty: nothing holds 0
+                 {{0, 1, 2}, 1, gap, {0, gap, 2}},
+                 {{0, 1, 2}, 1, std::nextafter(gap, 0.0F), {}},
+                 {{0, 1, 2}, 1, 2 - gap, {0, 2 - gap, 2}},
+                 {{0, 1, 2}, 1, 2, {}},
+                 {{0, 1, 2}, 2, 10, {0, 1, 10}},
+                 {{0, 1, 2}, 3, 5, {}}};
+    for (const auto& [before, index, time, after] : cases) {
+        vlKeyTimes list = Keys(before);
+        const Doubles state = after.empty() ? State(list) : StateOf(after);
+        EXPECT_EQ(index ? list.SetKeyTime(index, time) : list.AddKeyTime(time), !after.empty()) << time;
+        EXPECT_EQ(State(list), state) << time;
     }
+    EXPECT_FALSE(Keys({0, 1, 2}).SetKeyTime(0, 0));
     vlKeyTimes full;
     full.SetKeyTimes(65535, 65534);
     EXPECT_FALSE(full.AddKeyTime(100000));
@@ -127,7 +133,7 @@ TEST(vlKeyTimes, AddKey)
     EXPECT_TRUE(full.RemoveKeyTime(65534) && full.AddKeyTime(100000));
 }
 
-TEST(vlKeyTimes, RemoveAndMoveKeys)
+TEST(vlKeyTimes, RemovesKeysAndMovesAllBehind)
 {
     vlKeyTimes list = Keys({0, 1, 2, 3});
     EXPECT_FALSE(list.RemoveKeyTime(0) || list.RemoveKeyTime(4));
@@ -137,44 +143,25 @@ TEST(vlKeyTimes, RemoveAndMoveKeys)
     EXPECT_FALSE(list.RemoveKeyTime(1)) << "two are the least";
     EXPECT_EQ(State(list), StateOf({0, 2}));
 
-    const float gap = std::bit_cast<float>(0x3C888889U);
-    const struct {
-        unsigned short index;
-        float time;
-        Floats after;
-    } cases[] = {{1, gap, {0, gap, 2}},
-                 {1, std::nextafter(gap, 0.0F), {}},
-                 {1, 2 - gap, {0, 2 - gap, 2}},
-                 {1, 2, {}},
-                 {2, 10, {0, 1, 10}},
-                 {2, 1, {}},
-                 {0, 0, {}},
-                 {3, 5, {}}};
-    for (const auto& c : cases) {
-        list = Keys({0, 1, 2});
-        EXPECT_EQ(list.SetKeyTime(c.index, c.time), !c.after.empty()) << c.index << " to " << c.time;
-        EXPECT_EQ(State(list), StateOf(c.after.empty() ? Floats{0, 1, 2} : c.after));
-    }
-}
-
-TEST(vlKeyTimes, MoveKeysBehind)
-{
     const struct {
         unsigned short first, last;
         float span;
         Floats after;
-    } cases[] = {{0, 2, 3, {0, 1, 3, 6}}, {0, 2, 0.5F, {0, 1, 0.5F, 3.5F}}, {1, 2, 0.5F, {0, 1, 1.5F, 4.5F}},
-                 {0, 2, 0, {0, 1, 2, 5}}, {2, 2, 1, {0, 1, 2, 5}},          {0, 4, 1, {0, 1, 2, 5}}};
+    } cases[] = {{0, 2, 0.5F, {0, 1, 0.5F, 3.5F}},
+                 {1, 2, 3, {0, 1, 4, 7}},
+                 {0, 2, 0, {0, 1, 2, 5}},
+                 {2, 2, 1, {0, 1, 2, 5}},
+                 {0, 4, 1, {0, 1, 2, 5}}};
     for (const auto& c : cases) {
-        vlKeyTimes list = Keys({0, 1, 2, 5});
+        list = Keys({0, 1, 2, 5});
         list.SetKeysTime(c.first, c.last, c.span);
         EXPECT_EQ(State(list), StateOf(c.after)) << c.first << " " << c.last;
     }
     // The length takes the float difference in double and keeps what the float keys round away.
-    vlKeyTimes fine = Keys({0, 0.3F, 1000});
-    fine.SetKeysTime(0, 1, 0.4F);
-    EXPECT_EQ(fine.GetLength(), 1000 + static_cast<double>(0.4F - 0.3F));
-    EXPECT_EQ(fine.GetKeyTime(2), 1000 + (0.4F - 0.3F));
+    list = Keys({0, 0.3F, 1000});
+    list.SetKeysTime(0, 1, 0.4F);
+    EXPECT_EQ(list.GetLength(), 1000 + static_cast<double>(0.4F - 0.3F));
+    EXPECT_EQ(list.GetKeyTime(2), 1000 + (0.4F - 0.3F));
 }
 
 TEST(vlKeyTimes, SetKeys)
