@@ -188,8 +188,9 @@ TEST(vlClipData, TwoHundredFiftyFiveBonesAndNoMore)
 
 TEST(vlClipData, EveryPrefixAndEveryChangedByte)
 {
-    for (const auto& [version, layout] : {VersionAndLayout{0x50001, 1}, {0x60001, 0}, {0x60001, 1}}) {
-        const Bytes record = test::ClipRecord(version, layout);
+    for (const auto& form : {VersionAndLayout{0x50001, 1}, {0x60001, 0}, {0x60001, 1}}) {
+        const std::uint32_t version = form.version;
+        const Bytes record = test::ClipRecord(version, form.layout);
         test::ForEachPrefix(record, [&](const unsigned char* data, const unsigned char* end) {
             vlClipData clip;
             EXPECT_EQ(Read(clip, data, end, version), nullptr) << end - data;
