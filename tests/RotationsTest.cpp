@@ -79,22 +79,87 @@ TEST(Rotations, EulerMatricesAreTheProductsOfTheirFactors)
     }
 }
 
+// An entry of a matrix, with its sign.
+struct Entry {
+    float sign;
+    int row, column;
+
+    float Of(const _Matrix<float>& m) const { return sign * m.m[row][column]; }
+};
+
 TEST(Rotations, EulerAnglesOnBothSidesOfTheGimbalThreshold)
 {
+    const struct {
+        Entry sine;
+        int middle, last, first;            // angles: 0 x, 1 y, 2 z
+        Entry gimbal[2];                    // atan2 of these is the first angle, and the last one is 0
+        Entry lastBelow[2], firstBelow[2];  // below the threshold
+    } orders[] = {
+        {{-1, 0, 2},
+         1,
+         2,
+         0,
+         {{-1, 2, 1}, {1, 1, 1}},
+         {{1, 0, 1}, {1, 0, 0}},
+         {{1, 1, 2}, {1, 2, 2}}},  // XYZ
+        {{-1, 1, 0},
+         2,
+         0,
+         1,
+         {{-1, 0, 2}, {1, 2, 2}},
+         {{1, 1, 2}, {1, 1, 1}},
+         {{1, 2, 0}, {1, 0, 0}}},  // YZX
+        {{-1, 2, 1},
+         0,
+         1,
+         2,
+         {{-1, 1, 0}, {1, 0, 0}},
+         {{1, 2, 0}, {1, 2, 2}},
+         {{1, 0, 1}, {1, 1, 1}}},  // ZXY
+        {{1, 0, 1},
+         2,
+         1,
+         0,
+         {{1, 1, 2}, {1, 2, 2}},
+         {{-1, 0, 2}, {1, 0, 0}},
+         {{-1, 2, 1}, {1, 1, 1}}},  // XZY
+        {{1, 1, 2},
+         0,
+         2,
+         1,
+         {{1, 2, 0}, {1, 0, 0}},
+         {{-1, 1, 0}, {1, 1, 1}},
+         {{-1, 0, 2}, {1, 2, 2}}},  // YXZ
+        {{1, 2, 0},
+         1,
+         0,
+         2,
+         {{1, 0, 1}, {1, 1, 1}},
+         {{-1, 2, 1}, {1, 2, 2}},
+         {{-1, 1, 0}, {1, 0, 0}}},  // ZYX
+    };
     const float beyond = std::nextafter(kGimbal, 1.0F);
     const struct {
         float sine, middle;
         bool gimbal;
     } cases[] = {{-1.5F, -kRight, false}, {-1, -kRight, false}, {kGimbal, std::asin(kGimbal), false},
                  {1.5F, kRight, true},    {1, kRight, true},    {beyond, std::asin(beyond), true}};
-    for (const auto& c : cases) {
-        const _Matrix<float> m{
-            {{0.11F, 0.22F, -c.sine, 0}, {-0.44F, 0.55F, 0.66F, 0}, {0.77F, -0.88F, 0.99F, 0}, {}}};
-        float x = 9, y = 9, z = 9;
-        MatrixToEuler(m, &x, &y, &z, 1);
-        EXPECT_EQ(x, c.gimbal ? std::atan2(0.88F, 0.55F) : std::atan2(0.66F, 0.99F)) << c.sine;
-        EXPECT_EQ(y, c.middle) << c.sine;
-        EXPECT_EQ(z, c.gimbal ? 0.0F : std::atan2(0.22F, 0.11F)) << c.sine;
+    for (unsigned order = 1; order <= 6; ++order) {
+        const auto& o = orders[order - 1];
+        const auto angle = [](const Entry(&of)[2], const _Matrix<float>& m) {
+            return std::atan2(of[0].Of(m), of[1].Of(m));
+        };
+        for (const auto& c : cases) {
+            _Matrix<float> m{
+                {{0.11F, 0.22F, 0.33F, 0}, {-0.44F, 0.55F, 0.66F, 0}, {0.77F, -0.88F, 0.99F, 0}, {}}};
+            m.m[o.sine.row][o.sine.column] = o.sine.sign * c.sine;
+            float expected[3], angles[3] = {9, 9, 9};
+            expected[o.middle] = c.middle;
+            expected[o.last] = c.gimbal ? 0.0F : angle(o.lastBelow, m);
+            expected[o.first] = angle(c.gimbal ? o.gimbal : o.firstBelow, m);
+            MatrixToEuler(m, &angles[0], &angles[1], &angles[2], order);
+            EXPECT_EQ(BitsOf(angles), BitsOf(expected)) << "order " << order << ", sine " << c.sine;
+        }
     }
 }
 
