@@ -66,11 +66,21 @@ TEST_F(GisDataTest, LoadsASkeletonAndSavesTheSameFiles)
     Write("s/a_gis/walk.gis", kSide);
     ASSERT_EQ(Load("s/a.gis"), 0);
     EXPECT_EQ(log.lines, Lines{kNoAgs});
+    EXPECT_EQ(skeleton.Load(skeleton.m_anim.m_path.c_str()), 0) << "from its own path";
     Write("s/a_gis/walk.gis", "old");
     ASSERT_EQ(Save("c.gis"), 0);
     EXPECT_EQ(Read(Path("c.gis")).size(), Gis(true).size());
     EXPECT_EQ(Read(Path("s/a_gis/walk.gis")), kSide);
     EXPECT_FALSE(std::filesystem::exists(Path("c.ags")));
+
+    // A disk that is full at the side file.
+    std::filesystem::remove(Path("s/a_gis/walk.gis"));
+    std::filesystem::create_symlink("/dev/full", Path("s/a_gis/walk.gis"));
+    Write("c.gis", "old");
+    EXPECT_EQ(Save("c.gis"), 1);
+    EXPECT_EQ(log.lines.back(),
+              "E failed to write " + Path("s/a_gis/walk.gis") + ": No space left on device");
+    EXPECT_EQ(Read(Path("c.gis")), "old");
 }
 
 TEST_F(GisDataTest, TheBasePathIsForTheAnimationAlone)

@@ -138,7 +138,7 @@ TEST_F(vlAnimDataTest, Gate)
         {0x0104FFFF, 0, 0x4FFFF, {"E Bad format in skeletal animation, version 4.x!"}},
         {0x00060001, 39, 0x60001, {kBadFile}},
         {0x00060001, 7, 0, {kBadFile}},
-        {0x00060001, 0x80000000, 0, {kBadFile}},
+        {0x00060001, 0x80000000, 0x60001, {kBadFile}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << std::hex << c.word << ' ' << c.length);
@@ -151,7 +151,7 @@ TEST_F(vlAnimDataTest, Gate)
         EXPECT_EQ(anim.m_clips.empty(), !c.log.empty());
         EXPECT_EQ(log.lines, c.log);
     }
-    EXPECT_FALSE(anim.ReadAnimationFile(nullptr, 0, ""));
+    EXPECT_FALSE(anim.ReadAnimationFile(nullptr, 99, ""));
     EXPECT_FALSE(Read(Bytes(40, 'R')));
 }
 
@@ -288,6 +288,8 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
          [](Anim a) { a.m_clips.resize(0x10000, a.m_clips[0]); }},
         {-1, async, cant + "clip 1: another has its name, walk",
          [](Anim a) { std::strcpy(a.m_clips[1]->m_name, "walk"); }},
+        {1, async, cant + "clip 0: its name has no end",
+         [](Anim a) { std::memset(a.m_clips[0]->m_name, 'x', 32); }},
         {1, plain, cant + "its version is none from 5.0 to 6.1", [](Anim a) { a.m_version = 0x60002; }},
         {1, plain, cant + "its version has no skeleton", [](Anim a) { a.m_version = 0x50004; }},
         {1, old, cant + "its version has no side files", [](Anim a) { a.m_async = 1; }},

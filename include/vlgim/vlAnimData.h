@@ -60,7 +60,8 @@ public:
     /// are asked for, "Unable to open seperate animation file %s"; and last always "Bad format in skeletal
     /// animation". m_path is `path` then, m_version the file's, with the branch number in its top byte where
     /// the gate refused it, and all else is at its default. Memory never passes 64 times the bytes of all
-    /// files and 16 MiB, their images aside; a side file that several clips name counts once. Throws std::bad_alloc, and the object is as it was.
+    /// files and 16 MiB, their images aside; a side file that several clips name counts once. Throws
+    /// std::bad_alloc, and the object is as it was.
     bool ReadAnimationFile(const unsigned char* data, std::uint32_t length, const std::string& path);
 
     /// Writes the file, and with m_async the side files: these beside m_path, whatever `path` says, in a
@@ -104,8 +105,8 @@ public:
     /// clips of one name or an m_path without a dot; 1 for a version that is not read here, what the version
     /// has no place for (shared key times below 5.3, a skeleton or side files below 6.0, the bones of a clip
     /// in a side file at 6.0), a clip name with a component ".." or without a NUL, more than 255 bones,
-    /// counts that disagree with their arrays, and neither bones nor clips, which makes a file too short to be read.
-    /// How long an array is can't be seen: whoever makes a component keyed gives it an array for all keys.
+    /// counts that disagree with their arrays, and neither bones nor clips, which makes a file too short to be
+    /// read. How long an array is can't be seen: whoever makes a component keyed gives it an array for all keys.
     Obstacle WriteObstacle() const;
 
     /// Turns the keys of all clips into deltas against m_boneTrans, and back; in place, so that copies of the

@@ -60,11 +60,10 @@ bool vlAnimData::ReadAnimationFile(const unsigned char* data, std::uint32_t leng
 
 bool vlAnimData::ReadVersion(const unsigned char* data, std::uint32_t length)
 {
-    // From 2 GiB on a length counts as negative.
-    const auto size = static_cast<std::int32_t>(length);
-    if (size >= static_cast<std::int32_t>(kHeaderSize))
+    if (data && length >= kHeaderSize)
         io::CopyRun(&m_version, data + 4, 1);
-    if (!IsSuitable(data, size)) {
+    // From 2 GiB on a length counts as negative.
+    if (!data || !IsSuitable(data, static_cast<std::int32_t>(length))) {
         LogError("Bad format in skeletal animation file!");
         return false;
     }
@@ -74,7 +73,7 @@ bool vlAnimData::ReadVersion(const unsigned char* data, std::uint32_t length)
     const std::uint32_t major = m_version >> 16;
     bool whole = false;
     if (major >= 5) {
-        io::BlockReader in(data, data + size, "header");
+        io::BlockReader in(data, data + length, "header");
         in.Seek(kHeaderSize);
         whole = ReadFile_Version5(in);
     } else {
