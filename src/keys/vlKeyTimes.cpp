@@ -48,6 +48,22 @@ unsigned short Found(const vlKeyTimes& list, unsigned key, float time, float* fr
     return static_cast<unsigned short>(key);
 }
 
+// One pass at most, from key `start` to each next one and round to `start` again.
+template <class Next>
+unsigned short Search(const vlKeyTimes& list, float time, unsigned start, float* fraction, Next next)
+{
+    const unsigned count = KeyCount(list);
+    if (start >= count)
+        return 0;
+    unsigned key = start;
+    do {
+        if (Holds(list.m_times.get() + key, time))
+            return Found(list, key, time, fraction);
+        key = next(key, count);
+    } while (key != start);
+    return 0;
+}
+
 void SetTrailingTime(vlKeyTimes& list)
 {
     list.m_times[list.m_count] = static_cast<float>(2.0 * list.m_length);
@@ -220,30 +236,14 @@ void vlKeyTimes::ScaleKeyTimes(float factor)
 
 unsigned short vlKeyTimes::GetKeyIndex(float time, unsigned short start, float* fraction) const
 {
-    const unsigned count = KeyCount(*this);
-    if (start >= count)
-        return 0;
-    unsigned key = start;
-    do {
-        if (Holds(m_times.get() + key, time))
-            return Found(*this, key, time, fraction);
-        key = key + 1 == count ? 0 : key + 1;
-    } while (key != start);
-    return 0;
+    return Search(*this, time, start, fraction,
+                  [](unsigned key, unsigned count) { return key + 1 == count ? 0 : key + 1; });
 }
 
 unsigned short vlKeyTimes::GetKeyIndexRvs(float time, unsigned short start, float* fraction) const
 {
-    const unsigned count = KeyCount(*this);
-    if (start >= count)
-        return 0;
-    unsigned key = start;
-    do {
-        if (Holds(m_times.get() + key, time))
-            return Found(*this, key, time, fraction);
-        key = key == 0 ? count - 1 : key - 1;
-    } while (key != start);
-    return 0;
+    return Search(*this, time, start, fraction,
+                  [](unsigned key, unsigned count) { return key == 0 ? count - 1 : key - 1; });
 }
 
 unsigned short vlKeyTimes::GetKeyIndexBetween(float time) const
