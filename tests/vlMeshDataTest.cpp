@@ -105,10 +105,6 @@ TEST(vlMeshData, WhatIsNotReadSaysWhy)
         {With(kFile, 41, {64}), "is damaged: positions at byte 46 needs 12884901948, and 270 is left"},
         {With(With(kFile, 36, {0}), 41, {64}),
          "is damaged: vertex block at byte 46 needs 47244640576, and 16797440 is left"},
-        {With(kFile, 8, {1}), "has a skeleton, which is not read yet"},
-        {With(kFile, 10, {1}), "has morph data, which is not read yet"},
-        {With(kFile, 11, {1}), "has tracks, which are not read yet"},
-        {WithTable({16, 20}, {5, 4}), "has original data, which is not read yet"},
     };
     for (const auto& [file, message] : cases) {
         const LogCapture log;
@@ -217,15 +213,16 @@ TEST(vlMeshData, RefusesToWriteWhatCannotBeReadBack)
 {
     const std::pair<std::string, void (*)(vlMeshData&)> cases[] = {
         {"there is no vertex object", [](auto& mesh) { mesh.m_vertexData = nullptr; }},
-        {"a skeleton is not written yet", [](auto& mesh) { mesh.m_skeletonFlag = 2; }},
-        {"morph data are not written yet", [](auto& mesh) { mesh.m_hasMorph = 1; }},
-        {"tracks are not written yet", [](auto& mesh) { mesh.m_hasTracks = 1; }},
-        {"original data are not written yet", [](auto& mesh) { mesh.m_originalData.emplace_back(); }},
+        {"the skeleton flag is set, and the vertex object has no skin",
+         [](auto& mesh) { mesh.m_skeletonFlag = 2; }},
+        {"the morph flag is set, and there is no morph", [](auto& mesh) { mesh.m_hasMorph = 1; }},
+        {"the track flag is set, and there are no tracks", [](auto& mesh) { mesh.m_hasTracks = 1; }},
+        {"an object of original data is null", [](auto& mesh) { mesh.m_originalData.emplace_back(); }},
         {"the vertex object has 2 frames, and there is no morph",
          [](auto& mesh) { mesh.m_vertexData->m_frameCount = 2; }},
         {"the positions or normals are missing",
          [](auto& mesh) { mesh.m_vertexData->m_positions = nullptr; }},
-        {"the vertex block passes 4 GiB, and offsets in the file have 32 bits",  // with its 16 bytes ahead
+        {"the file passes 4 GiB, and offsets in it have 32 bits",  // with its 16 bytes ahead
          [](auto& mesh) { mesh.m_vertexData->m_triangleCount = 0x2AAAAA7D; }},
     };
     for (const auto& [obstacle, spoil] : cases) {

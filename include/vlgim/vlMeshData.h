@@ -2,6 +2,9 @@
 
 #include <vlgim/Export.h>
 #include <vlgim/vlMeshVertexData.h>
+#include <vlgim/vlMorphData.h>
+#include <vlgim/vlOriginalData.h>
+#include <vlgim/vlTrackData.h>
 
 #include <corecommon/BoundingInfo.h>
 #include <geomath/Types.h>
@@ -11,6 +14,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace vela::vlgim {
@@ -19,9 +23,7 @@ namespace io {
 class BlockReader;
 }
 class vlDataShareTable;
-struct vlMorphData;
-class vlOriginalData;
-class vlTrackData;
+struct BlockList;
 
 /// One .mesh file. The file does not say how many submeshes it has: the manifest does, or the caller, who
 /// sets m_submeshCount ahead of a read.
@@ -33,22 +35,22 @@ public:
     std::uint32_t m_version = 0x50004;  ///< of the file read, 0x50000 to 0x50004
     std::uint32_t m_packMode = 0;       ///< of the file read; 1: it held half floats
     std::uint32_t m_submeshCount = 0;   ///< set it before a read
-    std::uint16_t m_skeletonFlag = 0;   ///< 0 static mesh, 1 skinned mesh
-    std::vector<std::shared_ptr<vlOriginalData>> m_originalData;
-    std::shared_ptr<vlMeshVertexData> m_vertexData;
-    std::uint8_t m_hasMorph = 0;
+    std::uint16_t m_skeletonFlag = 0;   ///< 0 static mesh, 1 skinned mesh; any other: skinned, without bones
+    std::vector<std::shared_ptr<vlOriginalData>> m_originalData;  ///< in file order
+    std::shared_ptr<vlMeshVertexData> m_vertexData;  ///< a vlMeshSkelVertexData under a skeleton flag but 0
+    std::uint8_t m_hasMorph = 0;                     ///< non-zero: m_morph exists
     std::shared_ptr<vlMorphData> m_morph;
-    std::uint8_t m_hasTracks = 0;
-    std::shared_ptr<vlTrackData[]> m_tracks;
-    std::uint16_t m_spareIndex = 65535;  ///< the caller's own; copied, never read or written
-    std::uint16_t m_boneCount = 0;
-    std::vector<std::uint16_t> m_boneParents;
-    std::shared_ptr<char[][32]> m_boneNames;
-    std::vector<std::int32_t> m_boneNameIds;
-    std::uint16_t m_rootBone = 0;
-    std::shared_ptr<BoundingInfo[]> m_boneBounds;
-    std::shared_ptr<geomath::_Matrix<float>[]> m_boneMatrices;
-    std::uint16_t m_skelVertexBlocks = 0;  ///< 1: m_vertexData is a skinned vertex object
+    std::uint8_t m_hasTracks = 0;                  ///< non-zero: m_tracks exists
+    std::shared_ptr<vlTrackData[]> m_tracks;       ///< one for each submesh
+    std::uint16_t m_spareIndex = 65535;            ///< the caller's own; copied, never read or written
+    std::uint16_t m_boneCount = 0;                 ///< N; 0 and 65535 stand for a skeleton without bones
+    std::vector<std::uint16_t> m_boneParents;      ///< N; 65535: no parent
+    std::shared_ptr<char[][32]> m_boneNames;       ///< N, in lower case, NUL-terminated or full
+    std::vector<std::int32_t> m_boneNameIds;       ///< N, NameIDMurmur3 of each name; not in the file
+    std::uint16_t m_rootBone = 0;                  ///< the bone without a parent; 65535: several; 0: none
+    std::shared_ptr<BoundingInfo[]> m_boneBounds;  ///< N, or null
+    std::shared_ptr<geomath::_Matrix<float>[]> m_boneMatrices;  ///< N
+    std::uint16_t m_skelVertexBlocks = 0;                       ///< 1: m_vertexData is a vlMeshSkelVertexData
 
     /// Reads a whole file image, which is needed during the call only. m_submeshCount and m_spareIndex are the
     /// caller's and stay; everything else is replaced.
@@ -63,9 +65,12 @@ public:
     bool ReadMeshFile(const unsigned char* data);
 
     /// Writes the mesh as version 0x50004 with pack mode 0, whatever m_version and m_packMode say, through a
-    /// FileWriter: path holds the old file or the whole new one. Not written: m_version, m_packMode,
-    /// m_submeshCount, m_spareIndex, blocks that a read passed over with a warning, and what the vertex object
-    /// leaves out.
+    /// FileWriter: path holds the old file or the whole new one. As a write of each block does, it brings the mask
+    /// of used bones and m_hasSkin up to date and packs the keys of the tracks. Not written: m_version, m_packMode,
+    /// m_submeshCount, m_spareIndex, the morph's m_singleFrame, m_version of the tracks behind the first, what a
+    /// read passed over (the anim-BI block and the key records of old files; blocks that a warning named), and
+    /// what the vertex object leaves out. Original data of the type MESH_DATA_VERTEX are written with a warning
+    /// that the next reader passes over as many blocks.
     /// Returns 0; 1 if nothing was written, and LogError has said why: "unable to open %s", "failed to write
     /// %s: %s", or what WriteObstacle says, in which case nothing was opened.
     int WriteMeshFile(const char* path);
@@ -84,16 +89,55 @@ public:
     /// .mesh file and no manifest. Reads bounded and never logs; empty for a file that can't be read.
     static std::vector<std::uint32_t> FittingSubmeshCounts(const unsigned char* data, std::size_t length);
 
+    /// Appends the whole mesh to lists of the caller's, one entry each, so that several meshes can be gathered.
+    /// positions, normals    the arrays of the vertex object, all frames; valid while that lives, not to be released
+    /// indices               a copy of the 3 x T indices
+    /// uvs0, uvs1            the first two uv sets, null where there are none; valid as the positions
+    /// vertexCounts, triangleCounts   cut to 16 bits
+    /// Without a vertex object nothing is appended.
+    void CollectSegGeometryInfo(std::vector<geomath::_Vector3<float>*>& positions,
+                                std::vector<geomath::_Vector3<float>*>& normals,
+                                std::vector<std::vector<std::uint16_t>>& indices,
+                                std::vector<geomath::_Point2<float>*>& uvs0,
+                                std::vector<geomath::_Point2<float>*>& uvs1,
+                                std::vector<std::uint16_t>& vertexCounts,
+                                std::vector<std::uint16_t>& triangleCounts) const;
+
+    /// Appends copies of the skin to lists of the caller's.
+    /// boneIndices, weights   4 for each vertex; 0xFFFF: no bone
+    /// matrices               the matrix of each bone under its index; what is there is overwritten
+    /// names                  of each bone, in bone order
+    /// Returns true; false, with nothing appended, without a skinned vertex object that has 4 slots a vertex.
+    bool CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std::vector<float>& weights,
+                            std::unordered_map<std::uint16_t, geomath::_Matrix<float>>& matrices,
+                            std::vector<std::string>& names) const;
+
+    /// The range of a submesh in the index array, counted in indices; 0 and 0 where there is no such submesh.
+    void GetSubIBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const;
+
+    /// The range of a submesh in the vertex arrays; 0 and 0 where there is no such submesh.
+    void GetSubVBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const;
+
 private:
     bool Read(io::BlockReader& in);
-    void ReadMeshHeader(io::BlockReader& in);
     bool ReadBlocks(io::BlockReader& in);
-    bool ReadAnimDataNew(io::BlockReader& in);
-    bool ReadVertexData(io::BlockReader& in);
+    void ReadMeshHeader(io::BlockReader& in);
+    void ReadAnimDataNew(io::BlockReader& in);
+    void ReadBonesData(io::BlockReader& in);
+    void ReadAnimBIData(io::BlockReader& in) const;
+    void ReadVertexData(io::BlockReader& in);
+    void ReadOriginalData(io::BlockReader& in, const BlockList& blocks);
     static vlDataShareTable ReadTable(io::BlockReader& in);
+    std::uint32_t FrameCount() const;
+    std::uint16_t StoredBones() const;
+    std::string BonesObstacle() const;
+    std::string AnimObstacle() const;
+    std::uint64_t LargestOffset() const;
     void WriteMeshHeader(std::FILE* stream) const;
     void WriteAnimData(std::FILE* stream) const;
-    void WriteMeshVertexData(std::FILE* stream);
+    void WriteBonesData(std::FILE* stream) const;
+    void WriteAnimBIData(std::FILE* stream) const;
+    void WriteMeshVertexData(std::FILE* stream) const;
 };
 
 }  // namespace vela::vlgim

@@ -14,7 +14,8 @@ namespace vela::vlgim {
 
 namespace io {
 class BlockReader;
-}
+class BlockWriter;
+}  // namespace io
 
 /// One submesh: a range of the mesh's one vertex list and a range of its one triangle list. Files are believed in
 /// this: unless it has uvs or colours, a range may reach beyond the list, so whoever walks one stops at its end.
@@ -85,19 +86,54 @@ struct VLGIM_API vlMeshVertexData {
 
     /// Why a write would be refused: counts and arrays disagree, so that the block could not be read back.
     /// One sentence; empty if it can be written.
-    std::string WriteObstacle() const;
+    virtual std::string WriteObstacle() const;
 
     /// Bytes of the block that WriteData writes. Only for an object without a WriteObstacle.
-    std::uint64_t WrittenSize() const;
+    virtual std::uint64_t WrittenSize() const;
 
-private:
+protected:
     friend class vlMeshData;
 
-    void Read(io::BlockReader& in, unsigned int version, unsigned int packMode);
+    virtual void Read(io::BlockReader& in, unsigned int version, unsigned int packMode);
+    virtual void WriteBlock(io::BlockWriter& out);
+};
 
-    // The submesh counts with which a block of one frame would fill data to end exactly.
-    static std::vector<std::uint32_t> FittingSubCounts(const unsigned char* data, const unsigned char* end,
-                                                       unsigned int version);
+/// The vertex object of a skinned mesh: for every vertex a fixed number of bone references and weights, and which
+/// bones are in use. Its block is the vertex block with the skin data behind it.
+///
+/// W stands for m_maxBoneRefCount. A copy shows the same arrays as its source and has a mask of its own. The skin
+/// arrays of one read lie in one allocation, beside that of the vertices.
+struct VLGIM_API vlMeshSkelVertexData : vlMeshVertexData {
+    std::shared_ptr<std::uint16_t[]>
+        m_boneIndices;                       ///< V x W; slot j of vertex v at v * W + j; 0xFFFF: no bone
+    std::shared_ptr<float[]> m_boneWeights;  ///< V x W; nothing makes them add up to 1
+    std::uint32_t m_usedBoneBits = 0;        ///< bits of the mask in a file; at most 65535
+    std::vector<bool> m_usedBones;           ///< bit b: bone b is in use
+
+    vlMeshSkelVertexData() = default;
+    vlMeshSkelVertexData(const vlMeshSkelVertexData&) = default;
+    vlMeshSkelVertexData& operator=(const vlMeshSkelVertexData&) = default;
+    ~vlMeshSkelVertexData() override = default;
+
+    /// Reads the block as the base does, and the skin data behind it: references of one byte below version 0x50004
+    /// (255 becomes 0xFFFF), of two from it on; weights; from 0x50004 on a bit count, before that 255; from 0x50003
+    /// on the mask. Sets W to 4, or to 8 for version 0x50005, which stands in no .mesh file. m_usedBoneBits and the
+    /// size of m_usedBones become the bit count.
+    /// Null, and the object is as it was, also where the skin does not fit or has more than 65535 mask bits.
+    const unsigned char* ReadDataNew(const unsigned char* data, unsigned int version, unsigned int packMode,
+                                     const unsigned char* end = nullptr) override;
+
+    /// Writes the block in the form of version 0x50004, W slots a vertex. The mask is brought up to date first:
+    /// it gets m_usedBoneBits bits, those that are set stay set, and so becomes each whose bone a vertex refers to
+    /// with a weight other than 0 (a NaN is other, -0.0 is not). A reference at or above m_usedBoneBits marks none.
+    void WriteData(std::FILE* stream) override;
+
+    std::string WriteObstacle() const override;
+    std::uint64_t WrittenSize() const override;
+
+private:
+    void Read(io::BlockReader& in, unsigned int version, unsigned int packMode) override;
+    void WriteBlock(io::BlockWriter& out) override;
 };
 
 }  // namespace vela::vlgim

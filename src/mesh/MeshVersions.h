@@ -9,4 +9,9 @@ constexpr std::uint32_t kMeshMagic = 0xBBC88034;
 constexpr std::uint32_t kOldestVersion = 0x50000;
 constexpr std::uint32_t kNewestVersion = 0x50004;
 
+constexpr std::uint32_t kNoKeyRecordsVersion = 0x50002;  // the records for each key of an animation went
+constexpr std::uint32_t kWideParentVersion = 0x50004;    // parents of bones have two bytes
+
+constexpr std::uint16_t kSkinned = 1;  // the skeleton flag with which a file has bones
+
 }  // namespace vela::vlgim

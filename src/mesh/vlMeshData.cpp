@@ -5,31 +5,53 @@
 
 #include "io/BlockReader.h"
 #include "mesh/MeshVersions.h"
+#include "mesh/VertexBlock.h"
 
 #include <algorithm>
 
 namespace vela::vlgim {
 
-namespace {
-
-// Which blocks of the file are read as what.
+// Which blocks of the file are read as what, and what the table says of them.
 struct BlockList {
     std::uint32_t vertexBlock;
     std::ptrdiff_t vertexPairs;  // how many vertex blocks the table tells of
     std::vector<std::uint32_t> passedOver;
     std::vector<std::uint32_t> originalData;
+    std::vector<MESH_DATA_TYPE> originalTypes;
 };
+
+namespace {
+
+// What the first pair of each block says it is; original data where there is none, or where it says a vertex block,
+// so that a block that was read is read again once it is written.
+std::vector<MESH_DATA_TYPE> TypesOf(const vlDataShareTable& table)
+{
+    std::vector<MESH_DATA_TYPE> types(table.m_blocks.size(), MESH_DATA_ORIGINAL);
+    std::vector<bool> told(types.size());
+    for (const DataPair& pair : table.m_pairs) {
+        const auto index = static_cast<std::size_t>(pair.index);  // a negative one is past every block
+        if (index >= types.size() || told[index])
+            continue;
+        told[index] = true;
+        if (pair.type != MESH_DATA_VERTEX)
+            types[index] = pair.type;
+    }
+    return types;
+}
 
 BlockList Sort(const vlDataShareTable& table)
 {
     const auto isVertex = [](const DataPair& pair) { return pair.type == MESH_DATA_VERTEX; };
     const auto vertexPairs = std::count_if(table.m_pairs.begin(), table.m_pairs.end(), isVertex);
-    const auto blocks = table.m_blocks.begin();
     // Block 0 is read as the vertex block whatever the pairs say.
-    const auto firstOriginal =
-        blocks + std::clamp<std::ptrdiff_t>(vertexPairs, 1, std::ssize(table.m_blocks));
-    return {
-        table.m_blocks[0], vertexPairs, {blocks + 1, firstOriginal}, {firstOriginal, table.m_blocks.end()}};
+    const auto originals = std::clamp<std::ptrdiff_t>(vertexPairs, 1, std::ssize(table.m_blocks));
+    const auto blocks = table.m_blocks.begin();
+    const std::vector<MESH_DATA_TYPE> types = TypesOf(table);
+    return {table.m_blocks[0],
+            vertexPairs,
+            {blocks + 1, blocks + originals},
+            {blocks + originals, table.m_blocks.end()},
+            {types.begin() + originals, types.end()}};
 }
 
 void WarnOfPassedOver(const BlockList& blocks)
@@ -37,12 +59,11 @@ void WarnOfPassedOver(const BlockList& blocks)
     if (blocks.vertexPairs <= 1)
         return;
     std::string places;
-    const std::size_t named = std::min<std::size_t>(blocks.passedOver.size(), 8);
-    for (std::size_t i = 0; i < named; ++i)
-        places += (i == 0 ? ": at byte " : ", ") + std::to_string(blocks.passedOver[i]);
+    for (const std::uint32_t offset : blocks.passedOver)
+        places += (places.empty() ? ": at byte " : ", ") + std::to_string(offset);
     LogWarning("gim file tells of %td vertex blocks, of which the first is read and the others are lost at a "
-               "write%s%s",
-               blocks.vertexPairs, places.c_str(), named < blocks.passedOver.size() ? ", ..." : "");
+               "write%s",
+               blocks.vertexPairs, places.c_str());
 }
 
 }  // namespace
@@ -86,13 +107,17 @@ bool vlMeshData::ReadBlocks(io::BlockReader& in)
         LogError("%s", "gim file version is too old");
         return false;
     }
-    if (m_skeletonFlag != 0) {
-        LogError("%s", "gim file has a skeleton, which is not read yet");
-        return false;
-    }
-    m_vertexData = std::make_shared<vlMeshVertexData>();
+    if (m_skeletonFlag != 0)
+        m_vertexData = std::make_shared<vlMeshSkelVertexData>();
+    else
+        m_vertexData = std::make_shared<vlMeshVertexData>();
+    m_skelVertexBlocks = m_skeletonFlag != 0 ? 1 : 0;
     m_vertexData->m_subCount = m_submeshCount;
-    return ReadAnimDataNew(in) && ReadVertexData(in);
+    ReadAnimDataNew(in);
+    ReadBonesData(in);
+    ReadAnimBIData(in);
+    ReadVertexData(in);
+    return !in.Failed();
 }
 
 // The magic word is passed over: files of this format have always been read whatever it says.
@@ -108,22 +133,6 @@ void vlMeshData::ReadMeshHeader(io::BlockReader& in)
     m_skeletonFlag = skeletonFlag;
 }
 
-bool vlMeshData::ReadAnimDataNew(io::BlockReader& in)
-{
-    in.Enter("animation block");
-    m_hasMorph = in.Value<std::uint8_t>();
-    if (m_hasMorph != 0) {
-        LogError("%s", "gim file has morph data, which is not read yet");
-        return false;
-    }
-    m_hasTracks = in.Value<std::uint8_t>();
-    if (m_hasTracks != 0) {
-        LogError("%s", "gim file has tracks, which are not read yet");
-        return false;
-    }
-    return !in.Failed();
-}
-
 vlDataShareTable vlMeshData::ReadTable(io::BlockReader& in)
 {
     in.Enter("table offset");
@@ -137,23 +146,39 @@ vlDataShareTable vlMeshData::ReadTable(io::BlockReader& in)
     return table;
 }
 
-bool vlMeshData::ReadVertexData(io::BlockReader& in)
+void vlMeshData::ReadVertexData(io::BlockReader& in)
 {
     const vlDataShareTable table = ReadTable(in);
     if (in.Failed())
-        return false;
+        return;
     const BlockList blocks = Sort(table);
-    if (!blocks.originalData.empty()) {
-        LogError("%s", "gim file has original data, which is not read yet");
-        return false;
-    }
-    m_vertexData->m_frameCount = 1;
+    m_vertexData->m_frameCount = FrameCount();
     in.Seek(blocks.vertexBlock);
     m_vertexData->Read(in, m_version, m_packMode);
-    if (in.Failed())
-        return false;
-    WarnOfPassedOver(blocks);
-    return true;
+    // The mask is as long as the skeleton, whatever the vertex block says of it.
+    if (m_skeletonFlag == kSkinned)
+        static_cast<vlMeshSkelVertexData&>(*m_vertexData).m_usedBoneBits = m_boneCount;
+    ReadOriginalData(in, blocks);
+    if (!in.Failed())
+        WarnOfPassedOver(blocks);
+}
+
+std::uint32_t vlMeshData::FrameCount() const
+{
+    return m_morph && m_morph->m_singleFrame == 0 ? m_morph->m_times.GetKeyCount() : 1;
+}
+
+void vlMeshData::ReadOriginalData(io::BlockReader& in, const BlockList& blocks)
+{
+    in.Spend(blocks.originalData.size() * sizeof(vlOriginalData));
+    for (std::size_t i = 0; i < blocks.originalData.size() && !in.Failed(); ++i) {
+        in.Enter("original data", static_cast<std::int64_t>(i));
+        in.Seek(blocks.originalData[i]);
+        auto data = std::make_shared<vlOriginalData>();
+        data->m_type = blocks.originalTypes[i];
+        data->Read(in, true);
+        m_originalData.push_back(std::move(data));
+    }
 }
 
 std::vector<std::uint32_t> vlMeshData::FittingSubmeshCounts(const unsigned char* data, std::size_t length)
@@ -161,14 +186,19 @@ std::vector<std::uint32_t> vlMeshData::FittingSubmeshCounts(const unsigned char*
     io::BlockReader in(data, data ? data + length : nullptr, "header");
     vlMeshData mesh;
     mesh.ReadMeshHeader(in);
-    if (mesh.m_version < kOldestVersion || mesh.m_version > kNewestVersion || mesh.m_skeletonFlag != 0)
+    if (mesh.m_version < kOldestVersion || mesh.m_version > kNewestVersion)
         return {};
-    const bool isStatic = in.Value<std::uint16_t>() == 0;  // neither morph nor tracks
+    mesh.ReadAnimDataNew(in);
+    // How far tracks, and the records that old files have for each key, reach depends on the count itself.
+    if (mesh.m_hasTracks || (mesh.m_version < kNoKeyRecordsVersion && mesh.m_hasMorph))
+        return {};
+    mesh.ReadBonesData(in);
+    mesh.ReadAnimBIData(in);
     const std::uint64_t tableAt = in.Offset();
     const auto tableOffset = in.Value<std::uint32_t>();
     in.Seek(tableAt);
     const vlDataShareTable table = ReadTable(in);
-    if (in.Failed() || !isStatic || table.m_blocks[0] > length)
+    if (in.Failed() || table.m_blocks[0] > length)
         return {};
 
     // The vertex block ends where the next block begins, wherever that stands in the table.
@@ -176,7 +206,8 @@ std::vector<std::uint32_t> vlMeshData::FittingSubmeshCounts(const unsigned char*
     for (const std::uint32_t offset : table.m_blocks)
         if (offset > table.m_blocks[0])
             end = std::min<std::uint64_t>(end, offset);
-    return vlMeshVertexData::FittingSubCounts(data + table.m_blocks[0], data + end, mesh.m_version);
+    return FittingSubCounts(data + table.m_blocks[0], data + end,
+                            {mesh.m_version, mesh.FrameCount(), mesh.m_skeletonFlag != 0});
 }
 
 }  // namespace vela::vlgim

@@ -7,14 +7,21 @@
 #include "io/BlockWriter.h"
 #include "mesh/MeshVersions.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace vela::vlgim {
 
 namespace {
 
-// Header, animation flags and table offset of a static mesh.
-constexpr std::uint64_t kVertexBlockOffset = 16;
+constexpr std::size_t kMostOriginalData = 32766;  // with the vertex block, as many as the table's counts hold
+
+// A track in full, before any component collapses to one key.
+std::uint64_t LargestSize(const vlTrackData& track)
+{
+    const std::uint64_t keys = track.GetKeyCount();
+    return 42 + 4 * keys + std::uint64_t{track.m_channelCount} * (4 + 40 * std::max<std::uint64_t>(keys, 1));
+}
 
 }  // namespace
 
@@ -22,22 +29,50 @@ std::string vlMeshData::WriteObstacle() const
 {
     if (!m_vertexData)
         return "there is no vertex object";
-    if (m_skeletonFlag != 0)
-        return "a skeleton is not written yet";
-    if (m_hasMorph != 0)
-        return "morph data are not written yet";
-    if (m_hasTracks != 0)
-        return "tracks are not written yet";
-    if (!m_originalData.empty())
-        return "original data are not written yet";
-    if (m_vertexData->m_frameCount != 1)
-        return "the vertex object has " + std::to_string(m_vertexData->m_frameCount) +
-               " frames, and there is no morph";
+    const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(m_vertexData.get());
+    if (m_skeletonFlag != 0 && !skin)
+        return "the skeleton flag is set, and the vertex object has no skin";
+    if (m_skeletonFlag == 0 && skin)
+        return "the vertex object has a skin, and the skeleton flag is not set";
+    if (skin && skin->m_maxBoneRefCount != 4)
+        return "a vertex has " + std::to_string(skin->m_maxBoneRefCount) + " bone slots, and files have 4";
+    if (std::string obstacle = AnimObstacle(); !obstacle.empty())
+        return obstacle;
+    if (std::string obstacle = BonesObstacle(); !obstacle.empty())
+        return obstacle;
+    // A reader takes the frame count from the morph's keys; the single-frame word is not in the file.
+    const std::uint32_t keys =
+        m_hasMorph && m_morph->m_times.GetKeyTimes() ? m_morph->m_times.GetKeyCount() : 1U;
+    if (m_vertexData->m_frameCount != std::max(keys, 1U))
+        return "the vertex object has " + std::to_string(m_vertexData->m_frameCount) + " frames, and " +
+               (m_hasMorph ? "the morph has " + std::to_string(keys) + " keys" : "there is no morph");
     if (std::string obstacle = m_vertexData->WriteObstacle(); !obstacle.empty())
         return obstacle;
-    if (kVertexBlockOffset + m_vertexData->WrittenSize() > std::numeric_limits<std::uint32_t>::max())
-        return "the vertex block passes 4 GiB, and offsets in the file have 32 bits";
+    if (m_originalData.size() > kMostOriginalData)
+        return "there are " + std::to_string(m_originalData.size()) +
+               " blocks of original data, and 32766 is the most";
+    for (const auto& data : m_originalData)
+        if (std::string obstacle = data ? data->WriteObstacle() : "an object of original data is null";
+            !obstacle.empty())
+            return obstacle;
+    if (LargestOffset() > std::numeric_limits<std::uint32_t>::max())
+        return "the file passes 4 GiB, and offsets in it have 32 bits";
     return {};
+}
+
+// Of the share table, which stands last.
+std::uint64_t vlMeshData::LargestOffset() const
+{
+    std::uint64_t offset = 16 + m_vertexData->WrittenSize();  // header, flags, table offset
+    if (m_hasMorph)
+        offset += 3 + 4 * std::uint64_t{m_morph->m_times.GetKeyCount()};
+    for (std::uint32_t i = 0; m_hasTracks && i < m_vertexData->m_subCount; ++i)
+        offset += LargestSize(m_tracks[i]);
+    offset += m_hasTracks ? 4 : 0;
+    offset += m_skeletonFlag != 0 ? 4 + StoredBones() * std::uint64_t{2 + 32 + 28 + 64} : 0;
+    for (const auto& data : m_originalData)
+        offset += data->WrittenSize();
+    return offset;
 }
 
 int vlMeshData::WriteMeshFile(const char* path)
@@ -68,6 +103,8 @@ int vlMeshData::WriteMeshFile(std::FILE* stream)
     }
     WriteMeshHeader(stream);
     WriteAnimData(stream);
+    WriteBonesData(stream);
+    WriteAnimBIData(stream);
     WriteMeshVertexData(stream);
     return 0;
 }
@@ -80,23 +117,28 @@ void vlMeshData::WriteMeshHeader(std::FILE* stream) const
     out.Value(m_skeletonFlag);
 }
 
-void vlMeshData::WriteAnimData(std::FILE* stream) const
-{
-    io::BlockWriter out(stream);
-    out.Value(m_hasMorph);
-    out.Value(m_hasTracks);
-}
-
-void vlMeshData::WriteMeshVertexData(std::FILE* stream)
+void vlMeshData::WriteMeshVertexData(std::FILE* stream) const
 {
     io::BlockWriter out(stream);
     const std::uint64_t tableOffset = out.Position();
     out.Value(std::uint32_t{0});
 
     vlDataShareTable table;
-    const short index = table.PushBlockInfo(static_cast<std::uint32_t>(out.Position()));
-    table.PushDataPair(MESH_DATA_VERTEX, index);
+    const auto push = [&](MESH_DATA_TYPE type) {
+        table.PushDataPair(type, table.PushBlockInfo(static_cast<std::uint32_t>(out.Position())));
+    };
+    push(MESH_DATA_VERTEX);
     m_vertexData->WriteData(stream);
+    std::size_t asVertex = 0;
+    for (const auto& data : m_originalData) {
+        push(data->m_type);
+        asVertex += data->m_type == MESH_DATA_VERTEX ? 1 : 0;
+        data->WriteData(stream, m_version);
+    }
+    if (asVertex != 0)
+        LogWarning(
+            "%zu blocks of original data are marked as vertex data: a reader passes over as many blocks",
+            asVertex);
 
     const auto tableAt = static_cast<std::uint32_t>(out.Position());
     table.WriteData(stream);

@@ -1,8 +1,8 @@
 #include <vlgim/vlMeshVertexData.h>
 
 #include "io/ArrayBlock.h"
-#include "io/BlockReader.h"
 #include "mesh/HalfToFloat.h"
+#include "mesh/VertexBlock.h"
 
 #include <algorithm>
 
@@ -29,29 +29,9 @@ SubmeshRecord EntryAt(const unsigned char* entries, std::uint64_t index)
     return record;
 }
 
-// What the submesh entries say together. All sums are 64 bits wide: one that wrapped would lead a run back
-// into the vertex list.
-struct Submeshes {
-    std::uint64_t vertices = 0;
-    std::uint64_t uvs = 0;        // entries of all uv runs
-    std::uint64_t colors = 0;     // entries of all colour runs
-    std::uint64_t runEnd = 0;     // one past the last vertex that any run reaches
-    std::uint8_t uvSetCount = 0;  // the largest of them
-
-    void Add(const SubmeshRecord& record)
-    {
-        vertices += record.vertexCount;
-        uvs += std::uint64_t{record.uvSetCount} * record.vertexCount;
-        colors += record.hasColors ? record.vertexCount : 0;
-        uvSetCount = std::max(uvSetCount, record.uvSetCount);
-        if (record.vertexCount && (record.uvSetCount || record.hasColors))
-            runEnd = vertices;
-    }
-};
-
-Submeshes Survey(io::BlockReader& in, const unsigned char* entries, std::uint32_t count)
+SubmeshSums Survey(io::BlockReader& in, const unsigned char* entries, std::uint32_t count)
 {
-    Submeshes all;
+    SubmeshSums all;
     const std::uint64_t start = in.Offset() - count * kEntrySize;
     for (std::uint32_t i = 0; i < count && !in.Failed(); ++i) {
         const SubmeshRecord record = EntryAt(entries, i);
@@ -137,17 +117,8 @@ void FillColors(vlMeshVertexData& mesh, const unsigned char* source)
     filler.FillTo(mesh.m_vertexCount);
 }
 
-// What the block holds, proven to fit before anything is allocated; attributes that it does not hold are
-// null.
-struct Source {
-    Submeshes submeshes;
-    std::uint64_t vertexCount, triangleCount;
-    bool hasData;
-    const unsigned char *entries, *positions, *normals, *tangents, *indices, *uvs, *colors, *frames;
-};
-
 // Goes from the data flag to the end of the block.
-void MeasureData(io::BlockReader& in, Source& source, std::uint64_t frameCount, unsigned int version)
+void MeasureData(io::BlockReader& in, VertexSource& source, std::uint64_t frameCount, unsigned int version)
 {
     in.Enter("vertex counts");
     source.hasData = in.Value<std::uint16_t>() != 0;
@@ -174,7 +145,7 @@ void MeasureData(io::BlockReader& in, Source& source, std::uint64_t frameCount, 
     source.frames = take("morph frames", (frameCount - 1) * source.vertexCount, 2 * sizeof(Vector3));
 }
 
-void FillFrames(Vector3* positions, Vector3* normals, const Source& source, std::uint64_t frameCount,
+void FillFrames(Vector3* positions, Vector3* normals, const VertexSource& source, std::uint64_t frameCount,
                 bool half)
 {
     const std::uint64_t count = source.vertexCount;
@@ -198,7 +169,7 @@ void FillZero(T* array, std::uint64_t count)
     std::memset(static_cast<void*>(array), 0, count * sizeof(T));
 }
 
-void Fill(vlMeshVertexData& mesh, const Source& source, bool half)
+void Fill(vlMeshVertexData& mesh, const VertexSource& source, bool half)
 {
     const std::uint64_t allFrames = std::uint64_t{mesh.m_frameCount} * mesh.m_vertexCount;
     FillRecords(mesh.m_subRecords.get(), source.entries, mesh.m_subCount);
@@ -228,12 +199,25 @@ const unsigned char* vlMeshVertexData::ReadDataNew(const unsigned char* data, un
 
 void vlMeshVertexData::Read(io::BlockReader& in, unsigned int version, unsigned int packMode)
 {
-    const std::uint64_t frameCount = std::max(m_frameCount, 1U);
-    Source source{};
+    const VertexSource source = MeasureVertices(in, m_subCount, m_frameCount, version);
+    BuildVertices(in, source, packMode, *this);
+}
+
+VertexSource MeasureVertices(io::BlockReader& in, std::uint32_t subCount, std::uint32_t frameCount,
+                             unsigned int version)
+{
+    VertexSource source{};
     in.Enter("submesh entries");
-    source.entries = in.Take(m_subCount, kEntrySize);
-    source.submeshes = Survey(in, source.entries, m_subCount);
-    MeasureData(in, source, frameCount, version);
+    source.entries = in.Take(subCount, kEntrySize);
+    source.submeshes = Survey(in, source.entries, subCount);
+    MeasureData(in, source, std::max(frameCount, 1U), version);
+    return source;
+}
+
+void BuildVertices(io::BlockReader& in, const VertexSource& source, unsigned int packMode,
+                   vlMeshVertexData& target)
+{
+    const std::uint64_t frameCount = std::max(target.m_frameCount, 1U);
     const std::uint64_t vertexCount = source.vertexCount;
     const std::uint64_t allFrames = frameCount * vertexCount;
     const std::uint8_t uvSetCount = source.submeshes.uvSetCount;
@@ -241,7 +225,7 @@ void vlMeshVertexData::Read(io::BlockReader& in, unsigned int version, unsigned 
         return;
 
     io::ArrayBlock block;
-    const auto records = block.Plan<SubmeshRecord>(m_subCount);
+    const auto records = block.Plan<SubmeshRecord>(target.m_subCount);
     const auto positions = block.Plan<Vector3>(allFrames);
     const auto normals = block.Plan<Vector3>(allFrames);
     const auto tangents = block.Plan<Vector3>(source.tangents ? allFrames : 0);
@@ -257,7 +241,7 @@ void vlMeshVertexData::Read(io::BlockReader& in, unsigned int version, unsigned 
     vlMeshVertexData read;
     read.m_subRecords = block.Array(records);
     read.m_frameCount = static_cast<std::uint32_t>(frameCount);
-    read.m_subCount = m_subCount;
+    read.m_subCount = target.m_subCount;
     read.m_vertexCount = static_cast<std::uint32_t>(vertexCount);
     read.m_triangleCount = static_cast<std::uint32_t>(source.triangleCount);
     read.m_uvSetCount = uvSetCount;
@@ -271,21 +255,23 @@ void vlMeshVertexData::Read(io::BlockReader& in, unsigned int version, unsigned 
     read.m_colors = block.Array(colors);
     if (source.tangents)
         read.m_tangents = block.Array(tangents);
-    read.m_maxBoneRefCount = m_maxBoneRefCount;
+    read.m_maxBoneRefCount = target.m_maxBoneRefCount;
     Fill(read, source, packMode == kHalfPackMode);
-    *this = read;
+    target = read;
 }
 
-std::vector<std::uint32_t> vlMeshVertexData::FittingSubCounts(const unsigned char* data,
-                                                              const unsigned char* end, unsigned int version)
+std::vector<std::uint32_t> FittingSubCounts(const unsigned char* data, const unsigned char* end,
+                                            const VertexBlockKind& kind)
 {
     std::vector<std::uint32_t> fitting;
     const auto size = static_cast<std::uint64_t>(end - data);
-    Source source{};
+    VertexSource source{};
     for (std::uint32_t count = 0; source.submeshes.uvSetCount <= kMostUvSets; ++count) {
         io::BlockReader in(data, end, "vertex block");
         in.Seek(count * kEntrySize);
-        MeasureData(in, source, 1, version);
+        MeasureData(in, source, std::max(kind.frameCount, 1U), kind.version);
+        if (kind.skinned)
+            MeasureSkin(in, source.vertexCount, kind.version);
         if (!in.Failed() && in.Offset() == size)
             fitting.push_back(count);
         if ((count + 1) * kEntrySize > size)

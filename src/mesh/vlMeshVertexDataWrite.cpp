@@ -85,6 +85,11 @@ void vlMeshVertexData::WriteData(std::FILE* stream)
         return;
     }
     io::BlockWriter out(stream);
+    WriteBlock(out);
+}
+
+void vlMeshVertexData::WriteBlock(io::BlockWriter& out)
+{
     const SubmeshRecord* const records = m_subRecords.get();
     const SubmeshRecord* const behind = records + m_subCount;
     for (const SubmeshRecord* record = records; record != behind; ++record) {

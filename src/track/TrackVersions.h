@@ -14,4 +14,10 @@ inline constexpr std::uint16_t kOldTrackFlags = 0xB007;
 /// Flag words are as written.
 inline constexpr std::uint32_t kNewestTrackVersion = 0x10001;
 
+/// What a reader makes of a flag word in a file of this version.
+inline std::uint16_t FlagsReadAt(std::uint32_t version, std::uint16_t stored)
+{
+    return stored != 0 && version <= kOldestTrackVersion ? kOldTrackFlags : stored;
+}
+
 }  // namespace vela::vlgim

@@ -91,7 +91,7 @@ void Read(io::BlockReader& in, vlTrackData& track)
     std::memset(track.m_name, 0, sizeof track.m_name);
     head.name.copy(track.m_name, sizeof track.m_name - 1);
     std::memcpy(track.m_options, head.options, sizeof track.m_options);
-    track.m_flags = head.flags != 0 && track.m_version <= kOldestTrackVersion ? kOldTrackFlags : head.flags;
+    track.m_flags = FlagsReadAt(track.m_version, head.flags);
 }
 
 void Skip(io::BlockReader& in)
