@@ -22,9 +22,10 @@ const char* const kMaterials = R"(<Vela><MaterialGroup>
     <ParamTable><Late Value="1"/></ParamTable></Material><Material/></brick>
 </MaterialGroup></Vela>)";
 
-std::string Mesh(std::uint32_t versionWord = 0x00050004)
+// A mesh that has every block.
+std::string Mesh(unsigned char version = 4)
 {
-    const auto bytes = test::StaticMesh(test::TwoSubmeshBlock(), versionWord);
+    const auto bytes = test::With(test::MeshOf(0x50004, {1, true, true, true}, true), 4, {version});
     return {bytes.begin(), bytes.end()};
 }
 
@@ -131,7 +132,7 @@ TEST_F(GimDataTest, BrokenModelsHaveAResultAndAMessage)
 {
     const Lines failed{"E Failed to load file: " + Path("m/a.gim") + "\n"};
     const Lines noList{"E No Vela SubMesh element in gim file.\n"}, empty{"E SubMesh list is empty.\n"};
-    const std::string tooNew = Write("new.mesh", Mesh(0x50005));
+    const std::string tooNew = Write("new.mesh", Mesh(5));
     const std::tuple<std::string, int, Lines> cases[] = {
         {"<Vela><SubMesh>", tinyxml2::XML_ERROR_MISMATCHED_ELEMENT, failed},
         {"<Other><SubMesh><a/></SubMesh></Other>", 1, noList},
@@ -160,7 +161,7 @@ TEST_F(GimDataTest, BrokenModelsHaveAResultAndAMessage)
     }
     EXPECT_EQ(Save(), 1);
     EXPECT_EQ(log.lines.back(), "E mesh file " + tooNew + " can't be written: there is no vertex object");
-    EXPECT_EQ(Read(tooNew), Mesh(0x50005));
+    EXPECT_EQ(Read(tooNew), Mesh(5));
 }
 
 TEST_F(GimDataTest, AModelWithoutSideFilesLoads)
@@ -213,8 +214,8 @@ TEST_F(GimDataTest, ASaveThatFailsChangesNothing)
     fails("/dev/full", "E failed to write /dev/full: No space left on device");
     model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 4;
     fails(Path("m/a.mesh"), "E mesh file " + Path("m/a.mesh") +
-                                " can't be written: submesh 0 declares 4 uv sets, and the mesh has 2");
-    model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 2;
+                                " can't be written: submesh 0 declares 4 uv sets, and the mesh has 0");
+    model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 0;
     model.m_gimXml.FindElement("Vela/SubMesh", nullptr)->InsertNewChildElement("c");
     fails(Path("m/a.mesh"), "E mesh file " + Path("m/a.mesh") +
                                 " can't be written: it has 2 submeshes, and the manifest has 3");

@@ -2,6 +2,7 @@
 #include "support/LogCapture.h"
 #include "support/MeshBytes.h"
 
+#include <nameid/NameID.h>
 #include <vlgim/vlMeshData.h>
 
 #include <gtest/gtest.h>
@@ -16,6 +17,7 @@ namespace {
 using Lines = std::vector<std::string>;
 
 const Bytes kFile = StaticMesh(TwoSubmeshBlock());
+const MeshForm kWhole{1, true, true, true};
 const auto kTableAt = static_cast<std::uint32_t>(kFile.size() - 16);
 
 Bytes Prefix(std::size_t size)
@@ -128,15 +130,17 @@ TEST(vlMeshData, PrefixesAndLyingBytes)
         EXPECT_EQ(log.lines.size(), 1U);
         Counts(prefix);
     });
-    ForEachByteChange(kFile, [](const Bytes& changed) {
-        vlMeshData mesh, again;
-        if (Read(mesh, changed)) {
-            const Bytes written = Written(mesh);
-            ASSERT_TRUE(Read(again, written));
-            EXPECT_EQ(Written(again), written);
-        }
-        Counts(changed);
-    });
+    for (const Bytes& file :
+         {kFile, MeshOf(0x50001, kWhole), MeshOf(0x50003, kWhole), MeshOf(0x50004, kWhole)})
+        ForEachByteChange(file, [](const Bytes& changed) {
+            vlMeshData mesh, again;
+            if (Read(mesh, changed) && mesh.WriteObstacle().empty()) {
+                const Bytes written = Written(mesh);
+                ASSERT_TRUE(Read(again, written));
+                EXPECT_EQ(Written(again), written);
+            }
+            Counts(changed);
+        });
 }
 
 // The pairs of type 4 say how many blocks are no original data, and block 0 never is.
@@ -174,9 +178,220 @@ TEST(vlMeshData, TheSubmeshCountThatFits)
         EXPECT_EQ(Counts(file), counts);
 }
 
-class MeshFile : public FolderTest {};
+// Every byte of every form in every version, and that a file written is the newest form of the one read.
+TEST(vlMeshData, EachVersionAndForm)
+{
+    const MeshForm forms[] = {{0, false, false, false}, {1, false, false, false}, {2, false, false, false},
+                              {0, true, false, false},  {0, false, true, false},  {0, false, false, true},
+                              {2, true, false, true},   {1, true, true, true}};
+    for (std::uint32_t version = 0x50000; version <= 0x50004; ++version) {
+        for (const MeshForm& form : forms) {
+            const std::string where =
+                "version " + std::to_string(version & 0xFF) + ", form " + std::to_string(&form - forms);
+            const Bytes file = MeshOf(version, form), written = MeshOf(version, form, true);
+            LogCapture log;
+            vlMeshData mesh, again;
+            ASSERT_TRUE(Read(mesh, file)) << where;
+            EXPECT_EQ(Written(mesh), written) << where;
+            ASSERT_TRUE(Read(again, written)) << where;
+            EXPECT_EQ(Written(again), written) << where;
+            EXPECT_EQ(log.lines, Lines{}) << where;
+            ForEachPrefix(file, [&](const unsigned char* data, const unsigned char* end) {
+                mesh.m_submeshCount = 2;
+                EXPECT_FALSE(mesh.ReadMeshFile(data, static_cast<std::size_t>(end - data))) << where;
+            });
+            EXPECT_EQ(std::tuple(mesh.m_vertexData, mesh.m_morph, mesh.m_tracks, mesh.m_hasMorph,
+                                 mesh.m_hasTracks, mesh.m_boneCount, mesh.m_boneMatrices,
+                                 mesh.m_originalData.size()),
+                      std::tuple(nullptr, nullptr, nullptr, 0, 0, 0, nullptr, 0U));
+        }
+    }
+}
 
-TEST_F(MeshFile, WritesToAPath)
+// The members, of a mesh that has everything; shown by a copy whose source is gone.
+TEST(vlMeshData, HoldsEveryBlock)
+{
+    vlMeshData mesh;
+    {
+        vlMeshData source;
+        ASSERT_TRUE(Read(source, MeshOf(0x50001, kWhole)));
+        mesh = source;
+        EXPECT_EQ(mesh.m_boneNames, source.m_boneNames);
+        EXPECT_EQ(mesh.m_originalData[0], source.m_originalData[0]);
+    }
+    EXPECT_EQ(mesh.m_morph->m_morphMode, 2);
+    EXPECT_EQ(mesh.m_morph->m_times.GetKeyTime(2), 2.0F);
+    EXPECT_EQ(mesh.m_vertexData->m_frameCount, 3U);
+    EXPECT_EQ(mesh.m_vertexData->m_positions[5].z, 12.0F);
+    EXPECT_EQ(std::tuple(mesh.m_tracks[0].m_flags, mesh.m_tracks[1].m_flags, mesh.m_tracks[1].m_version),
+              std::tuple(5, 7, 0x10001U));
+    EXPECT_EQ(mesh.m_boneParents, (std::vector<std::uint16_t>{1, 0xFFFF, 0}));
+    EXPECT_STREQ(mesh.m_boneNames[0], "arm.l");
+    const std::string full = "an_old_name_that_fills_its_field";
+    EXPECT_EQ(std::string(mesh.m_boneNames[2], 32), full);
+    EXPECT_EQ(mesh.m_boneNameIds,
+              (std::vector<std::int32_t>{vela::NameIDMurmur3("arm.l"), vela::NameIDMurmur3("root"),
+                                         vela::NameIDMurmur3(full.c_str())}));
+    EXPECT_EQ(mesh.m_rootBone, 1);
+    EXPECT_EQ(mesh.m_boneBounds[2].m_radius, 20.0F);
+    EXPECT_EQ(mesh.m_boneMatrices[2].m[3][3], 147.0F);
+    EXPECT_EQ(mesh.m_skelVertexBlocks, 1);
+    const auto& skin = dynamic_cast<vlMeshSkelVertexData&>(*mesh.m_vertexData);
+    EXPECT_EQ(std::tuple(skin.m_usedBoneBits, skin.m_usedBones.size()), std::tuple(3U, 255U));
+    ASSERT_EQ(mesh.m_originalData.size(), 2U);
+    EXPECT_EQ(std::tuple(mesh.m_originalData[0]->m_type, mesh.m_originalData[1]->m_type),
+              std::tuple(0x80000001U, 5U));
+    EXPECT_EQ(mesh.m_originalData[0]->m_origExtra[0], 0xCAFEBABE);
+    EXPECT_EQ(Written(mesh), MeshOf(0x50001, kWhole, true));
+}
+
+Bytes Skinned(const Bytes& bones)
+{
+    const Bytes vertices = ByteBuilder().Raw(SmallVertexBlock(0x50004, 1)).Raw(SkinSlots(0x50004)).U32(0);
+    return MeshFile(0x50004, 1, ByteBuilder().U16(0).Raw(bones).U8(0), {vertices}, {4});
+}
+
+TEST(vlMeshData, BonesWithoutBoundsOrWithUnknownOnes)
+{
+    const Bytes bones = BonesBlock(0x50004, true);
+    Bytes none = bones;
+    none.erase(none.begin() + 105, none.begin() + 189);
+    none[104] = 0;
+    const Bytes nan = ByteBuilder().U32(0xFF800001);
+    for (const Bytes& file : {none, With(bones, 105 + 24, nan), With(bones, 105 + 80, nan)}) {
+        vlMeshData mesh;
+        ASSERT_TRUE(Read(mesh, Skinned(file)));
+        EXPECT_EQ(mesh.m_boneBounds, nullptr);
+        EXPECT_EQ(mesh.m_boneMatrices[0].m[0][0], 100.0F);
+        const Bytes written = Written(mesh);
+        EXPECT_EQ(Bytes(written.begin() + 12, written.begin() + 12 + std::ssize(none)), none);
+    }
+    vlMeshData mesh;
+    ASSERT_TRUE(Read(mesh, Skinned(With(bones, 105 + 76, nan))));
+    EXPECT_NE(mesh.m_boneBounds, nullptr) << "of the extents nobody asks";
+}
+
+TEST(vlMeshData, RootOfTheSkeleton)
+{
+    const std::pair<std::vector<std::uint16_t>, std::uint16_t> cases[] = {
+        {{0xFFFF, 0, 1}, 0},           {{1, 2, 0xFFFF}, 2}, {{0xFFFF, 0xFFFF, 0}, 0xFFFF},
+        {{1, 0xFFFF, 0xFFFF}, 0xFFFF}, {{1, 0, 0}, 0},      {{255, 255, 0}, 0}};
+    for (const auto& [parents, root] : cases) {
+        ByteBuilder bytes;
+        for (const std::uint16_t parent : parents)
+            bytes.U16(parent);
+        vlMeshData mesh;
+        ASSERT_TRUE(Read(mesh, Skinned(With(BonesBlock(0x50004, true), 2, bytes))));
+        EXPECT_EQ(mesh.m_boneParents, parents);
+        EXPECT_EQ(mesh.m_rootBone, root);
+    }
+}
+
+TEST(vlMeshData, ASkeletonWithoutBones)
+{
+    for (const std::uint16_t count : {std::uint16_t{0}, std::uint16_t{65535}}) {
+        vlMeshData mesh;
+        ASSERT_TRUE(Read(mesh, Skinned(ByteBuilder().U16(count))));
+        EXPECT_EQ(std::tuple(mesh.m_boneCount, mesh.m_boneParents.size(), mesh.m_boneNames),
+                  std::tuple(count, 0U, nullptr));
+        const Bytes written = Written(mesh);
+        EXPECT_EQ(Bytes(written.begin() + 10, written.begin() + 15),
+                  ByteBuilder().U16(0).U16(count).U8(0).Bytes());
+        EXPECT_TRUE(Read(mesh, written));
+        std::vector<std::uint32_t> bones;
+        std::vector<float> weights;
+        std::unordered_map<std::uint16_t, vela::geomath::_Matrix<float>> matrices;
+        std::vector<std::string> names;
+        EXPECT_TRUE(mesh.CollectSegSkinInfo(bones, weights, matrices, names));
+        EXPECT_EQ(std::tuple(bones.size(), names.size(), matrices.size()), std::tuple(8U, 0U, 0U));
+    }
+}
+
+// How many records of 28 bytes follow for each key, in files before 0x50002.
+TEST(vlMeshData, KeyRecordsOfOldFiles)
+{
+    const Bytes vertices = SmallVertexBlock(0x50001, 1);
+    const auto fits = [&](const Bytes& animation) {
+        vlMeshData mesh;
+        return Read(mesh, MeshFile(0x50001, 0, animation, {vertices}, {4}));
+    };
+    const Bytes noTracks = ByteBuilder().U8(1).U32(0x10001).Fill(84, 0);
+    EXPECT_TRUE(fits(ByteBuilder().U8(1).U8(2).U16(0).U8(0))) << "a morph without keys";
+    EXPECT_TRUE(fits(ByteBuilder().U8(1).U8(2).U16(1).F32(0).Raw(noTracks)))
+        << "tracks without keys count, and the morph's do not";
+}
+
+TEST(vlMeshData, TracksHaveOneVersionInTheFile)
+{
+    const Bytes file =
+        With(MeshOf(0x50004, {0, false, true, false}), 12, {0});  // 0x10000: flags read as one set
+    vlMeshData mesh;
+    ASSERT_TRUE(Read(mesh, file));
+    EXPECT_EQ(std::tuple(mesh.m_tracks[1].m_version, mesh.m_tracks[1].m_flags), std::tuple(0x10000U, 0xB007));
+    EXPECT_EQ(Written(mesh)[12], 0);
+
+    const Bytes none = MeshFile(0x50004, 0, {0, 1, 7, 0, 1, 0}, {Bytes(10)}, {4});  // no submesh, no track
+    ASSERT_TRUE(Read(mesh, none, 0));
+    EXPECT_EQ(Written(mesh)[12], 1) << "there is no track that would have the version";
+}
+
+// Blocks may stand anywhere in the file, with anything between them. Pairs count by their type; the first that
+// names a block says what it is.
+TEST(vlMeshData, OriginalDataAnywhere)
+{
+    const Bytes vertices = SmallVertexBlock(0x50004, 1), gap{0xEE, 0xEE, 0xEE};
+    const Bytes blocks = ByteBuilder().Raw(OriginalBlock()).Raw(gap).Raw(vertices).Raw(gap).Fill(13, 0);
+    const std::uint32_t originalAt = 16, verticesAt = 16 + 90, emptyAt = verticesAt + 90 + 3;
+    const std::string lost =
+        " vertex blocks, of which the first is read and the others are lost at a write: at byte ";
+    using Types = std::vector<std::uint32_t>;
+    struct Case {
+        std::vector<std::pair<std::uint32_t, std::uint16_t>> pairs;  // type, block
+        Types types;                                                 // of what is read
+        Lines lines;
+    };
+    const Case cases[] = {
+        {{{9, 2}, {4, 0}, {7, 1}, {8, 2}, {6, 0xFFFF}, {6, 3}}, {7, 9}, {}},
+        {{{4, 2}, {9, 1}}, {9, 5}, {}},
+        {{}, {5, 5}, {}},
+        {{{4, 0}, {4, 1}, {3, 2}}, {3}, {"W gim file tells of 2" + lost + "16"}},
+        {{{4, 0}, {4, 0}, {4, 0}, {4, 0}}, {}, {"W gim file tells of 4" + lost + "16, 199"}},
+    };
+    for (const auto& [pairs, types, lines] : cases) {
+        ByteBuilder file;
+        file.U32(0xBBC88034).U32(0x50004).U16(0).U16(0).U32(emptyAt + 13).Raw(blocks);
+        file.U16(3).U32s({verticesAt, originalAt, emptyAt}).U16(static_cast<std::uint16_t>(pairs.size()));
+        for (const auto& [type, index] : pairs)
+            file.U32(type).U16s({index, 0xEEEE});
+        const LogCapture log;
+        vlMeshData mesh;
+        ASSERT_TRUE(Read(mesh, file));
+        EXPECT_EQ(log.lines, lines);
+        std::vector<Bytes> written{vertices, OriginalBlock(), Bytes(13)};
+        written.erase(written.begin() + 1, written.end() - std::ssize(types));
+        Types writtenTypes = types;
+        writtenTypes.insert(writtenTypes.begin(), 4);
+        EXPECT_EQ(Written(mesh), MeshFile(0x50004, 0, {0, 0}, written, writtenTypes));
+    }
+}
+
+TEST(vlMeshData, OriginalDataMarkedAsVerticesAreWrittenWithAWarning)
+{
+    vlMeshData mesh;
+    ASSERT_TRUE(Read(mesh, MeshOf(0x50004, kWhole)));
+    mesh.m_originalData[1]->m_type = MESH_DATA_VERTEX;
+    LogCapture log;
+    const Bytes written = Written(mesh);
+    ASSERT_EQ(log.lines.size(), 1U);
+    EXPECT_EQ(log.lines[0].substr(0, 60), "W 1 blocks of original data are marked as vertex data: a rea");
+    ASSERT_TRUE(Read(mesh, written));
+    ASSERT_EQ(mesh.m_originalData.size(), 1U);
+    EXPECT_EQ(mesh.m_originalData[0]->m_origVertexCount, 0U) << "the first block goes, whichever is marked";
+}
+
+class MeshFileTest : public FolderTest {};
+
+TEST_F(MeshFileTest, WritesToAPath)
 {
     vlMeshData mesh;
     ASSERT_TRUE(::Read(mesh, kFile));
@@ -225,14 +440,41 @@ TEST(vlMeshData, RefusesToWriteWhatCannotBeReadBack)
         {"the file passes 4 GiB, and offsets in it have 32 bits",  // with its 16 bytes ahead
          [](auto& mesh) { mesh.m_vertexData->m_triangleCount = 0x2AAAAA7D; }},
     };
-    for (const auto& [obstacle, spoil] : cases) {
+    const std::pair<std::string, void (*)(vlMeshData&)> wholeCases[] = {
+        {"the vertex object has a skin, and the skeleton flag is not set",
+         [](auto& mesh) { mesh.m_skeletonFlag = 0; }},
+        {"a vertex has 8 bone slots, and files have 4",
+         [](auto& mesh) { mesh.m_vertexData->m_maxBoneRefCount = 8; }},
+        {"the bone references or weights are missing",
+         [](auto& mesh) { static_cast<vlMeshSkelVertexData&>(*mesh.m_vertexData).m_boneWeights = nullptr; }},
+        {"there are 3 bones and 2 parents", [](auto& mesh) { mesh.m_boneParents.pop_back(); }},
+        {"the bone names or matrices are missing", [](auto& mesh) { mesh.m_boneNames = nullptr; }},
+        {"the bone names or matrices are missing", [](auto& mesh) { mesh.m_boneMatrices = nullptr; }},
+        {"the vertex object has 3 frames, and the morph has 2 keys",
+         [](auto& mesh) { mesh.m_morph->m_times.SetKeyTimes(2, 1); }},
+        {"the vertex object has 3 frames, and there is no morph", [](auto& mesh) { mesh.m_hasMorph = 0; }},
+        {"the morph flag is set, and there is no morph", [](auto& mesh) { mesh.m_morph = nullptr; }},
+        {"track 1: channel 0: no array holds the position keys",
+         [](auto& mesh) { mesh.m_tracks[1].m_channels[0].m_pos = nullptr; }},
+        {"track 1 has flags that the version of the first track has no place for",
+         [](auto& mesh) { mesh.m_tracks[0].m_version = 0x10000, mesh.m_tracks[0].m_flags = 0; }},
+        {"the indices of original data are missing",
+         [](auto& mesh) { mesh.m_originalData[0]->m_origIndices = nullptr; }},
+        {"there are 32767 blocks of original data, and 32766 is the most",
+         [](auto& mesh) { mesh.m_originalData.resize(32767, mesh.m_originalData[1]); }},
+    };
+    const auto refused = [](const Bytes& file, const std::string& obstacle, void (*spoil)(vlMeshData&)) {
         vlMeshData mesh;
-        ASSERT_TRUE(Read(mesh, kFile));
+        ASSERT_TRUE(Read(mesh, file));
         spoil(mesh);
         const LogCapture log;
         EXPECT_TRUE(Written(mesh).empty());
         EXPECT_EQ(log.lines, Lines{"E mesh can't be written: " + obstacle});
-    }
+    };
+    for (const auto& [obstacle, spoil] : cases)
+        refused(kFile, obstacle, spoil);
+    for (const auto& [obstacle, spoil] : wholeCases)
+        refused(MeshOf(0x50004, kWhole), obstacle, spoil);
 }
 
 }  // namespace
