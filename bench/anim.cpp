@@ -1,3 +1,4 @@
+#include "Floors.h"
 #include "Ratio.h"
 
 #include <nameid/NameID.h>
@@ -7,7 +8,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <new>
@@ -91,11 +91,6 @@ vlAnimData Animation(unsigned char form)
     return anim;
 }
 
-std::string ScratchFile(const char* name)
-{
-    return std::filesystem::temp_directory_path() / name;
-}
-
 std::FILE* NoSideFile(const char*)
 {
     return nullptr;
@@ -128,13 +123,7 @@ void LoadClips(benchmark::State& state)
         benchmark::DoNotOptimize(anim.m_clips.data());
         asked = allocations - before;
     };
-    const auto copy = [&] {
-        void* memory = std::malloc(kDecodedBytes);
-        std::memcpy(memory, decoded.data(), kDecodedBytes);
-        benchmark::DoNotOptimize(memory);
-        std::free(memory);
-    };
-    bench::ReportRatio(state, load, copy);
+    bench::ReportRatio(state, load, [&] { bench::CopyFresh(decoded); });
     state.counters["allocations_per_clip"] = static_cast<double>(asked) / kClips;
 }
 
@@ -144,20 +133,14 @@ void SaveClips(benchmark::State& state)
     const auto form = static_cast<unsigned char>(state.range(0));
     vlAnimData anim = Animation(form);
     const std::vector<unsigned char> image = Image(form);
-    const std::string path = ScratchFile("vlgim-bench.gis"), floorPath = ScratchFile("vlgim-bench.floor");
+    const std::string path = bench::ScratchFile("vlgim-bench.gis");
+    const std::string floorPath = bench::ScratchFile("vlgim-bench.floor");
     const auto save = [&] {
         std::filesystem::remove(path);
         if (anim.WriteAnimationFile(path.c_str()) != 0)
             std::abort();
     };
-    const auto writeOnce = [&] {
-        std::filesystem::remove(floorPath);
-        std::FILE* file = std::fopen(floorPath.c_str(), "wb");
-        if (!file || std::fwrite(image.data(), 1, image.size(), file) != image.size() ||
-            std::fclose(file) != 0)
-            std::abort();
-    };
-    bench::ReportRatio(state, save, writeOnce);
+    bench::ReportRatio(state, save, [&] { bench::WriteOnce(floorPath, image); });
     std::filesystem::remove(path);
     std::filesystem::remove(floorPath);
 }

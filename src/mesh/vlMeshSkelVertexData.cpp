@@ -119,15 +119,16 @@ void vlMeshSkelVertexData::WriteBlock(io::BlockWriter& out)
     out.Run(m_boneIndices.get(), count);
     out.Run(m_boneWeights.get(), count);
 
+    // Stores alone, at no bone's place where the weight is 0: slots are too many for a branch or for single bits.
+    std::vector<unsigned char> used(kNoBone + 1U);
+    for (std::uint64_t slot = 0; slot < count; ++slot)
+        used[m_boneWeights.get()[slot] != 0.0F ? m_boneIndices.get()[slot] : kNoBone] = 1;
     m_usedBones.resize(m_usedBoneBits);
-    for (const std::uint16_t* index = m_boneIndices.get(); index != m_boneIndices.get() + count; ++index)
-        if (*index < m_usedBoneBits && *index != kNoBone &&
-            m_boneWeights.get()[index - m_boneIndices.get()] != 0.0F)
-            m_usedBones[*index] = true;
     std::vector<unsigned char> mask((m_usedBoneBits + 7) / 8);
-    for (std::uint32_t bit = 0; bit < m_usedBoneBits; ++bit)
-        if (m_usedBones[bit])
-            mask[bit / 8] = static_cast<unsigned char>(mask[bit / 8] | 1U << bit % 8);
+    for (std::uint32_t bit = 0; bit < m_usedBoneBits; ++bit) {
+        m_usedBones[bit] = m_usedBones[bit] || used[bit] != 0;
+        mask[bit / 8] = static_cast<unsigned char>(mask[bit / 8] | unsigned{m_usedBones[bit]} << bit % 8);
+    }
     out.Value(m_usedBoneBits);
     out.Run(mask.data(), mask.size());
 }
