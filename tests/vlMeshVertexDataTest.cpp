@@ -155,7 +155,7 @@ TEST(vlMeshVertexData, DataFlagZeroEndsTheBlock)
 
     // Nothing in the file stands behind these counts, so the memory limit does: these 30 bytes may ask for
     // 64 times as many and 16 MiB, at 44 bytes a vertex.
-    const std::pair<std::uint32_t, bool> counts[] = {{381'330, true}, {381'350, false}, {0xFFFFFFFF, false}};
+    const std::pair<std::uint32_t, bool> counts[] = {{379'840, true}, {379'860, false}, {0xFFFFFFFF, false}};
     for (const auto& [vertices, fits] : counts)
         EXPECT_EQ(Read(With(block, kVertexCountAt, ByteBuilder().U32(vertices))).whole, fits) << vertices;
 }

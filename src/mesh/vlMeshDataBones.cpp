@@ -88,7 +88,7 @@ void vlMeshData::ReadBonesData(io::BlockReader& in)
     const auto nameSlot = block.Plan<Name>(count);
     const auto boundSlot = block.Plan<BoundingInfo>(hasBounds ? count : 0);
     const auto matrixSlot = block.Plan<Matrix>(count);
-    if (!block.Allocate(in))
+    if (!in.Spend(count * (sizeof m_boneParents[0] + sizeof m_boneNameIds[0])) || !block.Allocate(in))
         return;
     m_boneParents = Parents(parents, count, wide);
     m_rootBone = RootOf(m_boneParents);
