@@ -456,7 +456,7 @@ TEST(vlMeshData, RefusesToWriteWhatCannotBeReadBack)
         {"the morph flag is set, and there is no morph", [](auto& mesh) { mesh.m_morph = nullptr; }},
         {"track 1: channel 0: no array holds the position keys",
          [](auto& mesh) { mesh.m_tracks[1].m_channels[0].m_pos = nullptr; }},
-        {"track 1 has flags that the version of the first track has no place for",
+        {"track 1: the version of the first track has no place for its flags",
          [](auto& mesh) { mesh.m_tracks[0].m_version = 0x10000, mesh.m_tracks[0].m_flags = 0; }},
         {"the indices of original data are missing",
          [](auto& mesh) { mesh.m_originalData[0]->m_origIndices = nullptr; }},

@@ -66,12 +66,12 @@ std::string vlMeshData::AnimObstacle() const
     if (m_hasTracks && !m_tracks)
         return "the track flag is set, and there are no tracks";
     for (std::uint32_t i = 0; m_hasTracks && i < m_vertexData->m_subCount; ++i) {
-        const std::string who = "track " + std::to_string(i);
-        if (std::string obstacle = tracks::WhyUnwritable(m_tracks[i]); !obstacle.empty())
-            return who + ": " + obstacle;
+        std::string obstacle = tracks::WhyUnwritable(m_tracks[i]);
         // The version of the first track is stored for all of them.
         if (FlagsReadAt(m_tracks[0].m_version, m_tracks[i].m_flags) != m_tracks[i].m_flags)
-            return who + " has flags that the version of the first track has no place for";
+            obstacle = "the version of the first track has no place for its flags";
+        if (!obstacle.empty())
+            return "track " + std::to_string(i) + ": " + obstacle;
     }
     return {};
 }
