@@ -24,25 +24,59 @@ expect() {
 says() { grep -qF -- "$2" "$1" || fail "no '$2' on $1"; }
 
 expect 0 demo 'a model'
-[ "$(grep -c 'same bytes' out)" -eq 6 ] || fail "the copy differs"
+[ "$(grep -c 'same bytes' out)" -eq 14 ] || fail "the copy differs"
 [ ! -s err ] || fail "the demo complains"
+says out '12 of 12 bones of walker.gim fit walker.gis'
 
 cd 'a model'
 expect 0 info house.gim
 for text in 'house.mesh' 'roof: 1 tiles' 'Roughness  0.7' '0x50004, pack mode 0' '2 uv sets' '(-3.5, 0, -2.25) to (3.5, 5.5, 2.25)'; do
     says out "$text"
 done
+says out 'door                  6        60         1       1'
 expect 0 info house.mesh
 says out '3, as house.gim says'
+expect 0 info flag.gim
+for text in 'mode 1, frames 3' '3, at 0 10 20'; do
+    says out "$text"
+done
+expect 0 info walker.gim
+for text in 'skeleton    walker.gis' 'skinned mesh' '4 a vertex, sums 1 to 1' '132 with 1, 180 with 2' \
+    '12, in a mask of 12' '12, root hips, with bounds' 'forearm_l             arm_l                  yes    0.308' \
+    'type 5                    84         468         312   yes'; do
+    says out "$text"
+done
 
 mkdir alone res
-cp house.mesh alone/
-expect 0 info alone/house.mesh
+cp walker.mesh house.mesh alone/
+expect 0 info alone/walker.mesh
 says out '3, the one count that fits the file'
 says out 'magic       34 80 C8 BB'
-expect 1 info --submeshes 9000 alone/house.mesh
+expect 1 info --submeshes 9000 alone/walker.mesh
 says err 'gim file is damaged: '
-head -c 3000 house.mesh >alone/cut.mesh
+expect 1 info alone/house.mesh # how far its tracks reach depends on the count
+says err "they can't be worked out; use --submeshes N"
+printf '\143' | dd of=alone/walker.mesh bs=1 seek=16 conv=notrunc status=none # parent of the second bone
+printf '\33' | dd of=alone/walker.mesh bs=1 seek=38 conv=notrunc status=none  # name of the first
+expect 0 info alone/walker.mesh
+for text in '12, root ?ips' 'spine                 99, which does not exist'; do
+    says out "$text"
+done
+{
+    printf '\64\200\310\273\4\0\5\0\1\0\0\0' # version 0x50004, skinned, no morph, no tracks
+    printf '\377\377\0\105\0\0\0' # 65535 bones, which are none; share table at byte 69
+    printf '\1\0\0\0\0\0\0\0\0\0' # one submesh
+    printf '\0\0\1\0\0\0\0\0\0\0' # one vertex, without data
+    printf '\0\0\7\0\377\377\377\377' # bones 0 and 7
+    printf '\0\0\300\177\0\0\0\77\0\0\0\0\0\0\0\0' # weights NaN and 0.5
+    printf '\11\0\0\0\201\0' # mask of nine bones: 0 and 7
+    printf '\1\0\23\0\0\0\1\0\4\0\0\0\0\0\0\0' # share table: a vertex block at byte 19
+} >alone/boneless.mesh
+expect 0 info --submeshes 1 alone/boneless.mesh
+for text in 'no sums' '1 with 2' 'not a number: 1' '2, in a mask of 9' 'bones       none'; do
+    says out "$text"
+done
+head -c 3000 flag.mesh >alone/cut.mesh
 expect 1 info alone/cut.mesh house.gim
 says err 'use --submeshes N'
 says out 'roof: 1 tiles'
@@ -82,5 +116,5 @@ expect 0 info --help
 
 if "$vlgim" info --base res/ house.gim >/dev/full 2>err; then fail "a full disk goes unseen"; fi
 says err "can't be written"
-cp res/house.mesh UPPER.MESH
+cp flag.mesh UPPER.MESH
 expect 0 info UPPER.MESH

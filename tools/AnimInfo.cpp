@@ -2,9 +2,7 @@
 
 #include "Print.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <set>
 #include <vector>
 
@@ -15,19 +13,6 @@ namespace {
 constexpr std::uint32_t kFormVersion = 0x50002;    // key forms, and times as floats
 constexpr std::uint32_t kLayoutVersion = 0x50003;  // the layout of key times
 constexpr std::uint32_t kAttrVersion = 0x50004;    // m_attrWord
-
-std::string NameOf(const char (&field)[32])
-{
-    return {field, strnlen(field, 32)};
-}
-
-// A name that is printed as it is but for bytes that would move the cursor.
-std::string Shown(std::string name)
-{
-    std::replace_if(
-        name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 32; }, '?');
-    return name;
-}
 
 std::uint64_t Records(unsigned char keyed, unsigned short keyCount)
 {
@@ -106,11 +91,6 @@ std::string FormText(unsigned char flags)
     return flags & KEY_HALF_SCALE ? text + ", scales halves" : text;
 }
 
-bool Moves(const vlTransKeysData& channel)
-{
-    return channel.m_posKeyed || channel.m_rotKeyed || channel.m_scaleKeyed;
-}
-
 void PrintClips(const vlAnimData& anim)
 {
     std::printf("\n  %4s  %-16s  %8s  %5s  %5s  %-8s  %-24s  %10s  %10s\n", "#", "clip", "length", "keys",
@@ -121,10 +101,9 @@ void PrintClips(const vlAnimData& anim)
             continue;
         }
         const vlClipData& clip = *anim.m_clips[i];
-        std::printf("  %4zu  %-16s  %8g  %5u  %5u  %-8s  %-24s  %10s  %10s\n", i,
-                    Shown(NameOf(clip.m_name)).c_str(), static_cast<double>(clip.m_length), clip.m_maxKeys,
-                    clip.m_boneCount, IsShared(clip) ? "shared" : "per bone",
-                    FormText(FormOf(clip, anim.m_version)).c_str(),
+        std::printf("  %4zu  %-16s  %8g  %5u  %5u  %-8s  %-24s  %10s  %10s\n", i, Shown(clip.m_name).c_str(),
+                    static_cast<double>(clip.m_length), clip.m_maxKeys, clip.m_boneCount,
+                    IsShared(clip) ? "shared" : "per bone", FormText(FormOf(clip, anim.m_version)).c_str(),
                     Grouped(BytesOnDisk(clip, anim.m_version)).c_str(), Grouped(BytesInMemory(clip)).c_str());
     }
 }
@@ -141,6 +120,19 @@ std::set<std::int32_t> MovingBones(const vlAnimData& anim)
 
 }  // namespace
 
+bool Moves(const vlTransKeysData& channel)
+{
+    return channel.m_posKeyed || channel.m_rotKeyed || channel.m_scaleKeyed;
+}
+
+std::uint64_t TrackBytesInMemory(const vlTrackData& track)
+{
+    std::uint64_t size = sizeof track + 4 * (std::uint64_t{track.GetKeyCount()} + 1);
+    for (std::uint16_t i = 0; track.m_channels && i < track.m_channelCount; ++i)
+        size += BytesInMemory(track.m_channels[i]);
+    return size;
+}
+
 void PrintAnimation(const std::string& path, const GisData& skeleton)
 {
     const vlAnimData& anim = skeleton.m_anim;
@@ -153,7 +145,7 @@ void PrintAnimation(const std::string& path, const GisData& skeleton)
     const std::set<std::int32_t> moving = MovingBones(anim);
     for (std::uint32_t bone = 0; bone < anim.m_boneCount; ++bone) {
         const auto& position = anim.m_boneTrans[bone].m_pos;
-        std::printf("      %3u  %-20s  (%g, %g, %g)%s\n", bone, Shown(NameOf(anim.m_boneNames[bone])).c_str(),
+        std::printf("      %3u  %-20s  (%g, %g, %g)%s\n", bone, Shown(anim.m_boneNames[bone]).c_str(),
                     position.x, position.y, position.z,
                     moving.contains(anim.m_boneNameIds[bone]) ? "" : "  never moves");
     }
@@ -164,16 +156,12 @@ void PrintTrack(const std::string& path, const vlTrackData& track)
 {
     std::printf("%s\n", path.c_str());
     Row("version", "0x%X", track.m_version);
-    Row("name", "%s", Shown(NameOf(track.m_name)).c_str());
+    Row("name", "%s", Shown(track.m_name).c_str());
     Row("keys", "%u, length %g", track.GetKeyCount(), track.m_times.GetLength());
     Row("channels", "%u", track.m_channelCount);
-    std::uint64_t inMemory = sizeof track + 4 * (std::uint64_t{track.GetKeyCount()} + 1);
-    for (std::uint16_t i = 0; i < track.m_channelCount; ++i) {
-        const vlTransKeysData& channel = track.m_channels[i];
-        inMemory += BytesInMemory(channel);
-        std::printf("      %3u  %s\n", i, Moves(channel) ? "moves" : "never moves");
-    }
-    Row("in memory", "%s bytes", Grouped(inMemory).c_str());
+    for (std::uint16_t i = 0; i < track.m_channelCount; ++i)
+        std::printf("      %3u  %s\n", i, Moves(track.m_channels[i]) ? "moves" : "never moves");
+    Row("in memory", "%s bytes", Grouped(TrackBytesInMemory(track)).c_str());
 }
 
 }  // namespace vela::vlgim::tools

@@ -1,13 +1,17 @@
 #include "Demo.h"
 
 #include "AnimInfo.h"
+#include "Flag.h"
 #include "House.h"
 #include "Info.h"
 #include "KeyForms.h"
+#include "MeshBuilder.h"
 #include "Walker.h"
 
 #include <vlio2/FileStream.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <initializer_list>
@@ -17,31 +21,49 @@ namespace vela::vlgim::tools {
 namespace {
 
 // Lists files of the first folder with their namesakes in the second; true if they are the same, byte for byte.
-bool SameFiles(const std::string& first, const std::string& second, std::initializer_list<const char*> names)
+bool SameFiles(const std::string& first, const std::string& second, std::initializer_list<std::string> names)
 {
     bool allSame = true;
     std::printf("  %-18s  %10s  %10s\n", "file", "first", "second");
-    for (const char* name : names) {
+    for (const std::string& name : names) {
         vlio::Bytes one, two;
         const bool read =
             vlio::FileStream::ReadAllBinary((first + "/" + name).c_str(), one, vlio::FILE_SYSTEM_ANY) &&
             vlio::FileStream::ReadAllBinary((second + "/" + name).c_str(), two, vlio::FILE_SYSTEM_ANY);
         const bool same = read && one == two;
-        std::printf("  %-18s  %10zu  %10zu  %s\n", name, one.size(), two.size(),
+        std::printf("  %-18s  %10zu  %10zu  %s\n", name.c_str(), one.size(), two.size(),
                     same ? "same bytes" : "DIFFERENT");
         allSame = allSame && same;
     }
     return allSame;
 }
 
-bool RunModel(const std::string& folder, const std::string& copy)
+Vector3 TranslationOf(const geomath::_Matrix<float>& matrix)
 {
-    const std::string manifest = folder + "/house.gim";
-    std::printf("Writing a small house to %s\n", manifest.c_str());
-    GimData house;
-    BuildHouse(house);
-    house.m_meshPath = folder + "/house.mesh";
-    if (house.Save(manifest.c_str()) != 0)
+    return {matrix.m[3][0], matrix.m[3][1], matrix.m[3][2]};
+}
+
+// One of the demo's models; its files are named after it.
+struct Model {
+    const char* name;
+    const char* what;
+    void (*build)(GimData&);
+};
+constexpr Model kModels[] = {
+    {"house", "a small house with a track for each submesh", BuildHouse},
+    {"flag", "a flag that waves in three morph frames", BuildFlag},
+    {"walker", "a figure that is skinned to a skeleton", BuildWalkerBody},
+};
+
+bool RunModel(const std::string& folder, const std::string& copy, const Model& model)
+{
+    const std::string name = model.name;
+    const std::string manifest = folder + "/" + name + ".gim";
+    std::printf("Writing %s to %s\n", model.what, manifest.c_str());
+    GimData built;
+    model.build(built);
+    built.m_meshPath = folder + "/" + name + ".mesh";
+    if (built.Save(manifest.c_str()) != 0)
         return false;
 
     std::printf("Loading it back\n\n");
@@ -51,15 +73,18 @@ bool RunModel(const std::string& folder, const std::string& copy)
     PrintModel(manifest, loaded);
 
     std::printf("\nSaving it to %s\n\n", copy.c_str());
-    loaded.m_meshPath = copy + "/house.mesh";
-    return loaded.Save((copy + "/house.gim").c_str()) == 0 &&
-           SameFiles(folder, copy, {"house.gim", "house.mesh", "house.mtg", "house_music.ags"});
+    loaded.m_meshPath = copy + "/" + name + ".mesh";
+    const bool same =
+        loaded.Save((copy + "/" + name + ".gim").c_str()) == 0 &&
+        SameFiles(folder, copy, {name + ".gim", name + ".mesh", name + ".mtg", name + "_music.ags"});
+    std::printf("\n");
+    return same;
 }
 
 bool RunSkeleton(const std::string& folder, const std::string& copy)
 {
     const std::string path = folder + "/walker.gis";
-    std::printf("\nWriting a walking stick figure to %s\n", path.c_str());
+    std::printf("Writing a walking stick figure to %s\n", path.c_str());
     GisData walker;
     BuildWalker(walker);
     walker.m_anim.m_path = path;
@@ -87,6 +112,35 @@ bool RunSkeleton(const std::string& folder, const std::string& copy)
     return again.Save(copyPath.c_str()) == 0 && SameFiles(folder, copy, {"walker.gis", "walker.ags"});
 }
 
+// Whether the bones of the body stand in the skeleton under the same name, at the same place from their parent.
+bool CheckFit(const std::string& folder)
+{
+    GimData body;
+    if (body.Load((folder + "/walker.gim").c_str()) != 0)
+        return false;
+    GisData skeleton;
+    if (skeleton.Load((folder + "/" + body.GetSkeletonName()).c_str()) != 0)
+        return false;
+    const vlMeshData& mesh = body.m_mesh;
+    const vlAnimData& anim = skeleton.m_anim;
+    int fitting = 0;
+    for (std::uint16_t bone = 0; bone < mesh.m_boneCount; ++bone) {
+        const std::int32_t* ids = anim.m_boneNameIds;
+        const auto at = std::find(ids, ids + anim.m_boneCount, mesh.m_boneNameIds[bone]) - ids;
+        if (at == anim.m_boneCount)
+            continue;
+        const std::uint16_t parent = mesh.m_boneParents[bone];
+        Vector3 place = Vector3{} - TranslationOf(mesh.m_boneMatrices[bone]);
+        if (parent < mesh.m_boneCount)
+            place = place + TranslationOf(mesh.m_boneMatrices[parent]);
+        const Vector3 off = place - anim.m_boneTrans[at].m_pos;
+        fitting += std::max({std::fabs(off.x), std::fabs(off.y), std::fabs(off.z)}) < 1e-6F ? 1 : 0;
+    }
+    std::printf("\n%d of %u bones of walker.gim fit %s\n", fitting, mesh.m_boneCount,
+                body.GetSkeletonName().c_str());
+    return fitting == mesh.m_boneCount;
+}
+
 }  // namespace
 
 bool RunDemo(const std::string& folder)
@@ -98,7 +152,10 @@ bool RunDemo(const std::string& folder)
         std::fprintf(stderr, "%s: %s\n", copy.c_str(), error.message().c_str());
         return false;
     }
-    if (!RunModel(folder, copy) || !RunSkeleton(folder, copy))
+    for (const Model& model : kModels)
+        if (!RunModel(folder, copy, model))
+            return false;
+    if (!RunSkeleton(folder, copy) || !CheckFit(folder))
         return false;
     std::printf("\n");
     return PrintKeyForms();

@@ -1,123 +1,19 @@
 #include "House.h"
 
-#include <tinyxml2.h>
+#include "MeshBuilder.h"
+#include "Parts.h"
 
 #include <cmath>
-#include <initializer_list>
-#include <utility>
-#include <vector>
+#include <iterator>
 
 namespace vela::vlgim::tools {
 
 namespace {
 
-using Vector3 = geomath::_Vector3<float>;
-using Point2 = geomath::_Point2<float>;
+constexpr const char* kSubmeshes[] = {"walls", "roof", "door"};
+constexpr Vector3 kHinge{-0.5F, 0, 2};
 
-Vector3 operator-(Vector3 a, Vector3 b)
-{
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-
-Vector3 Cross(Vector3 a, Vector3 b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-
-float Dot(Vector3 a, Vector3 b)
-{
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-
-Vector3 Unit(Vector3 a)
-{
-    const float length = std::sqrt(Dot(a, a));
-    return {a.x / length, a.y / length, a.z / length};
-}
-
-template <class T>
-std::shared_ptr<T[]> Shared(const std::vector<T>& values)
-{
-    auto array = std::make_shared<T[]>(values.size());
-    std::copy(values.begin(), values.end(), array.get());
-    return array;
-}
-
-// Collects flat faces; metres, y upwards.
-class MeshBuilder {
-public:
-    void BeginSubmesh(std::uint8_t uvSets, bool colors)
-    {
-        m_records.push_back({static_cast<std::uint32_t>(m_positions.size()),
-                             static_cast<std::uint32_t>(m_indices.size() / 3), 0, 0, uvSets, colors});
-    }
-
-    // A convex face, counter-clockwise from outside; its first edge gives the tangent and the direction of u.
-    void Face(std::initializer_list<Vector3> corners, std::uint32_t color = 0xFFFFFFFF)
-    {
-        const Vector3* c = corners.begin();
-        const auto first = static_cast<std::uint16_t>(m_positions.size());
-        const Vector3 normal = Unit(Cross(c[1] - c[0], c[2] - c[0]));
-        const Vector3 tangent = Unit(c[1] - c[0]);
-        const Vector3 upward = Cross(normal, tangent);
-        for (const Vector3& corner : corners) {
-            const Point2 meters{Dot(corner - c[0], tangent), Dot(corner - c[0], upward)};
-            m_positions.push_back(corner);
-            m_normals.push_back(normal);
-            m_tangents.push_back(tangent);
-            m_uvs[0].push_back(meters);
-            m_uvs[1].push_back({meters.u / 8, meters.v / 8});  // light map: the whole house on one sheet
-            m_colors.push_back(color);
-        }
-        const auto count = static_cast<std::uint16_t>(corners.size());
-        for (std::uint16_t i = 2; i < count; ++i)
-            for (const int corner : {0, i - 1, static_cast<int>(i)})
-                m_indices.push_back(static_cast<std::uint16_t>(first + corner));
-        m_records.back().vertexCount += count;
-        m_records.back().triangleCount += count - 2U;
-    }
-
-    // Four sides and a lid between two opposite corners.
-    void Box(Vector3 low, Vector3 high)
-    {
-        const auto [l, b, n] = low;
-        const auto [r, t, f] = high;
-        Face({{l, b, f}, {r, b, f}, {r, t, f}, {l, t, f}});
-        Face({{r, b, f}, {r, b, n}, {r, t, n}, {r, t, f}});
-        Face({{r, b, n}, {l, b, n}, {l, t, n}, {r, t, n}});
-        Face({{l, b, n}, {l, b, f}, {l, t, f}, {l, t, n}});
-        Face({{l, t, f}, {r, t, f}, {r, t, n}, {l, t, n}});
-    }
-
-    std::shared_ptr<vlMeshVertexData> Finish() const
-    {
-        auto mesh = std::make_shared<vlMeshVertexData>();
-        mesh->m_subRecords = Shared(m_records);
-        mesh->m_subCount = static_cast<std::uint32_t>(m_records.size());
-        mesh->m_vertexCount = static_cast<std::uint32_t>(m_positions.size());
-        mesh->m_triangleCount = static_cast<std::uint32_t>(m_indices.size() / 3);
-        mesh->m_uvSetCount = 2;
-        mesh->m_colorSetCount = 1;
-        mesh->m_hasTangents = 1;
-        mesh->m_positions = Shared(m_positions);
-        mesh->m_normals = Shared(m_normals);
-        mesh->m_tangents = Shared(m_tangents);
-        mesh->m_indices = Shared(m_indices);
-        for (int set = 0; set < 2; ++set)
-            mesh->m_uvSets[set] = Shared(m_uvs[set]);
-        mesh->m_colors = Shared(m_colors);
-        return mesh;
-    }
-
-private:
-    std::vector<SubmeshRecord> m_records;
-    std::vector<Vector3> m_positions, m_normals, m_tangents;
-    std::vector<Point2> m_uvs[2];
-    std::vector<std::uint32_t> m_colors;
-    std::vector<std::uint16_t> m_indices;
-};
-
-std::shared_ptr<vlMeshVertexData> BuildMesh()
+void BuildMesh(vlMeshVertexData& mesh)
 {
     MeshBuilder house;
     house.BeginSubmesh(2, false);
@@ -132,50 +28,70 @@ std::shared_ptr<vlMeshVertexData> BuildMesh()
                0xFF306050);  // mossy
 
     house.BeginSubmesh(1, false);
-    house.Box({-0.5F, 0, 2}, {0.5F, 2, 2.0625F});
-    return house.Finish();
+    house.Box(kHinge, {0.5F, 2, 2.0625F});
+    house.Fill(mesh);
 }
 
-using Parameters = std::initializer_list<std::pair<const char*, const char*>>;
-
-tinyxml2::XMLElement* Append(tinyxml2::XMLNode* parent, const char* name, const Parameters& attributes = {})
+vlTrackData Track(const char* name, unsigned short keyCount, unsigned length)
 {
-    tinyxml2::XMLElement* element = parent->GetDocument()->NewElement(name);
-    for (const auto& [key, value] : attributes)
-        element->SetAttribute(key, value);
-    parent->InsertEndChild(element);
-    return element;
+    vlTrackData track;
+    SetName(track.m_name, name);
+    track.m_times.SetKeyTimes(keyCount, length);
+    track.m_channelCount = 1;
+    track.m_channels = std::make_shared<vlTransKeysData[]>(1);
+    return track;
 }
 
-void AppendMaterial(tinyxml2::XMLElement* group, const char* name, const Parameters& parameters)
+vlTrackData StillTrack(const char* name)
 {
-    tinyxml2::XMLElement* table = Append(Append(Append(group, name), "Material"), "ParamTable");
-    for (const auto& [key, value] : parameters)
-        Append(table, key, {{"Value", value}});
+    vlTrackData track = Track(name, 1, 0);
+    track.m_channels[0] = RestingChannel(1, false, false);
+    return track;
+}
+
+// Turns about the hinge. A transform turns about the model's origin, so its position makes up for the difference:
+// hinge minus turned hinge.
+vlTrackData SwingTrack(const char* name)
+{
+    constexpr float angles[] = {0, -0.6F, -1.2F, -1.4F, -0.7F, 0};  // radians about y; outwards
+    constexpr auto keyCount = static_cast<unsigned short>(std::size(angles));
+    vlTrackData track = Track(name, keyCount, 60);
+    track.m_channels[0] = RestingChannel(keyCount, true, true);
+    float* position = track.m_channels[0].m_pos.get();
+    float* rotation = track.m_channels[0].m_rot.get();
+    for (const float angle : angles) {
+        const float sine = std::sin(angle), cosine = std::cos(angle);
+        position[0] = kHinge.x - (cosine * kHinge.x + sine * kHinge.z);
+        position[2] = kHinge.z - (cosine * kHinge.z - sine * kHinge.x);
+        rotation[1] = std::sin(angle / 2);
+        rotation[3] = std::cos(angle / 2);
+        position += 3;
+        rotation += 4;
+    }
+    return track;
 }
 
 }  // namespace
 
 void BuildHouse(GimData& model)
 {
-    model.m_mesh.m_submeshCount = 3;
-    model.m_mesh.m_vertexData = BuildMesh();
+    vlMeshData& mesh = model.m_mesh;
+    mesh.m_submeshCount = static_cast<std::uint32_t>(std::size(kSubmeshes));
+    mesh.m_vertexData = std::make_shared<vlMeshVertexData>();
+    BuildMesh(*mesh.m_vertexData);
+    mesh.m_hasTracks = 1;
+    mesh.m_tracks = std::make_shared<vlTrackData[]>(std::size(kSubmeshes));
+    mesh.m_tracks[0] = StillTrack(kSubmeshes[0]);
+    mesh.m_tracks[1] = StillTrack(kSubmeshes[1]);
+    mesh.m_tracks[2] = SwingTrack(kSubmeshes[2]);
 
-    tinyxml2::XMLElement* manifest = Append(&model.m_gimXml.Document(), "Vela");
-    tinyxml2::XMLElement* submeshes = Append(manifest, "SubMesh");
-    Append(submeshes, "Mesh0", {{"Name", "walls"}, {"MtlIdx", "0"}});
-    Append(submeshes, "Mesh1", {{"Name", "roof"}, {"MtlIdx", "1"}});
-    Append(submeshes, "Mesh2", {{"Name", "door"}, {"MtlIdx", "2"}});
-
-    tinyxml2::XMLElement* group = Append(Append(&model.m_mtgXml.Document(), "Vela"), "MaterialGroup");
-    AppendMaterial(group, "plaster",
+    BuildManifest(model, {kSubmeshes[0], kSubmeshes[1], kSubmeshes[2]});
+    AppendMaterial(model, "plaster",
                    {{"Color", "0.9,0.86,0.78"}, {"Roughness", "0.9"}, {"Texture", "plaster.png"}});
-    AppendMaterial(group, "tiles",
+    AppendMaterial(model, "tiles",
                    {{"Color", "0.7,0.2,0.15"}, {"Roughness", "0.7"}, {"Texture", "tiles.png"}});
-    AppendMaterial(group, "oak", {{"Color", "0.35,0.22,0.1"}, {"Gloss", "0.4"}});
-
-    Append(Append(&model.m_musicXml.Document(), "Vela"), "Event",
-           {{"Name", "door_creak"}, {"Volume", "0.8"}});
+    AppendMaterial(model, "oak", {{"Color", "0.35,0.22,0.1"}, {"Gloss", "0.4"}});
+    BuildMusic(model, "door_creak", "0.8");
 }
 
 }  // namespace vela::vlgim::tools

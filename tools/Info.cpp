@@ -1,6 +1,7 @@
 #include "Info.h"
 
 #include "AnimInfo.h"
+#include "MeshInfo.h"
 #include "Print.h"
 
 #include <basekit/StringAlgo.h>
@@ -9,60 +10,17 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
-#include <limits>
 #include <map>
 
 namespace vela::vlgim::tools {
 
 namespace {
 
-using Vector3 = geomath::_Vector3<float>;
-
 // Where a submesh count came from, for a file that does not hold it.
 struct SubmeshCount {
     std::uint32_t count;
     std::string source;
 };
-
-std::string Attributes(const vlMeshVertexData& mesh)
-{
-    std::string text = "positions, normals";
-    if (mesh.m_tangents)
-        text += ", tangents";
-    if (mesh.m_uvSetCount)
-        text += ", " + std::to_string(mesh.m_uvSetCount) + (mesh.m_uvSetCount == 1 ? " uv set" : " uv sets");
-    const auto hasColors = [](const SubmeshRecord& record) { return record.hasColors != 0; };
-    if (std::any_of(mesh.m_subRecords.get(), mesh.m_subRecords.get() + mesh.m_subCount, hasColors))
-        text += ", colours";
-    return text;
-}
-
-std::uint64_t BytesInMemory(const vlMeshVertexData& mesh)
-{
-    const std::uint64_t vertices = mesh.m_vertexCount;
-    const unsigned streams = mesh.m_tangents ? 3 : 2;
-    return mesh.m_subCount * sizeof(SubmeshRecord) +
-           streams * vertices * mesh.m_frameCount * vlMeshVertexData::m_v_sz +
-           std::uint64_t{mesh.m_triangleCount} * vlMeshVertexData::m_tri_sz +
-           mesh.m_uvSetCount * vertices * vlMeshVertexData::m_uv_sz +
-           (mesh.m_colors ? vertices * vlMeshVertexData::m_c_sz : 0);
-}
-
-// NaN is in no box, so it moves none.
-void PrintBox(const vlMeshVertexData& mesh)
-{
-    const std::uint64_t count = std::uint64_t{mesh.m_frameCount} * mesh.m_vertexCount;
-    if (count == 0)
-        return Row("box", "empty");
-    constexpr float inf = std::numeric_limits<float>::infinity();
-    Vector3 low{inf, inf, inf}, high{-inf, -inf, -inf};
-    for (const Vector3* p = mesh.m_positions.get(); p != mesh.m_positions.get() + count; ++p) {
-        low = {std::min(low.x, p->x), std::min(low.y, p->y), std::min(low.z, p->z)};
-        high = {std::max(high.x, p->x), std::max(high.y, p->y), std::max(high.z, p->z)};
-    }
-    Row("box", "(%g, %g, %g) to (%g, %g, %g)", low.x, low.y, low.z, high.x, high.y, high.z);
-}
 
 // The reader passes over the magic word, so a wrong one is worth a word.
 void PrintHeader(const vlio::Bytes& bytes)
@@ -73,50 +31,19 @@ void PrintHeader(const vlio::Bytes& bytes)
         ours ? "" : ", not that of a mesh");
 }
 
-void PrintMesh(const vlMeshData& mesh, const std::string& countSource,
-               const std::vector<SubmeshMessage>& names)
-{
-    const vlMeshVertexData& vertices = *mesh.m_vertexData;
-    Row("version", "0x%X, pack mode %u", mesh.m_version, mesh.m_packMode);
-    Row("kind", "%s", mesh.m_skeletonFlag ? "skinned mesh" : "static mesh");
-    Row("submeshes", "%u, %s", mesh.m_submeshCount, countSource.c_str());
-    Row("vertices", "%s", Grouped(vertices.m_vertexCount).c_str());
-    Row("triangles", "%s", Grouped(vertices.m_triangleCount).c_str());
-    Row("attributes", "%s", Attributes(vertices).c_str());
-    PrintBox(vertices);
-    Row("in memory", "%s bytes", Grouped(BytesInMemory(vertices)).c_str());
-
-    std::size_t width = 4;
-    for (const SubmeshMessage& submesh : names)
-        width = std::max(width, submesh.name.size());
-    std::printf("\n  %4s  %-*s  %21s  %21s  %7s  %7s\n", "#", static_cast<int>(width), "name", "vertices",
-                "triangles", "uv sets", "colours");
-    for (std::uint32_t i = 0; i < vertices.m_subCount; ++i) {
-        const SubmeshRecord& record = vertices.m_subRecords[i];
-        const auto range = [](std::uint32_t first, std::uint32_t count) {
-            return count ? Grouped(first) + " to " + Grouped(std::uint64_t{first} + count - 1)
-                         : std::string("none");
-        };
-        std::printf("  %4u  %-*s  %21s  %21s  %7u  %7s\n", i, static_cast<int>(width),
-                    i < names.size() ? names[i].name.c_str() : "-",
-                    range(record.firstVertex, record.vertexCount).c_str(),
-                    range(record.firstTriangle, record.triangleCount).c_str(), record.uvSetCount,
-                    record.hasColors ? "yes" : "no");
-    }
-}
-
 void PrintMaterials(const std::vector<MaterialMessage>& materials)
 {
     std::printf("\n  %4s  %s\n", "#", "material");
     for (std::size_t i = 0; i < materials.size(); ++i) {
-        std::printf("  %4zu  %s\n", i, materials[i].name.c_str());
+        std::printf("  %4zu  %s\n", i, Shown(materials[i].name).c_str());
         const std::map<std::string, std::string> sorted(materials[i].params.begin(),
                                                         materials[i].params.end());
         std::size_t width = 0;
         for (const auto& [name, value] : sorted)
             width = std::max(width, name.size());
         for (const auto& [name, value] : sorted)
-            std::printf("          %-*s  %s\n", static_cast<int>(width), name.c_str(), value.c_str());
+            std::printf("          %-*s  %s\n", static_cast<int>(width), Shown(name).c_str(),
+                        Shown(value).c_str());
     }
 }
 
@@ -154,10 +81,8 @@ std::optional<SubmeshCount> FindSubmeshCount(const std::string& path, const vlio
     const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(bytes.data(), bytes.size());
     if (fitting.size() == 1)
         return SubmeshCount{fitting[0], "the one count that fits the file"};
-    std::fprintf(
-        stderr,
-        "%s: the file does not say how many submeshes it has, and %s counts fit it; use --submeshes N\n",
-        path.c_str(), fitting.empty() ? "no" : "several");
+    std::fprintf(stderr, "%s: the file does not say how many submeshes it has, and %s; use --submeshes N\n",
+                 path.c_str(), fitting.empty() ? "they can't be worked out" : "several counts fit it");
     return std::nullopt;
 }
 
@@ -212,19 +137,19 @@ void PrintModel(const std::string& path, const GimData& model)
 {
     std::printf("%s\n", path.c_str());
     const std::string skeleton = model.GetSkeletonName();
-    Row("mesh", "%s", model.m_meshPath.c_str());
-    Row("skeleton", "%s", skeleton.empty() ? "none" : skeleton.c_str());
+    Row("mesh", "%s", Shown(model.m_meshPath).c_str());
+    Row("skeleton", "%s", skeleton.empty() ? "none" : Shown(skeleton).c_str());
     Row("materials", "%zu", model.m_materials.size());
     Row("music", "%s", model.m_musicXml.IsEmpty() ? "none" : "yes");
     std::printf("\n  %4s  %s\n", "#", "submesh and its material");
     for (std::size_t i = 0; i < model.m_submeshes.size(); ++i) {
         const SubmeshMessage& submesh = model.m_submeshes[i];
-        const std::string material = model.GetMaterial(submesh.mtlIdx).name;
-        std::printf("  %4zu  %s: %d%s%s\n", i, submesh.name.c_str(), submesh.mtlIdx,
+        const std::string material = Shown(model.GetMaterial(submesh.mtlIdx).name);
+        std::printf("  %4zu  %s: %d%s%s\n", i, Shown(submesh.name).c_str(), submesh.mtlIdx,
                     material.empty() ? "" : " ", material.c_str());
     }
     PrintMaterials(model.m_materials);
-    std::printf("\n%s\n", model.m_meshPath.c_str());
+    std::printf("\n%s\n", Shown(model.m_meshPath).c_str());
     PrintMesh(model.m_mesh, "as the manifest says", model.m_submeshes);
 }
 

@@ -11,4 +11,10 @@ void Row(const char* label, const char* format, ...) __attribute__((format(print
 /// 1234567 as "1,234,567".
 std::string Grouped(std::uint64_t number);
 
+/// The text as it is, but for bytes that would move the cursor: names come from files.
+std::string Shown(std::string text);
+
+/// The same for a name field, NUL-terminated or full.
+std::string Shown(const char (&field)[32]);
+
 }  // namespace vela::vlgim::tools

@@ -1,12 +1,11 @@
 #include "Walker.h"
 
-#include <nameid/NameID.h>
-#include <tinyxml2.h>
+#include "Parts.h"
 
-#include <algorithm>
+#include <nameid/NameID.h>
+
 #include <cmath>
 #include <cstring>
-#include <initializer_list>
 #include <iterator>
 #include <numbers>
 
@@ -14,42 +13,25 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-struct Bone {
-    const char* name;
-    float x, y, z;  // from its parent, metres
-    float swing;    // radians to either side, when walking
-};
-
 constexpr Bone kBones[] = {
-    {"hips", 0, 0.95F, 0, 0.05F},       {"spine", 0, 0.2F, 0, 0.08F},
-    {"head", 0, 0.45F, 0, 0},           {"arm_l", 0.2F, 0.4F, 0, 0.5F},
-    {"forearm_l", 0, -0.3F, 0, 0.25F},  {"arm_r", -0.2F, 0.4F, 0, -0.5F},
-    {"forearm_r", 0, -0.3F, 0, -0.25F}, {"thigh_l", 0.1F, -0.05F, 0, -0.6F},
-    {"shin_l", 0, -0.45F, 0, -0.4F},    {"thigh_r", -0.1F, -0.05F, 0, 0.6F},
-    {"shin_r", 0, -0.45F, 0, 0.4F},     {"hat", 0, 0.2F, 0, 0},
+    {"hips", -1, {0, 0.95F, 0}, 0.05F},      {"spine", 0, {0, 0.2F, 0}, 0.08F},
+    {"head", 1, {0, 0.45F, 0}, 0},           {"arm_l", 1, {0.2F, 0.4F, 0}, 0.5F},
+    {"forearm_l", 3, {0, -0.3F, 0}, 0.25F},  {"arm_r", 1, {-0.2F, 0.4F, 0}, -0.5F},
+    {"forearm_r", 5, {0, -0.3F, 0}, -0.25F}, {"thigh_l", 0, {0.1F, -0.05F, 0}, -0.6F},
+    {"shin_l", 7, {0, -0.45F, 0}, -0.4F},    {"thigh_r", 0, {-0.1F, -0.05F, 0}, 0.6F},
+    {"shin_r", 9, {0, -0.45F, 0}, 0.4F},     {"hat", 2, {0, 0.2F, 0}, 0},
 };
 constexpr auto kBoneCount = static_cast<std::uint16_t>(std::size(kBones));
-
-void SetName(char (&field)[32], const char* name)
-{
-    std::strncpy(field, name, sizeof field - 1);
-}
 
 // Position and scale stand once for all keys, and so does the rotation of a bone that does not swing.
 vlTransKeysData Channel(const Bone& bone, unsigned short keyCount, float swing)
 {
-    vlTransKeysData channel;
-    channel.m_keyCount = keyCount;
-    channel.m_rotKeyed = swing != 0.0F;
-    channel.m_pos = std::make_shared<float[]>(3);
-    channel.m_pos[0] = bone.x;
-    channel.m_pos[1] = bone.y;
-    channel.m_pos[2] = bone.z;
-    channel.m_scale = std::make_shared<float[]>(3, 1.0F);
-    const unsigned rotations = channel.m_rotKeyed ? keyCount : 1;
-    channel.m_rot = std::make_shared<float[]>(std::size_t{rotations} * 4);
+    vlTransKeysData channel = RestingChannel(keyCount, false, swing != 0.0F);
+    channel.m_pos[0] = bone.position.x;
+    channel.m_pos[1] = bone.position.y;
+    channel.m_pos[2] = bone.position.z;
     float* key = channel.m_rot.get();
-    for (unsigned i = 0; i < rotations; ++i, key += 4) {
+    for (unsigned i = 0; channel.m_rotKeyed && i < keyCount; ++i, key += 4) {
         const float phase =
             2 * std::numbers::pi_v<float> * static_cast<float>(i) / static_cast<float>(keyCount);
         const float half = swing * std::sin(phase) / 2;
@@ -108,6 +90,11 @@ std::shared_ptr<vlClipData> WaveClip()
 
 }  // namespace
 
+std::span<const Bone> WalkerBones()
+{
+    return kBones;
+}
+
 void BuildWalker(GisData& skeleton)
 {
     vlAnimData& anim = skeleton.m_anim;
@@ -119,14 +106,12 @@ void BuildWalker(GisData& skeleton)
         const Bone& bone = kBones[i];
         SetName(anim.m_boneNames[i], bone.name);
         anim.m_boneNameIds[i] = NameIDMurmur3(bone.name);
-        anim.m_boneTrans[i] = {{bone.x, bone.y, bone.z}, {0, 0, 0, 1}, {1, 1, 1}};
+        anim.m_boneTrans[i] = {bone.position, {0, 0, 0, 1}, {1, 1, 1}};
     }
     anim.m_clips = {SharedTimesClip("walk", KEY_PACKED_ROT32 | KEY_HALF_SCALE, 32, 1), WaveClip(),
                     SharedTimesClip("idle", 0, 60, 0.1F)};
 
-    tinyxml2::XMLDocument& document = skeleton.m_agsXml.Document();
-    document.InsertEndChild(document.NewElement("Vela"));
-    document.RootElement()->InsertNewChildElement("AnimGroup")->SetAttribute("Default", "idle");
+    Append(Append(&skeleton.m_agsXml.Document(), "Vela"), "AnimGroup", {{"Default", "idle"}});
 }
 
 }  // namespace vela::vlgim::tools

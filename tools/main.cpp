@@ -47,7 +47,7 @@ int Run(int argc, char** argv)
 
     std::string folder = "demo";
     CLI::App* demo =
-        app.add_subcommand("demo", "Write a small model, load it, print it, save a copy, compare");
+        app.add_subcommand("demo", "Write small models, load them, print them, save copies, compare");
     demo->add_option("FOLDER", folder, "Where to write it")->capture_default_str();
 
     try {
