@@ -27,9 +27,10 @@ bool SameFiles(const std::string& first, const std::string& second, std::initial
     std::printf("  %-18s  %10s  %10s\n", "file", "first", "second");
     for (const std::string& name : names) {
         vlio::Bytes one, two;
-        const bool read =
-            vlio::FileStream::ReadAllBinary((first + "/" + name).c_str(), one, vlio::FILE_SYSTEM_ANY) &&
-            vlio::FileStream::ReadAllBinary((second + "/" + name).c_str(), two, vlio::FILE_SYSTEM_ANY);
+        const bool read = vlio::FileStream::ReadAllBinary((std::filesystem::path(first) / name).c_str(), one,
+                                                          vlio::FILE_SYSTEM_ANY) &&
+                          vlio::FileStream::ReadAllBinary((std::filesystem::path(second) / name).c_str(), two,
+                                                          vlio::FILE_SYSTEM_ANY);
         const bool same = read && one == two;
         std::printf("  %-18s  %10zu  %10zu  %s\n", name.c_str(), one.size(), two.size(),
                     same ? "same bytes" : "DIFFERENT");

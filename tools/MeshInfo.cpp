@@ -190,11 +190,11 @@ void PrintBones(const vlMeshData& mesh, const std::vector<std::string>& names, c
     Row("bones", "%zu, %s, %s bounds", names.size(), Root(mesh, names).c_str(),
         mesh.m_boneBounds ? "with" : "without");
     std::printf("\n  %4s  %-20s  %-20s  %4s  %7s\n", "#", "bone", "parent", "used", "radius");
-    for (std::uint16_t i = 0; i < names.size(); ++i) {
-        std::printf("  %4u  %-20s  %-20s  %4s", i, Shown(names[i]).c_str(),
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        std::printf("  %4zu  %-20s  %-20s  %4s", i, Shown(names[i]).c_str(),
                     NameAt(names, mesh.m_boneParents[i]).c_str(), i < used.size() && used[i] ? "yes" : "no");
         if (mesh.m_boneBounds)
-            std::printf("  %7.3g", static_cast<double>(mesh.m_boneBounds[i].m_radius));
+            std::printf("  %7.3g", static_cast<double>(mesh.m_boneBounds.get()[i].m_radius));
         std::printf("\n");
     }
 }
