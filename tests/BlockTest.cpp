@@ -65,7 +65,7 @@ TEST(BlockReader, NamesEndAtANulOrAt32)
 TEST(BlockReader, MemoryIsInProportion)
 {
     BlockReader in = Reader(kBytes);
-    EXPECT_TRUE(in.Spend((16U << 20) - (64U << 10) + 8 * 64 - 1) && in.Spend(1));
+    EXPECT_TRUE(in.Spend((14U << 20) + 8 * 64 - 1) && in.Spend(1));
     EXPECT_FALSE(in.Spend(1));
     EXPECT_EQ(std::tuple(in.WhyRefused().needed, in.WhyRefused().left), std::tuple(1U, 0U));
 }

@@ -299,6 +299,12 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
         {1, async, cant + sixZero, [](Anim a) { a.m_version = 0x60000; }},
         {1, async, cant + "clip 0: bone 1: 1 keys, but times for 3",
          [](Anim a) { a.m_clips[0]->m_boneKeyCounts[1] = 3; }},
+        {1, async, cant + "clip 1: bone 1: another shares it, with other than 0 keys",
+         [](Anim a) {
+             a.m_clips[0]->m_keys[1].m_keyCount = 0;
+             a.m_clips[1]->m_keys = a.m_clips[0]->m_keys;
+             a.m_clips[1]->m_boneKeyCounts[1] = 0;
+         }},
         {1, async, open + Side("none/Run"), [](Anim a) { std::strcpy(a.m_clips[1]->m_name, "none/Run"); }},
         {1, async, open + Side("..\\Run"), [](Anim a) { std::strcpy(a.m_clips[1]->m_name, "..\\Run"); }},
         {1, async, open + "/none_gis/walk.gis", [](Anim a) { a.m_path = "/none.gis"; }},

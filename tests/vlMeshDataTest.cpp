@@ -106,7 +106,7 @@ TEST(vlMeshData, WhatIsNotReadSaysWhy)
         {With(kFile, 34, {5}), "is damaged: submesh entries at byte 34 needs 5, and 4 is left"},
         {With(kFile, 41, {64}), "is damaged: positions at byte 46 needs 12884901948, and 270 is left"},
         {With(With(kFile, 36, {0}), 41, {64}),
-         "is damaged: vertex block at byte 46 needs 47244640576, and 16731904 is left"},
+         "is damaged: vertex block at byte 46 needs 47244640640, and 14700288 is left"},
     };
     for (const auto& [file, message] : cases) {
         const LogCapture log;
@@ -268,7 +268,10 @@ TEST(vlMeshData, BonesWithoutBoundsOrWithUnknownOnes)
     }
     vlMeshData mesh;
     ASSERT_TRUE(Read(mesh, Skinned(With(bones, 105 + 76, nan))));
-    EXPECT_NE(mesh.m_boneBounds, nullptr) << "of the extents nobody asks";
+    ASSERT_NE(mesh.m_boneBounds, nullptr) << "of the extents nobody asks";
+    mesh.m_boneBounds[1].m_radius = std::numeric_limits<float>::quiet_NaN();
+    const Bytes written = Written(mesh);
+    EXPECT_EQ(Bytes(written.begin() + 12, written.begin() + 12 + std::ssize(none)), none);
 }
 
 TEST(vlMeshData, RootOfTheSkeleton)
@@ -456,6 +459,12 @@ TEST(vlMeshData, RefusesToWriteWhatCannotBeReadBack)
         {"the morph flag is set, and there is no morph", [](auto& mesh) { mesh.m_morph = nullptr; }},
         {"track 1: channel 0: no array holds the position keys",
          [](auto& mesh) { mesh.m_tracks[1].m_channels[0].m_pos = nullptr; }},
+        {"track 1: channel 0: another shares it, with other than 1 keys",
+         [](auto& mesh) {
+             mesh.m_tracks[0].m_channels[0].m_keyCount = 0;
+             mesh.m_tracks[1].m_channels = mesh.m_tracks[0].m_channels;
+             mesh.m_tracks[1].m_times.SetKeyTimes(1, 1);
+         }},
         {"track 1: the version of the first track has no place for its flags",
          [](auto& mesh) { mesh.m_tracks[0].m_version = 0x10000, mesh.m_tracks[0].m_flags = 0; }},
         {"the indices of original data are missing",

@@ -154,8 +154,8 @@ TEST(vlMeshVertexData, DataFlagZeroEndsTheBlock)
     EXPECT_EQ(read.mesh.m_tangents, nullptr);
 
     // Nothing in the file stands behind these counts, so the memory limit does: these 30 bytes may ask for
-    // 64 times as many and 16 MiB, at 44 bytes a vertex.
-    const std::pair<std::uint32_t, bool> counts[] = {{379'840, true}, {379'860, false}, {0xFFFFFFFF, false}};
+    // 64 times as many and 14 MiB, at 44 bytes a vertex.
+    const std::pair<std::uint32_t, bool> counts[] = {{333'660, true}, {333'690, false}, {0xFFFFFFFF, false}};
     for (const auto& [vertices, fits] : counts)
         EXPECT_EQ(Read(With(block, kVertexCountAt, ByteBuilder().U32(vertices))).whole, fits) << vertices;
 }

@@ -67,10 +67,11 @@ public:
     /// Writes the mesh as version 0x50004 with pack mode 0, whatever m_version and m_packMode say, through a
     /// FileWriter: path holds the old file or the whole new one. As a write of each block does, it brings the mask
     /// of used bones and m_hasSkin up to date and packs the keys of the tracks. Not written: m_version, m_packMode,
-    /// m_submeshCount, m_spareIndex, the morph's m_singleFrame, m_version of the tracks behind the first, what a
-    /// read passed over (the anim-BI block and the key records of old files; blocks that a warning named), and
-    /// what the vertex object leaves out. Original data of the type MESH_DATA_VERTEX are written with a warning
-    /// that the next reader passes over as many blocks.
+    /// m_submeshCount, m_spareIndex, m_rootBone, m_boneNameIds, bone bounds of which any has a NaN radius, the
+    /// morph's m_singleFrame and m_morphExtra, m_version of the tracks behind the first, what a read passed over
+    /// (the anim-BI block and the key records of old files; blocks that a warning named), and what the vertex
+    /// object leaves out. Original data of the type MESH_DATA_VERTEX are written with a warning that the next
+    /// reader passes over as many blocks.
     /// Returns 0; 1 if nothing was written, and LogError has said why: "unable to open %s", "failed to write
     /// %s: %s", or what WriteObstacle says, in which case nothing was opened.
     int WriteMeshFile(const char* path);
@@ -86,7 +87,8 @@ public:
 
     /// The submesh counts, ascending, with which the vertex block of this file image would end just where the
     /// next block begins: one, for nearly every file that was written by this library. For a tool that has a
-    /// .mesh file and no manifest. Reads bounded and never logs; empty for a file that can't be read.
+    /// .mesh file and no manifest. Reads bounded and never logs; empty for a file that can't be read,
+    /// and where the count is needed to find the block: with tracks, and below 0x50002 with a morph.
     static std::vector<std::uint32_t> FittingSubmeshCounts(const unsigned char* data, std::size_t length);
 
     /// Appends the whole mesh to lists of the caller's, one entry each, so that several meshes can be gathered.
@@ -107,7 +109,8 @@ public:
     /// boneIndices, weights   4 for each vertex; 0xFFFF: no bone
     /// matrices               the matrix of each bone under its index; what is there is overwritten
     /// names                  of each bone, in bone order
-    /// Returns true; false, with nothing appended, without a skinned vertex object that has 4 slots a vertex.
+    /// Returns true; false, with nothing appended, without a skinned vertex object. One with 8 slots a vertex, which
+    /// no file gives, is taken as if it had 4, so that half of its slots are appended.
     bool CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std::vector<float>& weights,
                             std::unordered_map<std::uint16_t, geomath::_Matrix<float>>& matrices,
                             std::vector<std::string>& names) const;

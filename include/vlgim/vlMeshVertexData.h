@@ -107,18 +107,21 @@ struct VLGIM_API vlMeshSkelVertexData : vlMeshVertexData {
     std::shared_ptr<std::uint16_t[]>
         m_boneIndices;                       ///< V x W; slot j of vertex v at v * W + j; 0xFFFF: no bone
     std::shared_ptr<float[]> m_boneWeights;  ///< V x W; nothing makes them add up to 1
-    std::uint32_t m_usedBoneBits = 0;        ///< bits of the mask in a file; at most 65535
-    std::vector<bool> m_usedBones;           ///< bit b: bone b is in use
+    std::uint32_t m_usedBoneBits = 0;        ///< bits that a write gives the mask; at most 65535
+    std::vector<bool> m_usedBones;  ///< bit b: bone b is in use; its own size counts, see ReadDataNew
 
     vlMeshSkelVertexData() = default;
     vlMeshSkelVertexData(const vlMeshSkelVertexData&) = default;
+    vlMeshSkelVertexData(vlMeshSkelVertexData&&) noexcept = default;
     vlMeshSkelVertexData& operator=(const vlMeshSkelVertexData&) = default;
+    vlMeshSkelVertexData& operator=(vlMeshSkelVertexData&&) noexcept = default;
     ~vlMeshSkelVertexData() override = default;
 
     /// Reads the block as the base does, and the skin data behind it: references of one byte below version 0x50004
     /// (255 becomes 0xFFFF), of two from it on; weights; from 0x50004 on a bit count, before that 255; from 0x50003
     /// on the mask. Sets W to 4, or to 8 for version 0x50005, which stands in no .mesh file. m_usedBoneBits and the
-    /// size of m_usedBones become the bit count.
+    /// size of m_usedBones become the bit count; a mesh with bones then sets m_usedBoneBits to their count, and
+    /// the mask follows at the next write.
     /// Null, and the object is as it was, also where the skin does not fit or has more than 65535 mask bits.
     const unsigned char* ReadDataNew(const unsigned char* data, unsigned int version, unsigned int packMode,
                                      const unsigned char* end = nullptr) override;

@@ -16,13 +16,13 @@ namespace vela::vlgim {
 /// nothing here computes with it. A copy shows the same arrays as its source.
 class VLGIM_API vlOriginalData {
 public:
-    /// Kind of this data, written into the share table's pair. A mesh that is read sets it from there. With
-    /// MESH_DATA_VERTEX the block counts among the vertex blocks, and one block is passed over by the next reader.
+    /// Kind of this data, written into the share table's pair. A mesh that is read sets it from there,
+    /// or to MESH_DATA_ORIGINAL where there is no pair or one of a vertex block. With MESH_DATA_VERTEX the block counts among the vertex blocks, and one block is passed over by the next reader.
     MESH_DATA_TYPE m_type = MESH_DATA_VERTEX;
     std::shared_ptr<geomath::_Vector3<float>[]> m_origPositions;  ///< m_origVertexCount, or null for 0
     std::shared_ptr<std::uint16_t[]> m_origIndices;               ///< m_origIndexCount, or null for 0
     std::shared_ptr<std::uint32_t[]> m_origExtra;                 ///< m_origExtraCount, or null for 0
-    std::uint8_t m_hasSkin = 0;  ///< non-zero: the skin arrays exist; worked out anew at a write
+    std::uint8_t m_hasSkin = 0;                    ///< as read; a write looks at the two arrays and sets it
     std::shared_ptr<unsigned char[]> m_origBones;  ///< four bone references a vertex, or null
     std::shared_ptr<float[]> m_origWeights;        ///< four weights a vertex, or null
     std::uint32_t m_origVertexCount = 0;

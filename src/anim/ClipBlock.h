@@ -1,6 +1,7 @@
 #pragma once
 
 #include <io/BlockReader.h>
+#include <keys/TransKeysBlock.h>
 #include <vlgim/vlClipData.h>
 
 #include <cstdint>
@@ -23,7 +24,7 @@ void ReadBaseInfo(io::BlockReader& in, vlClipData& clip);
 void Write(std::FILE* stream, std::uint32_t version, vlClipData& clip);
 
 /// Why a clip can't be written, with the number of the bone; empty: it can. To be asked before a file is
-/// opened.
-std::string WhyUnwritable(const vlClipData& clip, std::uint32_t version);
+/// opened, with the `counts` of all its clips.
+std::string WhyUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts = nullptr);
 
 }  // namespace vela::vlgim::clips

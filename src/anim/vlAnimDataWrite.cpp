@@ -51,13 +51,14 @@ Obstacle WhySkeletonUnwritable(const vlAnimData& anim)
 Obstacle WhyClipsUnwritable(const vlAnimData& anim)
 {
     const bool hasNoPlace = anim.m_async != 0 && anim.m_version < kSideFiles;
+    keys::UnsetCounts counts;
     for (std::size_t i = 0; i < anim.m_clips.size(); ++i) {
         const vlClipData& clip = *anim.m_clips[i];
         if (hasNoPlace && clip.m_boneCount != 0)
             return {1, Numbered(i) + ": its version counts clips of side files, but has no place for them"};
         if (hasNoPlace)
             continue;
-        if (const std::string reason = clips::WhyUnwritable(clip, anim.m_version); !reason.empty())
+        if (const std::string reason = clips::WhyUnwritable(clip, anim.m_version, &counts); !reason.empty())
             return {1, Numbered(i) + ": " + reason};
     }
     return {};

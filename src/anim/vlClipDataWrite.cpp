@@ -36,15 +36,15 @@ unsigned short KeyCount(const vlClipData& clip, unsigned bone)
                                                  : clip.m_boneKeyCounts[bone];
 }
 
-std::string WhyBoneUnwritable(const vlClipData& clip, unsigned bone)
+std::string WhyBoneUnwritable(const vlClipData& clip, unsigned bone, keys::UnsetCounts* counts)
 {
     if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE && clip.m_boneKeyCounts[bone] != 0 &&
         !clip.m_boneKeyTimes[bone])
         return "no array holds the key times";
-    return keys::WhyUnwritable(clip.m_keys[bone], KeyCount(clip, bone));
+    return keys::WhyUnwritable(clip.m_keys[bone], KeyCount(clip, bone), counts);
 }
 
-std::string WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version)
+std::string WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts)
 {
     if (version < kSharedKeyTimes && clip.m_keyLayout != KEY_LAYOUT_PER_BONE)
         return "its version has key times per bone only";
@@ -57,7 +57,7 @@ std::string WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version)
     if (std::string reason = WhyBonesUnwritable(clip); !reason.empty())
         return reason;
     for (unsigned i = 0; i < clip.m_boneCount; ++i)
-        if (const std::string reason = WhyBoneUnwritable(clip, i); !reason.empty())
+        if (const std::string reason = WhyBoneUnwritable(clip, i, counts); !reason.empty())
             return "bone " + std::to_string(i) + ": " + reason;
     return {};
 }
@@ -131,10 +131,10 @@ void WriteKeys(std::FILE* stream, std::uint32_t version, vlClipData& clip)
 
 namespace clips {
 
-std::string WhyUnwritable(const vlClipData& clip, std::uint32_t version)
+std::string WhyUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts)
 {
     std::string reason = WhyInfoUnwritable(clip);
-    return reason.empty() ? WhyKeysUnwritable(clip, version) : reason;
+    return reason.empty() ? WhyKeysUnwritable(clip, version, counts) : reason;
 }
 
 void Write(std::FILE* stream, std::uint32_t version, vlClipData& clip)
@@ -154,7 +154,7 @@ void vlClipData::WriteClipInfo(std::FILE* stream, std::uint32_t version) const
 
 void vlClipData::WriteKeysData(std::FILE* stream, std::uint32_t version)
 {
-    if (!Refused(WhyKeysUnwritable(*this, version)))
+    if (!Refused(WhyKeysUnwritable(*this, version, nullptr)))
         WriteKeys(stream, version, *this);
 }
 

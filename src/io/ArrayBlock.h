@@ -2,6 +2,7 @@
 
 #include "BlockReader.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -48,7 +49,7 @@ public:
     /// where that does not allow it. Throws std::bad_alloc where the system does not.
     bool Allocate(BlockReader& in)
     {
-        if (!in.Spend(m_size))
+        if (!in.Spend(std::min(m_size, UINT64_MAX - kOverhead) + kOverhead))
             return false;
         if (m_size > PTRDIFF_MAX)
             throw std::bad_alloc();
@@ -76,6 +77,8 @@ private:
     struct alignas(16) Chunk {
         unsigned char bytes[16];
     };
+
+    static constexpr std::uint64_t kOverhead = 64;  // of the block and its count of owners
 
     std::uint64_t m_size = 0;
     std::shared_ptr<Chunk[]> m_block;

@@ -43,11 +43,11 @@ void CopyRun(T* to, const unsigned char* from, std::uint64_t count)
 /// null, so that a block is read straight through and asked once whether it failed.
 class BlockReader {
 public:
-    /// A load may hold 64 times the bytes of its file, and 16 MiB for what small files make, of which 64 KiB are
-    /// left to what is not asked for, as the objects themselves. Counts that ask for more are damage: no real
-    /// file comes near it.
+    /// A load may hold 64 times the bytes of its file, and 16 MiB for what small files make, of which two are
+    /// left to what nobody asks for: the objects, and lists that can't have more than 65,535 entries. Counts
+    /// that ask for more are damage: no real file comes near it.
     static constexpr std::uint64_t kMemoryPerByte = 64;
-    static constexpr std::uint64_t kMemoryBase = (16U << 20) - (64U << 10);
+    static constexpr std::uint64_t kMemoryBase = 14U << 20;
 
     /// data   first byte of the file or block; null fails at once
     /// end    one past the last readable byte; null if the caller vouches for all that is read, which also

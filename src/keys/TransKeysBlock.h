@@ -7,6 +7,7 @@
 #include <vlgim/vlTransKeysData.h>
 
 #include <string>
+#include <unordered_map>
 
 // Transform channels as containers read and write them: many from one file, into one allocation.
 namespace vela::vlgim::keys {
@@ -34,8 +35,22 @@ MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, unsigned s
 /// of the channel's earlier content stays.
 void FillKeys(const MeasuredKeys& block, const io::ArrayBlock& arrays, vlTransKeysData& keys);
 
+/// The key counts that containers of one file give to channels whose own is not set. The first write sets it, so
+/// containers that share a channel have to agree, or all but one would be refused in the middle of the file.
+class UnsetCounts {
+public:
+    bool Agree(const vlTransKeysData& keys, unsigned short keyCount)
+    {
+        return keys.m_keyCount != 0 || m_counts.emplace(&keys, keyCount).first->second == keyCount;
+    }
+
+private:
+    std::unordered_map<const vlTransKeysData*, unsigned short> m_counts;
+};
+
 /// Why a channel can't be written with as many keys as its container has times; empty: it can. An m_keyCount
-/// of 0 counts as not set. To be asked before a file is opened.
-std::string WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount);
+/// of 0 counts as not set. To be asked before a file is opened, with the `counts` of all its containers.
+std::string WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount,
+                          UnsetCounts* counts = nullptr);
 
 }  // namespace vela::vlgim::keys

@@ -58,8 +58,10 @@ void WriteComponent(io::BlockWriter& out, const KeyForm& form, const float* keys
 
 }  // namespace
 
-std::string WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount)
+std::string WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount, UnsetCounts* counts)
 {
+    if (counts && !counts->Agree(keys, keyCount))
+        return "another shares it, with other than " + std::to_string(keyCount) + " keys";
     if (keys.m_keyCount != 0 && keys.m_keyCount != keyCount)
         return std::to_string(keys.m_keyCount) + " keys, but times for " + std::to_string(keyCount);
     const struct {

@@ -170,7 +170,9 @@ std::uint32_t vlMeshData::FrameCount() const
 
 void vlMeshData::ReadOriginalData(io::BlockReader& in, const BlockList& blocks)
 {
-    in.Spend(blocks.originalData.size() * sizeof(vlOriginalData));
+    constexpr std::size_t objectSize = sizeof(vlOriginalData) + 64;  // with its owner and its count of owners
+    if (in.Spend(blocks.originalData.size() * objectSize))
+        m_originalData.reserve(blocks.originalData.size());
     for (std::size_t i = 0; i < blocks.originalData.size() && !in.Failed(); ++i) {
         in.Enter("original data", static_cast<std::int64_t>(i));
         in.Seek(blocks.originalData[i]);

@@ -65,8 +65,9 @@ std::string vlMeshData::AnimObstacle() const
         return "the morph flag is set, and there is no morph";
     if (m_hasTracks && !m_tracks)
         return "the track flag is set, and there are no tracks";
+    keys::UnsetCounts counts;
     for (std::uint32_t i = 0; m_hasTracks && i < m_vertexData->m_subCount; ++i) {
-        std::string obstacle = tracks::WhyUnwritable(m_tracks[i]);
+        std::string obstacle = tracks::WhyUnwritable(m_tracks[i], &counts);
         // The version of the first track is stored for all of them.
         if (FlagsReadAt(m_tracks[0].m_version, m_tracks[i].m_flags) != m_tracks[i].m_flags)
             obstacle = "the version of the first track has no place for its flags";

@@ -44,15 +44,10 @@ std::int32_t LowerAndHash(Name& name)
 }
 
 // Bounds of which any is unknown are of no use.
-bool AllKnown(const unsigned char* bounds, std::uint16_t count)
+bool AllKnown(const BoundingInfo* bounds, std::uint16_t count)
 {
-    for (std::uint16_t i = 0; i < count; ++i) {
-        BoundingInfo info;
-        io::CopyRun(&info, bounds + i * sizeof info, 1);
-        if (std::isnan(info.m_radius))
-            return false;
-    }
-    return true;
+    return bounds && std::none_of(bounds, bounds + count,
+                                  [](const BoundingInfo& info) { return std::isnan(info.m_radius); });
 }
 
 std::uint16_t RootOf(const std::vector<std::uint16_t>& parents)
@@ -83,12 +78,11 @@ void vlMeshData::ReadBonesData(io::BlockReader& in)
     if (in.Failed())
         return;
 
-    const bool hasBounds = bounds && AllKnown(bounds, count);
     io::ArrayBlock block;
     const auto nameSlot = block.Plan<Name>(count);
-    const auto boundSlot = block.Plan<BoundingInfo>(hasBounds ? count : 0);
+    const auto boundSlot = block.Plan<BoundingInfo>(bounds ? count : 0);
     const auto matrixSlot = block.Plan<Matrix>(count);
-    if (!in.Spend(count * (sizeof m_boneParents[0] + sizeof m_boneNameIds[0])) || !block.Allocate(in))
+    if (!block.Allocate(in))
         return;
     m_boneParents = Parents(parents, count, wide);
     m_rootBone = RootOf(m_boneParents);
@@ -97,24 +91,25 @@ void vlMeshData::ReadBonesData(io::BlockReader& in)
     m_boneNameIds.resize(count);
     for (std::uint16_t i = 0; i < count; ++i)
         m_boneNameIds[i] = LowerAndHash(m_boneNames[i]);
-    if (hasBounds) {
+    if (bounds) {
         m_boneBounds = block.Array(boundSlot);
         io::CopyRun(m_boneBounds.get(), bounds, count);
+        if (!AllKnown(m_boneBounds.get(), count))
+            m_boneBounds = nullptr;
     }
     m_boneMatrices = block.Array(matrixSlot);
     io::CopyRun(m_boneMatrices.get(), matrices, count);
 }
 
-// How many bones the arrays and the file hold.
+// How many bones the arrays hold.
 std::uint16_t vlMeshData::StoredBones() const
 {
-    return m_skeletonFlag != kSkinned || m_boneCount == kNoBones ? static_cast<std::uint16_t>(0)
-                                                                 : m_boneCount;
+    return m_boneCount == kNoBones ? static_cast<std::uint16_t>(0) : m_boneCount;
 }
 
 std::string vlMeshData::BonesObstacle() const
 {
-    if (StoredBones() == 0)
+    if (m_skeletonFlag != kSkinned || StoredBones() == 0)
         return {};
     if (m_boneParents.size() != m_boneCount)
         return "there are " + std::to_string(m_boneCount) + " bones and " +
@@ -133,8 +128,9 @@ void vlMeshData::WriteBonesData(std::FILE* stream) const
         return;
     out.Run(m_boneParents.data(), count);
     out.Run(m_boneNames.get(), count);
-    out.Value(std::uint8_t{m_boneBounds != nullptr});
-    if (m_boneBounds)
+    const bool hasBounds = AllKnown(m_boneBounds.get(), count);
+    out.Value(std::uint8_t{hasBounds});
+    if (hasBounds)
         out.Run(m_boneBounds.get(), count);
     out.Run(m_boneMatrices.get(), count);
 }

@@ -1,5 +1,6 @@
 #include <vlgim/vlMeshData.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace vela::vlgim {
@@ -41,10 +42,11 @@ bool vlMeshData::CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std
                                     std::vector<std::string>& names) const
 {
     const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(m_vertexData.get());
-    if (!skin || skin->m_maxBoneRefCount != 4)
+    if (!skin)
         return false;
     const bool hasSlots = skin->m_boneIndices && skin->m_boneWeights;
-    const std::uint64_t slots = hasSlots ? 4 * std::uint64_t{skin->m_vertexCount} : 0;
+    const std::uint64_t slots =
+        hasSlots ? std::min(skin->m_maxBoneRefCount, 4U) * std::uint64_t{skin->m_vertexCount} : 0;
     boneIndices.insert(boneIndices.end(), skin->m_boneIndices.get(), skin->m_boneIndices.get() + slots);
     weights.insert(weights.end(), skin->m_boneWeights.get(), skin->m_boneWeights.get() + slots);
     for (std::uint16_t bone = 0; m_boneMatrices && bone < StoredBones(); ++bone)

@@ -69,7 +69,7 @@ std::uint64_t vlMeshData::LargestOffset() const
     for (std::uint32_t i = 0; m_hasTracks && i < m_vertexData->m_subCount; ++i)
         offset += LargestSize(m_tracks[i]);
     offset += m_hasTracks ? 4 : 0;
-    offset += m_skeletonFlag != 0 ? 4 + StoredBones() * std::uint64_t{2 + 32 + 28 + 64} : 0;
+    offset += m_skeletonFlag == kSkinned ? 4 + StoredBones() * std::uint64_t{2 + 32 + 28 + 64} : 0;
     for (const auto& data : m_originalData)
         offset += data->WrittenSize();
     return offset;

@@ -85,7 +85,7 @@ void vlMeshSkelVertexData::Read(io::BlockReader& in, unsigned int version, unsig
     read.m_maxBoneRefCount = skin.slots;
     BuildVertices(in, vertices, packMode, read);
     if (!in.Failed())
-        *this = read;
+        *this = std::move(read);
 }
 
 std::string vlMeshSkelVertexData::WriteObstacle() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <io/BlockReader.h>
+#include <keys/TransKeysBlock.h>
 #include <vlgim/vlTrackData.h>
 
 #include <string>
@@ -15,7 +16,7 @@ void Read(io::BlockReader& in, vlTrackData& track);
 void Skip(io::BlockReader& in);
 
 /// Why a track can't be written, with the number of the channel; empty: it can. To be asked before a file is
-/// opened.
-std::string WhyUnwritable(const vlTrackData& track);
+/// opened, with the `counts` of all its tracks.
+std::string WhyUnwritable(const vlTrackData& track, keys::UnsetCounts* counts = nullptr);
 
 }  // namespace vela::vlgim::tracks

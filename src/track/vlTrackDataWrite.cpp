@@ -11,13 +11,14 @@ namespace vela::vlgim {
 
 namespace tracks {
 
-std::string WhyUnwritable(const vlTrackData& track)
+std::string WhyUnwritable(const vlTrackData& track, keys::UnsetCounts* counts)
 {
     if (!track.m_channels && track.m_channelCount != 0)
         return "no array holds its channels";
     const unsigned short keyCount = keys::WrittenKeyCount(track.m_times);
     for (unsigned i = 0; i < track.m_channelCount; ++i)
-        if (const std::string reason = keys::WhyUnwritable(track.m_channels[i], keyCount); !reason.empty())
+        if (const std::string reason = keys::WhyUnwritable(track.m_channels[i], keyCount, counts);
+            !reason.empty())
             return "channel " + std::to_string(i) + ": " + reason;
     return {};
 }
