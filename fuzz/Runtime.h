@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Check.h"
+
+#include <corecommon/Log.h>
+
+#include <sanitizer/allocator_interface.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+// What every target sets up, once: no log, and a count of the bytes that are allocated.
+namespace vela::vlgim::fuzz {
+
+inline std::atomic<std::int64_t> g_live{0};
+inline std::atomic<std::int64_t> g_peak{0};
+
+inline void OnAllocate(const volatile void*, std::size_t size)
+{
+    const std::int64_t live = g_live += static_cast<std::int64_t>(size);
+    if (live > g_peak)
+        g_peak = live;
+}
+
+inline void OnFree(const volatile void* block)
+{
+    if (block)
+        g_live -= static_cast<std::int64_t>(__sanitizer_get_allocated_size(const_cast<const void*>(block)));
+}
+
+inline int SetUp()
+{
+    SetLogSink([](LogLevel, const char*, void*) {}, nullptr);
+    Check(__sanitizer_install_malloc_and_free_hooks(OnAllocate, OnFree) > 0, "no place for the memory hooks");
+    return 0;
+}
+
+/// Loads with load(), and checks that it never held more than it may: 64 times the bytes of its files and 16 MiB, the
+/// images of the files aside.
+/// imageBytes  of all files that are read
+template <class Load>
+auto WithinBudget(std::size_t imageBytes, Load load)
+{
+    const auto bytes = static_cast<std::int64_t>(imageBytes);
+    const std::int64_t before = g_live;
+    g_peak = before;
+    const auto result = load();
+    const std::int64_t held = g_peak - before - bytes;
+    Check(held <= 64 * bytes + (16 << 20), "a load of " + std::to_string(bytes) + " bytes held " +
+                                               std::to_string(held) + " bytes beside them");
+    return result;
+}
+
+}  // namespace vela::vlgim::fuzz

@@ -1,0 +1,136 @@
+#include "Input.h"
+#include "RoundTrip.h"
+#include "Runtime.h"
+
+#include <map>
+#include <numeric>
+
+// An input is a .gis file and the side files of clips of a few names; one that is empty is missing.
+namespace vela::vlgim::fuzz {
+
+namespace {
+
+const char* const kClips[] = {"walk", "Run", "idle", "jump"};
+
+const Folder& TheFolder()
+{
+    static const Folder folder;
+    return folder;
+}
+
+// An animation file, under the name "", and its side files under the names of their clips.
+using Files = std::map<std::string, Bytes>;
+
+std::string SideName(const std::string& clip)
+{
+    return "a_gis/" + clip + ".gis";
+}
+
+Files FilesOf(const std::uint8_t* data, std::size_t size)
+{
+    std::vector<Bytes> parts = SplitFiles(data, size);
+    Files files{{"", std::move(parts[0])}};
+    for (std::size_t i = 1; i < parts.size() && i <= std::size(kClips); ++i)
+        if (!parts[i].empty())
+            files[kClips[i - 1]] = std::move(parts[i]);
+    return files;
+}
+
+std::unique_ptr<vlAnimData> Read(const Files& files)
+{
+    std::filesystem::create_directory(TheFolder().Path("a_gis"));
+    std::size_t size = 0;
+    for (const auto& [clip, content] : files) {
+        if (!clip.empty())
+            TheFolder().Put(SideName(clip), content);
+        size += content.size();
+    }
+    const Bytes& gis = files.at("");
+    auto anim = std::make_unique<vlAnimData>();
+    // The caller holds the image of the .gis file, so it counts neither way.
+    const bool whole = WithinBudget(size, [&] {
+        return anim->ReadAnimationFile(gis.data(), static_cast<std::uint32_t>(gis.size()),
+                                       TheFolder().Path("a.gis"));
+    });
+    for (const auto& [clip, content] : files)
+        TheFolder().Remove(SideName(clip));
+    if (whole)
+        return anim;
+    Check(anim->m_clips.empty() && !anim->m_boneNames && anim->m_boneCount == 0,
+          "a failed read leaves clips");
+    return nullptr;
+}
+
+// The name that a path of a side file stands for; none for one that would lie in a folder of its own.
+std::string ClipOf(const std::string& path)
+{
+    const std::string folder = TheFolder().Path("a_gis/");
+    Check(path.compare(0, folder.size(), folder) == 0, "a side file outside of its folder: " + path);
+    const std::string clip = path.substr(folder.size(), path.size() - folder.size() - 4);
+    return clip.find('/') == std::string::npos ? clip : std::string();
+}
+
+// Empty where the side files can't be made.
+Files Write(vlAnimData& anim)
+{
+    std::map<std::string, MemoryFile> sides;
+    MemoryFile gis;
+    const int result = anim.WriteAnimationFile(gis.Stream(), [&](const char* path) -> std::FILE* {
+        const std::string clip = ClipOf(path);
+        return clip.empty() ? nullptr : sides[clip].Stream();
+    });
+    if (result != 0)
+        return {};
+    Files files{{"", gis.Content()}};
+    for (auto& [clip, file] : sides)
+        files[clip] = file.Content();
+    return files;
+}
+
+// Whether the names of the clips make files of this folder, each one of its own.
+bool HasPlainNames(const vlAnimData& anim)
+{
+    for (const auto& clip : anim.m_clips)
+        if (anim.m_async &&
+            (clip->m_name[0] == 0 || std::string_view(clip->m_name).find('/') != std::string::npos))
+            return false;
+    return true;
+}
+
+void CheckWriting(vlAnimData& anim)
+{
+    const vlAnimData::Obstacle obstacle = anim.WriteObstacle();
+    const bool isEmpty = anim.m_clips.empty() && anim.m_boneCount == 0;
+    Check(obstacle.result == 0 || anim.m_async || isEmpty, "what was read " + obstacle.message);
+    if (obstacle.result != 0 || !HasPlainNames(anim))
+        return;
+    const auto read = [](const Files& files) {
+        auto again = Read(files);
+        Check(again != nullptr, "an animation that was written can't be read");
+        return again;
+    };
+    CheckRoundTrip(anim, Write, read);
+}
+
+}  // namespace
+
+}  // namespace vela::vlgim::fuzz
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    return vela::vlgim::fuzz::SetUp();
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    using namespace vela::vlgim;
+    auto anim = fuzz::Read(fuzz::FilesOf(data, size));
+    if (!anim)
+        return 0;
+    fuzz::CheckWriting(*anim);
+    vlAnimData deltas = *anim;  // of which the clips are the same ones
+    deltas.ConvertToDelta();
+    deltas.ConvertFromDelta();
+    fuzz::CheckCopies(std::move(anim));
+    return 0;
+}
