@@ -16,8 +16,16 @@ namespace vela::vlgim::fuzz {
 inline std::atomic<std::int64_t> g_live{0};
 inline std::atomic<std::int64_t> g_peak{0};
 
+// The reference count of an array, of which each has one of its own under the sanitizer only.
+inline bool IsCount(std::size_t size)
+{
+    return size <= 32;
+}
+
 inline void OnAllocate(const volatile void*, std::size_t size)
 {
+    if (IsCount(size))
+        return;
     const std::int64_t live = g_live += static_cast<std::int64_t>(size);
     if (live > g_peak)
         g_peak = live;
@@ -25,8 +33,9 @@ inline void OnAllocate(const volatile void*, std::size_t size)
 
 inline void OnFree(const volatile void* block)
 {
-    if (block)
-        g_live -= static_cast<std::int64_t>(__sanitizer_get_allocated_size(const_cast<const void*>(block)));
+    const std::size_t size = block ? __sanitizer_get_allocated_size(const_cast<const void*>(block)) : 0;
+    if (!IsCount(size))
+        g_live -= static_cast<std::int64_t>(size);
 }
 
 inline int SetUp()

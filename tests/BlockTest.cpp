@@ -65,7 +65,7 @@ TEST(BlockReader, NamesEndAtANulOrAt32)
 TEST(BlockReader, MemoryIsInProportion)
 {
     BlockReader in = Reader(kBytes);
-    EXPECT_TRUE(in.Spend((14U << 20) + 8 * 64 - 1) && in.Spend(1));
+    EXPECT_TRUE(in.Spend((14U << 20) + 8 * 64 - 64 - 1) && in.Spend(1)) << "64 bytes of bookkeeping each";
     EXPECT_FALSE(in.Spend(1));
     EXPECT_EQ(std::tuple(in.WhyRefused().needed, in.WhyRefused().left), std::tuple(1U, 0U));
 }

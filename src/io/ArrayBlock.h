@@ -2,7 +2,6 @@
 
 #include "BlockReader.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -49,7 +48,7 @@ public:
     /// where that does not allow it. Throws std::bad_alloc where the system does not.
     bool Allocate(BlockReader& in)
     {
-        if (!in.Spend(std::min(m_size, UINT64_MAX - kOverhead) + kOverhead))
+        if (!in.Spend(m_size))
             return false;
         if (m_size > PTRDIFF_MAX)
             throw std::bad_alloc();
@@ -77,8 +76,6 @@ private:
     struct alignas(16) Chunk {
         unsigned char bytes[16];
     };
-
-    static constexpr std::uint64_t kOverhead = 64;  // of the block and its count of owners
 
     std::uint64_t m_size = 0;
     std::shared_ptr<Chunk[]> m_block;

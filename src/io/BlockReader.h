@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -118,7 +119,8 @@ public:
         return {text, strnlen(text, 32)};
     }
 
-    /// Asks for memory before it is allocated; false and failed where the file has no right to so much.
+    /// Asks for memory before it is allocated; false and failed where the file has no right to so much. Each call
+    /// stands for an allocation, whose bookkeeping counts too: files can ask for many that are small.
     bool Spend(std::uint64_t bytes)
     {
         if (Failed())
@@ -127,7 +129,7 @@ public:
             Refuse(bytes, Budget() - m_spent);
             return false;
         }
-        m_spent += bytes;
+        m_spent += std::min(bytes + kBookkeeping, Budget() - m_spent);
         return true;
     }
 
@@ -161,6 +163,7 @@ public:
 
 private:
     static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
+    static constexpr std::uint64_t kBookkeeping = 64;  // reference counts, the owner's pointer, a rounded size
 
     // An end ahead of the start leaves nothing to read.
     static std::uint64_t SizeOf(const unsigned char* data, const unsigned char* end)
