@@ -5,8 +5,8 @@
 #include <sanitizer/asan_interface.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
-#include <cstring>
 #include <functional>
 #include <string_view>
 
@@ -217,6 +217,11 @@ void Builder::Mesh(const vlMeshData& mesh)
         Original(*data);
 }
 
+bool SameBits(float a, float b)
+{
+    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+}
+
 bool Within(float before, float after, Step step)
 {
     return std::fabs(before - after) <= step.absolute + step.relative * std::fabs(before);
@@ -227,7 +232,7 @@ bool SameKey(const float* before, const float* after, const Component& form)
 {
     const bool isFinite = std::all_of(before, before + form.width, [](float v) { return std::isfinite(v); });
     if (form.step.IsExact())
-        return std::memcmp(before, after, form.width * sizeof(float)) == 0;
+        return std::equal(before, before + form.width, after, SameBits);
     for (std::uint32_t i = 0; isFinite && i < form.width; ++i)
         if (!Within(before[i], after[i], form.step))
             return false;
@@ -249,8 +254,8 @@ bool KeptKey(const float* before, const float* after, const Component& form, boo
     bool same = true, negated = form.isQuaternion, near = collapsed;
     for (std::uint32_t i = 0; i < form.width; ++i) {
         const float opposite = -before[i];
-        same = same && std::memcmp(&before[i], &after[i], sizeof(float)) == 0;
-        negated = negated && std::memcmp(&opposite, &after[i], sizeof(float)) == 0;
+        same = same && SameBits(before[i], after[i]);
+        negated = negated && SameBits(opposite, after[i]);
         // A NaN is near everything.
         const float apart = std::min(std::fabs(before[i] - after[i]),
                                      form.isQuaternion ? std::fabs(before[i] + after[i]) : INFINITY);
@@ -306,7 +311,7 @@ bool IsLooseTick(float time)
 bool SameTick(float before, float after)
 {
     if (!IsLooseTick(before))
-        return std::memcmp(&before, &after, sizeof before) == 0;
+        return SameBits(before, after);
     return Within(before, after, {1.01F * kTick, 0x1p-21F}) || before > 0x1.FFFFFFp30F * kTick;
 }
 
