@@ -2,8 +2,8 @@
 #include "RoundTrip.h"
 #include "Runtime.h"
 
+#include <algorithm>
 #include <map>
-#include <numeric>
 
 // An input is a .gis file and the side files of clips of a few names; one that is empty is missing.
 namespace vela::vlgim::fuzz {
@@ -90,11 +90,10 @@ Files Write(vlAnimData& anim)
 // Whether the names of the clips make files of this folder, each one of its own.
 bool HasPlainNames(const vlAnimData& anim)
 {
-    for (const auto& clip : anim.m_clips)
-        if (anim.m_async &&
-            (clip->m_name[0] == 0 || std::string_view(clip->m_name).find('/') != std::string::npos))
-            return false;
-    return true;
+    return anim.m_async == 0 || std::all_of(anim.m_clips.begin(), anim.m_clips.end(), [](const auto& clip) {
+               return clip->m_name[0] != 0 &&
+                      std::string_view(clip->m_name).find('/') == std::string_view::npos;
+           });
 }
 
 void CheckWriting(vlAnimData& anim)

@@ -29,7 +29,7 @@ Bytes Joined(const std::vector<Bytes>& files)
     ByteBuilder all;
     for (std::size_t i = 0; i < files.size(); ++i)
         all.Raw(i ? Bytes(kSeparator.begin(), kSeparator.end()) : Bytes()).Raw(files[i]);
-    return all;
+    return all.Bytes();
 }
 
 Bytes Text(std::string_view text)
@@ -195,10 +195,10 @@ Bytes GisFile(std::uint32_t version, bool async, std::uint8_t layout)
     if (version >= 0x60000)
         file.F32s({1, 2, 3, 0.5F, 0.5F, 0.5F, 0.5F, 2, 2, 2}).U32(async);
     if (async && version >= 0x60001)
-        return file.U32(1108).Raw(test::BaseInfo("walk")).Raw(test::BaseInfo("Run"));
+        return file.U32(1108).Raw(test::BaseInfo("walk")).Raw(test::BaseInfo("Run")).Bytes();
     if (!async)
         file.Raw(test::ClipRecord(version, layout)).Raw(test::ClipRecord(version, layout, "Run"));
-    return file;
+    return file.Bytes();
 }
 
 // The first clip of a plain file in this form, with rotations that move.
