@@ -307,12 +307,12 @@ bool IsLooseTick(float time)
     return time < 0 || time > 6291458 * kTick;
 }
 
-// A time that passes 32 bits becomes the lowest one.
+// A time that passes 32 bits, as the largest do once they are rounded, becomes the lowest one.
 bool SameTick(float before, float after)
 {
     if (!IsLooseTick(before))
         return SameBits(before, after);
-    return Within(before, after, {1.01F * kTick, 0x1p-21F}) || before > 0x1.FFFFFFp30F * kTick;
+    return Within(before, after, {1.01F * kTick, 0x1p-21F}) || before > 0x1.FFFFE0p30F * kTick;
 }
 
 }  // namespace

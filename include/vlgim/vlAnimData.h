@@ -79,7 +79,7 @@ public:
     /// - the last byte of each of a clip's two names, which becomes 0;
     /// - pivot tracks, which are dropped, and what lies behind the clip in a side file;
     /// - key times in ticks (below version 5.2) that are negative or above 6291458, where some move by a
-    ///   tick;
+    ///   tick, or by several where a float stands for so many; the very largest become the lowest;
     /// - keys in a small form, whose codes are worked out anew, with quaternions turned to the sign of the
     ///   form, and components whose keys are all alike, which collapse to one.
     int WriteAnimationFile(const char* path);
