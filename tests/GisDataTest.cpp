@@ -23,14 +23,9 @@ std::string Text(const ByteBuilder& bytes)
     return {bytes.Bytes().begin(), bytes.Bytes().end()};
 }
 
-// One bone, and one clip: in the file or beside it.
 std::string Gis(bool async, std::uint32_t version = 0x60001)
 {
-    ByteBuilder file;
-    file.Raw({'R', 'G', 'I', 'S'}).U32(version).U16(1);
-    if (version >= 0x60000)
-        file.U32(1).Raw(test::Name("hip")).F32s({1, 2, 3, 0, 0, 0, 1, 1, 1, 1}).U32(async);
-    return Text(async ? file.U32(1108).Raw(test::BaseInfo("walk")) : file.Raw(test::ClipRecord(version)));
+    return Text(test::SmallGis(async, version));
 }
 
 const std::string kSide = Text(test::ClipRecord(0x60001));

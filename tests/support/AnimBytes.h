@@ -83,4 +83,14 @@ inline ByteBuilder BaseInfo(std::string_view name)
     return info.U32(0x01020304).U8(5).U8(6).U16(7).U32(8).U8(0).U8(1).F32(10).U32(144);
 }
 
+/// A .gis file of one bone and the clip "walk": in the file or beside it.
+inline ByteBuilder SmallGis(bool async, std::uint32_t version = 0x60001)
+{
+    ByteBuilder file;
+    file.Raw({'R', 'G', 'I', 'S'}).U32(version).U16(1);
+    if (version >= 0x60000)
+        file.U32(1).Raw(Name("hip")).F32s({1, 2, 3, 0, 0, 0, 1, 1, 1, 1}).U32(async);
+    return async ? file.U32(1108).Raw(BaseInfo("walk")) : file.Raw(ClipRecord(version));
+}
+
 }  // namespace vela::vlgim::test

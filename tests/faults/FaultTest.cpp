@@ -1,0 +1,441 @@
+#include "ModelFolder.h"
+
+#include <corecommon/Log.h>
+#include <vlgim/GimData.h>
+#include <vlgim/GisData.h>
+#include <vlgim/vlTrackData.h>
+
+#include <gtest/gtest.h>
+#include <tinyxml2.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <malloc.h>
+#include <new>
+#include <random>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// How many allocations of this thread succeed before one fails; negative: all do.
+thread_local long allowance = -1;
+thread_local bool hasFailed = false;
+
+// Bytes that this thread has allocated and not freed, and the most there were.
+thread_local std::ptrdiff_t held = 0, mostHeld = 0;
+
+void Hold(std::ptrdiff_t bytes)
+{
+    held += bytes;
+    mostHeld = std::max(mostHeld, held);
+}
+
+}  // namespace
+
+// Not inlined, or g++ takes the pairs for mismatched.
+[[gnu::noinline]] void* operator new(std::size_t size)
+{
+    void* const memory = allowance == 0 ? nullptr : std::malloc(size);
+    hasFailed = hasFailed || !memory;
+    if (allowance >= 0)
+        --allowance;
+    if (!memory)
+        throw std::bad_alloc();
+    Hold(static_cast<std::ptrdiff_t>(::malloc_usable_size(memory)));
+    return memory;
+}
+
+[[gnu::noinline]] void operator delete(void* memory) noexcept
+{
+    Hold(-static_cast<std::ptrdiff_t>(::malloc_usable_size(memory)));
+    std::free(memory);
+}
+
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept
+{
+    operator delete(memory);
+}
+
+namespace vela::vlgim {
+
+namespace {
+
+using test::ByteBuilder;
+using Work = std::function<bool()>;
+
+// Does the work once for each of its allocations, of which that one fails, until none does; true is expected then.
+// check is called behind each failure.
+void FailEachAllocation(const Work& work, const std::function<void()>& check)
+{
+    for (long count = 0;; ++count) {
+        SCOPED_TRACE(count);
+        bool done = false;
+        hasFailed = false;
+        allowance = count;
+        try {
+            done = work();
+        } catch (const std::bad_alloc&) {
+        }
+        allowance = -1;
+        if (!hasFailed) {
+            EXPECT_TRUE(done);
+            return;
+        }
+        check();
+        ASSERT_FALSE(::testing::Test::HasFailure());
+    }
+}
+
+class FaultTest : public test::ModelFolder {
+protected:
+    FaultTest()
+    {
+        SetLogSink(
+            [](LogLevel, const char* text, void* user) { static_cast<FaultTest*>(user)->Remember(text); },
+            this);
+    }
+    ~FaultTest() override { SetLogSink(nullptr, nullptr); }
+
+    void Remember(const char* text) { std::snprintf(lastLine, sizeof lastLine, "%s", text); }
+
+    // The folder holds the model's files and nothing else.
+    void ExpectUntouched() const
+    {
+        std::size_t files = 0;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder / "m"))
+            files += entry.is_regular_file();
+        EXPECT_EQ(files, std::size(kFiles)) << "no stray";
+        for (const auto& [name, content] : kFiles)
+            EXPECT_TRUE(Read(Path("m/" + name)) == content) << name;
+    }
+
+    bool LoadAll()
+    {
+        return gim.Load(gimPath.c_str()) == 0 && gis.Load(gisPath.c_str()) == 0 &&
+               track.Load(trackPath.c_str());
+    }
+
+    const std::string gimPath = Path("m/a.gim"), gisPath = Path("m/a.gis"), trackPath = Path("m/a.track");
+    char lastLine[600] = {};
+    GimData gim;
+    GisData gis;
+    vlTrackData track;
+};
+
+}  // namespace
+
+// A load into objects that hold something, and one into new ones.
+TEST_F(FaultTest, EveryAllocationOfALoad)
+{
+    FailEachAllocation([&] { return LoadAll(); },
+                       [&] {
+                           const vlMeshData mesh = gim.m_mesh;
+                           const vlAnimData anim = gis.m_anim;
+                           const vlTrackData copy = track;
+                           gim.m_meshPath = Path("n/a.mesh");
+                           gim.Save(Path("n/a.gim").c_str());
+                           gis.m_anim.m_path = Path("n/a.gis");
+                           gis.Save(Path("n/a.gis").c_str());
+                           track.Save(Path("n/a.track").c_str());
+                           ExpectUntouched();
+                       });
+    FailEachAllocation(
+        [&] { return GimData().Load(gimPath.c_str()) == 0 && GisData().Load(gisPath.c_str()) == 0; }, [] {});
+}
+
+TEST_F(FaultTest, AReadThatRunsOutOfMemoryLeavesMeshAndAnimation)
+{
+    ASSERT_TRUE(LoadAll());
+    const std::string mesh = Read(Path("m/a.mesh")), animation = Read(gisPath);
+    const auto vertices = gim.m_mesh.m_vertexData;
+    const auto clip = gis.m_anim.m_clips[0];
+    FailEachAllocation(
+        [&] {
+            const auto* data = reinterpret_cast<const unsigned char*>(mesh.data());
+            return gim.m_mesh.ReadMeshFile(data, mesh.size());
+        },
+        [&] { EXPECT_EQ(gim.m_mesh.m_vertexData, vertices); });
+    vlMeshSkelVertexData skin = dynamic_cast<vlMeshSkelVertexData&>(*vertices);
+    const test::Bytes block = ByteBuilder()
+                                  .Raw(test::SmallVertexBlock(0x50004, 3))
+                                  .Raw(test::SkinSlots(0x50004))
+                                  .Raw(test::SkinMask(0x50004));
+    FailEachAllocation([&] { return skin.ReadDataNew(block.data(), 0x50004, 0) != nullptr; },
+                       [&] {
+                           EXPECT_EQ(
+                               std::tuple(skin.m_positions, skin.m_boneWeights, skin.m_usedBones.size()),
+                               std::tuple(vertices->m_positions,
+                                          dynamic_cast<vlMeshSkelVertexData&>(*vertices).m_boneWeights, 3U));
+                       });
+    FailEachAllocation(
+        [&] {
+            const auto* data = reinterpret_cast<const unsigned char*>(animation.data());
+            return gis.m_anim.ReadAnimationFile(data, static_cast<std::uint32_t>(animation.size()), gisPath);
+        },
+        [&] { EXPECT_EQ(gis.m_anim.m_clips[0], clip); });
+}
+
+TEST_F(FaultTest, EveryAllocationOfASave)
+{
+    ASSERT_TRUE(LoadAll());
+    const auto save = [&] {
+        track.Save(trackPath.c_str());
+        return gim.Save(gimPath.c_str()) == 0 && gis.Save(gisPath.c_str()) == 0;
+    };
+    FailEachAllocation(save, [&] { ExpectUntouched(); });
+    ExpectUntouched();
+    gim.m_gimXml.Document().RootElement()->SetAttribute("Edited", 1);
+    gim.m_mesh.m_vertexData->m_positions[0].x = 9;
+    FailEachAllocation([&] { return gim.Save(gimPath.c_str()) == 0; }, [&] { ExpectUntouched(); });
+    EXPECT_TRUE(Read(Path("m/a.mesh")) != kFiles[1].second);
+}
+
+TEST_F(FaultTest, EveryAllocationOfAnEdit)
+{
+    ASSERT_TRUE(LoadAll());
+    vlKeyTimes times;
+    times.SetKeyTimes(3, 2);
+    const std::pair<const char*, Work> edits[] = {
+        {"add", [&] { return times.AddKeyTime(0.5F); }},
+        {"remove", [&] { return times.RemoveKeyTime(1); }},
+        {"set", [&] { return times.SetKeyTimes(5, 4), times.GetKeyCount() == 5; }},
+        {"copy",
+         [&] {
+             const vlKeyTimes copy = times;
+             return copy == times;
+         }},
+        {"deltas", [&] { return gis.m_anim.ConvertToDelta(), gis.m_anim.m_isDelta; }},
+        {"keys", [&] { return gis.m_anim.ConvertFromDelta(), !gis.m_anim.m_isDelta; }},
+        {"document", [&] { return gim.m_mtgXml.Parse("<a><b/></a>", 11) == 0; }},
+    };
+    for (const auto& [name, edit] : edits) {
+        SCOPED_TRACE(name);
+        FailEachAllocation(edit, [&] {
+            const vlKeyTimes copy = times;
+            EXPECT_EQ(copy.GetKeyTimes() != nullptr, times.GetKeyCount() != 0);
+            test::Written([&](std::FILE* stream) {
+                gis.m_anim.WriteAnimationFile(stream, [stream](const char*) { return stream; });
+            });
+        });
+    }
+}
+
+namespace {
+
+// The most bytes held while it runs, beside those held before.
+std::ptrdiff_t MostHeldIn(const Work& work)
+{
+    const std::ptrdiff_t before = held;
+    mostHeld = held;
+    work();
+    return mostHeld - before;
+}
+
+// Vertices without data, and as many blocks of original data as a table can name, all in one place.
+test::Bytes ManyBlocks(std::uint32_t vertices)
+{
+    ByteBuilder file;
+    file.U32(0xBBC88034).U32(0x50004).U16(0).U16(0).U32(26 + 87);
+    file.U16(0).U32s({vertices, 0}).Raw(test::OriginalBlock());
+    file.U16(32767).U32(16);
+    for (int i = 0; i < 32766; ++i)
+        file.U32(26);
+    return file.U16(0);
+}
+
+}  // namespace
+
+// Counts for which there are hardly any bytes, up to where they are refused.
+TEST_F(FaultTest, CountsThatLieTakeNoMemory)
+{
+    int read = 0, refused = 0;
+    const auto expectBound = [&](std::size_t size, const std::function<bool()>& load) {
+        const std::ptrdiff_t bytes = MostHeldIn([&] { return ++(load() ? read : refused) > 0; });
+        EXPECT_LE(bytes, 64 * static_cast<std::ptrdiff_t>(size) + (16 << 20));
+    };
+    for (std::uint32_t vertices = 0; vertices < 1'000'000; vertices += 50'000)
+        for (const test::Bytes& file :
+             {ManyBlocks(vertices), test::StaticMesh(ByteBuilder().U16(0).U32s({vertices, 0}))})
+            expectBound(file.size(), [&] { return vlMeshData().ReadMeshFile(file.data(), file.size()); });
+    for (std::uint16_t clips = 0; clips < 20'000; clips += 500) {
+        const test::Bytes file =
+            ByteBuilder().Raw({'R', 'G', 'I', 'S'}).U32(0x60000).U16(clips).U32(0).U32(1).Fill(30, 0);
+        expectBound(file.size(), [&] {
+            return vlAnimData().ReadAnimationFile(file.data(), static_cast<std::uint32_t>(file.size()),
+                                                  "a.gis");
+        });
+    }
+    EXPECT_GT(read, 10);
+    EXPECT_GT(refused, 10);
+}
+
+namespace {
+
+// A stream whose writes fail behind so many bytes.
+struct ShortDisk {
+    std::size_t left;
+
+    std::FILE* Stream()
+    {
+        const cookie_io_functions_t calls{.read = nullptr,
+                                          .write = [](void* self, const char*, std::size_t size) -> ssize_t {
+                                              std::size_t& room = static_cast<ShortDisk*>(self)->left;
+                                              const std::size_t taken = std::min(size, room);
+                                              room -= taken;
+                                              if (taken == 0)
+                                                  errno = ENOSPC;
+                                              return static_cast<ssize_t>(taken);
+                                          },
+                                          .seek = [](void*, off64_t* offset, int) { return *offset = 0, 0; },
+                                          .close = nullptr};
+        std::FILE* stream = ::fopencookie(this, "wb", calls);
+        std::setvbuf(stream, nullptr, _IONBF, 0);  // so that each write fails where it is made
+        return stream;
+    }
+};
+
+}  // namespace
+
+TEST_F(FaultTest, EveryByteOfAStreamFails)
+{
+    ASSERT_TRUE(LoadAll());
+    const std::pair<const char*, std::function<void(std::FILE*)>> writers[] = {
+        {"mesh", [&](std::FILE* stream) { EXPECT_EQ(gim.m_mesh.WriteMeshFile(stream), 0); }},
+        {"animation",
+         [&](std::FILE* stream) {
+             EXPECT_EQ(gis.m_anim.WriteAnimationFile(stream, [stream](const char*) { return stream; }), 0);
+         }},
+        {"track", [&](std::FILE* stream) { track.WriteData(stream); }},
+    };
+    for (const auto& [name, write] : writers) {
+        const std::size_t size = test::Written(write).size();
+        for (std::size_t room = 0; room < size; ++room) {
+            ShortDisk disk{room};
+            std::FILE* stream = disk.Stream();
+            write(stream);
+            EXPECT_TRUE(std::ferror(stream) != 0) << name << ", room for " << room;
+            std::fclose(stream);
+        }
+    }
+}
+
+TEST_F(FaultTest, EveryByteOfAFileFails)
+{
+    ASSERT_TRUE(LoadAll());
+    gim.m_gimXml.Document().RootElement()->SetAttribute("Edited", 1);
+    gim.m_mtgXml.Document().RootElement()->SetAttribute("Edited", 1);
+    const std::pair<std::string, Work> saves[] = {
+        {"m/a.mesh", [&] { return gim.Save(gimPath.c_str()) == 0; }},
+        {"m/a_gis/walk.gis", [&] { return gis.Save(gisPath.c_str()) == 0; }},
+        {"m/a.track", [&] { return track.Save(trackPath.c_str()), false; }},
+    };
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    const auto previous = ::signal(SIGXFSZ, SIG_IGN);
+    for (const auto& [largest, save] : saves) {
+        const std::size_t size = std::filesystem::file_size(Path(largest));
+        for (std::size_t room = 0; room < size; ++room) {
+            const rlimit low = {room, limit.rlim_max};
+            ::setrlimit(RLIMIT_FSIZE, &low);
+            EXPECT_FALSE(save()) << room;
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+            const std::string line = lastLine;
+            EXPECT_TRUE(line.starts_with("failed to write " + Path("m/a")) &&
+                        line.ends_with(": File too large"))
+                << room << ": " << line;
+            ExpectUntouched();
+        }
+    }
+    ::signal(SIGXFSZ, previous);
+}
+
+TEST_F(FaultTest, WhatIsNoFileToRead)
+{
+    const std::string empty = Write("empty", "");
+    std::filesystem::create_symlink("nowhere", Path("dangling"));
+    ASSERT_EQ(::mkfifo(Path("pipe").c_str(), 0666), 0);
+    for (const std::string& path :
+         {empty, Path("dangling"), Path("pipe"), Path("n"), std::string("/dev/zero"), Path("missing")}) {
+        for (const Work& load : {Work([&] { return gim.Load(path.c_str()) == 0; }),
+                                 Work([&] { return gis.Load(path.c_str()) == 0; }),
+                                 Work([&] { return track.Load(path.c_str()); })}) {
+            lastLine[0] = 0;
+            EXPECT_FALSE(load()) << path;
+            EXPECT_NE(lastLine[0], 0) << path;
+        }
+    }
+}
+
+// Files that come and go, and change their length, between any two calls of a load.
+TEST_F(FaultTest, FilesThatVanishMeanwhile)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        std::mt19937 random(1);
+        for (;;) {
+            const auto& [name, content] = kFiles[random() % std::size(kFiles)];
+            const std::string path = Path("m/" + name);
+            ::unlink(path.c_str());
+            Write("m/" + name, content.substr(0, random() % 2 ? content.size() : random() % content.size()));
+        }
+    }
+    int loaded = 0;
+    for (int i = 0; i < 500; ++i) {
+        loaded += gim.Load(gimPath.c_str()) == 0;
+        loaded += gis.Load(gisPath.c_str()) == 0;
+        loaded += track.Load(trackPath.c_str());
+    }
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    for (const auto& [name, content] : kFiles)
+        Write("m/" + name, content);
+    EXPECT_TRUE(LoadAll()) << "after " << loaded;
+}
+
+TEST_F(FaultTest, AProcessThatIsKilledLeavesTheOldOrTheNewFile)
+{
+    ASSERT_TRUE(LoadAll());
+    const std::string path = Path("k/a.mesh"), old = kFiles[1].second;
+    Write("k/a.mesh", old);
+    std::string edited = old;
+    std::mt19937 random(1);
+    int strays = 0;
+    edited[11] = 3;  // the morph mode
+    for (int i = 0; i < 200; ++i) {
+        int saved[2];
+        ASSERT_EQ(::pipe(saved), 0);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            for (bool edit = false;; edit = !edit) {
+                gim.m_mesh.m_morph->m_morphMode = edit ? 3 : 2;
+                gim.m_mesh.WriteMeshFile(path.c_str());
+                [[maybe_unused]] const auto told = ::write(saved[1], "", 1);
+            }
+        }
+        char byte = 0;
+        ASSERT_EQ(::read(saved[0], &byte, 1), 1);
+        ::usleep(static_cast<useconds_t>(random() % 1000));
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+        const std::string content = Read(path);
+        EXPECT_TRUE(content == old || content == edited);
+        const auto files = std::distance(std::filesystem::directory_iterator(Path("k")), {});
+        EXPECT_LE(files, 2);
+        strays += files > 1;
+        ::close(saved[0]);
+        ::close(saved[1]);
+        EXPECT_EQ(gim.m_mesh.WriteMeshFile(path.c_str()), 0) << "with a stray beside it";
+        EXPECT_TRUE(Read(path) == old);
+        for (const auto& entry : std::filesystem::directory_iterator(Path("k")))
+            if (entry.path().filename() != "a.mesh")
+                std::filesystem::remove(entry.path());
+    }
+    EXPECT_GT(strays, 0) << "else no save was met in its middle";
+}
+
+}  // namespace vela::vlgim
