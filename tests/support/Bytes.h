@@ -22,7 +22,8 @@ public:
     ByteBuilder& U32s(std::initializer_list<std::uint32_t> values) { return Put(values); }
     ByteBuilder& Fill(std::size_t count, unsigned char byte)
     {
-        return Raw(std::vector<unsigned char>(count, byte));
+        m_bytes.resize(m_bytes.size() + count, byte);
+        return *this;
     }
     ByteBuilder& Raw(const std::vector<unsigned char>& bytes)
     {
