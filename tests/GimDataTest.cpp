@@ -212,6 +212,14 @@ TEST_F(GimDataTest, ASaveThatFailsChangesNothing)
           "E " + Path("m/../m/a.gim") + " is the target of two files that are saved together");
     model.m_mtgXml.Document().RootElement()->SetAttribute("Edited", 1);
     fails("/dev/full", "E failed to write /dev/full: No space left on device");
+    for (vlio::XmlData* document : {&model.m_gimXml, &model.m_mtgXml, &model.m_musicXml}) {
+        tinyxml2::XMLDocument& edited = document->Document();
+        edited.InsertFirstChild(edited.NewComment("-->"));  // would not read back
+        model.m_meshPath = Path("m/a.mesh");
+        EXPECT_EQ(Save(), 1);
+        EXPECT_EQ(Read(Path("m/a.mesh")), Mesh());
+        edited.DeleteChild(edited.FirstChild());
+    }
     model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 4;
     fails(Path("m/a.mesh"), "E mesh file " + Path("m/a.mesh") +
                                 " can't be written: submesh 0 declares 4 uv sets, and the mesh has 0");
