@@ -19,6 +19,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -369,6 +370,27 @@ TEST_F(FaultTest, WhatIsNoFileToRead)
             EXPECT_NE(lastLine[0], 0) << path;
         }
     }
+}
+
+// Needs a user whom permissions bind.
+TEST_F(FaultTest, WhatMayNotBeRead)
+{
+    ::chmod(folder.c_str(), 0755);
+    for (const std::string& path : {gimPath, gisPath, trackPath, Path("m/a.mesh")})
+        ::chmod(path.c_str(), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::geteuid() == 0 && ::setuid(65534) != 0)
+            ::_exit(1);
+        const auto refuses = [&](bool loaded) { return !loaded && std::exchange(lastLine[0], 0) != 0; };
+        ::_exit(refuses(gim.Load(gimPath.c_str()) == 0) && refuses(gis.Load(gisPath.c_str()) == 0) &&
+                        refuses(track.Load(trackPath.c_str()))
+                    ? 0
+                    : 2);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
 }
 
 // Files that come and go, and change their length, between any two calls of a load.
