@@ -98,6 +98,8 @@ TEST(vlMeshData, WhatIsNotReadSaysWhy)
         {Prefix(9), "is damaged: header at byte 8 needs 2, and 1 is left"},
         {Prefix(11), "is damaged: animation block at byte 11 needs 1, and 0 is left"},
         {Prefix(14), "is damaged: table offset at byte 12 needs 4, and 2 is left"},
+        {With(MeshOf(0x50004, {1, false, false, false}), 12, {255}),
+         "is damaged: bones block at byte 524 needs 8160, and 72 is left"},
         {With(kFile, 14, {1}), "is damaged: share table at byte 65836 needs 2, and 0 is left"},
         {With(kFile, kTableAt + 1, {0x80}),
          "is damaged: share table at byte 300 needs 32769, and 32767 is left"},
@@ -171,6 +173,8 @@ TEST(vlMeshData, TheSubmeshCountThatFits)
         {StaticMesh(ByteBuilder().U16(1).U32(0).U32(3).Raw(Bytes(20)).Bytes()), {0, 2}},
         {With(kFile, 16, {9}), {}},  // no count adds up
         {With(kFile, 4, {5}), {}},   // too new
+        {StaticMesh(WithoutTangents(), 0x50000), {2}},
+        {StaticMesh(WithoutTangents(), 0x4FFFF), {}},  // too old
         {WithTable({0xFFFFFFFF}, {}), {}},
         {{}, {}},
     };
@@ -322,6 +326,8 @@ TEST(vlMeshData, KeyRecordsOfOldFiles)
     EXPECT_TRUE(fits(ByteBuilder().U8(1).U8(2).U16(0).U8(0))) << "a morph without keys";
     EXPECT_TRUE(fits(ByteBuilder().U8(1).U8(2).U16(1).F32(0).Raw(noTracks)))
         << "tracks without keys count, and the morph's do not";
+    EXPECT_TRUE(fits(ByteBuilder().U8(0).U8(1).U32(0x10001).Raw(TrackBlock()).Fill(42 + 2 * 84, 0)))
+        << "the first track has two keys, and the second none";
 }
 
 TEST(vlMeshData, TracksHaveOneVersionInTheFile)

@@ -123,6 +123,13 @@ TEST(vlMeshVertexData, PackModeOneHoldsHalves)
     EXPECT_EQ(Values(read.mesh.m_uvSets[1].get(), 8), (Numbers{-1, -2, -3, -4, -5, -6, 0, 0}));
     EXPECT_EQ(read.mesh.m_colors[3], 0x11223344U);
 
+    ByteBuilder close;  // without slack: each run of halves ends where another array begins
+    close.U32s({1, 0}).U8(2).U8(0).U32s({1, 0}).U8(1).U8(0).U16(1).U32s({2, 0}).Fill(48 + 2, 0);
+    close.U16s({0x3C00, 0x4000, 0x4200, 0x4400, 0x4500, 0x4600}).Fill(12, 0xEE);
+    const vlMeshVertexData full = Read(close, 2, 0x50004, 1).mesh;
+    EXPECT_EQ(Values(full.m_uvSets[0].get(), 4), (Numbers{1, 2, 5, 6}));
+    EXPECT_EQ(Values(full.m_uvSets[1].get(), 4), (Numbers{3, 4, 0, 0}));
+
     Read singles(kBlock, 2, 0x50004, 2);  // which is no pack mode of its own
     EXPECT_EQ(Written(singles.mesh), kBlock);
 }
@@ -152,6 +159,7 @@ TEST(vlMeshVertexData, DataFlagZeroEndsTheBlock)
     EXPECT_EQ(read.mesh.m_colors[4], 0xFFFFFFFFU);
     EXPECT_EQ(read.mesh.m_indices[5], 0);
     EXPECT_EQ(read.mesh.m_tangents, nullptr);
+    EXPECT_EQ(Read(With(block, kVertexCountAt + 4, {0, 0, 5})).mesh.m_uvSetCount, 2) << "no third entry";
 
     // Nothing in the file stands behind these counts, so the memory limit does: these 30 bytes may ask for
     // 64 times as many and 14 MiB, at 44 bytes a vertex.
