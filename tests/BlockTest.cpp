@@ -66,6 +66,8 @@ TEST(BlockReader, MemoryIsInProportion)
 {
     BlockReader in = Reader(kBytes);
     EXPECT_TRUE(in.Spend((14U << 20) + 8 * 64 - 64 - 1) && in.Spend(1)) << "64 bytes of bookkeeping each";
+    BlockReader once = Reader(kBytes);
+    EXPECT_TRUE(once.Spend((14U << 20) + 8 * 64 - 64) && !once.Spend(1)) << "and not a byte less";
     EXPECT_FALSE(in.Spend(1));
     EXPECT_EQ(std::tuple(in.WhyRefused().needed, in.WhyRefused().left), std::tuple(1U, 0U));
 }

@@ -119,6 +119,7 @@ TEST_F(vlAnimDataTest, EachVersionIsReadAndWrittenBack)
     ASSERT_TRUE(Read(countAlone));
     ASSERT_EQ(anim.m_clips.size(), 3U);
     EXPECT_EQ(anim.m_clips[2]->m_compressFlags, 255);
+    anim.m_clips[2]->m_keyLayout = KEY_LAYOUT_SHARED;  // without times: nothing of a clip is written
     EXPECT_EQ(Written(), countAlone);
 }
 
@@ -205,6 +206,11 @@ TEST_F(vlAnimDataTest, SkeletonNamesAreLoweredAndMayFillTheirField)
     EXPECT_EQ(anim.m_boneNameIds[0], NameIDMurmur3(std::string_view(full)));
     EXPECT_EQ(anim.m_boneNameIds[1], NameIDMurmur3("hip"));
     EXPECT_EQ(Written(), PlainFile(0x60001, Skeleton(full, "hip")));
+
+    const Bytes most =
+        Header(0x60001, 1).U32(255).Fill(std::size_t{255} * 72, 0).U32(0).Raw(test::ClipRecord(0x60001));
+    ASSERT_TRUE(Read(most));
+    EXPECT_EQ(Written(), most);
 }
 
 TEST_F(vlAnimDataTest, SideFilesAreReadAndWrittenAsASet)
