@@ -166,12 +166,16 @@ TEST_F(GimDataTest, BrokenModelsHaveAResultAndAMessage)
 
 TEST_F(GimDataTest, AModelWithoutSideFilesLoads)
 {
-    Write("m/a.gim", Manifest());
-    Write("m/a.mesh", Mesh());
+    const test::Bytes bytes = test::StaticMesh(test::ByteBuilder().Fill(10, 0).U16(1).Fill(10, 0));
+    const std::string oneSubmesh(bytes.begin(), bytes.end());
+    Write("m/a.gim", Manifest("", R"(<a Name="n" MtlIdx="0"/>)"));
+    const std::string mesh = Write("m/a.mesh", oneSubmesh);
     EXPECT_EQ(Load(), 0);
     EXPECT_EQ(log.lines, (Lines{"E Failed to load file: " + Path("m/a.mtg") + "\n",
                                 "W Failed to read music ags data!\n"}));
+    std::filesystem::remove(mesh);
     EXPECT_EQ(Save(), 0);
+    EXPECT_EQ(Read(mesh), oneSubmesh);
     EXPECT_FALSE(std::filesystem::exists(Path("m/a.mtg")));
 }
 
@@ -210,6 +214,11 @@ TEST_F(GimDataTest, ASaveThatFailsChangesNothing)
         fails(path, "E unable to open " + path);
     fails(Path("m/../m/a.gim"),
           "E " + Path("m/../m/a.gim") + " is the target of two files that are saved together");
+    for (const char* name : {"m/a.gim", "m/a.mtg", "m/a_music.ags"}) {
+        std::filesystem::permissions(Path(name), std::filesystem::perms::owner_read);
+        fails(Path("m/a.mesh"), "E failed to write " + Path(name) + ": Permission denied");
+        std::filesystem::permissions(Path(name), std::filesystem::perms::owner_all);
+    }
     model.m_mtgXml.Document().RootElement()->SetAttribute("Edited", 1);
     fails("/dev/full", "E failed to write /dev/full: No space left on device");
     for (vlio::XmlData* document : {&model.m_gimXml, &model.m_mtgXml, &model.m_musicXml}) {
