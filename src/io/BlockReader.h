@@ -163,7 +163,7 @@ public:
 
 private:
     static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
-    static constexpr std::uint64_t kBookkeeping = 64;  // reference counts, the owner's pointer, a rounded size
+    static constexpr std::uint64_t kBookkeeping = 64;  // reference counts, an owner, rounding
 
     // An end ahead of the start leaves nothing to read.
     static std::uint64_t SizeOf(const unsigned char* data, const unsigned char* end)
