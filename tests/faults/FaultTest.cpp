@@ -15,6 +15,7 @@
 #include <malloc.h>
 #include <new>
 #include <random>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -398,6 +399,7 @@ TEST_F(FaultTest, FilesThatVanishMeanwhile)
 {
     const pid_t child = ::fork();
     if (child == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // should this test end before it
         std::mt19937 random(1);
         for (;;) {
             const auto& [name, content] = kFiles[random() % std::size(kFiles)];
@@ -433,6 +435,7 @@ TEST_F(FaultTest, AProcessThatIsKilledLeavesTheOldOrTheNewFile)
         ASSERT_EQ(::pipe(saved), 0);
         const pid_t child = ::fork();
         if (child == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
             for (bool edit = false;; edit = !edit) {
                 gim.m_mesh.m_morph->m_morphMode = edit ? 3 : 2;
                 gim.m_mesh.WriteMeshFile(path.c_str());
