@@ -136,6 +136,7 @@ private:
     std::string BonesObstacle() const;
     std::string AnimObstacle() const;
     std::uint64_t LargestOffset() const;
+    void WriteBlocks(std::FILE* stream) const;
     void WriteMeshHeader(std::FILE* stream) const;
     void WriteAnimData(std::FILE* stream) const;
     void WriteBonesData(std::FILE* stream) const;

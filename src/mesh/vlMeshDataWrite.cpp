@@ -87,7 +87,7 @@ int vlMeshData::WriteMeshFile(const char* path)
         LogError("unable to open %s", path);
         return 1;
     }
-    WriteMeshFile(stream);
+    WriteBlocks(stream);
     return file.Commit() ? 0 : 1;
 }
 
@@ -101,12 +101,17 @@ int vlMeshData::WriteMeshFile(std::FILE* stream)
         LogError("mesh can't be written: the stream can't seek");
         return 0;
     }
+    WriteBlocks(stream);
+    return 0;
+}
+
+void vlMeshData::WriteBlocks(std::FILE* stream) const
+{
     WriteMeshHeader(stream);
     WriteAnimData(stream);
     WriteBonesData(stream);
     WriteAnimBIData(stream);
     WriteMeshVertexData(stream);
-    return 0;
 }
 
 void vlMeshData::WriteMeshHeader(std::FILE* stream) const
