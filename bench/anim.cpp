@@ -146,23 +146,14 @@ void SaveClips(benchmark::State& state)
 }
 
 // In full floats, halves, 48 and 32 bits.
-constexpr int kHalves = KEY_HALF_ROT | KEY_HALF_SCALE;
-BENCHMARK(LoadClips)
-    ->ArgName("form")
-    ->Arg(0)
-    ->Arg(kHalves)
-    ->Arg(KEY_PACKED_ROT48)
-    ->Arg(KEY_PACKED_ROT32)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(SaveClips)
-    ->ArgName("form")
-    ->Arg(0)
-    ->Arg(kHalves)
-    ->Arg(KEY_PACKED_ROT48)
-    ->Arg(KEY_PACKED_ROT32)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
+void EachForm(benchmark::internal::Benchmark* benchmark)
+{
+    constexpr int halves = KEY_HALF_ROT | KEY_HALF_SCALE;
+    benchmark->ArgName("form")->Arg(0)->Arg(halves)->Arg(KEY_PACKED_ROT48)->Arg(KEY_PACKED_ROT32);
+    benchmark->UseManualTime()->Unit(benchmark::kMillisecond);
+}
+BENCHMARK(LoadClips)->Apply(EachForm);
+BENCHMARK(SaveClips)->Apply(EachForm);
 
 }  // namespace
 

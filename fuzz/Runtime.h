@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// What every target sets up, once: no log, and a count of the bytes that are allocated.
+// What every target sets up, once: no log, and a count of the bytes that are allocated. For the one source of a target.
 namespace vela::vlgim::fuzz {
 
 inline std::atomic<std::int64_t> g_live{0};
@@ -38,13 +38,6 @@ inline void OnFree(const volatile void* block)
         g_live -= static_cast<std::int64_t>(size);
 }
 
-inline int SetUp()
-{
-    SetLogSink([](LogLevel, const char*, void*) {}, nullptr);
-    Check(__sanitizer_install_malloc_and_free_hooks(OnAllocate, OnFree) > 0, "no place for the memory hooks");
-    return 0;
-}
-
 /// Loads with load(), and checks that it never held more than it may: 64 times the bytes of its files and 16 MiB, the
 /// images of the files aside.
 /// imageBytes  of all files that are read
@@ -62,3 +55,12 @@ auto WithinBudget(std::size_t imageBytes, Load load)
 }
 
 }  // namespace vela::vlgim::fuzz
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    using namespace vela::vlgim;
+    vela::SetLogSink([](vela::LogLevel, const char*, void*) {}, nullptr);
+    fuzz::Check(__sanitizer_install_malloc_and_free_hooks(fuzz::OnAllocate, fuzz::OnFree) > 0,
+                "no place for the memory hooks");
+    return 0;
+}

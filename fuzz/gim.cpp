@@ -107,11 +107,6 @@ void CheckSaves(GimData& model, int result, const std::vector<Bytes>& input)
 
 }  // namespace vela::vlgim::fuzz
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    return vela::vlgim::fuzz::SetUp();
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace vela::vlgim;

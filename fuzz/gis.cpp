@@ -115,11 +115,6 @@ void CheckWriting(vlAnimData& anim)
 
 }  // namespace vela::vlgim::fuzz
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    return vela::vlgim::fuzz::SetUp();
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace vela::vlgim;

@@ -55,11 +55,6 @@ void CheckMesh(std::unique_ptr<vlMeshData> mesh)
 
 }  // namespace vela::vlgim::fuzz
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    return vela::vlgim::fuzz::SetUp();
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace vela::vlgim;

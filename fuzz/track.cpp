@@ -22,11 +22,6 @@ std::unique_ptr<vlTrackData> Load(const Folder& folder, const Bytes& file)
 
 }  // namespace vela::vlgim::fuzz
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    return vela::vlgim::fuzz::SetUp();
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace vela::vlgim;
