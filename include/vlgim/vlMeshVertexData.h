@@ -104,10 +104,9 @@ protected:
 /// W stands for m_maxBoneRefCount. A copy shows the same arrays as its source and has a mask of its own. The skin
 /// arrays of one read lie in one allocation, beside that of the vertices.
 struct VLGIM_API vlMeshSkelVertexData : vlMeshVertexData {
-    std::shared_ptr<std::uint16_t[]>
-        m_boneIndices;                       ///< V x W; slot j of vertex v at v * W + j; 0xFFFF: no bone
-    std::shared_ptr<float[]> m_boneWeights;  ///< V x W; nothing makes them add up to 1
-    std::uint32_t m_usedBoneBits = 0;        ///< bits that a write gives the mask; at most 65535
+    std::shared_ptr<std::uint16_t[]> m_boneIndices;  ///< V x W; vertex v from v * W on; 0xFFFF: no bone
+    std::shared_ptr<float[]> m_boneWeights;          ///< V x W; nothing makes them add up to 1
+    std::uint32_t m_usedBoneBits = 0;                ///< bits that a write gives the mask; at most 65535
     std::vector<bool> m_usedBones;  ///< bit b: bone b is in use; its own size counts, see ReadDataNew
 
     vlMeshSkelVertexData() = default;
