@@ -1,5 +1,6 @@
 #include "support/LogCapture.h"
 
+#include <basekit/BlockAllocator.h>
 #include <basekit/StringAlgo.h>
 #include <geomath/HalfTables.h>
 #include <nameid/NameID.h>
@@ -9,9 +10,26 @@
 
 #include <bit>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 
 using namespace vela;
+
+TEST(BlockAllocator, BlocksOfEverySizeAreAlignedAndWhole)
+{
+    // Around the sizes from which pages are put in place, and from which they are huge ones.
+    for (const std::size_t bytes :
+         {1U, 131'071U, 131'072U, 1'048'575U, 1'048'576U, 2'097'144U, 2'097'145U, 5'000'001U}) {
+        void* const block = kit::AllocateBlock(bytes);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % (bytes < 1'048'576U ? 16U : 2'097'152U), 0U)
+            << bytes;
+        EXPECT_GE(kit::BlockFootprint(bytes), bytes);
+        std::memset(block, 0xA5, bytes);
+        kit::FreeBlock(block, bytes);
+    }
+    EXPECT_THROW(kit::AllocateBlock(SIZE_MAX), std::bad_alloc);
+}
 
 TEST(Path, ExtensionIsTheLastComponents)
 {

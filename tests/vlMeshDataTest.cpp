@@ -108,7 +108,7 @@ TEST(vlMeshData, WhatIsNotReadSaysWhy)
         {With(kFile, 34, {5}), "is damaged: submesh entries at byte 34 needs 5, and 4 is left"},
         {With(kFile, 41, {64}), "is damaged: positions at byte 46 needs 12884901948, and 270 is left"},
         {With(With(kFile, 36, {0}), 41, {64}),
-         "is damaged: vertex block at byte 46 needs 47244640576, and 14700288 is left"},
+         "is damaged: vertex block at byte 46 needs 47248834560, and 14700288 is left"},
     };
     for (const auto& [file, message] : cases) {
         const LogCapture log;

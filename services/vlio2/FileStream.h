@@ -1,33 +1,14 @@
 #pragma once
 
+#include <basekit/BlockAllocator.h>
 #include <vlgim/Export.h>
 
-#include <memory>
-#include <utility>
 #include <vector>
 
 namespace vlio {
 
-/// Leaves new elements uninitialised: a file image would be zeroed only to be overwritten.
-template <class T>
-struct UninitializedAllocator : std::allocator<T> {
-    template <class U>
-    struct rebind {
-        using other = UninitializedAllocator<U>;
-    };
-
-    template <class U, class... Args>
-    void construct(U* place, Args&&... args)
-    {
-        if constexpr (sizeof...(Args) == 0)
-            ::new (static_cast<void*>(place)) U;
-        else
-            ::new (static_cast<void*>(place)) U(std::forward<Args>(args)...);
-    }
-};
-
 /// The bytes of a whole file. Elements that resize() adds are not initialised.
-using Bytes = std::vector<unsigned char, UninitializedAllocator<unsigned char>>;
+using Bytes = std::vector<unsigned char, kit::BlockAllocator<unsigned char>>;
 
 /// Which kind of file is asked for. All kinds lie in the one file system of the machine today; callers name
 /// them so that a packed archive could hold some of them.

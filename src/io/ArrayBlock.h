@@ -2,6 +2,8 @@
 
 #include "BlockReader.h"
 
+#include <basekit/BlockAllocator.h>
+
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -48,14 +50,14 @@ public:
     /// where that does not allow it. Throws std::bad_alloc where the system does not.
     bool Allocate(BlockReader& in)
     {
-        if (!in.Spend(m_size))
+        if (!in.Spend(kit::BlockFootprint(m_size)))
             return false;
         if (m_size > PTRDIFF_MAX)
             throw std::bad_alloc();
 #ifndef VLGIM_SEPARATE_ARRAYS
         // One more chunk, so that an empty array at the end has an address inside the block.
-        m_block =
-            std::make_shared_for_overwrite<Chunk[]>(static_cast<std::size_t>(m_size / sizeof(Chunk) + 1));
+        m_block = std::allocate_shared_for_overwrite<Chunk[]>(kit::BlockAllocator<Chunk>(),
+                                                              m_size / sizeof(Chunk) + 1);
 #endif
         return true;
     }
