@@ -91,7 +91,7 @@ TEST_F(vlTrackDataTest, GateAndDamage)
         {cut(6), 3, {damaged + "header at byte 4 needs 4, and 2 is left", bad}},
         {cut(9), 0x10001, {damaged + "header at byte 8 needs 2, and 1 is left", bad}},
         {cut(54), 0x10001, {damaged + "track at byte 50 needs 8, and 4 is left", bad}},
-        {cut(118), 0x10001, {damaged + "channel 1 at byte 118 needs 1, and 0 is left", bad}},
+        {cut(118), 0x10001, {damaged + "channel 1 at byte 116 needs 4, and 2 is left", bad}},
     };
     for (const auto& c : cases) {
         track.m_version = 3;

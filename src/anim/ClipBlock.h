@@ -1,5 +1,6 @@
 #pragma once
 
+#include <io/ArrayBlock.h>
 #include <io/BlockReader.h>
 #include <keys/TransKeysBlock.h>
 #include <vlgim/vlClipData.h>
@@ -13,9 +14,13 @@ namespace vela::vlgim::clips {
 /// Bytes of a base info record.
 inline constexpr std::uint32_t kBaseInfoSize = 1108;
 
-/// Reads a whole clip record into a clip that is fresh or has its base info. m_keysOffset counts from byte
-/// `origin` of the image. Where `in` fails, the clip is as it was.
-void Read(io::BlockReader& in, std::uint32_t version, std::uint64_t origin, vlClipData& clip);
+/// Passes over a whole clip record and plans its arrays. `clip` is fresh or has its base info.
+void Measure(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, const vlClipData& clip);
+
+/// Reads a record that has been measured, again from its start, with the same plan and the arrays that have been
+/// allocated meanwhile. m_keysOffset counts from byte `origin` of the image.
+void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays, std::uint32_t version,
+          std::uint64_t origin, vlClipData& clip);
 
 /// Reads a base info record. Where `in` fails, the clip is as it was.
 void ReadBaseInfo(io::BlockReader& in, vlClipData& clip);

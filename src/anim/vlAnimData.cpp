@@ -154,19 +154,30 @@ void vlAnimData::ReadBonesData(io::BlockReader& in)
             LogError("incorrect gis file!");
 }
 
+// All clips are measured ahead of the first that is filled, so that their arrays lie in one block: the C library
+// keeps that for the next file, where many small ones went back to the system and were faulted in anew.
 bool vlAnimData::ReadClips(io::BlockReader& in)
 {
+    io::BlockReader again = in;
+    io::ArrayBlock arrays, plan;
     for (std::size_t i = 0; i < m_clips.size(); ++i) {
         in.Enter("clip info");
         if (in.Spend(sizeof(vlClipData))) {
-            m_clips[i] = std::make_shared<vlClipData>();
-            clips::Read(in, m_version, kHeaderSize, *m_clips[i]);
+            m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
+            clips::Measure(in, arrays, m_version, *m_clips[i]);
         }
         if (in.Failed()) {
             LogDamage(in, "clip " + std::to_string(i) + ": ");
             return false;
         }
     }
+    in.Enter("clips");
+    if (!arrays.Allocate(in)) {
+        LogDamage(in, "");
+        return false;
+    }
+    for (const auto& clip : m_clips)
+        clips::Fill(again, plan, arrays, m_version, kHeaderSize, *clip);
     return true;
 }
 
@@ -181,7 +192,7 @@ bool vlAnimData::ReadSideFiles(io::BlockReader& in)
     for (std::size_t i = 0; i < m_clips.size(); ++i) {
         in.Enter("base info");
         if (in.Spend(sizeof(vlClipData))) {
-            m_clips[i] = std::make_shared<vlClipData>();
+            m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
             if (m_version >= kSideFiles)
                 clips::ReadBaseInfo(in, *m_clips[i]);
         }
@@ -213,7 +224,11 @@ bool vlAnimData::ReadSideFile(const std::string& path, std::size_t slot, io::Blo
     }
     io::BlockReader in(bytes.data(), bytes.data() + bytes.size(), "clip info");
     in.JoinBudget(load, isNew ? bytes.size() : 0);
-    clips::Read(in, m_version, 0, *m_clips[slot]);
+    io::BlockReader again = in;
+    io::ArrayBlock arrays, plan;
+    clips::Measure(in, arrays, m_version, *m_clips[slot]);
+    if (arrays.Allocate(in))
+        clips::Fill(again, plan, arrays, m_version, 0, *m_clips[slot]);
     load.JoinBudget(in, 0);
     if (in.Failed())
         LogDamage(in, "clip " + std::to_string(slot) + " in " + path + ": ");

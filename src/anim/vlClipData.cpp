@@ -111,6 +111,11 @@ struct KeyDataForm {
     bool HasTicks() const { return version < kCompressedKeys; }
 };
 
+KeyDataForm FormOf(const MeasuredInfo& info, std::uint32_t version)
+{
+    return {version, info.boneCount, info.attributes.keyLayout, info.attributes.compressFlags};
+}
+
 struct MeasuredTimes {
     const unsigned char* run = nullptr;  // in the file image, 4 bytes each
     unsigned short count = 0;
@@ -125,17 +130,20 @@ MeasuredTimes MeasureTimes(io::BlockReader& in)
     return times;
 }
 
-// Goes through the key data, planning arrays, and hands on each bone's times and keys. Gives the shared
-// times, which all bones have then.
-template <class Visit>
-MeasuredTimes WalkKeyData(io::BlockReader& in, io::ArrayBlock& arrays, const KeyDataForm& form, Visit visit)
+// The times of all bones, where they have them together.
+MeasuredTimes MeasureSharedTimes(io::BlockReader& in, const KeyDataForm& form)
 {
-    MeasuredTimes times;
-    if (form.keyLayout != KEY_LAYOUT_SHARED && form.keyLayout != KEY_LAYOUT_PER_BONE)
-        return times;
     in.Enter("key times");
-    if (form.keyLayout == KEY_LAYOUT_SHARED)
-        times = MeasureTimes(in);
+    return form.keyLayout == KEY_LAYOUT_SHARED ? MeasureTimes(in) : MeasuredTimes{};
+}
+
+// Goes through the bones of the key data, planning their arrays, and hands on the times and keys of each.
+template <class Visit>
+void WalkBones(io::BlockReader& in, io::ArrayBlock& arrays, const KeyDataForm& form, MeasuredTimes times,
+               Visit visit)
+{
+    if (form.keyLayout != KEY_LAYOUT_SHARED && form.keyLayout != KEY_LAYOUT_PER_BONE)
+        return;
     for (unsigned i = 0; i < form.boneCount && !in.Failed(); ++i) {
         in.Enter("bone", i);
         if (form.keyLayout == KEY_LAYOUT_PER_BONE) {
@@ -145,17 +153,15 @@ MeasuredTimes WalkKeyData(io::BlockReader& in, io::ArrayBlock& arrays, const Key
         const unsigned char flags = form.HasTicks() ? 0 : form.compressFlags;
         visit(i, times, keys::MeasureKeys(in, arrays, times.count, flags));
     }
-    return times;
 }
 
-MeasuredTimes MeasureKeyData(io::BlockReader& in, io::ArrayBlock& arrays, const KeyDataForm& form)
+void MeasureKeyData(io::BlockReader& in, io::ArrayBlock& arrays, const KeyDataForm& form)
 {
-    const MeasuredTimes times =
-        WalkKeyData(in, arrays, form, [](unsigned, const MeasuredTimes&, const keys::MeasuredKeys&) {});
+    const MeasuredTimes shared = MeasureSharedTimes(in, form);
+    WalkBones(in, arrays, form, shared, [](unsigned, const MeasuredTimes&, const keys::MeasuredKeys&) {});
     in.Spend(form.boneCount * sizeof(vlTransKeysData));
     if (form.keyLayout == KEY_LAYOUT_SHARED)
-        in.Spend(sizeof(vlKeyTimes) + keys::TimesSize(times.count));
-    return times;
+        in.Spend(sizeof(vlKeyTimes) + keys::TimesSize(shared.count));
 }
 
 void FillTimes(const MeasuredTimes& from, bool ticks, float* times)
@@ -186,25 +192,25 @@ void FillBoneTimes(const MeasuredTimes& from, const io::ArrayBlock& arrays, bool
 
 // Walks the key data, which has been measured, once more: the plan comes out the same, so that nothing has to
 // be kept of the first walk. `plan` holds what was planned ahead of the key data.
-void FillKeyData(io::BlockReader in, io::ArrayBlock plan, const KeyDataForm& form,
-                 const MeasuredTimes& sharedTimes, const io::ArrayBlock& arrays, vlClipData& clip)
+void FillKeyData(io::BlockReader& in, io::ArrayBlock& plan, const KeyDataForm& form,
+                 const io::ArrayBlock& arrays, vlClipData& clip)
 {
     const bool isShared = form.keyLayout == KEY_LAYOUT_SHARED;
-    auto keys = std::make_shared<vlTransKeysData[]>(form.boneCount);
-    clip.m_keyTimes = isShared
-                          ? std::make_shared<vlKeyTimes>(keys::TimesFrom(sharedTimes.run, sharedTimes.count))
-                          : nullptr;
+    const MeasuredTimes shared = MeasureSharedTimes(in, form);
+    auto keys = std::make_shared_for_overwrite<vlTransKeysData[]>(form.boneCount);
+    clip.m_keyTimes =
+        isShared ? std::make_shared<vlKeyTimes>(keys::TimesFrom(shared.run, shared.count)) : nullptr;
     clip.m_keys = std::move(keys);
     std::fill(std::begin(clip.m_boneKeyTimes), std::end(clip.m_boneKeyTimes), nullptr);
     std::fill(std::begin(clip.m_boneKeyCounts), std::end(clip.m_boneKeyCounts), std::uint16_t{0});
-    WalkKeyData(in, plan, form,
-                [&](unsigned bone, const MeasuredTimes& times, const keys::MeasuredKeys& block) {
-                    if (!isShared)
-                        FillBoneTimes(times, arrays, form.HasTicks(), bone, clip);
-                    keys::FillKeys(block, arrays, clip.m_keys[bone]);
-                });
+    WalkBones(in, plan, form, shared,
+              [&](unsigned bone, const MeasuredTimes& times, const keys::MeasuredKeys& block) {
+                  if (!isShared)
+                      FillBoneTimes(times, arrays, form.HasTicks(), bone, clip);
+                  keys::FillKeys(block, arrays, clip.m_keys[bone]);
+              });
     if (isShared) {
-        clip.m_maxKeys = std::max(clip.m_maxKeys, sharedTimes.count);
+        clip.m_maxKeys = std::max(clip.m_maxKeys, shared.count);
         clip.m_length = static_cast<float>(clip.m_keyTimes->GetLength());
     }
 }
@@ -222,20 +228,21 @@ void SkipPivotTrack(io::BlockReader& in)
 
 namespace clips {
 
-void Read(io::BlockReader& in, std::uint32_t version, std::uint64_t origin, vlClipData& clip)
+void Measure(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, const vlClipData& clip)
 {
-    io::ArrayBlock arrays;
     const MeasuredInfo info = MeasureInfo(in, arrays, version, clip);
-    const KeyDataForm form{version, info.boneCount, info.attributes.keyLayout, info.attributes.compressFlags};
-    const io::BlockReader keyData = in;
-    const io::ArrayBlock plan = arrays;
-    const MeasuredTimes sharedTimes = MeasureKeyData(in, arrays, form);
+    MeasureKeyData(in, arrays, FormOf(info, version));
     SkipPivotTrack(in);
-    if (!arrays.Allocate(in))
-        return;
+}
+
+void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays, std::uint32_t version,
+          std::uint64_t origin, vlClipData& clip)
+{
+    const MeasuredInfo info = MeasureInfo(in, plan, version, clip);
     FillInfo(info, arrays, clip);
-    clip.m_keysOffset = static_cast<std::uint32_t>(keyData.Offset() - origin);
-    FillKeyData(keyData, plan, form, sharedTimes, arrays, clip);
+    clip.m_keysOffset = static_cast<std::uint32_t>(in.Offset() - origin);
+    FillKeyData(in, plan, FormOf(info, version), arrays, clip);
+    SkipPivotTrack(in);
 }
 
 void ReadBaseInfo(io::BlockReader& in, vlClipData& clip)
@@ -278,12 +285,12 @@ const unsigned char* vlClipData::ReadKeysData(const unsigned char* data, std::ui
     if (m_boneCount > kMaxBones)
         in.Refuse(m_boneCount, kMaxBones);
     const KeyDataForm form{version, m_boneCount, m_keyLayout, m_compressFlags};
-    const io::BlockReader keyData = in;
-    io::ArrayBlock arrays;
-    const MeasuredTimes sharedTimes = MeasureKeyData(in, arrays, form);
+    io::BlockReader again = in;
+    io::ArrayBlock arrays, plan;
+    MeasureKeyData(in, arrays, form);
     if (!arrays.Allocate(in))
         return nullptr;
-    FillKeyData(keyData, {}, form, sharedTimes, arrays, *this);
+    FillKeyData(again, plan, form, arrays, *this);
     return in.Position();
 }
 

@@ -3,7 +3,6 @@
 #include "KeyCodecs.h"
 
 #include <geomath/HalfTables.h>
-#include <vlgim/vlTransKeysData.h>
 
 #include <bit>
 #include <cstring>
@@ -44,35 +43,14 @@ bool HalvesConstant(const void* records, std::uint64_t count)
     return true;
 }
 
-constexpr KeyForm kSingles3{12, 3, CopyFloats<3>, nullptr, nullptr, true, true};
-constexpr KeyForm kSingles4{16, 4, CopyFloats<4>, nullptr, nullptr, true, true};
-constexpr KeyForm kHalves3{6, 3, DecodeHalfVectors3, EncodeHalfVectors3, HalvesConstant<3>, false, false};
-constexpr KeyForm kHalves4{8, 4, DecodeHalfRotations, EncodeHalfRotations, HalvesConstant<4>, true, false};
-constexpr KeyForm kPacked32{4, 4, DecodeRotations32, EncodeRotations32, RecordsConstant<4>, true, true};
-constexpr KeyForm kPacked48{6, 4, DecodeRotations48, EncodeRotations48, RecordsConstant<6>, true, true};
-
 }  // namespace
 
-const KeyForm& PositionForm()
-{
-    return kSingles3;
-}
-
-const KeyForm& RotationForm(unsigned char rotOrder, unsigned char compressFlags)
-{
-    if (rotOrder != 0)
-        return compressFlags & KEY_HALF_ROT ? kHalves3 : kSingles3;
-    if (compressFlags & KEY_PACKED_ROT32)
-        return kPacked32;
-    if (compressFlags & KEY_PACKED_ROT48)
-        return kPacked48;
-    return compressFlags & KEY_HALF_ROT ? kHalves4 : kSingles4;
-}
-
-const KeyForm& ScaleForm(unsigned char compressFlags)
-{
-    return compressFlags & KEY_HALF_SCALE ? kHalves3 : kSingles3;
-}
+const KeyForm kSingles3{12, 3, CopyFloats<3>, nullptr, nullptr, true, true};
+const KeyForm kSingles4{16, 4, CopyFloats<4>, nullptr, nullptr, true, true};
+const KeyForm kHalves3{6, 3, DecodeHalfVectors3, EncodeHalfVectors3, HalvesConstant<3>, false, false};
+const KeyForm kHalves4{8, 4, DecodeHalfRotations, EncodeHalfRotations, HalvesConstant<4>, true, false};
+const KeyForm kPacked32{4, 4, DecodeRotations32, EncodeRotations32, RecordsConstant<4>, true, true};
+const KeyForm kPacked48{6, 4, DecodeRotations48, EncodeRotations48, RecordsConstant<6>, true, true};
 
 bool Near(float a, float b)
 {

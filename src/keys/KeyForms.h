@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vlgim/vlTransKeysData.h>
+
 #include <cstdint>
 
 namespace vela::vlgim::keys {
@@ -21,9 +23,29 @@ struct KeyForm {
     bool shrinksFloats;   ///< constant keys leave one in the float array, and not in the packed one
 };
 
-const KeyForm& PositionForm();
-const KeyForm& RotationForm(unsigned char rotOrder, unsigned char compressFlags);
-const KeyForm& ScaleForm(unsigned char compressFlags);
+extern const KeyForm kSingles3, kSingles4, kHalves3, kHalves4, kPacked32, kPacked48;
+
+// Inline, like all that is asked for every channel of a file.
+inline const KeyForm& PositionForm()
+{
+    return kSingles3;
+}
+
+inline const KeyForm& RotationForm(unsigned char rotOrder, unsigned char compressFlags)
+{
+    if (rotOrder != 0)
+        return compressFlags & KEY_HALF_ROT ? kHalves3 : kSingles3;
+    if (compressFlags & KEY_PACKED_ROT32)
+        return kPacked32;
+    if (compressFlags & KEY_PACKED_ROT48)
+        return kPacked48;
+    return compressFlags & KEY_HALF_ROT ? kHalves4 : kSingles4;
+}
+
+inline const KeyForm& ScaleForm(unsigned char compressFlags)
+{
+    return compressFlags & KEY_HALF_SCALE ? kHalves3 : kSingles3;
+}
 
 /// Keys of a component, in memory and in the file.
 inline std::uint32_t ComponentKeys(unsigned char keyed, unsigned short keyCount)

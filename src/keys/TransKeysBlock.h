@@ -15,9 +15,10 @@ namespace vela::vlgim::keys {
 /// One component of a block that has been measured.
 struct MeasuredComponent {
     const KeyForm* form;
-    const unsigned char* records;  ///< in the file image
-    std::uint32_t count;           ///< records, and keys
-    io::ArrayBlock::Slot<float> slot;
+    std::uint32_t count;  ///< records, and keys
+    io::ArrayBlock::Slot<float> slot{};
+
+    std::uint64_t Size() const { return std::uint64_t{count} * form->recordSize; }
 };
 
 /// A block that has been measured: it lies in the file image, whole, and its arrays are planned.
@@ -25,11 +26,33 @@ struct MeasuredKeys {
     unsigned char posKeyed, rotKeyed, scaleKeyed, rotOrder;
     unsigned short keyCount;
     MeasuredComponent pos, rot, scale;
+    const unsigned char* records;  ///< in the file image, of all three
 };
 
-/// Passes over a block. What it gives is of use only where `in` has not failed.
-MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, unsigned short keyCount,
-                         unsigned char compressFlags);
+/// Passes over a block. What it gives is of use only where `in` has not failed. Its runs are taken as one, which is
+/// a third of the time: a file is measured channel by channel before anything of it is read.
+inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, unsigned short keyCount,
+                                unsigned char compressFlags)
+{
+    MeasuredKeys block{};
+    const unsigned char* const head = in.Take(4, 1);
+    if (!head)
+        return block;
+    block.keyCount = keyCount;
+    block.posKeyed = head[0];
+    block.rotKeyed = head[1];
+    block.scaleKeyed = head[2];
+    block.rotOrder = head[3];
+    block.pos = {&PositionForm(), ComponentKeys(block.posKeyed, keyCount)};
+    block.rot = {&RotationForm(block.rotOrder, compressFlags), ComponentKeys(block.rotKeyed, keyCount)};
+    block.scale = {&ScaleForm(compressFlags), ComponentKeys(block.scaleKeyed, keyCount)};
+    // Counts of 16 bits and records of 16 bytes: no sum can wrap.
+    const std::uint64_t size = block.pos.Size() + block.rot.Size() + block.scale.Size();
+    block.records = in.Take(size, 1);
+    for (MeasuredComponent* component : {&block.pos, &block.rot, &block.scale})
+        component->slot = arrays.Plan<float>(std::uint64_t{component->count} * component->form->width);
+    return block;
+}
 
 /// Fills a channel from the measured block and the arrays, which have been allocated meanwhile. Nothing else
 /// of the channel's earlier content stays.

@@ -80,7 +80,7 @@ void Read(io::BlockReader& in, vlTrackData& track)
         return;
 
     // The second walk plans the same arrays, so that nothing has to be kept of the first.
-    const auto channels = std::make_shared<vlTransKeysData[]>(head.channelCount);
+    const auto channels = std::make_shared_for_overwrite<vlTransKeysData[]>(head.channelCount);
     io::ArrayBlock plan;
     WalkChannels(again, plan, head, [&](unsigned i, const keys::MeasuredKeys& block) {
         keys::FillKeys(block, arrays, channels[i]);
