@@ -1,104 +1,163 @@
-// What a key costs: each form decoded and encoded, as a ratio to copying the floats. The copy is timed beside
-// it, sample by sample, so that a busy machine slows both.
+#include "Floors.h"
+#include "Machine.h"
+#include "Models.h"
+#include "Table.h"
+
+#include "support/Bytes.h"
 
 #include <keys/KeyForms.h>
-#include <vlgim/vlTransKeysData.h>
 
-#include <benchmark/benchmark.h>
+#include <memory>
 
-#include <algorithm>
-#include <chrono>
-#include <cmath>
-#include <cstdint>
-#include <cstring>
-#include <vector>
+// What a key costs: the kernel of each form alone, and a whole channel.
+namespace vela::vlgim::bench {
 
 namespace {
 
-using namespace vela::vlgim;
 using keys::KeyForm;
-using Clock = std::chrono::steady_clock;
 
-// As many as stay in the second-level cache, so that the codec is measured and not the memory.
-constexpr std::uint64_t kKeys = 4096;
-constexpr int kRoundsPerSample = 8;
+// So many channels of so many keys.
+struct Shape {
+    const char* name;
+    std::size_t channels, keys;
 
-// A bone that tumbles: signs and the largest component change from time to time, as in a real clip.
-std::vector<float> Tumble()
+    std::size_t AllKeys() const { return channels * keys; }
+};
+constexpr Shape kShort{"180 channels of 30 keys", 180, 30};
+constexpr Shape kLong{"4,096 keys", 1, 4096};  // all that stays in the second-level cache
+constexpr Shape kUnseen{"a million keys not seen before", 1, 1'000'000};
+
+// Pushes everything else out of the caches, with lines that need not be written back meanwhile.
+void ForgetAll()
 {
-    std::vector<float> rotations;
-    for (std::uint64_t i = 0; i < kKeys; ++i) {
-        const float t = 0.01F * static_cast<float>(i);
-        const float q[] = {std::sin(t) * std::cos(0.7F * t), std::sin(t) * std::sin(0.7F * t),
-                           std::cos(t) * std::sin(0.3F * t), std::cos(t) * std::cos(0.3F * t)};
-        rotations.insert(rotations.end(), q, q + 4);
+    // Several times what one core can have of the largest last-level caches.
+    static const std::vector<unsigned char> other(std::size_t{256} << 20, 1);
+    unsigned sum = 0;
+    for (std::size_t i = 0; i < other.size(); i += 64)
+        sum += other[i];
+    Keep(&sum);
+}
+
+struct Channels {
+    Channels(const KeyForm& keyForm, Shape keyShape)
+        : form(keyForm), shape(keyShape), original(Tumble(shape.AllKeys())), floats(original),
+          decoded(shape.AllKeys() * form.width), file(shape.AllKeys() * form.recordSize + 1)
+    {
+        original.resize(shape.AllKeys() * form.width);
+        floats.resize(original.size());
+        Encode();
     }
-    return rotations;
-}
 
-template <class Work>
-double Nanoseconds(Work work)
-{
-    const auto start = Clock::now();
-    for (int i = 0; i < kRoundsPerSample; ++i) {
-        work();
-        benchmark::ClobberMemory();
+    // A run for each channel.
+    void Encode()
+    {
+        for (std::size_t key = 0; key < shape.AllKeys(); key += shape.keys)
+            form.encode(floats.data() + key * form.width, shape.keys, Records() + key * form.recordSize);
+        Keep(Records());
     }
-    return std::chrono::duration<double, std::nano>(Clock::now() - start).count() / kRoundsPerSample;
-}
 
-double Median(std::vector<double>& values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-template <class Work>
-void AgainstCopy(benchmark::State& state, std::uint64_t width, Work work)
-{
-    const std::vector<float> from = Tumble();
-    std::vector<float> to(from.size());
-    benchmark::DoNotOptimize(to.data());
-    std::vector<double> ratios, copyTimes, workTimes;
-    for (auto _ : state) {
-        copyTimes.push_back(
-            Nanoseconds([&] { std::memcpy(to.data(), from.data(), kKeys * width * sizeof(float)); }));
-        workTimes.push_back(Nanoseconds(work));
-        ratios.push_back(workTimes.back() / copyTimes.back());
-        state.SetIterationTime(workTimes.back() * 1e-9);
+    void Decode()
+    {
+        for (std::size_t key = 0; key < shape.AllKeys(); key += shape.keys)
+            form.decode(Records() + key * form.recordSize, shape.keys, decoded.data() + key * form.width);
+        Keep(decoded.data());
     }
-    state.counters["ratio"] = Median(ratios);
-    state.counters["ratio_of_best"] = std::ranges::min(workTimes) / std::ranges::min(copyTimes);
-    state.counters["ns_per_key"] = Median(workTimes) / kKeys;
-}
 
-void Encode(benchmark::State& state, const KeyForm& form)
+    void CopyDecoded()
+    {
+        std::memcpy(decoded.data(), floats.data(), floats.size() * sizeof(float));
+        Keep(decoded.data());
+    }
+
+    // At no alignment, as in a file.
+    unsigned char* Records() { return file.data() + 1; }
+
+    const KeyForm& form;
+    Shape shape;
+    std::vector<float> original;  // before encoding has turned signs
+    std::vector<float> floats, decoded;
+    std::vector<unsigned char> file;
+};
+
+Pair Decoding(const KeyForm& form, Shape shape)
 {
-    std::vector<float> floats = Tumble();
-    std::vector<unsigned char> records(kKeys * form.recordSize);
-    AgainstCopy(state, form.width, [&] { form.encode(floats.data(), kKeys, records.data()); });
+    const auto channels = std::make_shared<Channels>(form, shape);
+    const auto decode = [=] { channels->Decode(); };
+    const auto copy = [=] { channels->CopyDecoded(); };
+    return shape.keys == kUnseen.keys ? InProcess(decode, copy, ForgetAll) : InProcess(decode, copy);
 }
 
-void Decode(benchmark::State& state, const KeyForm& form)
+Pair Encoding(const KeyForm& form, Shape shape)
 {
-    std::vector<float> floats = Tumble();
-    std::vector<unsigned char> file(kKeys * form.recordSize + 1);
-    unsigned char* const records = file.data() + 1;  // at no alignment, as in a file
-    if (form.encode)
-        form.encode(floats.data(), kKeys, records);
-    AgainstCopy(state, form.width, [&] { form.decode(records, kKeys, floats.data()); });
+    const auto channels = std::make_shared<Channels>(form, shape);
+    const auto prepare = [=] {
+        channels->floats = channels->original;
+        if (shape.keys == kUnseen.keys)
+            ForgetAll();
+    };
+    return InProcess([=] { channels->Encode(); }, [=] { channels->CopyDecoded(); }, prepare);
 }
 
-BENCHMARK_CAPTURE(Decode, Floats, keys::RotationForm(0, 0))->UseManualTime();
-BENCHMARK_CAPTURE(Decode, PackedRotation32, keys::RotationForm(0, KEY_PACKED_ROT32))->UseManualTime();
-BENCHMARK_CAPTURE(Decode, PackedRotation48, keys::RotationForm(0, KEY_PACKED_ROT48))->UseManualTime();
-BENCHMARK_CAPTURE(Decode, HalfRotation, keys::RotationForm(0, KEY_HALF_ROT))->UseManualTime();
-BENCHMARK_CAPTURE(Decode, HalfVector3, keys::ScaleForm(KEY_HALF_SCALE))
-    ->UseManualTime();  // half to float alone
-BENCHMARK_CAPTURE(Encode, PackedRotation32, keys::RotationForm(0, KEY_PACKED_ROT32))->UseManualTime();
-BENCHMARK_CAPTURE(Encode, PackedRotation48, keys::RotationForm(0, KEY_PACKED_ROT48))->UseManualTime();
-BENCHMARK_CAPTURE(Encode, HalfRotation, keys::RotationForm(0, KEY_HALF_ROT))->UseManualTime();
-BENCHMARK_CAPTURE(Encode, HalfVector3, keys::ScaleForm(KEY_HALF_SCALE))->UseManualTime();
+// The whole call, from a new object to its end.
+Pair ReadingChannel(unsigned char form)
+{
+    vlTransKeysData channel = Channel(form);
+    const Bytes block = test::Written([&](std::FILE* stream) { channel.WriteData(stream); });
+    const auto read = [=] {
+        vlTransKeysData target;
+        target.m_keyCount = kClipKeys;
+        target.m_compressFlags = form;
+        if (!target.ReadData(block.data(), block.data() + block.size()))
+            std::abort();
+        Keep(target.m_rot.get());
+    };
+    return InProcess(read, CopyInUse(kChannelBytes));
+}
+
+// What may take this much on AVX2 and this much on AVX-512.
+struct Goal {
+    double avx2, avx512;
+};
+
+void AddKernel(Rows& rows, const char* name, Pair (*pair)(const KeyForm&, Shape), const KeyForm& form,
+               Shape shape, Goal goal)
+{
+    rows.push_back({std::string(name) + ", " + shape.name, "F(mem)",
+                    ThisMachine().HasAvx512() ? goal.avx512 : goal.avx2,
+                    [&form, pair, shape] { return pair(form, shape); }});
+}
 
 }  // namespace
+
+void AddKeyRows(Rows& rows)
+{
+    const KeyForm& halfScales = keys::ScaleForm(KEY_HALF_SCALE);
+    const KeyForm& halfRotations = keys::RotationForm(0, KEY_HALF_ROT);
+    const KeyForm& packed32 = keys::RotationForm(0, KEY_PACKED_ROT32);
+    const KeyForm& packed48 = keys::RotationForm(0, KEY_PACKED_ROT48);
+
+    AddKernel(rows, "decode halves", Decoding, halfScales, kShort, {1.4, 1.4});
+    AddKernel(rows, "decode half rotations", Decoding, halfRotations, kShort, {2.4, 2.4});
+    AddKernel(rows, "decode half rotations", Decoding, halfRotations, kLong, {2.0, 2.0});
+    AddKernel(rows, "decode packed 32", Decoding, packed32, kShort, {4.5, 3.5});
+    AddKernel(rows, "decode packed 32", Decoding, packed32, kLong, {7, 4});
+    AddKernel(rows, "decode packed 32", Decoding, packed32, kUnseen, {1.6, 1.0});
+    AddKernel(rows, "decode packed 48", Decoding, packed48, kShort, {5, 4});
+    AddKernel(rows, "decode packed 48", Decoding, packed48, kLong, {8, 4.5});
+    AddKernel(rows, "decode packed 48", Decoding, packed48, kUnseen, {1.8, 1.1});
+    AddKernel(rows, "encode packed 32", Encoding, packed32, kLong, {8, 5});
+    AddKernel(rows, "encode packed 32", Encoding, packed32, kUnseen, {1.6, 1.0});
+    AddKernel(rows, "encode packed 48", Encoding, packed48, kLong, {9, 5.5});
+    AddKernel(rows, "encode packed 48", Encoding, packed48, kUnseen, {1.6, 1.0});
+    AddKernel(rows, "encode half rotations", Encoding, halfRotations, kLong, {2.0, 1.5});
+
+    const auto addChannel = [&rows](const char* form, unsigned char flags) {
+        rows.push_back({std::string("channel of 30 keys, ") + form + " and half scales, whole call", "F(mem)",
+                        6.0, [flags] { return ReadingChannel(flags | KEY_HALF_SCALE); }});
+    };
+    addChannel("packed 32", KEY_PACKED_ROT32);
+    addChannel("packed 48", KEY_PACKED_ROT48);
+    addChannel("half rotations", KEY_HALF_ROT);
+}
+
+}  // namespace vela::vlgim::bench

@@ -1,128 +1,109 @@
 #include "Floors.h"
-#include "Ratio.h"
+#include "Fresh.h"
+#include "Machine.h"
+#include "Models.h"
+#include "Scratch.h"
+#include "Table.h"
 
+#include <mesh/HalfToFloat.h>
 #include <vlgim/vlMeshData.h>
-#include <vlio2/FileStream.h>
 
-namespace vela::vlgim {
+#include <memory>
+
+namespace vela::vlgim::bench {
 
 namespace {
 
-enum Kind : std::int64_t { kStatic, kSkinned, kMorph };
+constexpr std::uint32_t kLarge = 600'000;
+constexpr std::uint32_t k26MB = 541'600;
+constexpr std::uint32_t k131KB = 2'730;
 
-constexpr std::uint32_t kMorphFrames = 5;
-constexpr std::uint16_t kBones = 60;
-
-template <class T>
-std::shared_ptr<T[]> Zeros(std::size_t count)
+std::vector<std::string> WithSizes(const std::string& path, const std::vector<std::size_t>& sizes)
 {
-    return std::make_shared<T[]>(count);
-}
-
-// Position, normal and tangent for each frame, one uv set and colour; of a skinned mesh four references and weights.
-std::shared_ptr<vlMeshVertexData> Vertices(Kind kind, std::uint32_t count, std::uint32_t frames)
-{
-    const auto skin = std::make_shared<vlMeshSkelVertexData>();
-    const auto data = kind == kSkinned ? skin : std::make_shared<vlMeshVertexData>();
-    const std::size_t all = std::size_t{count} * frames;
-    data->m_subCount = 1;
-    data->m_subRecords = std::make_shared<SubmeshRecord[]>(1, SubmeshRecord{0, 0, count, 0, 1, 1});
-    data->m_frameCount = frames;
-    data->m_vertexCount = count;
-    data->m_uvSetCount = data->m_colorSetCount = 1;
-    data->m_positions = Zeros<geomath::_Vector3<float>>(all);
-    data->m_normals = Zeros<geomath::_Vector3<float>>(all);
-    data->m_tangents = Zeros<geomath::_Vector3<float>>(all);
-    data->m_uvSets[0] = Zeros<geomath::_Point2<float>>(count);
-    data->m_colors = Zeros<std::uint32_t>(count);
-    if (kind != kSkinned)
-        return data;
-    skin->m_usedBoneBits = kBones;
-    skin->m_boneIndices = Zeros<std::uint16_t>(4 * std::size_t{count});
-    skin->m_boneWeights = Zeros<float>(4 * std::size_t{count});
-    for (std::size_t slot = 0; slot < 4 * std::size_t{count}; ++slot) {
-        skin->m_boneIndices[static_cast<std::ptrdiff_t>(slot)] =
-            static_cast<std::uint16_t>(slot * 7 % kBones);
-        skin->m_boneWeights[static_cast<std::ptrdiff_t>(slot)] = 0.25F;
-    }
-    return skin;
-}
-
-// 28.8 MB of vertices.
-vlMeshData LargeMesh(Kind kind)
-{
-    vlMeshData mesh;
-    mesh.m_submeshCount = 1;
-    switch (kind) {
-    case kStatic:
-        mesh.m_vertexData = Vertices(kind, 600'000, 1);
-        break;
-    case kSkinned:
-        mesh.m_vertexData = Vertices(kind, 400'000, 1);
-        mesh.m_skeletonFlag = 1;
-        mesh.m_boneCount = kBones;
-        mesh.m_boneParents.resize(kBones);
-        mesh.m_boneNames = std::make_shared<char[][32]>(kBones);
-        mesh.m_boneMatrices = Zeros<geomath::_Matrix<float>>(kBones);
-        break;
-    case kMorph:
-        mesh.m_vertexData = Vertices(kind, 150'000, kMorphFrames);
-        mesh.m_hasMorph = 1;
-        mesh.m_morph = std::make_shared<vlMorphData>();
-        mesh.m_morph->m_times.SetKeyTimes(kMorphFrames, kMorphFrames - 1);
-    }
-    return mesh;
-}
-
-vlio::Bytes ImageOf(vlMeshData& mesh)
-{
-    const std::string path = bench::ScratchFile("vlgim-bench.mesh");
-    vlio::Bytes bytes;
-    mesh.WriteMeshFile(path.c_str());
-    vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_MODEL);
-    std::filesystem::remove(path);
-    return bytes;
+    std::vector<std::string> arguments{path};
+    for (const std::size_t size : sizes)
+        arguments.push_back(std::to_string(size));
+    return arguments;
 }
 
 // Every byte of the vertices is decoded into one of its own, so the floor copies the file.
-void ReadMesh(benchmark::State& state)
+Pair Load(std::uint32_t vertices, int model)
 {
-    vlMeshData large = LargeMesh(Kind{state.range(0)});
-    const vlio::Bytes image = ImageOf(large);
-    const auto read = [&] {
+    const std::string path = ScratchFile("mesh", MeshImage(vertices, false));
+    return {InFreshProcess("load mesh", {path, std::to_string(model)}),
+            InFreshProcess("F(first)", WithSizes(path, MeshArrays(vertices)))};
+}
+
+void AddLoads(Rows& rows, const char* mesh, std::uint32_t vertices, double first, double tenth)
+{
+    const std::string name = std::string("float mesh, ") + mesh;
+    rows.push_back({name + ", first load", "F(first)", first, [=] { return Load(vertices, 1); }});
+    rows.push_back({name + ", tenth model", "F(first)", tenth, [=] { return Load(vertices, 10); }});
+}
+
+Pair ReadFresh()
+{
+    const std::string path = ScratchFile("mesh", MeshImage(k26MB, false));
+    return {InFreshProcess("read mesh", {path}),
+            InFreshProcess("F(read)", WithSizes(path, MeshArrays(k26MB)))};
+}
+
+Pair ReadWarm()
+{
+    const std::string path = ScratchFile("mesh", MeshImage(k131KB, false));
+    const std::vector<std::size_t> arrays = MeshArrays(k131KB);
+    return InProcess([=] { ReadMeshFromPath(path.c_str()); }, [=] { CopyRead(path.c_str(), arrays); });
+}
+
+Pair HalvesAlone()
+{
+    constexpr std::size_t positions = 3 * kLarge, uvs = 2 * kLarge;
+    const Bytes image = MeshImage(kLarge, true);
+    std::vector<float> decoded(positions + uvs);
+    const auto convert = [=]() mutable {
+        const unsigned char* const first = image.data() + 17;  // at no alignment, as in a file
+        HalfToFloat(decoded.data(), first, positions);
+        HalfToFloat(decoded.data() + positions, first + 2 * positions, uvs);
+        Keep(decoded.data());
+    };
+    return InProcess(convert, CopyInUse(decoded.size() * sizeof(float)));
+}
+
+Pair HalvesWhole()
+{
+    const auto load = [image = MeshImage(kLarge, true)] {
         vlMeshData mesh;
         mesh.m_submeshCount = 1;
         if (!mesh.ReadMeshFile(image.data(), image.size()))
             std::abort();
-        benchmark::DoNotOptimize(mesh.m_vertexData->m_positions.get());
+        Keep(mesh.m_vertexData->m_positions.get());
     };
-    bench::ReportRatio(state, read, [&] { bench::CopyFresh(image); });
+    return InProcess(load, CopyInUse(kLarge * kVertexBytes));
 }
 
-void WriteMesh(benchmark::State& state)
+Pair HalvesFirst()
 {
-    vlMeshData mesh = LargeMesh(Kind{state.range(0)});
-    const vlio::Bytes image = ImageOf(mesh);
-    const std::string path = bench::ScratchFile("vlgim-bench.mesh");
-    const std::string floorPath = bench::ScratchFile("vlgim-bench.floor");
-    const auto write = [&] {
-        std::filesystem::remove(path);
-        if (mesh.WriteMeshFile(path.c_str()) != 0)
-            std::abort();
-    };
-    bench::ReportRatio(state, write, [&] { bench::WriteOnce(floorPath, image); });
-    std::filesystem::remove(path);
-    std::filesystem::remove(floorPath);
+    return {InFreshProcess("load mesh", {ScratchFile("half", MeshImage(kLarge, true)), "1"}),
+            InFreshProcess("load mesh", {ScratchFile("float", MeshImage(kLarge, false)), "1"})};
 }
-
-void EachKind(benchmark::internal::Benchmark* benchmark)
-{
-    benchmark->ArgName("kind")->Arg(kStatic)->Arg(kSkinned)->Arg(kMorph);
-    benchmark->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(2);
-}
-BENCHMARK(ReadMesh)->Apply(EachKind);
-BENCHMARK(WriteMesh)->Apply(EachKind);
 
 }  // namespace
 
-}  // namespace vela::vlgim
+void AddMeshRows(Rows& rows)
+{
+    const bool huge = ThisMachine().HasHugePages();
+    AddLoads(rows, "600,000 vertices (28.8 MB)", kLarge, huge ? 0.50 : 0.95, 0.15);
+    rows.push_back({"float mesh, 750,000 vertices (36 MB), tenth model", "F(first)", {}, [] {
+                        return Load(750'000, 10);
+                    }});
+    AddLoads(rows, "60,000 vertices (2.9 MB)", 60'000, 0.85, 0.10);
+    AddLoads(rows, "3,000 vertices (144 KB)", 3'000, 0.95, 0.04);
+    rows.push_back(
+        {"float mesh from a path, 26 MB, fresh process", "F(read)", huge ? 0.45 : 0.65, ReadFresh});
+    rows.push_back({"float mesh from a path, 131 KB, warm", "F(read)", 1.05, ReadWarm});
+    rows.push_back({"half mesh, 600,000 vertices, positions and uvs alone", "F(mem)", 0.60, HalvesAlone});
+    rows.push_back({"half mesh, 600,000 vertices, whole", "F(mem)", 0.90, HalvesWhole});
+    rows.push_back({"half mesh, 600,000 vertices, first load", "the float mesh's", 1.05, HalvesFirst});
+}
+
+}  // namespace vela::vlgim::bench
