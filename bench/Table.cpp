@@ -97,7 +97,7 @@ void PrintRow(const Row& row, const Figures& figures, bool json)
                     row.work.c_str(), row.floor, row.goal ? goal : "null", figures.ratio, figures.min,
                     figures.max, figures.allocations, row.goal ? (met ? "true" : "false") : "null");
     else
-        std::printf("%-64s %-16s %5s %7.2f %7.2f %7.2f %12.0f  %s\n", row.work.c_str(), row.floor, goal,
+        std::printf("%-64s %-16s %5s %7.3g %7.3g %7.3g %12.0f  %s\n", row.work.c_str(), row.floor, goal,
                     figures.ratio, figures.min, figures.max, figures.allocations,
                     row.goal ? (met ? "yes" : "NO") : "");
 }

@@ -63,9 +63,12 @@ struct Channels {
         Keep(decoded.data());
     }
 
-    void CopyDecoded()
+    // Every channel has an array of its own, so the floor copies one at a time, too.
+    void Copy()
     {
-        std::memcpy(decoded.data(), floats.data(), floats.size() * sizeof(float));
+        const std::size_t run = shape.keys * form.width;
+        for (std::size_t first = 0; first < floats.size(); first += run)
+            std::memcpy(decoded.data() + first, floats.data() + first, run * sizeof(float));
         Keep(decoded.data());
     }
 
@@ -83,7 +86,7 @@ Pair Decoding(const KeyForm& form, Shape shape)
 {
     const auto channels = std::make_shared<Channels>(form, shape);
     const auto decode = [=] { channels->Decode(); };
-    const auto copy = [=] { channels->CopyDecoded(); };
+    const auto copy = [=] { channels->Copy(); };
     return shape.keys == kUnseen.keys ? InProcess(decode, copy, ForgetAll) : InProcess(decode, copy);
 }
 
@@ -95,7 +98,7 @@ Pair Encoding(const KeyForm& form, Shape shape)
         if (shape.keys == kUnseen.keys)
             ForgetAll();
     };
-    return InProcess([=] { channels->Encode(); }, [=] { channels->CopyDecoded(); }, prepare);
+    return InProcess([=] { channels->Encode(); }, [=] { channels->Copy(); }, prepare);
 }
 
 // The whole call, from a new object to its end.
