@@ -12,6 +12,8 @@ namespace vela::vlgim::bench {
 using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t kVertexBytes = 48;  // position, normal, tangent, one uv set, colour
+constexpr std::uint32_t k26MB = 541'600;  // vertices
+constexpr std::uint32_t k131KB = 2'730;
 constexpr std::uint16_t kClipBones = 60;
 constexpr std::uint16_t kClipKeys = 30;
 

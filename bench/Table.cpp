@@ -85,6 +85,14 @@ void PrintHead(bool json)
                 "allocations", "met");
 }
 
+// Three places tell small ratios apart; of large ones the first digits matter.
+std::string Short(double ratio)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, ratio < 10 ? "%.3f" : "%.1f", ratio);
+    return text;
+}
+
 void PrintRow(const Row& row, const Figures& figures, bool json)
 {
     char goal[16] = "";
@@ -97,9 +105,9 @@ void PrintRow(const Row& row, const Figures& figures, bool json)
                     row.work.c_str(), row.floor, row.goal ? goal : "null", figures.ratio, figures.min,
                     figures.max, figures.allocations, row.goal ? (met ? "true" : "false") : "null");
     else
-        std::printf("%-64s %-16s %5s %7.3g %7.3g %7.3g %12.0f  %s\n", row.work.c_str(), row.floor, goal,
-                    figures.ratio, figures.min, figures.max, figures.allocations,
-                    row.goal ? (met ? "yes" : "NO") : "");
+        std::printf("%-64s %-16s %5s %7s %7s %7s %12.0f  %s\n", row.work.c_str(), row.floor, goal,
+                    Short(figures.ratio).c_str(), Short(figures.min).c_str(), Short(figures.max).c_str(),
+                    figures.allocations, row.goal ? (met ? "yes" : "NO") : "");
 }
 
 }  // namespace

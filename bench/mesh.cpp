@@ -15,8 +15,6 @@ namespace vela::vlgim::bench {
 namespace {
 
 constexpr std::uint32_t kLarge = 600'000;
-constexpr std::uint32_t k26MB = 541'600;
-constexpr std::uint32_t k131KB = 2'730;
 
 std::vector<std::string> WithSizes(const std::string& path, const std::vector<std::size_t>& sizes)
 {
@@ -101,7 +99,8 @@ void AddMeshRows(Rows& rows)
     rows.push_back(
         {"float mesh from a path, 26 MB, fresh process", "F(read)", huge ? 0.45 : 0.65, ReadFresh});
     rows.push_back({"float mesh from a path, 131 KB, warm", "F(read)", 1.05, ReadWarm});
-    rows.push_back({"pack mode 1 mesh, 600,000 vertices, positions and uvs alone", "F(mem)", 0.60, HalvesAlone});
+    rows.push_back(
+        {"pack mode 1 mesh, 600,000 vertices, positions and uvs alone", "F(mem)", 0.60, HalvesAlone});
     rows.push_back({"pack mode 1 mesh, 600,000 vertices, whole", "F(mem)", 0.90, HalvesWhole});
     rows.push_back({"pack mode 1 mesh, 600,000 vertices, first load", "the float mesh's", 1.05, HalvesFirst});
 }

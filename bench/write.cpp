@@ -62,13 +62,12 @@ void AddWriteRows(Rows& rows)
                              std::optional<double> goal) {
         add(work, goal, [=] { return Mesh(vertices, place, target); });
     };
-    constexpr std::uint32_t large = 541'600, small = 2'730;
-    addMesh("write a new mesh, 26 MB, tmpfs", large, Place::kTmpfs, Target::kNew, 1.05);
-    addMesh("write a new mesh, 26 MB, disk", large, Place::kDisk, Target::kNew, 1.05);
-    addMesh("write a new mesh, 131 KB, tmpfs", small, Place::kTmpfs, Target::kNew, 1.3);
-    addMesh("write a new mesh, 131 KB, disk", small, Place::kDisk, Target::kNew, 1.4);
-    addMesh("save over a mesh, 26 MB, disk", large, Place::kDisk, Target::kExisting, {});
-    addMesh("save over a mesh, 131 KB, disk", small, Place::kDisk, Target::kExisting, {});
+    addMesh("write a new mesh, 26 MB, tmpfs", k26MB, Place::kTmpfs, Target::kNew, 1.05);
+    addMesh("write a new mesh, 26 MB, disk", k26MB, Place::kDisk, Target::kNew, 1.05);
+    addMesh("write a new mesh, 131 KB, tmpfs", k131KB, Place::kTmpfs, Target::kNew, 1.3);
+    addMesh("write a new mesh, 131 KB, disk", k131KB, Place::kDisk, Target::kNew, 1.4);
+    addMesh("save over a mesh, 26 MB, disk", k26MB, Place::kDisk, Target::kExisting, {});
+    addMesh("save over a mesh, 131 KB, disk", k131KB, Place::kDisk, Target::kExisting, {});
     for (const unsigned megabytes : {1U, 4U, 16U}) {
         const unsigned clips = megabytes * 1'000'000 / kClipBytes;
         const std::string work = "write a new animation, " + std::to_string(megabytes) + " MB, ";
