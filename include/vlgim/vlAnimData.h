@@ -19,7 +19,8 @@ namespace vela::vlgim {
 
 namespace io {
 class BlockReader;
-}
+class BlockWriter;
+}  // namespace io
 
 /// One skeletal animation file (.gis): a skeleton and a list of clips. The clips lie in the file itself or,
 /// with m_async, in side files: of path/hero.gis, clip "walk" is path/hero_gis/walk.gis. (The folder's name
@@ -128,9 +129,10 @@ private:
     bool ReadSideFiles(io::BlockReader& in);
     bool ReadSideFile(const std::string& path, std::size_t slot, io::BlockReader& load, bool isNew);
 
-    void WriteAnimationHeader(std::FILE* stream) const;
-    void WriteBonesData(std::FILE* stream) const;
-    int WriteSideFiles(std::FILE* stream, const ClipOpener& openClip);
+    int WriteFile(std::FILE* stream, const ClipOpener& openClip);
+    void WriteAnimationHeader(io::BlockWriter& out) const;
+    void WriteBonesData(io::BlockWriter& out) const;
+    int WriteSideFiles(io::BlockWriter& out, const ClipOpener& openClip);
 
     template <class Convert>
     void ForEachBone(Convert convert);

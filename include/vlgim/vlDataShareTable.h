@@ -10,7 +10,8 @@ namespace vela::vlgim {
 
 namespace io {
 class BlockReader;
-}
+class BlockWriter;
+}  // namespace io
 
 /// Kind of a data block of a .mesh file. Files may hold any other value for a block of original data; it is
 /// carried unchanged and only compared with MESH_DATA_VERTEX.
@@ -59,6 +60,7 @@ private:
     friend class vlMeshData;
 
     void Read(io::BlockReader& in);
+    void Write(io::BlockWriter& out) const;
 };
 
 }  // namespace vela::vlgim

@@ -21,7 +21,8 @@ namespace vela::vlgim {
 
 namespace io {
 class BlockReader;
-}
+class BlockWriter;
+}  // namespace io
 class vlDataShareTable;
 struct BlockList;
 
@@ -136,12 +137,12 @@ private:
     std::string BonesObstacle() const;
     std::string AnimObstacle() const;
     std::uint64_t LargestOffset() const;
-    void WriteBlocks(std::FILE* stream) const;
-    void WriteMeshHeader(std::FILE* stream) const;
-    void WriteAnimData(std::FILE* stream) const;
-    void WriteBonesData(std::FILE* stream) const;
-    void WriteAnimBIData(std::FILE* stream) const;
-    void WriteMeshVertexData(std::FILE* stream) const;
+    void WriteBlocks(std::FILE* stream, std::uint64_t start) const;
+    void WriteMeshHeader(io::BlockWriter& out) const;
+    void WriteAnimData(io::BlockWriter& out) const;
+    void WriteBonesData(io::BlockWriter& out) const;
+    void WriteAnimBIData(io::BlockWriter& out) const;
+    void WriteMeshVertexData(io::BlockWriter& out) const;
 };
 
 }  // namespace vela::vlgim

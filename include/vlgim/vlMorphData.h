@@ -10,7 +10,8 @@ namespace vela::vlgim {
 
 namespace io {
 class BlockReader;
-}
+class BlockWriter;
+}  // namespace io
 
 /// Key times of a morph-animated mesh: frame k of the vertex object holds at key k. The frames themselves lie in
 /// vlMeshVertexData, which needs this key count to be read.
@@ -39,6 +40,7 @@ private:
     friend class vlMeshData;
 
     void Read(io::BlockReader& in);
+    void Write(io::BlockWriter& out) const;
 };
 
 }  // namespace vela::vlgim

@@ -55,6 +55,7 @@ private:
     friend class vlMeshData;
 
     void Read(io::BlockReader& in, bool hasSkinRows);
+    void Write(io::BlockWriter& out);
     bool HasSkin() const { return m_origBones && m_origWeights && m_origVertexCount != 0; }
 };
 

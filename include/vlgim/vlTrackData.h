@@ -13,7 +13,8 @@ namespace vela::vlgim {
 
 namespace io {
 class BlockReader;
-}
+class BlockWriter;
+}  // namespace io
 
 /// A named set of transform channels on one time axis: key k of every channel is at time k. It is a file of
 /// its own, and a block inside of mesh files and clips.
@@ -78,7 +79,7 @@ private:
     static bool IsValidTrackFile(const void* data, std::size_t size);
     bool ReadFile(io::BlockReader& in);
     void WriteFile(std::FILE* stream);
-    static void WriteHeader(std::FILE* stream);
+    static void WriteHeader(io::BlockWriter& out);
 };
 
 }  // namespace vela::vlgim

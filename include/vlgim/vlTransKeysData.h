@@ -8,6 +8,14 @@
 
 namespace vela::vlgim {
 
+namespace io {
+class BlockWriter;
+}
+struct vlTransKeysData;
+namespace keys {
+void Write(io::BlockWriter& out, vlTransKeysData& keys);
+}
+
 /// Forms that keys take in a file, bits of m_compressFlags. Of the rotation forms the first one set in the
 /// order 8, 16, 2 holds; the packed ones are for quaternions only. Other bits have no meaning.
 inline constexpr unsigned char KEY_HALF_ROT = 2;       ///< 8 bytes a quaternion, 6 bytes three Euler angles
@@ -93,6 +101,8 @@ struct VLGIM_API vlTransKeysData {
     void ConvertFromDelta(const vlTransInfo& ref);
 
 private:
+    friend void keys::Write(io::BlockWriter& out, vlTransKeysData& keys);
+
     void PackTransData();
     void PackKeys(unsigned short mask);
 };

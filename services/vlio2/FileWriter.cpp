@@ -3,7 +3,9 @@
 #include <corecommon/Log.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <cinttypes>
 #include <climits>
 #include <cstdint>
 #include <fcntl.h>
@@ -56,17 +58,32 @@ std::string FollowLinks(std::string path)
 }
 
 // The same text for one place on disk, however its path is spelled.
-std::string PlaceOf(const std::string& path, const struct stat& folder)
+std::string PlaceOf(const std::string& path)
 {
+    struct stat folder = {};
+    ::stat(FolderOf(path).c_str(), &folder);
     return std::to_string(folder.st_dev) + ':' + std::to_string(folder.st_ino) + '/' +
            path.substr(path.rfind('/') + 1);
 }
 
 // In a folder with the sticky bit only the owner of a file or of the folder may replace the file.
-bool MayReplace(const struct stat& file, const struct stat& folder)
+bool MayReplace(const struct stat& file, const std::string& path)
 {
+    struct stat folder = {};
+    ::stat(FolderOf(path).c_str(), &folder);
     const uid_t user = ::geteuid();
     return !(folder.st_mode & S_ISVTX) || user == 0 || user == file.st_uid || user == folder.st_uid;
+}
+
+// Random, so that processes do not meet; asked for once, since 64 bits from the processor take as long as it takes to
+// write 150 KB.
+std::uint64_t NextNumber()
+{
+    static std::atomic<std::uint64_t> next = [] {
+        std::random_device random;
+        return std::uint64_t{random()} << 32 | random();
+    }();
+    return next++;
 }
 
 // As far as the system allows: only root can give a file away, and some file systems know no owners. Special bits
@@ -89,13 +106,12 @@ std::string ErrorText(int error)
 // A file of the set, from its opening to its place.
 struct FileWriter::File {
     std::string path;          // as the caller gave it
-    std::string target;        // behind all links
+    std::string target;        // behind all links; empty for what is no regular file
     std::string sibling;       // empty once renamed, and where the file is written in place
     std::string memory;        // content of a file that is written in place
     std::size_t position = 0;  // in memory
     int descriptor = -1;
-    int error = 0;      // errno of the first failure
-    std::string place;  // empty for what is no regular file
+    int error = 0;  // errno of the first failure
 
     File() = default;
     File(const File&) = delete;
@@ -140,8 +156,12 @@ struct FileWriter::File {
 
 int FileWriter::File::Open()
 {
-    struct stat old = {}, folder = {};
-    const bool exists = ::stat(path.c_str(), &old) == 0;
+    // For a new file this is all that is asked: a small one is written about as fast as the system answers.
+    struct stat old = {};
+    bool exists = ::lstat(path.c_str(), &old) == 0;
+    const bool isLink = exists && S_ISLNK(old.st_mode);
+    if (isLink)
+        exists = ::stat(path.c_str(), &old) == 0;
     if (!exists && errno != ENOENT)
         return errno;
     if (exists && S_ISDIR(old.st_mode))
@@ -154,11 +174,10 @@ int FileWriter::File::Open()
     if (exists && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
         return errno;
 
-    target = FollowLinks(path);
-    if (target.empty() || target.ends_with('/') || ::stat(FolderOf(target).c_str(), &folder) != 0)
+    target = isLink ? FollowLinks(path) : path;
+    if (target.empty() || target.ends_with('/'))
         return ENOENT;
-    place = PlaceOf(target, folder);
-    const int refused = exists && !MayReplace(old, folder) ? EPERM : OpenSibling(exists ? &old : nullptr);
+    const int refused = exists && !MayReplace(old, target) ? EPERM : OpenSibling(exists ? &old : nullptr);
     if (!exists || (refused != EACCES && refused != EPERM && refused != EROFS))
         return refused;
     if (const int reason = OpenInPlace())
@@ -172,11 +191,10 @@ int FileWriter::File::Open()
 
 int FileWriter::File::OpenSibling(const struct stat* old)
 {
-    std::random_device random;
     std::string name;
     do {
         char number[24];
-        std::snprintf(number, sizeof number, ".vlgim-%08x%08x", random(), random());
+        std::snprintf(number, sizeof number, ".vlgim-%016" PRIx64, NextNumber());
         name = FolderOf(target) + number;
         descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     } while (descriptor < 0 && errno == EEXIST);
@@ -243,8 +261,12 @@ int FileWriter::File::SeekInMemory(off64_t* offset, int whence)
 
 std::FILE* FileWriter::File::Stream()
 {
-    return ::fopencookie(this, "wb",
-                         {.read = nullptr, .write = WriteCall, .seek = SeekCall, .close = nullptr});
+    std::FILE* const stream =
+        ::fopencookie(this, "wb", {.read = nullptr, .write = WriteCall, .seek = SeekCall, .close = nullptr});
+    // Our own writers come with large pieces, which a buffer would only cut into more system calls.
+    if (stream)
+        std::setvbuf(stream, nullptr, _IONBF, 0);
+    return stream;
 }
 
 // Puts a file that is whole and checked in its place.
@@ -282,7 +304,7 @@ std::FILE* FileWriter::Open(const char* path)
     auto file = std::make_unique<File>();
     file->path = path;
     m_openError = file->Open();
-    if (m_openError == 0 && !file->place.empty() && !m_places.insert(file->place).second)
+    if (m_openError == 0 && !m_files.empty() && IsInSet(file->target))
         m_openError = EEXIST;
     if (m_openError == EEXIST)
         vela::LogError("%s is the target of two files that are saved together", path);
@@ -296,6 +318,14 @@ std::FILE* FileWriter::Open(const char* path)
         m_files.pop_back();
     }
     return m_stream;
+}
+
+// A file alone has nothing to be told apart from.
+bool FileWriter::IsInSet(const std::string& target)
+{
+    if (m_places.empty() && !m_files.front()->target.empty())
+        m_places.insert(PlaceOf(m_files.front()->target));
+    return !target.empty() && !m_places.insert(PlaceOf(target)).second;
 }
 
 void FileWriter::CloseStream()

@@ -32,7 +32,7 @@ public:
     ~FileWriter();
 
     /// Adds a file to the set.
-    /// Returns a stream at position 0, open for binary writing and seeking, which the FileWriter owns and
+    /// Returns a stream at position 0, open for binary writing and seeking, without a buffer, which the FileWriter owns and
     /// closes at the next Open, at Commit or at its own end. Null where path can't be replaced, with the
     /// reason in OpenError: the folder is missing, a folder has this name, the file is write-protected (for
     /// root too), or the set has this file already (EEXIST, which is logged).
@@ -50,10 +50,11 @@ public:
 private:
     struct File;
 
+    bool IsInSet(const std::string& target);
     void CloseStream();
 
     std::vector<std::unique_ptr<File>> m_files;
-    std::unordered_set<std::string> m_places;  // of the files
+    std::unordered_set<std::string> m_places;  // of the files, from the second on
     std::FILE* m_stream = nullptr;             // of the last file
     int m_openError = 0;
 };

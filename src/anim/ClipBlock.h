@@ -2,6 +2,7 @@
 
 #include <io/ArrayBlock.h>
 #include <io/BlockReader.h>
+#include <io/BlockWriter.h>
 #include <keys/TransKeysBlock.h>
 #include <vlgim/vlClipData.h>
 
@@ -26,7 +27,10 @@ void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& array
 void ReadBaseInfo(io::BlockReader& in, vlClipData& clip);
 
 /// Writes a whole clip record, of a clip that WhyUnwritable has nothing against.
-void Write(std::FILE* stream, std::uint32_t version, vlClipData& clip);
+void Write(io::BlockWriter& out, std::uint32_t version, vlClipData& clip);
+
+/// Writes a base info record, of a clip with no more bones than it has room for.
+void WriteBaseInfo(io::BlockWriter& out, const vlClipData& clip);
 
 /// Why a clip can't be written, with the number of the bone; empty: it can. To be asked before a file is
 /// opened, with the `counts` of all its clips.

@@ -130,60 +130,62 @@ int vlAnimData::WriteAnimationFile(const char* path, vlio::FileWriter& set)
         LogError("unable to open %s", path);
         return 1;
     }
-    return WriteAnimationFile(stream, [&set](const char* clipPath) { return set.Open(clipPath); });
+    return WriteFile(stream, [&set](const char* clipPath) { return set.Open(clipPath); });
 }
 
 int vlAnimData::WriteAnimationFile(std::FILE* stream, const ClipOpener& openClip)
 {
     const Obstacle obstacle = WriteObstacle();
-    if (Refused(obstacle))
-        return obstacle.result;
+    return Refused(obstacle) ? obstacle.result : WriteFile(stream, openClip);
+}
+
+int vlAnimData::WriteFile(std::FILE* stream, const ClipOpener& openClip)
+{
     if (m_isDelta)
         LogWarning("skeletal animation %s is written with deltas, which no file tells", m_path.c_str());
-    WriteAnimationHeader(stream);
     io::BlockWriter out(stream);
+    WriteAnimationHeader(out);
     out.Value(static_cast<std::uint16_t>(m_clips.size()));
     if (m_version >= kSkeleton) {
-        WriteBonesData(stream);
+        WriteBonesData(out);
         out.Value(m_async);
     }
     if (m_async != 0)
-        return m_version >= kSideFiles ? WriteSideFiles(stream, openClip) : 0;
+        return m_version >= kSideFiles ? WriteSideFiles(out, openClip) : 0;
     for (const auto& clip : m_clips)
-        clips::Write(stream, m_version, *clip);
+        clips::Write(out, m_version, *clip);
     return 0;
 }
 
-void vlAnimData::WriteAnimationHeader(std::FILE* stream) const
+void vlAnimData::WriteAnimationHeader(io::BlockWriter& out) const
 {
-    io::BlockWriter out(stream);
     out.Run("RGIS", 4);
     out.Value(m_version);
 }
 
-void vlAnimData::WriteBonesData(std::FILE* stream) const
+void vlAnimData::WriteBonesData(io::BlockWriter& out) const
 {
-    io::BlockWriter out(stream);
     out.Value(m_boneCount);
     out.Run(m_boneNames.get(), m_boneCount);
     out.Run(m_boneTrans.get(), m_boneCount);
 }
 
 // The base info of all clips comes first: opening a side file ends the stream of a set's file before it.
-int vlAnimData::WriteSideFiles(std::FILE* stream, const ClipOpener& openClip)
+int vlAnimData::WriteSideFiles(io::BlockWriter& out, const ClipOpener& openClip)
 {
-    io::BlockWriter out(stream);
     out.Value(clips::kBaseInfoSize);
     for (const auto& clip : m_clips)
-        clip->WriteAsyncBaseInfo(stream);
+        clips::WriteBaseInfo(out, *clip);
+    out.Flush();
     const std::string folder = anim::SideFolder(m_path).value_or("");
     for (const auto& clip : m_clips) {
         const std::string path = anim::SidePath(folder, *clip);
-        std::FILE* side = openClip ? openClip(path.c_str()) : nullptr;
-        if (!side) {
+        std::FILE* stream = openClip ? openClip(path.c_str()) : nullptr;
+        if (!stream) {
             LogError("unable to open %s", path.c_str());
             return 1;
         }
+        io::BlockWriter side(stream);
         clips::Write(side, m_version, *clip);
     }
     return 0;

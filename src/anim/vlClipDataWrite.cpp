@@ -3,7 +3,6 @@
 #include "Ticks.h"
 
 #include <corecommon/Log.h>
-#include <io/BlockWriter.h>
 #include <keys/KeyTimesBlock.h>
 #include <keys/TransKeysBlock.h>
 
@@ -12,6 +11,7 @@ namespace vela::vlgim {
 namespace {
 
 constexpr std::uint32_t kVersionMask = 0xFFFFFF;
+constexpr std::uint8_t kNoPivotTrack = 0;
 
 std::string WhyBonesUnwritable(const vlClipData& clip)
 {
@@ -90,9 +90,8 @@ void WriteAttributes(io::BlockWriter& out, const vlClipData& clip, std::uint32_t
         out.Value(clip.m_keyLayout);
 }
 
-void WriteInfo(std::FILE* stream, std::uint32_t version, const vlClipData& clip)
+void WriteInfo(io::BlockWriter& out, std::uint32_t version, const vlClipData& clip)
 {
-    io::BlockWriter out(stream);
     WriteNames(out, clip);
     out.Run(clip.m_boneNames.get(), clip.m_boneCount);
     WriteAttributes(out, clip, version);
@@ -109,12 +108,11 @@ void WriteTimes(io::BlockWriter& out, const float* times, unsigned short count, 
         out.Value(clips::TimeToTick(times[i]));
 }
 
-void WriteKeys(std::FILE* stream, std::uint32_t version, vlClipData& clip)
+void WriteKeys(io::BlockWriter& out, std::uint32_t version, vlClipData& clip)
 {
     const bool isShared = clip.m_keyLayout == KEY_LAYOUT_SHARED;
     if (!isShared && clip.m_keyLayout != KEY_LAYOUT_PER_BONE)
         return;
-    io::BlockWriter out(stream);
     if (isShared)
         WriteTimes(out, clip.m_keyTimes->GetKeyTimes(), KeyCount(clip, 0), version);
     for (unsigned i = 0; i < clip.m_boneCount; ++i) {
@@ -123,7 +121,7 @@ void WriteKeys(std::FILE* stream, std::uint32_t version, vlClipData& clip)
         vlTransKeysData& keys = clip.m_keys[i];
         keys.m_compressFlags = version < kCompressedKeys ? std::uint8_t{0} : clip.m_compressFlags;
         keys.m_keyCount = KeyCount(clip, i);  // where it was not set
-        keys.WriteData(stream);
+        keys::Write(out, keys);
     }
 }
 
@@ -137,30 +135,43 @@ std::string WhyUnwritable(const vlClipData& clip, std::uint32_t version, keys::U
     return reason.empty() ? WhyKeysUnwritable(clip, version, counts) : reason;
 }
 
-void Write(std::FILE* stream, std::uint32_t version, vlClipData& clip)
+void Write(io::BlockWriter& out, std::uint32_t version, vlClipData& clip)
 {
-    WriteInfo(stream, version, clip);
-    WriteKeys(stream, version, clip);
-    vlClipData::WritePivotTrack(stream);
+    WriteInfo(out, version, clip);
+    WriteKeys(out, version, clip);
+    out.Value(kNoPivotTrack);
+}
+
+void WriteBaseInfo(io::BlockWriter& out, const vlClipData& clip)
+{
+    WriteNames(out, clip);
+    out.Run(clip.m_boneNameIds, vlClipData::kMaxBones);
+    WriteAttributes(out, clip, kNewestGisVersion);
+    out.Value(clip.m_length);
+    out.Value(clip.m_keysOffset);
 }
 
 }  // namespace clips
 
 void vlClipData::WriteClipInfo(std::FILE* stream, std::uint32_t version) const
 {
-    if (!Refused(WhyInfoUnwritable(*this)))
-        WriteInfo(stream, version & kVersionMask, *this);
+    if (Refused(WhyInfoUnwritable(*this)))
+        return;
+    io::BlockWriter out(stream);
+    WriteInfo(out, version & kVersionMask, *this);
 }
 
 void vlClipData::WriteKeysData(std::FILE* stream, std::uint32_t version)
 {
-    if (!Refused(WhyKeysUnwritable(*this, version, nullptr)))
-        WriteKeys(stream, version, *this);
+    if (Refused(WhyKeysUnwritable(*this, version, nullptr)))
+        return;
+    io::BlockWriter out(stream);
+    WriteKeys(out, version, *this);
 }
 
 void vlClipData::WritePivotTrack(std::FILE* stream)
 {
-    io::BlockWriter(stream).Value(std::uint8_t{0});
+    io::BlockWriter(stream).Value(kNoPivotTrack);
 }
 
 void vlClipData::WriteAsyncBaseInfo(std::FILE* stream) const
@@ -168,11 +179,7 @@ void vlClipData::WriteAsyncBaseInfo(std::FILE* stream) const
     if (Refused(WhyBonesUnwritable(*this)))
         return;
     io::BlockWriter out(stream);
-    WriteNames(out, *this);
-    out.Run(m_boneNameIds, kMaxBones);
-    WriteAttributes(out, *this, kNewestGisVersion);
-    out.Value(m_length);
-    out.Value(m_keysOffset);
+    clips::WriteBaseInfo(out, *this);
 }
 
 }  // namespace vela::vlgim

@@ -4,6 +4,7 @@
 
 #include <io/ArrayBlock.h>
 #include <io/BlockReader.h>
+#include <io/BlockWriter.h>
 #include <vlgim/vlTransKeysData.h>
 
 #include <string>
@@ -75,5 +76,8 @@ private:
 /// of 0 counts as not set. To be asked before a file is opened, with the `counts` of all its containers.
 std::string WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount,
                           UnsetCounts* counts = nullptr);
+
+/// Writes a channel that WhyUnwritable has nothing against, and changes it as vlTransKeysData::WriteData says.
+void Write(io::BlockWriter& out, vlTransKeysData& keys);
 
 }  // namespace vela::vlgim::keys

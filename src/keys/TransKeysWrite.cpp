@@ -1,7 +1,6 @@
 #include "TransKeysBlock.h"
 
 #include <corecommon/Log.h>
-#include <io/BlockWriter.h>
 
 #include <cstring>
 #include <utility>
@@ -77,6 +76,19 @@ std::string WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount, 
     return {};
 }
 
+void Write(io::BlockWriter& out, vlTransKeysData& keys)
+{
+    keys.PackTransData();
+    keys.PackKeys(kPackAll);
+    const unsigned char head[] = {keys.m_posKeyed, keys.m_rotKeyed, keys.m_scaleKeyed, keys.m_rotOrder};
+    out.Run(head, sizeof head);
+    out.Run(keys.m_pos.get(), std::uint64_t{3} * ComponentKeys(keys.m_posKeyed, keys.m_keyCount));
+    WriteComponent(out, RotationForm(keys.m_rotOrder, keys.m_compressFlags), keys.m_rot.get(),
+                   keys.m_packedRot.get(), ComponentKeys(keys.m_rotKeyed, keys.m_keyCount));
+    WriteComponent(out, ScaleForm(keys.m_compressFlags), keys.m_scale.get(), keys.m_packedScale.get(),
+                   ComponentKeys(keys.m_scaleKeyed, keys.m_keyCount));
+}
+
 }  // namespace keys
 
 void vlTransKeysData::PackTransData()
@@ -118,19 +130,8 @@ void vlTransKeysData::WriteData(std::FILE* stream)
         LogError("unable to write transform keys: %s", reason.c_str());
         return;
     }
-    PackTransData();
-    PackKeys(keys::kPackAll);
-
     io::BlockWriter out(stream);
-    out.Value(m_posKeyed);
-    out.Value(m_rotKeyed);
-    out.Value(m_scaleKeyed);
-    out.Value(m_rotOrder);
-    out.Run(m_pos.get(), std::uint64_t{3} * keys::ComponentKeys(m_posKeyed, m_keyCount));
-    keys::WriteComponent(out, keys::RotationForm(m_rotOrder, m_compressFlags), m_rot.get(), m_packedRot.get(),
-                         keys::ComponentKeys(m_rotKeyed, m_keyCount));
-    keys::WriteComponent(out, keys::ScaleForm(m_compressFlags), m_scale.get(), m_packedScale.get(),
-                         keys::ComponentKeys(m_scaleKeyed, m_keyCount));
+    keys::Write(out, *this);
 }
 
 }  // namespace vela::vlgim

@@ -67,6 +67,11 @@ void vlDataShareTable::WriteData(std::FILE* stream) const
         return;
     }
     io::BlockWriter out(stream);
+    Write(out);
+}
+
+void vlDataShareTable::Write(io::BlockWriter& out) const
+{
     out.Value(static_cast<std::uint16_t>(m_blocks.size()));
     out.Run(m_blocks.data(), m_blocks.size());
     out.Value(static_cast<std::uint16_t>(m_pairs.size()));

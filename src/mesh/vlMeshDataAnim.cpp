@@ -77,25 +77,24 @@ std::string vlMeshData::AnimObstacle() const
     return {};
 }
 
-void vlMeshData::WriteAnimData(std::FILE* stream) const
+void vlMeshData::WriteAnimData(io::BlockWriter& out) const
 {
-    io::BlockWriter out(stream);
     out.Value(m_hasMorph);
     if (m_hasMorph)
-        m_morph->WriteData(stream);
+        m_morph->Write(out);
     out.Value(m_hasTracks);
     if (!m_hasTracks)
         return;
     const std::uint32_t subCount = m_vertexData->m_subCount;
     out.Value(subCount ? m_tracks[0].m_version : kNewestTrackVersion);
     for (std::uint32_t i = 0; i < subCount; ++i)
-        m_tracks[i].WriteData(stream);
+        tracks::Write(out, m_tracks[i]);
 }
 
-void vlMeshData::WriteAnimBIData(std::FILE* stream) const
+void vlMeshData::WriteAnimBIData(io::BlockWriter& out) const
 {
     if (m_skeletonFlag == kSkinned)
-        io::BlockWriter(stream).Value(std::uint8_t{0});
+        out.Value(std::uint8_t{0});
 }
 
 }  // namespace vela::vlgim

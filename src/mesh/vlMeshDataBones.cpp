@@ -117,11 +117,10 @@ std::string vlMeshData::BonesObstacle() const
     return m_boneNames && m_boneMatrices ? "" : "the bone names or matrices are missing";
 }
 
-void vlMeshData::WriteBonesData(std::FILE* stream) const
+void vlMeshData::WriteBonesData(io::BlockWriter& out) const
 {
     if (m_skeletonFlag != kSkinned)
         return;
-    io::BlockWriter out(stream);
     out.Value(m_boneCount);
     const std::uint16_t count = StoredBones();
     if (count == 0)

@@ -87,7 +87,7 @@ int vlMeshData::WriteMeshFile(const char* path)
         LogError("unable to open %s", path);
         return 1;
     }
-    WriteBlocks(stream);
+    WriteBlocks(stream, 0);
     return file.Commit() ? 0 : 1;
 }
 
@@ -97,34 +97,34 @@ int vlMeshData::WriteMeshFile(std::FILE* stream)
         LogError("mesh can't be written: %s", obstacle.c_str());
         return 0;
     }
-    if (ftello(stream) < 0) {
+    const off_t start = ftello(stream);
+    if (start < 0) {
         LogError("mesh can't be written: the stream can't seek");
         return 0;
     }
-    WriteBlocks(stream);
+    WriteBlocks(stream, static_cast<std::uint64_t>(start));
     return 0;
 }
 
-void vlMeshData::WriteBlocks(std::FILE* stream) const
+void vlMeshData::WriteBlocks(std::FILE* stream, std::uint64_t start) const
 {
-    WriteMeshHeader(stream);
-    WriteAnimData(stream);
-    WriteBonesData(stream);
-    WriteAnimBIData(stream);
-    WriteMeshVertexData(stream);
+    io::BlockWriter out(stream, start);
+    WriteMeshHeader(out);
+    WriteAnimData(out);
+    WriteBonesData(out);
+    WriteAnimBIData(out);
+    WriteMeshVertexData(out);
 }
 
-void vlMeshData::WriteMeshHeader(std::FILE* stream) const
+void vlMeshData::WriteMeshHeader(io::BlockWriter& out) const
 {
-    io::BlockWriter out(stream);
     out.Value(kMeshMagic);
     out.Value(kNewestVersion);
     out.Value(m_skeletonFlag);
 }
 
-void vlMeshData::WriteMeshVertexData(std::FILE* stream) const
+void vlMeshData::WriteMeshVertexData(io::BlockWriter& out) const
 {
-    io::BlockWriter out(stream);
     const std::uint64_t tableOffset = out.Position();
     out.Value(std::uint32_t{0});
 
@@ -133,12 +133,12 @@ void vlMeshData::WriteMeshVertexData(std::FILE* stream) const
         table.PushDataPair(type, table.PushBlockInfo(static_cast<std::uint32_t>(out.Position())));
     };
     push(MESH_DATA_VERTEX);
-    m_vertexData->WriteData(stream);
+    m_vertexData->WriteBlock(out);
     std::size_t asVertex = 0;
     for (const auto& data : m_originalData) {
         push(data->m_type);
         asVertex += data->m_type == MESH_DATA_VERTEX ? 1 : 0;
-        data->WriteData(stream, m_version);
+        data->Write(out);
     }
     if (asVertex != 0)
         LogWarning(
@@ -146,7 +146,7 @@ void vlMeshData::WriteMeshVertexData(std::FILE* stream) const
             asVertex);
 
     const auto tableAt = static_cast<std::uint32_t>(out.Position());
-    table.WriteData(stream);
+    table.Write(out);
     out.Patch(tableOffset, tableAt);
 }
 

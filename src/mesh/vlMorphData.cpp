@@ -57,9 +57,14 @@ const unsigned char* vlMorphData::ReadData(const unsigned char* data, unsigned i
 
 void vlMorphData::WriteData(std::FILE* stream) const
 {
+    io::BlockWriter out(stream);
+    Write(out);
+}
+
+void vlMorphData::Write(io::BlockWriter& out) const
+{
     const unsigned short keyCount =
         m_times.GetKeyTimes() ? m_times.GetKeyCount() : static_cast<unsigned short>(0);
-    io::BlockWriter out(stream);
     out.Value(m_morphMode);
     out.Value(keyCount);
     out.Run(m_times.GetKeyTimes(), keyCount);

@@ -105,8 +105,13 @@ void vlOriginalData::WriteData(std::FILE* stream, unsigned int)
         LogError("original data can't be written: %s", obstacle.c_str());
         return;
     }
-    m_hasSkin = HasSkin() ? 1 : 0;
     io::BlockWriter out(stream);
+    Write(out);
+}
+
+void vlOriginalData::Write(io::BlockWriter& out)
+{
+    m_hasSkin = HasSkin() ? 1 : 0;
     out.Value(m_origVertexCount);
     out.Run(m_origPositions.get(), m_origVertexCount);
     out.Value(m_origIndexCount);

@@ -2,7 +2,6 @@
 #include "TrackVersions.h"
 
 #include <corecommon/Log.h>
-#include <io/BlockWriter.h>
 #include <keys/KeyTimesBlock.h>
 #include <keys/TransKeysBlock.h>
 #include <vlio2/FileWriter.h>
@@ -21,6 +20,23 @@ std::string WhyUnwritable(const vlTrackData& track, keys::UnsetCounts* counts)
             !reason.empty())
             return "channel " + std::to_string(i) + ": " + reason;
     return {};
+}
+
+void Write(io::BlockWriter& out, vlTrackData& track)
+{
+    const unsigned short keyCount = keys::WrittenKeyCount(track.m_times);
+    out.Run(track.m_name, sizeof track.m_name);
+    out.Run(track.m_options, sizeof track.m_options);
+    out.Value(track.m_flags);
+    out.Value(keyCount);
+    out.Run(track.m_times.GetKeyTimes(), keyCount);
+    out.Value(track.m_channelCount);
+    for (unsigned i = 0; i < track.m_channelCount; ++i) {
+        vlTransKeysData& channel = track.m_channels[i];
+        channel.m_keyCount = keyCount;
+        channel.m_compressFlags = 0;  // a track has no place that would tell of another form
+        keys::Write(out, channel);
+    }
 }
 
 }  // namespace tracks
@@ -43,13 +59,13 @@ void vlTrackData::Save(const char* path)
 
 void vlTrackData::WriteFile(std::FILE* stream)
 {
-    WriteHeader(stream);
-    WriteData(stream);
+    io::BlockWriter out(stream);
+    WriteHeader(out);
+    tracks::Write(out, *this);
 }
 
-void vlTrackData::WriteHeader(std::FILE* stream)
+void vlTrackData::WriteHeader(io::BlockWriter& out)
 {
-    io::BlockWriter out(stream);
     out.Run(kTrackMagic, sizeof kTrackMagic);
     out.Value(kNewestTrackVersion);
     out.Value(kTrackHeaderWord);
@@ -61,19 +77,8 @@ void vlTrackData::WriteData(std::FILE* stream)
         LogError("track can't be written: %s", reason.c_str());
         return;
     }
-    const unsigned short keyCount = keys::WrittenKeyCount(m_times);
     io::BlockWriter out(stream);
-    out.Run(m_name, sizeof m_name);
-    out.Run(m_options, sizeof m_options);
-    out.Value(m_flags);
-    out.Value(keyCount);
-    out.Run(m_times.GetKeyTimes(), keyCount);
-    out.Value(m_channelCount);
-    for (unsigned i = 0; i < m_channelCount; ++i) {
-        m_channels[i].m_keyCount = keyCount;
-        m_channels[i].m_compressFlags = 0;  // a track has no place that would tell of another form
-        m_channels[i].WriteData(stream);
-    }
+    tracks::Write(out, *this);
 }
 
 }  // namespace vela::vlgim
