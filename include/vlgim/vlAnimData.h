@@ -28,7 +28,8 @@ class BlockWriter;
 ///
 /// A file is written in the version that it was read in; nothing here converts one.
 ///
-/// A copy shows the same clips, names and transforms as its source; they live as long as the last of them.
+/// A copy shows the same clips, names and transforms as its source; they live as long as the last of them. The arrays
+/// of all clips that one file held lie in one allocation, so that any of these clips keeps the memory of all.
 /// An object belongs to one thread at a time, together with its copies.
 class VLGIM_API vlAnimData {
 public:
