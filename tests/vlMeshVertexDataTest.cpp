@@ -1,9 +1,6 @@
 #include "support/LogCapture.h"
 #include "support/MeshBytes.h"
 
-#include "mesh/HalfToFloat.h"
-
-#include <geomath/HalfTables.h>
 #include <vlgim/vlMeshVertexData.h>
 
 #include <gtest/gtest.h>
@@ -135,18 +132,6 @@ TEST(vlMeshVertexData, PackModeOneHoldsHalves)
 }
 
 // But for NaN as the table says, which is held against IEEE 754 on its own.
-TEST(vlMeshVertexData, EveryHalfConverts)
-{
-    for (unsigned half = 0; half < 65536; ++half) {
-        const unsigned char raw[] = {static_cast<unsigned char>(half), static_cast<unsigned char>(half >> 8)};
-        float single = 0;
-        HalfToFloat(&single, raw, 1);
-        const bool isNaN = (half & 0x7FFFU) > 0x7C00;
-        ASSERT_EQ(std::bit_cast<std::uint32_t>(single), isNaN ? 0xFFC00000 : vela::geomath::_to_float[half]);
-    }
-    HalfToFloat(nullptr, nullptr, 5);
-}
-
 TEST(vlMeshVertexData, DataFlagZeroEndsTheBlock)
 {
     Bytes block(kBlock.begin(), kBlock.begin() + kPositionsAt);

@@ -1,6 +1,8 @@
 #include "KeyCodecs.h"
 
+#include "PackedGrid.h"
 #include "Rotations.h"
+#include "WideCodecs.h"
 
 #include <geomath/HalfTables.h>
 
@@ -13,18 +15,6 @@ namespace vela::vlgim::keys {
 namespace {
 
 // --- packed rotations ---
-
-// 1 / sqrt(2): no component of a unit quaternion but the largest lies further from 0.
-constexpr float kMost = 0.70710677F;
-static_assert(std::bit_cast<std::uint32_t>(kMost) == 0x3F3504F3U);
-
-// Codes spread evenly over -kMost to kMost.
-template <std::uint32_t kLargestCode>
-constexpr float kScale = static_cast<float>(kLargestCode) * kMost;
-constexpr std::uint32_t kLargest32 = 1023;
-constexpr std::uint32_t kLargest48 = 32767;
-static_assert(std::bit_cast<std::uint32_t>(kScale<kLargest32>) == 0x4434D7B2U);
-static_assert(std::bit_cast<std::uint32_t>(kScale<kLargest48>) == 0x46B50389U);
 
 // A packed rotation of either size: which component is missing, and the codes of the three behind it.
 struct Codes {
@@ -198,7 +188,81 @@ void DecodeHalves(const void* halves, std::uint64_t count, float* values)
         values[i] = SingleOf(Load<std::uint16_t>(halves, i));
 }
 
+void PlainEncodeRotations32(float* keys, std::uint64_t count, void* records)
+{
+    for (std::uint64_t i = 0; i < count; ++i) {
+        auto q = KeyAt(keys, i);
+        Store(Pack32(Encode<kLargest32>(q)), records, i);
+        SetKey(keys, i, q);
+    }
+}
+
+void PlainEncodeRotations48(float* keys, std::uint64_t count, void* records)
+{
+    for (std::uint64_t i = 0; i < count; ++i) {
+        auto q = KeyAt(keys, i);
+        StoreWords(Pack48(Encode<kLargest48>(q)), records, i);
+        SetKey(keys, i, q);
+    }
+}
+
+void PlainEncodeHalfRotations(float* keys, std::uint64_t count, void* records)
+{
+    EncodeHalves(keys, 4 * count, records);
+}
+
+void PlainEncodeHalfVectors3(float* keys, std::uint64_t count, void* records)
+{
+    EncodeHalves(keys, 3 * count, records);
+}
+
+void PlainDecodeRotations32(const void* records, std::uint64_t count, float* keys)
+{
+    for (std::uint64_t i = 0; i < count; ++i)
+        SetKey(keys, i, Decode<kLargest32>(Unpack32(Load<std::uint32_t>(records, i))));
+}
+
+void PlainDecodeRotations48(const void* records, std::uint64_t count, float* keys)
+{
+    for (std::uint64_t i = 0; i < count; ++i)
+        SetKey(keys, i, Decode<kLargest48>(Unpack48(LoadWords(records, i))));
+}
+
+void PlainDecodeHalfRotations(const void* records, std::uint64_t count, float* keys)
+{
+    DecodeHalves(records, 4 * count, keys);
+    for (std::uint64_t i = 0; i < count; ++i) {
+        auto q = KeyAt(keys, i);
+        const float squared = q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w;
+        if (squared < 0.95F || squared > 1.0F) {
+            RotationNormalize(&q);
+            SetKey(keys, i, q);
+        }
+    }
+}
+
+void PlainDecodeHalfVectors3(const void* records, std::uint64_t count, float* keys)
+{
+    DecodeHalves(records, 3 * count, keys);
+}
+
+const RunCodecs& Codecs()
+{
+    static const RunCodecs* const wide = WideCodecs();
+    return wide ? *wide : kPlainCodecs;
+}
+
+// A single key is what most channels have, and too short for a vector.
+const RunCodecs& CodecsFor(std::uint64_t count)
+{
+    return count < kShortestRun ? kPlainCodecs : Codecs();
+}
+
 }  // namespace
+
+const RunCodecs kPlainCodecs{PlainEncodeRotations32,   PlainEncodeRotations48, PlainEncodeHalfRotations,
+                             PlainEncodeHalfVectors3,  PlainDecodeRotations32, PlainDecodeRotations48,
+                             PlainDecodeHalfRotations, PlainDecodeHalfVectors3};
 
 std::uint32_t EncodeRotation32(float* x, float* y, float* z, float* w)
 {
@@ -242,7 +306,7 @@ void EncodeHalfVector3(const float* in, std::uint16_t* out)
 
 void DecodeHalfRotation(const std::uint16_t* in, float* out)
 {
-    DecodeHalfRotations(in, 1, out);
+    PlainDecodeHalfRotations(in, 1, out);
 }
 
 void DecodeHalfVector3(const std::uint16_t* in, float* out)
@@ -252,60 +316,42 @@ void DecodeHalfVector3(const std::uint16_t* in, float* out)
 
 void EncodeRotations32(float* keys, std::uint64_t count, void* records)
 {
-    for (std::uint64_t i = 0; i < count; ++i) {
-        auto q = KeyAt(keys, i);
-        Store(Pack32(Encode<kLargest32>(q)), records, i);
-        SetKey(keys, i, q);
-    }
+    CodecsFor(count).encodeRotations32(keys, count, records);
 }
 
 void EncodeRotations48(float* keys, std::uint64_t count, void* records)
 {
-    for (std::uint64_t i = 0; i < count; ++i) {
-        auto q = KeyAt(keys, i);
-        StoreWords(Pack48(Encode<kLargest48>(q)), records, i);
-        SetKey(keys, i, q);
-    }
+    CodecsFor(count).encodeRotations48(keys, count, records);
 }
 
 void EncodeHalfRotations(float* keys, std::uint64_t count, void* records)
 {
-    EncodeHalves(keys, 4 * count, records);
+    CodecsFor(count).encodeHalfRotations(keys, count, records);
 }
 
 void EncodeHalfVectors3(float* keys, std::uint64_t count, void* records)
 {
-    EncodeHalves(keys, 3 * count, records);
+    CodecsFor(count).encodeHalfVectors3(keys, count, records);
 }
 
 void DecodeRotations32(const void* records, std::uint64_t count, float* keys)
 {
-    for (std::uint64_t i = 0; i < count; ++i)
-        SetKey(keys, i, Decode<kLargest32>(Unpack32(Load<std::uint32_t>(records, i))));
+    CodecsFor(count).decodeRotations32(records, count, keys);
 }
 
 void DecodeRotations48(const void* records, std::uint64_t count, float* keys)
 {
-    for (std::uint64_t i = 0; i < count; ++i)
-        SetKey(keys, i, Decode<kLargest48>(Unpack48(LoadWords(records, i))));
+    CodecsFor(count).decodeRotations48(records, count, keys);
 }
 
 void DecodeHalfRotations(const void* records, std::uint64_t count, float* keys)
 {
-    DecodeHalves(records, 4 * count, keys);
-    for (std::uint64_t i = 0; i < count; ++i) {
-        auto q = KeyAt(keys, i);
-        const float squared = q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w;
-        if (squared < 0.95F || squared > 1.0F) {
-            RotationNormalize(&q);
-            SetKey(keys, i, q);
-        }
-    }
+    CodecsFor(count).decodeHalfRotations(records, count, keys);
 }
 
 void DecodeHalfVectors3(const void* records, std::uint64_t count, float* keys)
 {
-    DecodeHalves(records, 3 * count, keys);
+    CodecsFor(count).decodeHalfVectors3(records, count, keys);
 }
 
 }  // namespace vela::vlgim::keys

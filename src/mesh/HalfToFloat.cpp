@@ -3,11 +3,36 @@
 #include <bit>
 #include <cstring>
 
+// Compiled once for each instruction set, by including itself.
+#define HWY_DISABLED_TARGETS HWY_SSSE3
+#define HWY_TARGET_INCLUDE "mesh/HalfToFloat.cpp"
+#include <hwy/foreach_target.h>
+
+#include "keys/WideRuns-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vela::vlgim::HWY_NAMESPACE {
+
+void ConvertRun(float* target, const unsigned char* source, std::uint64_t count)
+{
+#if VLGIM_HAS_VECTORS
+    namespace wide = keys::HWY_NAMESPACE;
+    wide::ForBlocks<wide::Halves<wide::NanRule::kOne>>(wide::Widest(), source, count, target);
+#else
+    PlainHalfToFloat(target, source, count);
+#endif
+}
+
+}  // namespace vela::vlgim::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 namespace vela::vlgim {
+
+HWY_EXPORT(ConvertRun);
 
 namespace {
 
-// Without branches, so that the compiler can widen the loop that calls it.
 std::uint32_t SingleBits(std::uint32_t half)
 {
     const std::uint32_t sign = (half & 0x8000U) << 16;
@@ -23,10 +48,8 @@ std::uint32_t SingleBits(std::uint32_t half)
 
 }  // namespace
 
-void HalfToFloat(float* target, const unsigned char* source, std::uint64_t count)
+void PlainHalfToFloat(float* target, const unsigned char* source, std::uint64_t count)
 {
-    if (!target || !source)
-        return;
     for (std::uint64_t i = 0; i < count; ++i) {
         std::uint16_t half = 0;
         std::memcpy(&half, source + i * sizeof half, sizeof half);
@@ -34,4 +57,15 @@ void HalfToFloat(float* target, const unsigned char* source, std::uint64_t count
     }
 }
 
+void HalfToFloat(float* target, const unsigned char* source, std::uint64_t count)
+{
+    if (!target || !source)
+        return;
+    if (count < keys::kShortestRun)
+        PlainHalfToFloat(target, source, count);
+    else
+        HWY_DYNAMIC_DISPATCH(ConvertRun)(target, source, count);
+}
+
 }  // namespace vela::vlgim
+#endif

@@ -9,4 +9,7 @@ namespace vela::vlgim {
 /// nothing.
 void HalfToFloat(float* target, const unsigned char* source, std::uint64_t count);
 
+/// The same half by half, whatever the machine has.
+void PlainHalfToFloat(float* target, const unsigned char* source, std::uint64_t count);
+
 }  // namespace vela::vlgim

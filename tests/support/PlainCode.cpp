@@ -1,0 +1,25 @@
+// With VLGIM_TEST_PLAIN=1 a test program runs on the plain code alone, as on a machine without wide instructions.
+
+#include <keys/WideCodecs.h>
+
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include <cstdlib>
+
+namespace {
+
+class PlainCode : public testing::Environment {
+    // Before the first test, as the choice is made once.
+    void SetUp() override
+    {
+        if (!std::getenv("VLGIM_TEST_PLAIN"))
+            return;
+        hwy::DisableTargets(~std::int64_t{0});
+        ASSERT_EQ(vela::vlgim::keys::WideCodecs(), nullptr) << "the compiler's own baseline is wide";
+    }
+};
+
+const testing::Environment* const g_plainCode = testing::AddGlobalTestEnvironment(new PlainCode);
+
+}  // namespace
