@@ -201,7 +201,9 @@ void FillKeyData(io::BlockReader& in, io::ArrayBlock& plan, const KeyDataForm& f
     clip.m_keyTimes =
         isShared ? std::make_shared<vlKeyTimes>(keys::TimesFrom(shared.run, shared.count)) : nullptr;
     clip.m_keys = std::move(keys);
-    std::fill(std::begin(clip.m_boneKeyTimes), std::end(clip.m_boneKeyTimes), nullptr);
+    for (auto& times : clip.m_boneKeyTimes)
+        if (times)  // a new clip has none, and 255 stores are a thirtieth of its time
+            times = nullptr;
     std::fill(std::begin(clip.m_boneKeyCounts), std::end(clip.m_boneKeyCounts), std::uint16_t{0});
     WalkBones(in, plan, form, shared,
               [&](unsigned bone, const MeasuredTimes& times, const keys::MeasuredKeys& block) {

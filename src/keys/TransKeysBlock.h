@@ -17,9 +17,7 @@ namespace vela::vlgim::keys {
 struct MeasuredComponent {
     const KeyForm* form;
     std::uint32_t count;  ///< records, and keys
-    io::ArrayBlock::Slot<float> slot{};
-
-    std::uint64_t Size() const { return std::uint64_t{count} * form->recordSize; }
+    io::ArrayBlock::Slot<float> slot;
 };
 
 /// A block that has been measured: it lies in the file image, whole, and its arrays are planned.
@@ -30,28 +28,32 @@ struct MeasuredKeys {
     const unsigned char* records;  ///< in the file image, of all three
 };
 
-/// Passes over a block. What it gives is of use only where `in` has not failed. Its runs are taken as one, which is
-/// a third of the time: a file is measured channel by channel before anything of it is read.
+/// Passes over a block. What it gives is of use only where `in` has not failed. Its runs are taken as one, and nothing
+/// is set twice: a file is measured channel by channel before anything of it is read, and half of that time is saved.
 inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, unsigned short keyCount,
                                 unsigned char compressFlags)
 {
-    MeasuredKeys block{};
     const unsigned char* const head = in.Take(4, 1);
     if (!head)
-        return block;
-    block.keyCount = keyCount;
+        return {};
+    MeasuredKeys block;
     block.posKeyed = head[0];
     block.rotKeyed = head[1];
     block.scaleKeyed = head[2];
     block.rotOrder = head[3];
-    block.pos = {&PositionForm(), ComponentKeys(block.posKeyed, keyCount)};
-    block.rot = {&RotationForm(block.rotOrder, compressFlags), ComponentKeys(block.rotKeyed, keyCount)};
-    block.scale = {&ScaleForm(compressFlags), ComponentKeys(block.scaleKeyed, keyCount)};
+    block.keyCount = keyCount;
+    const auto measure = [&](MeasuredComponent& component, const KeyForm& form, unsigned char keyed) {
+        component.form = &form;
+        component.count = ComponentKeys(keyed, keyCount);
+        component.slot = arrays.Plan<float>(std::uint64_t{component.count} * form.width);
+        return std::uint64_t{component.count} * form.recordSize;
+    };
     // Counts of 16 bits and records of 16 bytes: no sum can wrap.
-    const std::uint64_t size = block.pos.Size() + block.rot.Size() + block.scale.Size();
+    const std::uint64_t size =
+        measure(block.pos, PositionForm(), block.posKeyed) +
+        measure(block.rot, RotationForm(block.rotOrder, compressFlags), block.rotKeyed) +
+        measure(block.scale, ScaleForm(compressFlags), block.scaleKeyed);
     block.records = in.Take(size, 1);
-    for (MeasuredComponent* component : {&block.pos, &block.rot, &block.scale})
-        component->slot = arrays.Plan<float>(std::uint64_t{component->count} * component->form->width);
     return block;
 }
 

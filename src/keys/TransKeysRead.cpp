@@ -16,7 +16,7 @@ void Decode(const MeasuredComponent& component, const io::ArrayBlock& arrays, co
     }
     keys = arrays.Array(component.slot);
     component.form->decode(records, component.count, keys.get());
-    records += component.Size();
+    records += std::size_t{component.count} * component.form->recordSize;
 }
 
 }  // namespace
