@@ -1,5 +1,5 @@
-// Each instruction set that the machine has against the plain code, on bits: over a stride of the inputs, or with
-// VLGIM_TEST_WHOLE=1 over the whole of them, which takes minutes.
+// Each instruction set that the machine has against the plain code, on bits: over a stride of the inputs, or
+// with VLGIM_TEST_WHOLE=1 over the whole of them, which takes minutes.
 
 #include <keys/KeyCodecs.h>
 #include <keys/WideCodecs.h>
@@ -196,7 +196,8 @@ TEST(WideCodecs, HalvesConvertAsTheTablesSay)
 
 TEST(WideCodecs, HalfRotationsDecodeAsPlainOnes)
 {
-    // What the guard tells apart: lengths close to its limits, zeros, infinities, NaNs of both kinds, subnormals.
+    // What the guard tells apart: lengths close to its limits, zeros, infinities, NaNs of both kinds,
+    // subnormals.
     Bytes records =
         BytesOf(Fours<std::uint16_t>({0, 0x8000, 1, 0x83FF, 0x3800, 0xB7FF, 0x3801, 0x37CC, 0x3C00, 0xBBFF,
                                       0x3BCC, 0x7BFF, 0x7C00, 0xFC00, 0x7C01, 0xFE00}));

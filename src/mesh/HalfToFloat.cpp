@@ -1,10 +1,11 @@
 #include "mesh/HalfToFloat.h"
 
+#include "keys/WideTargets.h"
+
 #include <bit>
 #include <cstring>
 
 // Compiled once for each instruction set, by including itself.
-#define HWY_DISABLED_TARGETS HWY_SSSE3
 #define HWY_TARGET_INCLUDE "mesh/HalfToFloat.cpp"
 #include <hwy/foreach_target.h>
 
@@ -17,7 +18,7 @@ void ConvertRun(float* target, const unsigned char* source, std::uint64_t count)
 {
 #if VLGIM_HAS_VECTORS
     namespace wide = keys::HWY_NAMESPACE;
-    wide::ForBlocks<wide::Halves<wide::NanRule::kOne>>(wide::Widest(), source, count, target);
+    wide::ConvertHalves<wide::NanRule::kOne>(source, count, target);
 #else
     PlainHalfToFloat(target, source, count);
 #endif
