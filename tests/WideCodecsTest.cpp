@@ -115,7 +115,9 @@ void ExpectSameDecoded(const Codec& codec, const Bytes& records)
 {
     const testing::ScopedTrace trace(__FILE__, __LINE__, codec.name);
     const std::size_t count = records.size() / codec.recordSize;
-    std::vector<float> expected(count * codec.width), keys(expected.size());
+    static std::vector<float> expected, keys;  // pages that are new to a process cost more than the check
+    expected.resize(count * codec.width);
+    keys.resize(expected.size());
     (kPlainCodecs.*codec.decode)(records.data(), count, expected.data());
     ForEachTarget([&](const RunCodecs& wide) {
         (wide.*codec.decode)(records.data(), count, keys.data());
@@ -128,11 +130,14 @@ void ExpectSameEncoded(const Codec& codec, const std::vector<float>& keys)
 {
     const testing::ScopedTrace trace(__FILE__, __LINE__, codec.name);
     const std::size_t count = keys.size() / codec.width;
-    std::vector<float> plainKeys = keys;
-    Bytes expected(count * codec.recordSize), records(expected.size());
+    static std::vector<float> plainKeys, wideKeys;
+    static Bytes expected, records;
+    plainKeys = keys;
+    expected.resize(count * codec.recordSize);
+    records.resize(expected.size());
     (kPlainCodecs.*codec.encode)(plainKeys.data(), count, expected.data());
     ForEachTarget([&](const RunCodecs& wide) {
-        std::vector<float> wideKeys = keys;
+        wideKeys = keys;
         (wide.*codec.encode)(wideKeys.data(), count, records.data());
         ExpectSame(records, expected, codec.recordSize, keys.data(), 4 * codec.width);
         ExpectSame(wideKeys, plainKeys, 4 * codec.width, keys.data(), 4 * codec.width);
