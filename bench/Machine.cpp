@@ -1,5 +1,7 @@
 #include "Machine.h"
 
+#include <keys/InstructionSets.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -25,15 +27,8 @@ std::string HugePages()
 
 const char* InstructionSet()
 {
-#ifdef __x86_64__
-    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-        __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
-        __builtin_cpu_supports("avx512vl"))
-        return "AVX-512";
-    if (__builtin_cpu_supports("avx2"))
-        return "AVX2";
-#endif
-    return "baseline";
+    constexpr const char* kNames[] = {"baseline", "SSE4", "AVX2", "AVX-512"};
+    return kNames[static_cast<int>(keys::BestInstructionSet())];
 }
 
 }  // namespace

@@ -7,12 +7,6 @@ install(DIRECTORY include/vlgim DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY services/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vlgim/services FILES_MATCHING PATTERN "*.h"
   PATTERN "XmlScan.h" EXCLUDE)
 
-# Who links a static library links what it uses.
-if(NOT BUILD_SHARED_LIBS)
-  set(vlgim_find_private "find_dependency(hwy)")
-  set(pc_requires_private libhwy)
-endif()
-
 configure_package_config_file(cmake/vlgimConfig.cmake.in vlgimConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/vlgim)
 write_basic_package_version_file(vlgimConfigVersion.cmake COMPATIBILITY SameMinorVersion)

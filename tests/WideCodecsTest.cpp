@@ -1,6 +1,7 @@
 // Each instruction set that the machine has against the plain code, on bits: over a stride of the inputs, or
 // with VLGIM_TEST_WHOLE=1 over the whole of them, which takes minutes.
 
+#include <keys/InstructionSets.h>
 #include <keys/KeyCodecs.h>
 #include <keys/WideCodecs.h>
 #include <mesh/HalfToFloat.h>
@@ -8,7 +9,6 @@
 #include <geomath/HalfTables.h>
 
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 
 #include <algorithm>
 #include <array>
@@ -20,6 +20,7 @@
 #include <functional>
 #include <limits>
 #include <random>
+#include <utility>
 #include <vector>
 
 using namespace vela::vlgim;
@@ -50,44 +51,22 @@ const Codec kHalves4{"half rotations", 8, 4, &RunCodecs::encodeHalfRotations,
 const Codec kHalves3{"half vectors", 6, 3, &RunCodecs::encodeHalfVectors3, &RunCodecs::decodeHalfVectors3};
 const Codec kCodecs[] = {kPacked32, kPacked48, kHalves4, kHalves3};
 
-struct Target {
-    std::int64_t target;
-    const RunCodecs* codecs;
-};
-
-// Asked for once: a virtual machine takes long to tell what its processor has.
-const std::vector<Target>& Targets()
+// Runs a check on each instruction set that the machine has.
+void ForEachSet(const std::function<void(const RunCodecs&)>& check)
 {
-    static const std::vector<Target> targets = [] {
-        std::vector<Target> found;
-        for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-            hwy::SetSupportedTargetsForTest(target);
-            if (const RunCodecs* wide = WideCodecs())
-                found.push_back({target, wide});
-        }
-        hwy::SetSupportedTargetsForTest(0);
-        return found;
-    }();
-    return targets;
-}
-
-void ForEachTarget(const std::function<void(const RunCodecs&)>& check)
-{
-    for (const auto& [target, codecs] : Targets()) {
-        const testing::ScopedTrace trace(__FILE__, __LINE__, hwy::TargetName(target));
-        check(*codecs);
+    const InstructionSet best = BestInstructionSet();
+    for (const auto& [set, name] :
+         {std::pair(InstructionSet::kSse4, "SSE4"), std::pair(InstructionSet::kAvx2, "AVX2"),
+          std::pair(InstructionSet::kAvx512, "AVX-512")}) {
+        if (set > best)
+            break;
+        const testing::ScopedTrace trace(__FILE__, __LINE__, name);
+        HoldTo(set);
+        const RunCodecs* const wide = WideCodecs();
+        ASSERT_NE(wide, nullptr);
+        check(*wide);
     }
-}
-
-// With HalfToFloat, which chooses on each call.
-void ForEachDispatch(const std::function<void()>& check)
-{
-    for (const auto& [target, codecs] : Targets()) {
-        const testing::ScopedTrace trace(__FILE__, __LINE__, hwy::TargetName(target));
-        hwy::SetSupportedTargetsForTest(target);
-        check();
-    }
-    hwy::SetSupportedTargetsForTest(0);
+    HoldTo(best);
 }
 
 // Compares items of `size` bytes; counts those that differ and shows the input of the first.
@@ -119,7 +98,7 @@ void ExpectSameDecoded(const Codec& codec, const Bytes& records)
     expected.resize(count * codec.width);
     keys.resize(expected.size());
     (kPlainCodecs.*codec.decode)(records.data(), count, expected.data());
-    ForEachTarget([&](const RunCodecs& wide) {
+    ForEachSet([&](const RunCodecs& wide) {
         (wide.*codec.decode)(records.data(), count, keys.data());
         ExpectSame(keys, expected, 4 * codec.width, records.data(), codec.recordSize);
     });
@@ -136,7 +115,7 @@ void ExpectSameEncoded(const Codec& codec, const std::vector<float>& keys)
     expected.resize(count * codec.recordSize);
     records.resize(expected.size());
     (kPlainCodecs.*codec.encode)(plainKeys.data(), count, expected.data());
-    ForEachTarget([&](const RunCodecs& wide) {
+    ForEachSet([&](const RunCodecs& wide) {
         wideKeys = keys;
         (wide.*codec.encode)(wideKeys.data(), count, records.data());
         ExpectSame(records, expected, codec.recordSize, keys.data(), 4 * codec.width);
@@ -222,11 +201,11 @@ TEST(WideCodecs, HalvesConvertAsTheTablesSay)
     ExpectSame(singles, one, 4, records.data(), 2);
     HalfToFloat(nullptr, records.data(), 65536);
     HalfToFloat(singles.data(), nullptr, 65536);
-    ForEachDispatch([&] {
+    ForEachSet([&](const RunCodecs&) {
         HalfToFloat(singles.data(), records.data(), 65536);
         ExpectSame(singles, one, 4, records.data(), 2);
     });
-    ForEachTarget([&](const RunCodecs& wide) {
+    ForEachSet([&](const RunCodecs& wide) {
         wide.decodeHalfVectors3(records.data(), 65536 / 3, singles.data());
         std::copy_n(kept.end() - 1, 1, singles.end() - 1);
         ExpectSame(singles, kept, 4, records.data(), 2);
@@ -305,7 +284,7 @@ TEST(WideCodecs, RunsOfAnyLengthStayInside)
                 return std::array{decoded, BytesOf(keys), records};
             };
             const auto plain = run(kPlainCodecs);
-            ForEachTarget([&](const RunCodecs& wide) {
+            ForEachSet([&](const RunCodecs& wide) {
                 EXPECT_TRUE(run(count < kShortestRun ? kPlainCodecs : wide) == plain) << count << " keys";
             });
         }
@@ -316,6 +295,7 @@ TEST(WideCodecs, RunsOfAnyLengthStayInside)
             convert(vertices.data() + 17, noise.data() + 1, count);
             return BytesOf(vertices);
         };
-        ForEachDispatch([&] { EXPECT_TRUE(run(HalfToFloat) == run(PlainHalfToFloat)) << count; });
+        ForEachSet(
+            [&](const RunCodecs&) { EXPECT_TRUE(run(HalfToFloat) == run(PlainHalfToFloat)) << count; });
     }
 }

@@ -1,5 +1,6 @@
 #include "keys/WideCodecs.h"
 
+#include "keys/InstructionSets.h"
 #include "keys/PackedGrid.h"
 #include "keys/WideTargets.h"
 
@@ -437,11 +438,11 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace vela::vlgim::keys {
 
-HWY_EXPORT(Codecs);
-
 const RunCodecs* WideCodecs()
 {
-    return HWY_DYNAMIC_DISPATCH(Codecs)();
+    using Choice = const RunCodecs* (*)();
+    return BestOf<Choice>(HWY_CHOOSE_AVX3(Codecs), HWY_CHOOSE_AVX2(Codecs), HWY_CHOOSE_SSE4(Codecs),
+                          HWY_STATIC_DISPATCH(Codecs))();
 }
 
 }  // namespace vela::vlgim::keys

@@ -1,5 +1,6 @@
 #include "mesh/HalfToFloat.h"
 
+#include "keys/InstructionSets.h"
 #include "keys/WideTargets.h"
 
 #include <bit>
@@ -29,8 +30,6 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace vela::vlgim {
-
-HWY_EXPORT(ConvertRun);
 
 namespace {
 
@@ -65,7 +64,9 @@ void HalfToFloat(float* target, const unsigned char* source, std::uint64_t count
     if (count < keys::kShortestRun)
         PlainHalfToFloat(target, source, count);
     else
-        HWY_DYNAMIC_DISPATCH(ConvertRun)(target, source, count);
+        keys::BestOf<decltype(&PlainHalfToFloat)>(HWY_CHOOSE_AVX3(ConvertRun), HWY_CHOOSE_AVX2(ConvertRun),
+                                                  HWY_CHOOSE_SSE4(ConvertRun),
+                                                  HWY_STATIC_DISPATCH(ConvertRun))(target, source, count);
 }
 
 }  // namespace vela::vlgim

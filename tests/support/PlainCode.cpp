@@ -1,9 +1,9 @@
 // With VLGIM_TEST_PLAIN=1 a test program runs on the plain code alone, as on a machine without wide instructions.
 
+#include <keys/InstructionSets.h>
 #include <keys/WideCodecs.h>
 
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 
 #include <cstdlib>
 
@@ -15,7 +15,7 @@ class PlainCode : public testing::Environment {
     {
         if (!std::getenv("VLGIM_TEST_PLAIN"))
             return;
-        hwy::DisableTargets(~std::int64_t{0});
+        vela::vlgim::keys::HoldTo(vela::vlgim::keys::InstructionSet::kBase);
         ASSERT_EQ(vela::vlgim::keys::WideCodecs(), nullptr) << "the compiler's own baseline is wide";
     }
 };
