@@ -23,6 +23,7 @@ void AddMeshRows(Rows& rows);
 void AddKeyRows(Rows& rows);
 void AddAnimRows(Rows& rows);
 void AddWriteRows(Rows& rows);
+void AddLimitRows(Rows& rows);
 void AddLinearRows(Rows& rows);
 
 /// Measures all rows and prints each as soon as it is known: as a table, or as JSON, one object a line, with

@@ -25,6 +25,7 @@ int main(int argc, char** argv)
     bench::AddKeyRows(rows);
     bench::AddAnimRows(rows);
     bench::AddWriteRows(rows);
+    bench::AddLimitRows(rows);
     bench::AddLinearRows(rows);
     std::erase_if(rows, [&](const bench::Row& row) { return row.work.find(filter) == std::string::npos; });
     if (rows.empty()) {

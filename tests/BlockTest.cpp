@@ -2,6 +2,7 @@
 
 #include "io/ArrayBlock.h"
 #include "io/BlockReader.h"
+#include "io/BlockWriter.h"
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,35 @@ TEST(BlockReader, MemoryIsInProportion)
     EXPECT_TRUE(once.Spend((14U << 20) + 8 * 64 - 64) && !once.Spend(1)) << "and not a byte less";
     EXPECT_FALSE(in.Spend(1));
     EXPECT_EQ(std::tuple(in.WhyRefused().needed, in.WhyRefused().left), std::tuple(1U, 0U));
+}
+
+TEST(BlockWriter, PiecesComeOutInOrderAndPlacesCanBePatched)
+{
+    // Runs around the size of a piece, each behind a few bytes that begin one.
+    constexpr std::size_t kPiece = 256U << 10;
+    for (const std::size_t run :
+         {std::size_t{3}, kPiece - 7, kPiece - 6, kPiece - 5, kPiece, 2 * kPiece + 1}) {
+        test::Bytes values(run);
+        for (std::size_t i = 0; i < run; ++i)
+            values[i] = static_cast<unsigned char>(i * 31 % 251);
+        test::Bytes expected{0xEE};
+        const test::Bytes written = test::Written([&](std::FILE* stream) {
+            std::fputc(0xEE, stream);
+            BlockWriter out(stream, 1);
+            for (int round = 0; round < 3; ++round) {
+                const std::uint64_t place = out.Position();
+                EXPECT_EQ(place, expected.size());
+                out.Value(std::uint32_t{0});
+                out.Value(std::uint16_t{0x0201});
+                out.Run(values.data(), values.size());
+                out.Patch(place, 0x44332211);
+                expected.insert(expected.end(), {0x11, 0x22, 0x33, 0x44, 1, 2});
+                expected.insert(expected.end(), values.begin(), values.end());
+                std::fseek(stream, 0, SEEK_END);
+            }
+        });
+        EXPECT_TRUE(written == expected) << run;
+    }
 }
 
 TEST(ArrayBlock, ArraysAreAlignedApartAndKeepTheBlockAlive)

@@ -75,19 +75,18 @@ private:
         m_used += size;
     }
 
-    // Fills the piece up, and hands over the whole ones of a large run from where they lie.
+    // A run that is larger than a piece goes from where it lies. Any other fills the piece up, so that the next one
+    // begins at a page of the file again, which is a fifth of the time on some disks.
     void PutThrough(const unsigned char* bytes, std::size_t size)
     {
-        const std::size_t fitting = kCapacity - m_used;
+        const std::size_t fitting = size < kCapacity ? kCapacity - m_used : 0;
         std::memcpy(m_buffer.get() + m_used, bytes, fitting);
-        m_used = kCapacity;
+        m_used += fitting;
         Flush();
-        bytes += fitting;
-        size -= fitting;
-        const std::size_t whole = size - size % kCapacity;
-        HandOver(bytes, whole);
-        m_used = size - whole;
-        std::memcpy(m_buffer.get(), bytes + whole, m_used);
+        if (size >= kCapacity)
+            return HandOver(bytes, size);
+        m_used = size - fitting;
+        std::memcpy(m_buffer.get(), bytes + fitting, m_used);
     }
 
     void HandOver(const unsigned char* bytes, std::size_t size)
