@@ -93,6 +93,7 @@ TEST(BlockWriter, PiecesComeOutInOrderAndPlacesCanBePatched)
                 out.Value(std::uint16_t{0x0201});
                 out.Run(values.data(), values.size());
                 out.Patch(place, 0x44332211);
+                EXPECT_EQ(std::ftell(stream), static_cast<long>(place + 4)) << run;
                 expected.insert(expected.end(), {0x11, 0x22, 0x33, 0x44, 1, 2});
                 expected.insert(expected.end(), values.begin(), values.end());
                 std::fseek(stream, 0, SEEK_END);
@@ -120,6 +121,17 @@ TEST(ArrayBlock, ArraysAreAlignedApartAndKeepTheBlockAlive)
     shorts[0] = shorts[1] = shorts[2] = 0xFFFF;
     shorts = nullptr;
     EXPECT_EQ(doubles[0] + doubles[1], 3.0);
+}
+
+TEST(ArrayBlock, CountsWhatIsAskedOfTheSystem)
+{
+    // Just below 1 MiB the counts of the owners make it one that takes 4 MiB.
+    ArrayBlock block;
+    block.Plan<char>((1U << 20) - 16);
+    BlockReader in = Reader(kBytes);
+    ASSERT_TRUE(block.IsAffordable(in) && block.Allocate(in));
+    EXPECT_FALSE(in.Affords((10U << 20) + 512));
+    EXPECT_EQ(in.WhyRefused().left, (10U << 20) + 512 - 64);
 }
 
 TEST(ArrayBlock, RefusesWhatPassesTheBudget)

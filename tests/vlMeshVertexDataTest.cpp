@@ -130,7 +130,6 @@ TEST(vlMeshVertexData, PackModeOneHoldsHalves)
     EXPECT_EQ(Written(singles.mesh), kBlock);
 }
 
-// But for NaN as the table says, which is held against IEEE 754 on its own.
 TEST(vlMeshVertexData, DataFlagZeroEndsTheBlock)
 {
     Bytes block(kBlock.begin(), kBlock.begin() + kPositionsAt);

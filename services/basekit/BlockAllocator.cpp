@@ -1,3 +1,4 @@
+#include <basekit/AddressSanitizer.h>
 #include <basekit/BlockAllocator.h>
 
 #include <atomic>
@@ -18,14 +19,24 @@ constexpr std::size_t kLeastFresh = std::size_t{128} << 10;
 // From here on zeroing one huge page is cheaper than to take the faults of the small ones.
 constexpr std::size_t kLeastHuge = std::size_t{1} << 20;
 
-// Below that, so many blocks are asked about: then the process has its memory, and to ask about two blocks is a quarter
-// of the time that a mesh of 131 KB takes from its path.
+// Of smaller blocks the system is asked about the first of a process. By then it has its memory, and to ask about two
+// blocks takes a quarter of the time in which a mesh of 131 KB comes from its path.
 constexpr unsigned kBlocksAskedAbout = 32;
 std::atomic<unsigned> askedAbout;
 
-std::uintptr_t RoundDown(std::uintptr_t address, std::size_t unit)
+// Linux 5.14 brought it; older systems refuse it, and older headers do not name it.
+constexpr int kPopulateForWriting = 23;
+
+// Blocks that end where the sanitizer sees it.
+#ifdef VLGIM_ADDRESS_SANITIZER
+constexpr bool kIsPlain = true;
+#else
+constexpr bool kIsPlain = false;
+#endif
+
+std::size_t RoundDown(std::size_t size, std::size_t unit)
 {
-    return address & ~(unit - 1);
+    return size & ~(unit - 1);
 }
 
 std::size_t RoundUp(std::size_t size, std::size_t unit)
@@ -33,29 +44,35 @@ std::size_t RoundUp(std::size_t size, std::size_t unit)
     return RoundDown(size + unit - 1, unit);
 }
 
-bool IsResident(std::uintptr_t page)
+// The first address from here on that is a multiple of the unit.
+unsigned char* AlignUp(void* memory, std::size_t unit)
 {
-    unsigned char resident = 0;
-    return ::mincore(reinterpret_cast<void*>(page), kPage, &resident) == 0 && (resident & 1) != 0;
+    const auto address = reinterpret_cast<std::uintptr_t>(memory);
+    return static_cast<unsigned char*>(memory) + (RoundUp(address, unit) - address);
 }
 
-// Puts the pages of a block in place if they are not. A first load of 144 KB takes half the time, one of 29 MB on
-// huge pages a tenth. Where the system knows better or does not know how, nothing is lost but the call.
-void ReadyPages(void* block, std::size_t bytes)
+bool IsResident(unsigned char* page)
 {
-    const auto start = reinterpret_cast<std::uintptr_t>(block);
-    const std::uintptr_t first = RoundUp(start, kPage);
-    const std::uintptr_t behind = RoundDown(start + bytes, kPage);
-    if (IsResident(behind - kPage))
+    unsigned char resident = 0;
+    return ::mincore(page, kPage, &resident) == 0 && (resident & 1) != 0;
+}
+
+// Puts the pages of a block in place if they are not. A first load of 144 KB takes four fifths of the time, one of 29 MB
+// on huge pages a twentieth. Where the system knows better or does not know how, nothing is lost but the call.
+void ReadyPages(unsigned char* block, std::size_t bytes)
+{
+    unsigned char* const first = AlignUp(block, kPage);
+    const std::size_t size = RoundDown(bytes - static_cast<std::size_t>(first - block), kPage);
+    if (IsResident(first + size - kPage))
         return;
     if (bytes >= kLeastHuge) {
-        ::madvise(block, RoundUp(bytes, kHugePage), MADV_HUGEPAGE);
-        *static_cast<volatile unsigned char*>(block) = 0;
+        ::madvise(first, RoundUp(bytes, kHugePage), MADV_HUGEPAGE);
+        *static_cast<volatile unsigned char*>(first) = 0;
         // One touch has brought more than its own page: the others come as huge ones, best at the copy.
         if (IsResident(first + kPage))
             return;
     }
-    ::madvise(reinterpret_cast<void*>(first), behind - first, MADV_POPULATE_WRITE);
+    ::madvise(first, size, kPopulateForWriting);
 }
 
 }  // namespace
@@ -69,14 +86,15 @@ std::size_t BlockFootprint(std::size_t bytes)
 
 void* AllocateBlock(std::size_t bytes)
 {
+    if (kIsPlain)
+        return ::operator new(bytes);
     void* const memory = ::operator new(BlockFootprint(bytes));
     if (bytes < kLeastHuge) {
         if (bytes >= kLeastFresh && askedAbout.fetch_add(1, std::memory_order_relaxed) < kBlocksAskedAbout)
-            ReadyPages(memory, bytes);
+            ReadyPages(static_cast<unsigned char*>(memory), bytes);
         return memory;
     }
-    auto* const block =
-        reinterpret_cast<unsigned char*>(RoundUp(reinterpret_cast<std::uintptr_t>(memory), kHugePage));
+    unsigned char* const block = AlignUp(memory, kHugePage);
     ReadyPages(block, bytes);
     std::memcpy(block + bytes, &memory, sizeof memory);  // for the way back
     return block;
@@ -84,7 +102,7 @@ void* AllocateBlock(std::size_t bytes)
 
 void FreeBlock(void* block, std::size_t bytes) noexcept
 {
-    if (bytes >= kLeastHuge)
+    if (!kIsPlain && bytes >= kLeastHuge)
         std::memcpy(&block, static_cast<unsigned char*>(block) + bytes, sizeof block);
     ::operator delete(block);
 }

@@ -10,16 +10,17 @@ namespace kit {
 
 /// Memory from operator new, not initialised, 16-byte aligned. Throws std::bad_alloc.
 ///
-/// Blocks of 128 KiB and more that are fresh from the system come with their pages in place, since a page that is
-/// touched first inside a copy costs more than the copy; blocks of 1 MiB and more lie on huge pages of their own
-/// where the system has them, with up to 4 MiB of addresses around them that nobody touches. Memory that the
-/// process has used before comes as it is.
+/// Memory that is fresh from the system is made ready, since a page that is touched first inside a copy costs more than
+/// the copy. Blocks of 1 MiB and more lie on huge pages of their own where the system has them, of which the last may
+/// be filled in part alone, with up to 2 MiB of addresses around them that nobody touches; where it has none, and for
+/// the first blocks of a process from 128 KiB on, all pages are in place. Memory that the process has used before
+/// comes as it is.
 VLGIM_API void* AllocateBlock(std::size_t bytes);
 
 /// Frees what AllocateBlock gave for as many bytes.
 VLGIM_API void FreeBlock(void* block, std::size_t bytes) noexcept;
 
-/// What AllocateBlock takes up, at most.
+/// What AllocateBlock asks of operator new: more than the bytes from 1 MiB on.
 VLGIM_API std::size_t BlockFootprint(std::size_t bytes);
 
 /// Allocates blocks, and leaves new elements uninitialised: large ones would be zeroed only to be overwritten.

@@ -12,7 +12,7 @@ namespace vlio {
 
 /// Writes one file, or a set of files that belong together, so that each appears whole or not at all.
 ///
-/// Every file is written as a new sibling of its target: ".vlgim-" and a random number, in the target's
+/// Every file is written as a new sibling of its target: ".vlgim-" and a number of its own, in the target's
 /// folder. Commit renames the siblings over their targets once all are written and checked; until then every
 /// old file is whole, and without Commit nothing has happened. A process that is killed leaves such a sibling
 /// behind, which is never in the way of a later save.
@@ -32,7 +32,8 @@ public:
     ~FileWriter();
 
     /// Adds a file to the set.
-    /// Returns a stream at position 0, open for binary writing and seeking, without a buffer, which the FileWriter owns and
+    /// Returns a stream at position 0, open for binary writing and seeking, without a buffer
+    /// (each piece that is written is a system call), which the FileWriter owns and
     /// closes at the next Open, at Commit or at its own end. Null where path can't be replaced, with the
     /// reason in OpenError: the folder is missing, a folder has this name, the file is write-protected (for
     /// root too), or the set has this file already (EEXIST, which is logged).

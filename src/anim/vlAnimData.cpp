@@ -166,16 +166,13 @@ bool vlAnimData::ReadClips(io::BlockReader& in)
             m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
             clips::Measure(in, arrays, m_version, *m_clips[i]);
         }
-        if (in.Failed()) {
+        if (!arrays.IsAffordable(in)) {
             LogDamage(in, "clip " + std::to_string(i) + ": ");
             return false;
         }
     }
-    in.Enter("clips");
-    if (!arrays.Allocate(in)) {
-        LogDamage(in, "");
-        return false;
-    }
+    if (!arrays.Allocate(in))
+        return false;  // which the last clip has asked
     for (const auto& clip : m_clips)
         clips::Fill(again, plan, arrays, m_version, kHeaderSize, *clip);
     return true;

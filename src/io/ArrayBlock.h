@@ -2,19 +2,12 @@
 
 #include "BlockReader.h"
 
+#include <basekit/AddressSanitizer.h>
 #include <basekit/BlockAllocator.h>
 
 #include <cstdint>
 #include <memory>
 #include <new>
-
-#if defined(__SANITIZE_ADDRESS__)
-#define VLGIM_SEPARATE_ARRAYS 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define VLGIM_SEPARATE_ARRAYS 1
-#endif
-#endif
 
 namespace vela::vlgim::io {
 
@@ -46,15 +39,18 @@ public:
         return slot;
     }
 
-    /// Allocates what was planned, within the budget of the file that is read: false, and `in` has failed,
-    /// where that does not allow it. Throws std::bad_alloc where the system does not.
+    /// Whether the budget of the file that is read allows for what has been planned; where not, `in` has failed.
+    bool IsAffordable(BlockReader& in) const { return in.Affords(Footprint()); }
+
+    /// Allocates what was planned: false, and `in` has failed, where the budget of the file does not allow it.
+    /// Throws std::bad_alloc where the system does not.
     bool Allocate(BlockReader& in)
     {
-        if (!in.Spend(kit::BlockFootprint(m_size)))
+        if (!in.Spend(Footprint()))
             return false;
         if (m_size > PTRDIFF_MAX)
             throw std::bad_alloc();
-#ifndef VLGIM_SEPARATE_ARRAYS
+#ifndef VLGIM_ADDRESS_SANITIZER
         // One more chunk, so that an empty array at the end has an address inside the block.
         m_block = std::allocate_shared_for_overwrite<Chunk[]>(kit::BlockAllocator<Chunk>(),
                                                               m_size / sizeof(Chunk) + 1);
@@ -66,7 +62,7 @@ public:
     template <class T>
     std::shared_ptr<T[]> Array(Slot<T> slot) const
     {
-#ifdef VLGIM_SEPARATE_ARRAYS
+#ifdef VLGIM_ADDRESS_SANITIZER
         // Not make_shared, which pads the array with bytes that the sanitizer takes for the array's own.
         return std::shared_ptr<T[]>(new T[static_cast<std::size_t>(slot.count)]);
 #else
@@ -78,6 +74,13 @@ private:
     struct alignas(16) Chunk {
         unsigned char bytes[16];
     };
+
+    // With the chunk at its end and the counts of its owners.
+    std::uint64_t Footprint() const
+    {
+        constexpr std::uint64_t kAround = 8 * sizeof(Chunk);
+        return m_size > PTRDIFF_MAX ? m_size : kit::BlockFootprint(m_size + kAround);
+    }
 
     std::uint64_t m_size = 0;
     std::shared_ptr<Chunk[]> m_block;

@@ -119,16 +119,20 @@ public:
         return {text, strnlen(text, 32)};
     }
 
-    /// Asks for memory before it is allocated; false and failed where the file has no right to so much. Each call
-    /// stands for an allocation, whose bookkeeping counts too: files can ask for many that are small.
+    /// False and failed where the file has no right to so much memory more.
+    bool Affords(std::uint64_t bytes)
+    {
+        if (!Failed() && bytes > Budget() - m_spent)
+            Refuse(bytes, Budget() - m_spent);
+        return !Failed();
+    }
+
+    /// Asks for memory before it is allocated; false and failed where the file can't afford it. Each call stands
+    /// for an allocation, whose bookkeeping counts too: files can ask for many that are small.
     bool Spend(std::uint64_t bytes)
     {
-        if (Failed())
+        if (!Affords(bytes))
             return false;
-        if (bytes > Budget() - m_spent) {
-            Refuse(bytes, Budget() - m_spent);
-            return false;
-        }
         m_spent += std::min(bytes + kBookkeeping, Budget() - m_spent);
         return true;
     }

@@ -51,16 +51,17 @@ public:
     /// In bytes from the start of the stream.
     std::uint64_t Position() const { return m_handedOver + m_used; }
 
-    /// Leaves the stream behind the value, not where it was, if it has been handed over: the last thing to be written.
-    /// Does nothing where the stream can't go there.
+    /// Replaces a value, as the last thing to be written: the stream is left behind the value. What has been handed
+    /// over stays as it is where the stream can't go there.
     void Patch(std::uint64_t position, std::uint32_t value)
     {
-        if (position >= m_handedOver) {
+        const bool gathered = position >= m_handedOver;
+        if (gathered)
             std::memcpy(m_buffer.get() + (position - m_handedOver), &value, sizeof value);
-            return;
-        }
         Flush();
-        if (fseeko(m_stream, static_cast<off_t>(position), SEEK_SET) == 0)
+        if (gathered)
+            fseeko(m_stream, static_cast<off_t>(position + sizeof value), SEEK_SET);
+        else if (fseeko(m_stream, static_cast<off_t>(position), SEEK_SET) == 0)
             std::fwrite(&value, sizeof value, 1, m_stream);
     }
 

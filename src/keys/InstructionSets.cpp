@@ -11,7 +11,7 @@ namespace vela::vlgim::keys {
 
 namespace {
 
-std::atomic<InstructionSet> most = InstructionSet::kAvx512;
+std::atomic<InstructionSet> allowed = InstructionSet::kAvx512;
 
 #if defined(__x86_64__)
 // What Highway lets the compiler use for each, and that the system saves the registers.
@@ -45,12 +45,12 @@ InstructionSet BestInstructionSet()
 {
     // Asked for once: a virtual machine takes long to tell.
     static const InstructionSet best = OfThisMachine();
-    return std::min(best, most.load(std::memory_order_relaxed));
+    return std::min(best, allowed.load(std::memory_order_relaxed));
 }
 
-void HoldTo(InstructionSet set)
+void HoldTo(InstructionSet most)
 {
-    most = set;
+    allowed = most;
 }
 
 }  // namespace vela::vlgim::keys

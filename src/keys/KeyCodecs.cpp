@@ -49,8 +49,7 @@ Words Pack48(const Codes& codes)
             static_cast<std::uint16_t>(codes.c)};
 }
 
-// Selections instead of branches from here on: the tag changes from key to key, and a compiler can widen the
-// loops.
+// Selections instead of branches from here on: the tag changes from key to key, which no processor foresees.
 
 template <std::uint32_t kLargestCode>
 float FromCode(std::uint32_t code)
@@ -150,8 +149,6 @@ void Store(const Record& record, void* records, std::uint64_t index)
 {
     std::memcpy(static_cast<unsigned char*>(records) + index * sizeof record, &record, sizeof record);
 }
-
-// Field by field: copies of whole structs are what compilers do not widen.
 
 _Rotation<float> KeyAt(const float* keys, std::uint64_t index)
 {

@@ -45,12 +45,14 @@ bool HalvesConstant(const void* records, std::uint64_t count)
 
 }  // namespace
 
-const KeyForm kSingles3{12, 3, CopyFloats<3>, nullptr, nullptr, true, true};
-const KeyForm kSingles4{16, 4, CopyFloats<4>, nullptr, nullptr, true, true};
-const KeyForm kHalves3{6, 3, DecodeHalfVectors3, EncodeHalfVectors3, HalvesConstant<3>, false, false};
-const KeyForm kHalves4{8, 4, DecodeHalfRotations, EncodeHalfRotations, HalvesConstant<4>, true, false};
-const KeyForm kPacked32{4, 4, DecodeRotations32, EncodeRotations32, RecordsConstant<4>, true, true};
-const KeyForm kPacked48{6, 4, DecodeRotations48, EncodeRotations48, RecordsConstant<6>, true, true};
+constinit const KeyForm kSingles3{12, 3, CopyFloats<3>, nullptr, nullptr, true, true};
+constinit const KeyForm kSingles4{16, 4, CopyFloats<4>, nullptr, nullptr, true, true};
+constinit const KeyForm kHalves3{6,     3,    DecodeHalfVectors3, EncodeHalfVectors3, HalvesConstant<3>,
+                                 false, false};
+constinit const KeyForm kHalves4{8,    4,    DecodeHalfRotations, EncodeHalfRotations, HalvesConstant<4>,
+                                 true, false};
+constinit const KeyForm kPacked32{4, 4, DecodeRotations32, EncodeRotations32, RecordsConstant<4>, true, true};
+constinit const KeyForm kPacked48{6, 4, DecodeRotations48, EncodeRotations48, RecordsConstant<6>, true, true};
 
 bool Near(float a, float b)
 {

@@ -127,7 +127,7 @@ HWY_INLINE hn::Vec<D> SinglesByArithmetic(D d, V16 halves)
 }
 
 // Whether vectors of halves are converted by an instruction.
-constexpr bool kConvertsHalves = HWY_TARGET != HWY_SSE4;
+constexpr bool kConvertsHalves = HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3;
 
 // The fast way, which gets NaNs wrong: the hardware makes signalling ones quiet.
 template <class D, class V16>
