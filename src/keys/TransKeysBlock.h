@@ -49,10 +49,9 @@ inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, uns
         return std::uint64_t{component.count} * form.recordSize;
     };
     // Counts of 16 bits and records of 16 bytes: no sum can wrap.
-    const std::uint64_t size =
-        measure(block.pos, PositionForm(), block.posKeyed) +
-        measure(block.rot, RotationForm(block.rotOrder, compressFlags), block.rotKeyed) +
-        measure(block.scale, ScaleForm(compressFlags), block.scaleKeyed);
+    std::uint64_t size = measure(block.pos, PositionForm(), block.posKeyed);
+    size += measure(block.rot, RotationForm(block.rotOrder, compressFlags), block.rotKeyed);
+    size += measure(block.scale, ScaleForm(compressFlags), block.scaleKeyed);
     block.records = in.Take(size, 1);
     return block;
 }
