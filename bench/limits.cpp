@@ -128,9 +128,10 @@ void AddLimitRows(Rows& rows)
     add("the channel objects of a clip, made and dropped", "F(mem)", ClipObjects);
     add("one clip 200 times", "F(mem)", [] { return ClipsInCache(200); });
     add("half of 12 MB read, all written", "F(mem)", [] { return ReadHalfWriteAll(12'000'000); });
-    for (const auto& [name, place] : {std::pair("tmpfs", Place::kTmpfs), std::pair("disk", Place::kDisk)}) {
-        const auto addWrite = [&, place = place](const std::string& work, std::size_t size, auto write) {
-            add(work + ", " + name, "F(write)", [=] { return Writing(size, place, write); });
+    for (const Place place : {Place::kTmpfs, Place::kDisk}) {
+        const auto addWrite = [&](const std::string& work, std::size_t size, auto write) {
+            add(work + (place == Place::kTmpfs ? ", tmpfs" : ", disk"), "F(write)",
+                [=] { return Writing(size, place, write); });
         };
         addWrite("26 MB from 42 bytes off", k26MB * kVertexBytes, WriteUnaligned);
         addWrite("131 KB with lstat and rename", k131KB * kVertexBytes, WriteSibling);
