@@ -17,7 +17,7 @@ namespace kit {
 /// comes as it is.
 VLGIM_API void* AllocateBlock(std::size_t bytes);
 
-/// Frees what AllocateBlock gave for as many bytes.
+/// Frees what AllocateBlock gave, which is never null, for the same number of bytes.
 VLGIM_API void FreeBlock(void* block, std::size_t bytes) noexcept;
 
 /// What AllocateBlock asks of operator new: more than the bytes from 1 MiB on.

@@ -32,9 +32,9 @@ public:
     ~FileWriter();
 
     /// Adds a file to the set.
-    /// Returns a stream at position 0, open for binary writing and seeking, without a buffer
-    /// (each piece that is written is a system call), which the FileWriter owns and
-    /// closes at the next Open, at Commit or at its own end. Null where path can't be replaced, with the
+    /// Returns a stream at position 0, open for binary writing and seeking, which the FileWriter owns and closes
+    /// at the next Open, at Commit or at its own end. It has no buffer: each piece that is written is a system
+    /// call, so pieces should be large, or come through setvbuf. Null where path can't be replaced, with the
     /// reason in OpenError: the folder is missing, a folder has this name, the file is write-protected (for
     /// root too), or the set has this file already (EEXIST, which is logged).
     std::FILE* Open(const char* path);

@@ -172,7 +172,7 @@ bool vlAnimData::ReadClips(io::BlockReader& in)
         }
     }
     if (!arrays.Allocate(in))
-        return false;  // which the last clip has asked
+        return false;  // never: the budget was asked with the last clip, and has not changed
     for (const auto& clip : m_clips)
         clips::Fill(again, plan, arrays, m_version, kHeaderSize, *clip);
     return true;
