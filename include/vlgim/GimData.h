@@ -83,7 +83,6 @@ private:
     bool LoadMaterialGroupInfo();
     bool LoadSubMeshInfo();
     std::string MeshObstacle() const;
-    std::string MaterialPath(const char* path, const char* basePath) const;
 };
 
 }  // namespace vela::vlgim

@@ -21,6 +21,9 @@ namespace io {
 class BlockReader;
 class BlockWriter;
 }  // namespace io
+namespace check {
+struct Inside;
+}
 
 /// One skeletal animation file (.gis): a skeleton and a list of clips. The clips lie in the file itself or,
 /// with m_async, in side files: of path/hero.gis, clip "walk" is path/hero_gis/walk.gis. (The folder's name
@@ -119,18 +122,22 @@ public:
     void ConvertFromDelta();
 
 private:
+    friend struct check::Inside;
+
     bool IsSuitable(const unsigned char* data, std::int32_t length) const;
     bool ReadVersion(const unsigned char* data, std::uint32_t length);
     static const unsigned char* ReadFile_Version2(const unsigned char*) { return nullptr; }
     static const unsigned char* ReadFile_Version3(const unsigned char*) { return nullptr; }
     static const unsigned char* ReadFile_Version4(const unsigned char*) { return nullptr; }
     bool ReadFile_Version5(io::BlockReader& in);
+    void ReadHead(io::BlockReader& in);
     void ReadBonesData(io::BlockReader& in);
     bool ReadClips(io::BlockReader& in);
     bool ReadSideFiles(io::BlockReader& in);
     bool ReadSideFile(const std::string& path, std::size_t slot, io::BlockReader& load, bool isNew);
 
     int WriteFile(std::FILE* stream, const ClipOpener& openClip);
+    void WriteHead(io::BlockWriter& out) const;
     void WriteAnimationHeader(io::BlockWriter& out) const;
     void WriteBonesData(io::BlockWriter& out) const;
     int WriteSideFiles(io::BlockWriter& out, const ClipOpener& openClip);

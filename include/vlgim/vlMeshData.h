@@ -23,6 +23,9 @@ namespace io {
 class BlockReader;
 class BlockWriter;
 }  // namespace io
+namespace check {
+struct Inside;
+}
 class vlDataShareTable;
 struct BlockList;
 
@@ -123,6 +126,8 @@ public:
     void GetSubVBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const;
 
 private:
+    friend struct check::Inside;
+
     bool Read(io::BlockReader& in);
     bool ReadBlocks(io::BlockReader& in);
     void ReadMeshHeader(io::BlockReader& in);

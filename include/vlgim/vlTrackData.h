@@ -15,6 +15,9 @@ namespace io {
 class BlockReader;
 class BlockWriter;
 }  // namespace io
+namespace check {
+struct Inside;
+}
 
 /// A named set of transform channels on one time axis: key k of every channel is at time k. It is a file of
 /// its own, and a block inside of mesh files and clips.
@@ -76,6 +79,8 @@ public:
     void WriteData(std::FILE* stream);
 
 private:
+    friend struct check::Inside;
+
     static bool IsValidTrackFile(const void* data, std::size_t size);
     bool ReadFile(io::BlockReader& in);
     void WriteFile(std::FILE* stream);

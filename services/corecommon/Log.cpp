@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace vela {
 
@@ -27,6 +28,22 @@ struct Sink {
 constinit std::mutex sinkMutex;
 constinit Sink currentSink;
 
+}  // namespace
+
+// Hands a message to the innermost sink of this thread; false if it has none.
+struct ThreadLog {
+    static constinit inline thread_local ThreadLogSink* innermost = nullptr;
+
+    static bool Take(LogLevel level, const char* text)
+    {
+        if (innermost && innermost->m_sink)
+            innermost->m_sink(level, text, innermost->m_user);
+        return innermost != nullptr;
+    }
+};
+
+namespace {
+
 void Log(LogLevel level, const char* format, std::va_list args)
 {
     std::va_list again;
@@ -38,6 +55,8 @@ void Log(LogLevel level, const char* format, std::va_list args)
     std::string text(static_cast<std::size_t>(length), '\0');
     std::vsnprintf(text.data(), text.size() + 1, format, args);
 
+    if (ThreadLog::Take(level, text.c_str()))
+        return;
     Sink sink;
     {
         const std::lock_guard lock(sinkMutex);
@@ -53,6 +72,16 @@ void SetLogSink(LogSink sink, void* user)
 {
     const std::lock_guard lock(sinkMutex);
     currentSink = sink ? Sink{sink, user} : Sink{};
+}
+
+ThreadLogSink::ThreadLogSink(LogSink sink, void* user)
+    : m_sink(sink), m_user(user), m_outer(std::exchange(ThreadLog::innermost, this))
+{
+}
+
+ThreadLogSink::~ThreadLogSink()
+{
+    ThreadLog::innermost = m_outer;
 }
 
 void LogError(const char* format, ...)

@@ -15,6 +15,24 @@ using LogSink = void (*)(LogLevel level, const char* text, void* user);
 /// message that another thread is logging meanwhile may still reach the sink before.
 VLGIM_API void SetLogSink(LogSink sink, void* user);
 
+/// While it lives, the messages that this thread logs go to a sink of their own, whatever SetLogSink has set: for who
+/// works on several files at once and has to tell whose a message is. Scopes nest, on the thread that made them.
+class VLGIM_API ThreadLogSink {
+public:
+    /// sink  null drops the messages
+    ThreadLogSink(LogSink sink, void* user);
+    ThreadLogSink(const ThreadLogSink&) = delete;
+    ThreadLogSink& operator=(const ThreadLogSink&) = delete;
+    ~ThreadLogSink();
+
+private:
+    friend struct ThreadLog;
+
+    LogSink m_sink;
+    void* m_user;
+    ThreadLogSink* m_outer;
+};
+
 /// Logs a printf-style message. Nothing is added to it: no level, no prefix, no newline.
 VLGIM_API void LogError(const char* format, ...) __attribute__((format(printf, 1, 2)));
 VLGIM_API void LogWarning(const char* format, ...) __attribute__((format(printf, 1, 2)));

@@ -25,7 +25,7 @@ std::string_view TextOf(const Bytes& bytes)
 // Fills a new document. The scan goes first: some of what it refuses would keep the parser busy for hours.
 int ParseInto(tinyxml2::XMLDocument& document, std::string_view text)
 {
-    const int refusal = ScanXml(text);
+    const int refusal = ScanXml(text).error;
     if (refusal != 0 && refusal != XML_REFUSED_MARKUP)
         return refusal;
     if (const int error = document.Parse(text.data(), text.size()))

@@ -64,15 +64,18 @@ std::size_t EntityLength(std::string_view text)
 
 class Scanner {
 public:
-    explicit Scanner(std::string_view text) : m_left(text) {}
+    Scanner(std::string_view text, std::vector<std::size_t>* startTags)
+        : m_text(text), m_left(text), m_startTags(startTags)
+    {
+    }
 
-    int Run()
+    XmlScan Run()
     {
         SkipSpace();
         Take("\xEF\xBB\xBF");
         while (Node()) {
         }
-        return m_result;
+        return {m_result, Here()};
     }
 
 private:
@@ -85,6 +88,8 @@ private:
     // The bytes of the "&#" at the start of text that the parser replaces, 1 where it leaves it alone, 0
     // where the scan ends.
     std::size_t ReferenceLength(std::string_view text);
+
+    std::size_t Here() const { return m_text.size() - m_left.size(); }
 
     bool Stop(int result)
     {
@@ -129,7 +134,8 @@ private:
         return true;
     }
 
-    std::string_view m_left;
+    std::string_view m_text, m_left;
+    std::vector<std::size_t>* m_startTags;
     std::ptrdiff_t m_depth = 0;
     int m_openReferences = 0;
     int m_result = 0;
@@ -161,10 +167,13 @@ bool Scanner::Node()
 
 bool Scanner::Tag()
 {
+    const std::size_t start = Here() - 1;
     SkipSpace();
     const bool isEnd = Take("/");
     if (!TakeName())
         return Stop(XML_REFUSED_MARKUP);
+    if (m_startTags && !isEnd)
+        m_startTags->push_back(start);
     for (int attributes = 0;; ++attributes) {
         SkipSpace();
         if (m_left.empty())
@@ -254,13 +263,13 @@ std::size_t Scanner::ReferenceLength(std::string_view text)
 
 }  // namespace
 
-int ScanXml(std::string_view text)
+XmlScan ScanXml(std::string_view text, std::vector<std::size_t>* startTags)
 {
     // The parser's document ends at the first NUL; padding is harmless.
     const std::size_t end = text.find('\0');
     if (end != std::string_view::npos && text.find_first_not_of('\0', end) != std::string_view::npos)
-        return XML_REFUSED_NUL;
-    return Scanner(text.substr(0, end)).Run();
+        return {XML_REFUSED_NUL, end};
+    return Scanner(text.substr(0, end), startTags).Run();
 }
 
 }  // namespace vlio

@@ -108,6 +108,17 @@ bool vlAnimData::IsSuitable(const unsigned char* data, std::int32_t length) cons
 
 bool vlAnimData::ReadFile_Version5(io::BlockReader& in)
 {
+    ReadHead(in);
+    if (in.Failed()) {
+        LogDamage(in, "");
+        return false;
+    }
+    return m_async == 0 ? ReadClips(in) : ReadSideFiles(in);
+}
+
+// Everything ahead of the clips, of which there are as many as they are counted, all null.
+void vlAnimData::ReadHead(io::BlockReader& in)
+{
     in.Enter("clip count");
     const auto clipCount = in.Value<std::uint16_t>();
     in.Spend(clipCount * sizeof m_clips[0]);
@@ -119,12 +130,8 @@ bool vlAnimData::ReadFile_Version5(io::BlockReader& in)
             in.Take(1,
                     sizeof(std::uint32_t));  // the size of a base info record, which has only ever been one
     }
-    if (in.Failed()) {
-        LogDamage(in, "");
-        return false;
-    }
-    m_clips.resize(clipCount);
-    return m_async == 0 ? ReadClips(in) : ReadSideFiles(in);
+    if (!in.Failed())
+        m_clips.resize(clipCount);
 }
 
 void vlAnimData::ReadBonesData(io::BlockReader& in)

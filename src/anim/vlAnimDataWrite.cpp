@@ -144,17 +144,28 @@ int vlAnimData::WriteFile(std::FILE* stream, const ClipOpener& openClip)
     if (m_isDelta)
         LogWarning("skeletal animation %s is written with deltas, which no file tells", m_path.c_str());
     io::BlockWriter out(stream);
-    WriteAnimationHeader(out);
-    out.Value(static_cast<std::uint16_t>(m_clips.size()));
-    if (m_version >= kSkeleton) {
-        WriteBonesData(out);
-        out.Value(m_async);
-    }
+    WriteHead(out);
     if (m_async != 0)
         return m_version >= kSideFiles ? WriteSideFiles(out, openClip) : 0;
     for (const auto& clip : m_clips)
         clips::Write(out, m_version, *clip);
     return 0;
+}
+
+// Everything of the file that is no clip's own: the base info of clips in side files included.
+void vlAnimData::WriteHead(io::BlockWriter& out) const
+{
+    WriteAnimationHeader(out);
+    out.Value(static_cast<std::uint16_t>(m_clips.size()));
+    if (m_version < kSkeleton)
+        return;
+    WriteBonesData(out);
+    out.Value(m_async);
+    if (m_async == 0 || m_version < kSideFiles)
+        return;
+    out.Value(clips::kBaseInfoSize);
+    for (const auto& clip : m_clips)
+        clips::WriteBaseInfo(out, *clip);
 }
 
 void vlAnimData::WriteAnimationHeader(io::BlockWriter& out) const
@@ -170,12 +181,9 @@ void vlAnimData::WriteBonesData(io::BlockWriter& out) const
     out.Run(m_boneTrans.get(), m_boneCount);
 }
 
-// The base info of all clips comes first: opening a side file ends the stream of a set's file before it.
+// The file itself is whole by now, and handed over: opening a side file ends the stream of a set's file before it.
 int vlAnimData::WriteSideFiles(io::BlockWriter& out, const ClipOpener& openClip)
 {
-    out.Value(clips::kBaseInfoSize);
-    for (const auto& clip : m_clips)
-        clips::WriteBaseInfo(out, *clip);
     out.Flush();
     const std::string folder = anim::SideFolder(m_path).value_or("");
     for (const auto& clip : m_clips) {

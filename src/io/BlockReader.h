@@ -1,5 +1,7 @@
 #pragma once
 
+#include "BlockMap.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -13,11 +15,14 @@ namespace vela::vlgim::io {
 
 /// Why a file was refused: at byte `offset` of it, `block` needed more than there was.
 struct Refusal {
+    enum Kind { kBytes, kMostOf, kMemory };  // what there was too little of; of a count: it passed its limit
+
     const char* block = nullptr;  ///< null: nothing was refused
     std::uint64_t offset = 0;     ///< from the first byte of the file
     std::uint64_t needed = 0;     ///< bytes, or the value that passed a limit
     std::uint64_t left = 0;       ///< bytes up to the end, or the limit
     std::int64_t number = -1;     ///< of the block, counted from 0, where there are several of the name
+    Kind kind = kMostOf;
 };
 
 /// "bone 5 at byte 99 needs 16, and 3 is left": for the log.
@@ -66,18 +71,41 @@ public:
     {
         m_block = block;
         m_number = number;
+        if (m_tracing.map && !Failed())  // the last place is where it failed
+            m_tracing.map->Enter(block, number, m_offset);
     }
 
     /// Moves to a byte of the file. An offset outside of it is refused by the next read.
-    void Seek(std::uint64_t offset) { m_offset = offset; }
+    void Seek(std::uint64_t offset)
+    {
+        if (m_tracing.map)
+            m_tracing.map->End(m_offset);
+        m_offset = offset;
+    }
+
+    /// Notes in `map`, from here on, where each block lies; the map outlives the reader.
+    void Trace(BlockMap& map)
+    {
+        m_tracing.map = &map;
+        map.Enter(m_block, m_number, m_offset);
+    }
+
+    /// Keeps the budget below `bytes`, whatever the file has a right to.
+    void LimitMemory(std::uint64_t bytes) { m_limit = bytes; }
+
+    /// Whether the limit has refused what the file has a right to.
+    bool HitLimit() const { return m_hitLimit; }
+
+    /// Bytes that were asked for, with their bookkeeping.
+    std::uint64_t Spent() const { return m_spent; }
 
     /// The next count * size bytes, or null.
     const unsigned char* Take(std::uint64_t count, std::uint64_t size)
     {
         // Dividing keeps the file's count out of any sum or product that could wrap.
         if (!Failed() && (m_offset > m_size || count > (m_size - m_offset) / size))
-            Refuse(count > UINT64_MAX / size ? UINT64_MAX : count * size,
-                   m_offset > m_size ? 0 : m_size - m_offset);
+            RefuseAt(m_offset, count > UINT64_MAX / size ? UINT64_MAX : count * size,
+                     m_offset > m_size ? 0 : m_size - m_offset, Refusal::kBytes);
         if (Failed())
             return nullptr;
         const unsigned char* run = m_start + m_offset;
@@ -122,8 +150,11 @@ public:
     /// False and failed where the file has no right to so much memory more.
     bool Affords(std::uint64_t bytes)
     {
-        if (!Failed() && bytes > Budget() - m_spent)
-            Refuse(bytes, Budget() - m_spent);
+        const std::uint64_t left = Budget() - m_spent;
+        if (!Failed() && bytes > left) {
+            m_hitLimit = m_limit < FileBudget() && bytes <= FileBudget() - m_spent;
+            RefuseAt(m_offset, bytes, left, Refusal::kMemory);
+        }
         return !Failed();
     }
 
@@ -147,10 +178,11 @@ public:
     }
 
     /// Fails at a byte that asks for `needed` where only `limit` is allowed.
-    void RefuseAt(std::uint64_t offset, std::uint64_t needed, std::uint64_t limit)
+    void RefuseAt(std::uint64_t offset, std::uint64_t needed, std::uint64_t limit,
+                  Refusal::Kind kind = Refusal::kMostOf)
     {
         if (!Failed())
-            m_refusal = {m_block, offset, needed, limit, m_number};
+            m_refusal = {m_block, offset, needed, limit, m_number, kind};
     }
 
     /// The same at the current byte.
@@ -177,18 +209,33 @@ private:
         return end > data ? static_cast<std::uint64_t>(end - data) : 0;
     }
 
-    std::uint64_t Budget() const
+    std::uint64_t Budget() const { return std::max(std::min(FileBudget(), m_limit), m_spent); }
+
+    // What all files together have a right to.
+    std::uint64_t FileBudget() const
     {
         return m_imageBytes > (UINT64_MAX - kMemoryBase) / kMemoryPerByte
                    ? UINT64_MAX
                    : m_imageBytes * kMemoryPerByte + kMemoryBase;
     }
 
+    // A copy goes over bytes that were noted before.
+    struct Tracing {
+        BlockMap* map = nullptr;
+
+        Tracing() = default;
+        Tracing(const Tracing&) {}
+        Tracing& operator=(const Tracing&) = delete;
+    };
+
     const unsigned char* m_start;
     std::uint64_t m_size;
     std::uint64_t m_imageBytes = m_size;  // of all files that allow for memory
     std::uint64_t m_offset = 0;
     std::uint64_t m_spent = 0;
+    std::uint64_t m_limit = UINT64_MAX;
+    bool m_hitLimit = false;
+    Tracing m_tracing;
     const char* m_block;
     std::int64_t m_number = -1;
     Refusal m_refusal;

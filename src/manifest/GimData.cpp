@@ -1,5 +1,7 @@
 #include <vlgim/GimData.h>
 
+#include "Manifest.h"
+
 #include <corecommon/Log.h>
 #include <vlio2/FileStream.h>
 #include <vlio2/FileWriter.h>
@@ -12,8 +14,6 @@
 namespace vela::vlgim {
 
 namespace {
-
-using Elements = std::vector<tinyxml2::XMLElement*>;
 
 template <class T>
 T RecordAt(const std::vector<T>& records, int index)
@@ -41,7 +41,7 @@ int GimData::Load(const char* path, const char* basePath)
     if (ReadMesh(path, basePath) != 0)
         return 1;
 
-    const std::string materialPath = MaterialPath(path, basePath);
+    const std::string materialPath = manifest::MaterialPath(m_gimXml, path, basePath);
     if (m_mtgXml.Load(materialPath.c_str()) == 0)
         LoadMaterialGroupInfo();
     else
@@ -55,26 +55,18 @@ int GimData::Load(const char* path, const char* basePath)
 
 int GimData::ReadMesh(const char* path, const char* basePath)
 {
-    const tinyxml2::XMLElement* root = m_gimXml.GetElement("Vela", nullptr);
-    const char* named = root ? root->Attribute("Mesh") : nullptr;
-    m_meshPath = named ? vlio::FormatPath(named) : vlio::ReplaceFileExtension(path, ".mesh");
-
-    const tinyxml2::XMLElement* list = m_gimXml.FindElement("Vela/SubMesh", nullptr);
-    if (!list) {
+    m_meshPath = manifest::MeshPath(m_gimXml, path, nullptr);
+    if (!m_gimXml.FindElement("Vela/SubMesh", nullptr)) {
         LogError("No Vela SubMesh element in gim file.\n");
         return 1;
     }
-    Elements submeshes;
-    m_gimXml.GetChildElementList(submeshes, list, nullptr);
-    if (submeshes.empty()) {
+    // The mesh file does not say how many submeshes it has, and can't be read without it.
+    m_mesh.m_submeshCount = static_cast<std::uint32_t>(manifest::Submeshes(m_gimXml).size());
+    if (m_mesh.m_submeshCount == 0) {
         LogError("SubMesh list is empty.\n");
         return 1;
     }
-    // The mesh file does not say how many submeshes it has, and can't be read without it.
-    m_mesh.m_submeshCount = static_cast<std::uint32_t>(submeshes.size());
-
-    if (basePath && vlio::IsRelativePath(m_meshPath.c_str()))
-        m_meshPath = basePath + m_meshPath;
+    m_meshPath = manifest::MeshPath(m_gimXml, path, basePath);
     vlio::Bytes bytes;
     if (!vlio::FileStream::ReadAllBinary(m_meshPath.c_str(), bytes, vlio::FILE_SYSTEM_MODEL)) {
         LogError("Failed to read file : %s\n", m_meshPath.c_str());
@@ -83,18 +75,9 @@ int GimData::ReadMesh(const char* path, const char* basePath)
     return m_mesh.ReadMeshFile(bytes.data(), bytes.size()) ? 0 : 1;
 }
 
-std::string GimData::MaterialPath(const char* path, const char* basePath) const
-{
-    const tinyxml2::XMLElement* file = m_gimXml.FindElement("Vela/MtgFile", nullptr);
-    const char* named = file ? file->Attribute("MtgPath") : nullptr;
-    return named && basePath ? std::string(basePath) + named : vlio::ReplaceFileExtension(path, ".mtg");
-}
-
 bool GimData::LoadSubMeshInfo()
 {
-    Elements submeshes;
-    m_gimXml.GetChildElementList(submeshes, m_gimXml.FindElement("Vela/SubMesh", nullptr), nullptr);
-    for (const tinyxml2::XMLElement* element : submeshes) {
+    for (const tinyxml2::XMLElement* element : manifest::Submeshes(m_gimXml)) {
         const char* name = element->Attribute("Name");
         const tinyxml2::XMLAttribute* mtlIdx = element->FindAttribute("MtlIdx");
         if (!name || !mtlIdx)
@@ -108,17 +91,14 @@ bool GimData::LoadSubMeshInfo()
 
 bool GimData::LoadMaterialGroupInfo()
 {
-    const tinyxml2::XMLElement* group = m_mtgXml.FindElement("Vela/MaterialGroup", nullptr);
-    if (!group)
+    if (!m_mtgXml.FindElement("Vela/MaterialGroup", nullptr))
         return false;
-    Elements materials;
-    m_mtgXml.GetChildElementList(materials, group, nullptr);
-    for (const tinyxml2::XMLElement* element : materials) {
-        const tinyxml2::XMLElement* table = m_mtgXml.FindElement("Material/ParamTable", element);
+    for (const tinyxml2::XMLElement* element : manifest::Materials(m_mtgXml)) {
+        const tinyxml2::XMLElement* table = manifest::Parameters(m_mtgXml, element);
         if (!table)
             return false;
         MaterialMessage material{element->Name(), {}};
-        Elements params;
+        manifest::Elements params;
         m_mtgXml.GetChildElementList(params, table, nullptr);
         for (const tinyxml2::XMLElement* param : params)
             if (const char* value = param->Attribute("Value"))
@@ -131,13 +111,11 @@ bool GimData::LoadMaterialGroupInfo()
 std::string GimData::MeshObstacle() const
 {
     std::string obstacle = m_mesh.WriteObstacle();
-    Elements submeshes;
-    if (const tinyxml2::XMLElement* list = m_gimXml.FindElement("Vela/SubMesh", nullptr))
-        m_gimXml.GetChildElementList(submeshes, list, nullptr);
+    const std::size_t submeshes = manifest::Submeshes(m_gimXml).size();
     // The manifest alone tells a reader how many submeshes there are: with another number the mesh reads as rubbish.
-    if (obstacle.empty() && !submeshes.empty() && submeshes.size() != m_mesh.m_vertexData->m_subCount)
+    if (obstacle.empty() && submeshes != 0 && submeshes != m_mesh.m_vertexData->m_subCount)
         obstacle = "it has " + std::to_string(m_mesh.m_vertexData->m_subCount) +
-                   " submeshes, and the manifest has " + std::to_string(submeshes.size());
+                   " submeshes, and the manifest has " + std::to_string(submeshes);
     return obstacle;
 }
 
@@ -161,7 +139,8 @@ int GimData::Save(const char* path, const char* basePath)
             return 1;
         m_mesh.WriteMeshFile(stream);
     }
-    if (!m_mtgXml.IsEmpty() && m_mtgXml.Save(MaterialPath(path, basePath).c_str(), files) != 0)
+    if (!m_mtgXml.IsEmpty() &&
+        m_mtgXml.Save(manifest::MaterialPath(m_gimXml, path, basePath).c_str(), files) != 0)
         return 1;
     if (!m_musicXml.IsEmpty() &&
         m_musicXml.Save(vlio::ReplaceFileExtension(path, "_music.ags").c_str(), files) != 0)
@@ -171,9 +150,7 @@ int GimData::Save(const char* path, const char* basePath)
 
 std::string GimData::GetSkeletonName() const
 {
-    const tinyxml2::XMLElement* fileName = m_gimXml.FindElement("Vela/SkeletonFile/FileName", nullptr);
-    const char* name = fileName ? fileName->Attribute("Value") : nullptr;
-    return name ? name : "";
+    return manifest::SkeletonName(m_gimXml);
 }
 
 MaterialMessage GimData::GetMaterial(int index) const

@@ -174,8 +174,8 @@ void vlMeshData::ReadOriginalData(io::BlockReader& in, const BlockList& blocks)
     if (in.Spend(blocks.originalData.size() * objectSize))
         m_originalData.reserve(blocks.originalData.size());
     for (std::size_t i = 0; i < blocks.originalData.size() && !in.Failed(); ++i) {
-        in.Enter("original data", static_cast<std::int64_t>(i));
         in.Seek(blocks.originalData[i]);
+        in.Enter("original data", static_cast<std::int64_t>(i));
         auto data = std::make_shared<vlOriginalData>();
         data->m_type = blocks.originalTypes[i];
         data->Read(in, true);
