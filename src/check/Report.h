@@ -1,0 +1,87 @@
+#pragma once
+
+#include "Codes.h"
+
+#include <vlgim/Findings.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <string>
+
+namespace vela::vlgim::check {
+
+/// Where in a file something was found.
+struct Where {
+    std::string block;
+    std::optional<std::uint64_t> offset;
+    std::uint32_t line = 0, column = 0;
+};
+
+/// The findings of one file.
+class FileReport {
+public:
+    explicit FileReport(std::string path) : m_path(std::move(path)) {}
+
+    /// The first kMost of a code are kept, the others counted.
+    void Add(Code code, const Where& where, const std::string& text);
+
+    /// Whether one more of a code would be kept: its text and place are worth working out.
+    bool Keeps(Code code) const { return m_counts[static_cast<std::size_t>(code)] < kMost; }
+
+    /// Whether anything tells that a save changes the file.
+    bool TellsOfSave() const;
+
+    const std::string& Path() const { return m_path; }
+
+    /// All that was found, with a last one for each code of which there were more.
+    std::vector<Finding> Take();
+
+private:
+    static constexpr std::uint64_t kMost = 20;
+
+    std::string m_path;
+    std::vector<Finding> m_findings;
+    std::array<std::uint64_t, kCodeCount> m_counts{};
+};
+
+/// Bytes that are left of a limit once some are taken.
+inline std::uint64_t Left(std::uint64_t limit, std::uint64_t taken)
+{
+    return limit - std::min(limit, taken);
+}
+
+/// Ends a check, from the callback up to the operation that was called.
+struct Cancelled {};
+
+/// One check with all its files: what was asked, what was found, how much is in memory.
+class Session {
+public:
+    explicit Session(const CheckOptions& options) : m_options(options) {}
+
+    const CheckOptions& Options() const { return m_options; }
+    const char* Base() const { return m_options.base ? m_options.base->c_str() : nullptr; }
+
+    /// Bytes that may be held beside `taken`.
+    std::uint64_t Left(std::uint64_t taken) const { return check::Left(m_options.memoryLimit, taken); }
+
+    /// Begins with a file, whose bytes count as read; the reference holds to the end of the session.
+    FileReport& Begin(const std::string& path, std::uint64_t bytes);
+
+    /// A report of a file that is not read.
+    FileReport& BeginUnread(const std::string& path) { return m_reports.emplace_back(path); }
+
+    /// Says where the check is; throws Cancelled.
+    void Step(const FileReport& report) const;
+
+    CheckResult Finish(bool isCancelled);
+
+private:
+    const CheckOptions& m_options;
+    std::deque<FileReport> m_reports;
+    std::vector<std::string> m_files;
+    std::uint64_t m_bytes = 0;
+};
+
+}  // namespace vela::vlgim::check
