@@ -283,14 +283,30 @@ void SaveModels(const std::filesystem::path& folder)
     }
 }
 
+// All inputs of the other targets, with the number of the target ahead.
+void SaveChecks(const std::filesystem::path& seeds, const std::filesystem::path& corpus)
+{
+    unsigned char number = 0;
+    for (const char* target : {"mesh", "gis", "track", "gim"}) {
+        for (const std::filesystem::path& folder : {seeds / target, corpus / target})
+            for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+                std::ifstream file(entry.path(), std::ios::binary);
+                Bytes input{number};
+                input.insert(input.end(), std::istreambuf_iterator<char>(file), {});
+                Save(seeds / "check", target + entry.path().filename().string(), input);
+            }
+        ++number;
+    }
+}
+
 }  // namespace
 
 }  // namespace vela::vlgim::fuzz
 
 int main(int argc, char** argv)
 {
-    if (argc != 2) {
-        std::cerr << "Usage: fuzz_seeds FOLDER\n";
+    if (argc != 3) {
+        std::cerr << "Usage: fuzz_seeds FOLDER CORPUS\n";
         return 2;
     }
     const std::filesystem::path folder = argv[1];
@@ -298,4 +314,5 @@ int main(int argc, char** argv)
     vela::vlgim::fuzz::SaveAnimations(folder / "gis");
     vela::vlgim::fuzz::SaveTracks(folder / "track");
     vela::vlgim::fuzz::SaveModels(folder / "gim");
+    vela::vlgim::fuzz::SaveChecks(folder, argv[2]);
 }
