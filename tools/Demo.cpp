@@ -1,6 +1,5 @@
-#include "Demo.h"
-
 #include "AnimInfo.h"
+#include "Commands.h"
 #include "Flag.h"
 #include "House.h"
 #include "Info.h"
@@ -142,8 +141,8 @@ bool CheckFit(const std::string& folder)
     return fitting == mesh.m_boneCount;
 }
 
-}  // namespace
-
+// Writes three models and an animated skeleton into folder, loads them, prints them, saves them to folder/copy and
+// compares; then shows the forms of rotation keys. False if any of it failed.
 bool RunDemo(const std::string& folder)
 {
     const std::string copy = folder + "/copy";
@@ -160,6 +159,17 @@ bool RunDemo(const std::string& folder)
         return false;
     std::printf("\n");
     return PrintKeyForms();
+}
+
+}  // namespace
+
+void AddDemo(CLI::App& app, std::function<int()>& run)
+{
+    const auto folder = std::make_shared<std::string>("demo");
+    CLI::App* demo =
+        app.add_subcommand("demo", "Write small models, load them, print them, save copies, compare");
+    demo->add_option("FOLDER", *folder, "Where to write it")->capture_default_str();
+    demo->callback([folder, &run] { run = [folder] { return RunDemo(*folder) ? kClean : kFindings; }; });
 }
 
 }  // namespace vela::vlgim::tools

@@ -1,34 +1,27 @@
 #include "Info.h"
 
 #include "AnimInfo.h"
+#include "Commands.h"
+#include "Load.h"
 #include "MeshInfo.h"
 #include "Print.h"
 
-#include <basekit/StringAlgo.h>
-#include <vlio2/FileStream.h>
-#include <vlio2/Path.h>
-
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 #include <map>
 
 namespace vela::vlgim::tools {
 
 namespace {
 
-// Where a submesh count came from, for a file that does not hold it.
-struct SubmeshCount {
-    std::uint32_t count;
-    std::string source;
-};
-
 // The reader passes over the magic word, so a wrong one is worth a word.
-void PrintHeader(const vlio::Bytes& bytes)
+void PrintHeader(const MeshFile& file)
 {
-    const bool ours = bytes[0] == 0x34 && bytes[1] == 0x80 && bytes[2] == 0xC8 && bytes[3] == 0xBB;
-    Row("file", "%s bytes", Grouped(bytes.size()).c_str());
-    Row("magic", "%02X %02X %02X %02X%s", bytes[0], bytes[1], bytes[2], bytes[3],
-        ours ? "" : ", not that of a mesh");
+    constexpr std::array<unsigned char, 4> ours{0x34, 0x80, 0xC8, 0xBB};
+    Row("file", "%s bytes", Grouped(file.size).c_str());
+    Row("magic", "%02X %02X %02X %02X%s", file.magic[0], file.magic[1], file.magic[2], file.magic[3],
+        file.magic == ours ? "" : ", not that of a mesh");
 }
 
 void PrintMaterials(const std::vector<MaterialMessage>& materials)
@@ -47,88 +40,50 @@ void PrintMaterials(const std::vector<MaterialMessage>& materials)
     }
 }
 
-bool PrintManifest(const std::string& path, const InfoOptions& options)
+void Print(const std::string& path, const GimData& model)
 {
-    GimData model;
-    const int result = model.Load(path.c_str(), options.base ? options.base->c_str() : nullptr);
-    if (result != 0 && result != -1)
-        return false;
-    if (result == -1)
-        std::fprintf(stderr, "%s: a submesh has no name or no material index; the list ends ahead of it\n",
-                     path.c_str());
     PrintModel(path, model);
-    return true;
 }
 
-std::uint32_t CountInManifest(const std::string& path)
+void Print(const std::string& path, const MeshFile& file)
 {
-    vlio::XmlData manifest;
-    std::vector<tinyxml2::XMLElement*> submeshes;
-    if (vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY) && manifest.Load(path.c_str()) == 0)
-        if (const tinyxml2::XMLElement* list = manifest.FindElement("Vela/SubMesh", nullptr))
-            manifest.GetChildElementList(submeshes, list, nullptr);
-    return static_cast<std::uint32_t>(submeshes.size());
-}
-
-std::optional<SubmeshCount> FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes,
-                                             const InfoOptions& options)
-{
-    if (options.submeshes)
-        return SubmeshCount{*options.submeshes, "as given"};
-    const std::string manifest = vlio::ReplaceFileExtension(path.c_str(), ".gim");
-    if (const std::uint32_t count = CountInManifest(manifest))
-        return SubmeshCount{count, "as " + manifest + " says"};
-    const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(bytes.data(), bytes.size());
-    if (fitting.size() == 1)
-        return SubmeshCount{fitting[0], "the one count that fits the file"};
-    std::fprintf(stderr, "%s: the file does not say how many submeshes it has, and %s; use --submeshes N\n",
-                 path.c_str(), fitting.empty() ? "they can't be worked out" : "several counts fit it");
-    return std::nullopt;
-}
-
-bool PrintMeshFile(const std::string& path, const vlio::Bytes& bytes, const InfoOptions& options)
-{
-    const std::optional<SubmeshCount> submeshes = FindSubmeshCount(path, bytes, options);
-    if (!submeshes)
-        return false;
-    vlMeshData mesh;
-    mesh.m_submeshCount = submeshes->count;
-    if (!mesh.ReadMeshFile(bytes.data(), bytes.size()))
-        return false;
     std::printf("%s\n", path.c_str());
-    PrintHeader(bytes);
-    PrintMesh(mesh, submeshes->source, {});
-    return true;
+    PrintHeader(file);
+    PrintMesh(file.mesh, file.countSource, {});
 }
 
-bool PrintAnimationFile(const std::string& path, const InfoOptions& options)
+void Print(const std::string& path, const GisData& skeleton)
 {
-    GisData skeleton;
-    if (skeleton.Load(path.c_str(), options.base ? options.base->c_str() : nullptr) != 0)
-        return false;
     PrintAnimation(path, skeleton);
-    return true;
 }
 
-bool PrintTrackFile(const std::string& path)
+void Print(const std::string& path, const vlTrackData& track)
 {
-    vlTrackData track;
-    if (!track.Load(path.c_str()))
-        return false;
     PrintTrack(path, track);
-    return true;
 }
 
-bool HasExtension(const std::string& path, std::string_view extension)
-{
-    std::string lower = path;
-    kit::StringAlgo::ToLower(lower.data());
-    return lower.ends_with(extension);
+// Whether the file could be read; if not, stderr says why.
+bool PrintFile(const std::string& path, const LoadOptions& options)
+try {
+    const std::optional<LoadedFile> file = LoadFile(path, options);
+    if (file)
+        std::visit([&path](const auto& loaded) { Print(path, *loaded); }, *file);
+    return file.has_value();
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "%s: %s\n", path.c_str(), error.what());
+    return false;
 }
 
-bool StartsWith(const vlio::Bytes& bytes, std::string_view magic)
+int PrintAll(const std::vector<std::string>& files, const LoadOptions& options)
 {
-    return bytes.size() >= magic.size() && std::equal(magic.begin(), magic.end(), bytes.begin());
+    int code = kClean;
+    for (const std::string& file : files) {
+        if (&file != &files.front())
+            std::printf("\n");
+        if (!PrintFile(file, options))
+            code = kFindings;
+    }
+    return code;
 }
 
 }  // namespace
@@ -153,24 +108,17 @@ void PrintModel(const std::string& path, const GimData& model)
     PrintMesh(model.m_mesh, "as the manifest says", model.m_submeshes);
 }
 
-bool PrintFile(const std::string& path, const InfoOptions& options)
+void AddInfo(CLI::App& app, std::function<int()>& run)
 {
-    if (HasExtension(path, ".gim"))
-        return PrintManifest(path, options);
-    if (HasExtension(path, ".gis"))
-        return PrintAnimationFile(path, options);
-    vlio::Bytes bytes;
-    if (!vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_MODEL)) {
-        std::fprintf(stderr, "%s: can't be read\n", path.c_str());
-        return false;
-    }
-    if (HasExtension(path, ".mesh"))
-        return PrintMeshFile(path, bytes, options);
-    if (StartsWith(bytes, "VTRK"))
-        return PrintTrackFile(path);
-    if (StartsWith(bytes, "RGIS"))
-        return PrintAnimationFile(path, options);
-    return PrintManifest(path, options);
+    struct Options {
+        std::vector<std::string> files;
+        LoadOptions load;
+    };
+    const auto options = std::make_shared<Options>();
+    CLI::App* info = app.add_subcommand("info", "Print an account of .gim, .mesh, .gis and track files");
+    info->add_option("FILE", options->files, "Model manifests, meshes, animations, tracks")->required();
+    AddLoadOptions(*info, options->load);
+    info->callback([options, &run] { run = [options] { return PrintAll(options->files, options->load); }; });
 }
 
 }  // namespace vela::vlgim::tools

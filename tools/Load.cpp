@@ -1,0 +1,134 @@
+#include "Load.h"
+
+#include <CLI/CLI.hpp>
+
+#include <basekit/StringAlgo.h>
+#include <vlio2/Path.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace vela::vlgim::tools {
+
+namespace {
+
+const char* Base(const LoadOptions& options)
+{
+    return options.base ? options.base->c_str() : nullptr;
+}
+
+std::optional<LoadedFile> LoadModel(const std::string& path, const LoadOptions& options)
+{
+    auto model = std::make_unique<GimData>();
+    const int result = model->Load(path.c_str(), Base(options));
+    if (result != 0 && result != -1)
+        return std::nullopt;
+    if (result == -1)
+        std::fprintf(stderr, "%s: a submesh has no name or no material index; the list ends ahead of it\n",
+                     path.c_str());
+    return model;
+}
+
+std::optional<LoadedFile> LoadMesh(const std::string& path, const vlio::Bytes& bytes,
+                                   const LoadOptions& options)
+{
+    const std::optional<SubmeshCount> submeshes = FindSubmeshCount(path, bytes, options);
+    if (!submeshes)
+        return std::nullopt;
+    auto file = std::make_unique<MeshFile>();
+    file->mesh.m_submeshCount = submeshes->count;
+    if (!file->mesh.ReadMeshFile(bytes.data(), bytes.size()))
+        return std::nullopt;
+    file->countSource = submeshes->source;
+    file->size = bytes.size();
+    std::copy_n(bytes.begin(), file->magic.size(), file->magic.begin());
+    return file;
+}
+
+std::optional<LoadedFile> LoadAnimation(const std::string& path, const LoadOptions& options)
+{
+    auto skeleton = std::make_unique<GisData>();
+    if (skeleton->Load(path.c_str(), Base(options)) != 0)
+        return std::nullopt;
+    return skeleton;
+}
+
+std::optional<LoadedFile> LoadTrack(const std::string& path)
+{
+    auto track = std::make_unique<vlTrackData>();
+    if (!track->Load(path.c_str()))
+        return std::nullopt;
+    return track;
+}
+
+std::uint32_t CountInManifest(const std::string& path)
+{
+    vlio::XmlData manifest;
+    std::vector<tinyxml2::XMLElement*> submeshes;
+    if (vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY) && manifest.Load(path.c_str()) == 0)
+        if (const tinyxml2::XMLElement* list = manifest.FindElement("Vela/SubMesh", nullptr))
+            manifest.GetChildElementList(submeshes, list, nullptr);
+    return static_cast<std::uint32_t>(submeshes.size());
+}
+
+bool HasExtension(const std::string& path, std::string_view extension)
+{
+    std::string lower = path;
+    kit::StringAlgo::ToLower(lower.data());
+    return lower.ends_with(extension);
+}
+
+bool StartsWith(const vlio::Bytes& bytes, std::string_view magic)
+{
+    return bytes.size() >= magic.size() && std::equal(magic.begin(), magic.end(), bytes.begin());
+}
+
+}  // namespace
+
+void AddLoadOptions(CLI::App& command, LoadOptions& options)
+{
+    command.add_option("--base", options.base,
+                       "Prefix of relative mesh and animation paths and of material group paths");
+    command.add_option(
+        "--submeshes", options.submeshes,
+        "Submesh count of .mesh files, which is not in them; else a .gim beside the file is asked, "
+        "else the one count that fits is taken");
+}
+
+std::optional<SubmeshCount> FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes,
+                                             const LoadOptions& options)
+{
+    if (options.submeshes)
+        return SubmeshCount{*options.submeshes, "as given"};
+    const std::string manifest = vlio::ReplaceFileExtension(path.c_str(), ".gim");
+    if (const std::uint32_t count = CountInManifest(manifest))
+        return SubmeshCount{count, "as " + manifest + " says"};
+    const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(bytes.data(), bytes.size());
+    if (fitting.size() == 1)
+        return SubmeshCount{fitting[0], "the one count that fits the file"};
+    std::fprintf(stderr, "%s: the file does not say how many submeshes it has, and %s; use --submeshes N\n",
+                 path.c_str(), fitting.empty() ? "they can't be worked out" : "several counts fit it");
+    return std::nullopt;
+}
+
+std::optional<LoadedFile> LoadFile(const std::string& path, const LoadOptions& options)
+{
+    if (HasExtension(path, ".gim"))
+        return LoadModel(path, options);
+    if (HasExtension(path, ".gis"))
+        return LoadAnimation(path, options);
+    vlio::Bytes bytes;
+    if (!vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_MODEL)) {
+        std::fprintf(stderr, "%s: can't be read\n", path.c_str());
+        return std::nullopt;
+    }
+    if (HasExtension(path, ".mesh"))
+        return LoadMesh(path, bytes, options);
+    if (StartsWith(bytes, "VTRK"))
+        return LoadTrack(path);
+    if (StartsWith(bytes, "RGIS"))
+        return LoadAnimation(path, options);
+    return LoadModel(path, options);
+}
+
+}  // namespace vela::vlgim::tools
