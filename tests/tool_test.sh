@@ -59,7 +59,7 @@ says err "they can't be worked out; use --submeshes N"
 printf '\143' | dd of=alone/walker.mesh bs=1 seek=16 conv=notrunc status=none # parent of the second bone
 printf '\33' | dd of=alone/walker.mesh bs=1 seek=38 conv=notrunc status=none  # name of the first
 expect 0 info alone/walker.mesh
-for text in '12, root ?ips' 'spine                 99, which does not exist'; do
+for text in '12, root \x1bips' 'spine                 99, which does not exist'; do
     says out "$text"
 done
 {
@@ -103,6 +103,18 @@ says err 'gis file is damaged: '
 expect 0 info door.track
 says out 'name        door'
 says out '1, length 1'
+
+# Any bytes of a name come out as text: shown BYTES TEXT, BYTES being escapes of printf.
+shown() {
+    printf '%b\0' "$1" | dd of=door.track bs=1 seek=10 conv=notrunc status=none
+    expect 0 info door.track
+    grep -qxF "  name        $2" out || fail "the name $1 is not shown as $2"
+}
+shown 'T\0303\0274r \0342\0202\0254 \0360\0237\0232\0252' 'Tür € 🚪'
+shown 'a\0033[2Jb\0177c\0302\0205' 'a\x1b[2Jb\x7fc\xc2\x85' # control characters
+shown '\0271\0303 \0303' '\xb9\xc3 \xc3'                     # no lead, none behind the lead
+shown '\0300\0257\0340\0237\0277' '\xc0\xaf\xe0\x9f\xbf'     # forms that are too long
+shown '\0355\0240\0200\0364\0220\0200\0200' '\xed\xa0\x80\xf4\x90\x80\x80' # surrogate, beyond the last
 
 expect 1 info missing.mesh
 says err 'missing.mesh'

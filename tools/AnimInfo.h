@@ -3,7 +3,6 @@
 #include <vlgim/GisData.h>
 #include <vlgim/vlTrackData.h>
 
-#include <cstdint>
 #include <string>
 
 namespace vela::vlgim::tools {
@@ -13,11 +12,5 @@ void PrintAnimation(const std::string& path, const GisData& skeleton);
 
 /// Prints an account of a track that is loaded already.
 void PrintTrack(const std::string& path, const vlTrackData& track);
-
-/// Whether any component of the channel has a value for each key.
-bool Moves(const vlTransKeysData& channel);
-
-/// Of a track with all its keys.
-std::uint64_t TrackBytesInMemory(const vlTrackData& track);
 
 }  // namespace vela::vlgim::tools

@@ -33,7 +33,7 @@ void PrintMaterials(const std::vector<MaterialMessage>& materials)
                                                         materials[i].params.end());
         std::size_t width = 0;
         for (const auto& [name, value] : sorted)
-            width = std::max(width, name.size());
+            width = std::max(width, Shown(name).size());
         for (const auto& [name, value] : sorted)
             std::printf("          %-*s  %s\n", static_cast<int>(width), Shown(name).c_str(),
                         Shown(value).c_str());
@@ -47,7 +47,7 @@ void Print(const std::string& path, const GimData& model)
 
 void Print(const std::string& path, const MeshFile& file)
 {
-    std::printf("%s\n", path.c_str());
+    std::printf("%s\n", Shown(path).c_str());
     PrintHeader(file);
     PrintMesh(file.mesh, file.countSource, {});
 }
@@ -70,7 +70,7 @@ try {
         std::visit([&path](const auto& loaded) { Print(path, *loaded); }, *file);
     return file.has_value();
 } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s: %s\n", path.c_str(), error.what());
+    std::fprintf(stderr, "%s: %s\n", Shown(path).c_str(), error.what());
     return false;
 }
 
@@ -90,7 +90,7 @@ int PrintAll(const std::vector<std::string>& files, const LoadOptions& options)
 
 void PrintModel(const std::string& path, const GimData& model)
 {
-    std::printf("%s\n", path.c_str());
+    std::printf("%s\n", Shown(path).c_str());
     const std::string skeleton = model.GetSkeletonName();
     Row("mesh", "%s", Shown(model.m_meshPath).c_str());
     Row("skeleton", "%s", skeleton.empty() ? "none" : Shown(skeleton).c_str());

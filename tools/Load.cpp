@@ -1,5 +1,7 @@
 #include "Load.h"
 
+#include "Print.h"
+
 #include <CLI/CLI.hpp>
 
 #include <basekit/StringAlgo.h>
@@ -25,7 +27,7 @@ std::optional<LoadedFile> LoadModel(const std::string& path, const LoadOptions& 
         return std::nullopt;
     if (result == -1)
         std::fprintf(stderr, "%s: a submesh has no name or no material index; the list ends ahead of it\n",
-                     path.c_str());
+                     Shown(path).c_str());
     return model;
 }
 
@@ -102,12 +104,12 @@ std::optional<SubmeshCount> FindSubmeshCount(const std::string& path, const vlio
         return SubmeshCount{*options.submeshes, "as given"};
     const std::string manifest = vlio::ReplaceFileExtension(path.c_str(), ".gim");
     if (const std::uint32_t count = CountInManifest(manifest))
-        return SubmeshCount{count, "as " + manifest + " says"};
+        return SubmeshCount{count, "as " + Shown(manifest) + " says"};
     const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(bytes.data(), bytes.size());
     if (fitting.size() == 1)
         return SubmeshCount{fitting[0], "the one count that fits the file"};
     std::fprintf(stderr, "%s: the file does not say how many submeshes it has, and %s; use --submeshes N\n",
-                 path.c_str(), fitting.empty() ? "they can't be worked out" : "several counts fit it");
+                 Shown(path).c_str(), fitting.empty() ? "they can't be worked out" : "several counts fit it");
     return std::nullopt;
 }
 
@@ -119,7 +121,7 @@ std::optional<LoadedFile> LoadFile(const std::string& path, const LoadOptions& o
         return LoadAnimation(path, options);
     vlio::Bytes bytes;
     if (!vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_MODEL)) {
-        std::fprintf(stderr, "%s: can't be read\n", path.c_str());
+        std::fprintf(stderr, "%s: can't be read\n", Shown(path).c_str());
         return std::nullopt;
     }
     if (HasExtension(path, ".mesh"))

@@ -1,22 +1,15 @@
 #include "MeshInfo.h"
 
-#include "AnimInfo.h"
+#include "AnimFacts.h"
+#include "MeshFacts.h"
 #include "Print.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <limits>
 
 namespace vela::vlgim::tools {
 
 namespace {
-
-using Vector3 = geomath::_Vector3<float>;
-
-constexpr std::uint16_t kNone = 0xFFFF;  // no bone, no parent
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr std::uint32_t kSlots = 4;  // bone references a vertex
 
 std::string Kind(std::uint16_t skeletonFlag)
 {
@@ -26,81 +19,29 @@ std::string Kind(std::uint16_t skeletonFlag)
                              : "skinned mesh without bones, flag " + std::to_string(skeletonFlag);
 }
 
-std::string Attributes(const vlMeshVertexData& mesh)
+std::string Attributes(const vlMeshVertexData& mesh, bool hasColors)
 {
     std::string text = "positions, normals";
     if (mesh.m_tangents)
         text += ", tangents";
     if (mesh.m_uvSetCount)
         text += ", " + std::to_string(mesh.m_uvSetCount) + (mesh.m_uvSetCount == 1 ? " uv set" : " uv sets");
-    const auto hasColors = [](const SubmeshRecord& record) { return record.hasColors != 0; };
-    if (std::any_of(mesh.m_subRecords.get(), mesh.m_subRecords.get() + mesh.m_subCount, hasColors))
-        text += ", colours";
-    return text;
+    return hasColors ? text + ", colours" : text;
 }
 
-std::uint64_t BytesInMemory(const vlMeshVertexData& mesh)
+void PrintBox(const std::optional<Box>& box)
 {
-    const std::uint64_t vertices = mesh.m_vertexCount;
-    const unsigned streams = mesh.m_tangents ? 3 : 2;
-    return mesh.m_subCount * sizeof(SubmeshRecord) +
-           streams * vertices * mesh.m_frameCount * vlMeshVertexData::m_v_sz +
-           std::uint64_t{mesh.m_triangleCount} * vlMeshVertexData::m_tri_sz +
-           mesh.m_uvSetCount * vertices * vlMeshVertexData::m_uv_sz +
-           (mesh.m_colors ? vertices * vlMeshVertexData::m_c_sz : 0);
-}
-
-std::uint64_t BytesInMemory(const vlOriginalData& data)
-{
-    const std::uint64_t vertices = data.m_origVertexCount;
-    return sizeof data + 12 * vertices + 2 * std::uint64_t{data.m_origIndexCount} +
-           4 * std::uint64_t{data.m_origExtraCount} + (data.m_origBones ? 20 * vertices : 0);
-}
-
-// Of all arrays, most of which are the vertices'.
-std::uint64_t BytesInMemory(const vlMeshData& mesh)
-{
-    const vlMeshVertexData& vertices = *mesh.m_vertexData;
-    const std::uint64_t slots = std::uint64_t{kSlots} * vertices.m_vertexCount;
-    std::uint64_t size = BytesInMemory(vertices) + (mesh.m_skeletonFlag ? 6 * slots : 0);
-    size += mesh.m_boneParents.size() * (2 + 32 + 4 + sizeof(geomath::_Matrix<float>));
-    size += mesh.m_boneBounds ? mesh.m_boneParents.size() * sizeof(BoundingInfo) : 0;
-    size += mesh.m_morph ? 4 * (std::uint64_t{mesh.m_morph->m_times.GetKeyCount()} + 1) : 0;
-    for (std::uint32_t i = 0; mesh.m_tracks && i < mesh.m_submeshCount; ++i)
-        size += TrackBytesInMemory(mesh.m_tracks[i]);
-    for (const auto& data : mesh.m_originalData)
-        size += BytesInMemory(*data);
-    return size;
-}
-
-// NaN is in no box, so it moves none.
-void PrintBox(const vlMeshVertexData& mesh)
-{
-    const std::uint64_t count = std::uint64_t{mesh.m_frameCount} * mesh.m_vertexCount;
-    if (count == 0)
+    if (!box)
         return Row("box", "empty");
-    Vector3 low{kInfinity, kInfinity, kInfinity}, high{-kInfinity, -kInfinity, -kInfinity};
-    for (const Vector3* p = mesh.m_positions.get(); p != mesh.m_positions.get() + count; ++p) {
-        low = {std::min(low.x, p->x), std::min(low.y, p->y), std::min(low.z, p->z)};
-        high = {std::max(high.x, p->x), std::max(high.y, p->y), std::max(high.z, p->z)};
-    }
-    Row("box", "(%g, %g, %g) to (%g, %g, %g)", low.x, low.y, low.z, high.x, high.y, high.z);
-}
-
-void PrintBadIndices(const vlMeshVertexData& mesh)
-{
-    const std::uint16_t* indices = mesh.m_indices.get();
-    const auto bad = std::count_if(indices, indices + std::uint64_t{3} * mesh.m_triangleCount,
-                                   [&mesh](std::uint16_t index) { return index >= mesh.m_vertexCount; });
-    if (bad != 0)
-        Row("bad indices", "beyond the last vertex: %td", bad);
+    Row("box", "(%g, %g, %g) to (%g, %g, %g)", box->low.x, box->low.y, box->low.z, box->high.x, box->high.y,
+        box->high.z);
 }
 
 void PrintSubmeshes(const vlMeshVertexData& vertices, const std::vector<SubmeshMessage>& names)
 {
     std::size_t width = 4;
     for (const SubmeshMessage& submesh : names)
-        width = std::max(width, submesh.name.size());
+        width = std::max(width, Shown(submesh.name).size());
     std::printf("\n  %4s  %-*s  %21s  %21s  %7s  %7s\n", "#", static_cast<int>(width), "name", "vertices",
                 "triangles", "uv sets", "colours");
     for (std::uint32_t i = 0; i < vertices.m_subCount; ++i) {
@@ -117,53 +58,22 @@ void PrintSubmeshes(const vlMeshVertexData& vertices, const std::vector<SubmeshM
     }
 }
 
-// What the slots of all vertices come to.
-struct SkinTally {
-    std::uint64_t byInfluences[kSlots + 1] = {};     // vertices with 0 to 4
-    float lowest = kInfinity, highest = -kInfinity;  // sum of a vertex' weights, but for NaN
-    std::uint64_t nanSums = 0;
-    std::uint64_t missingBones = 0;  // slots that refer to a bone that does not exist
-};
-
-// Slots without a bone count for nothing. A mesh without bones refers to those of another.
-SkinTally Tally(const std::vector<std::uint32_t>& bones, const std::vector<float>& weights,
-                std::size_t boneCount)
+void PrintWeights(const SkinFacts& skin)
 {
-    SkinTally tally;
-    for (std::size_t first = 0; first < bones.size(); first += kSlots) {
-        unsigned influences = 0;
-        float sum = 0;
-        for (std::size_t slot = first; slot < first + kSlots; ++slot) {
-            if (bones[slot] == kNone)
-                continue;
-            influences += weights[slot] != 0.0F ? 1 : 0;
-            sum += weights[slot];
-            tally.missingBones += boneCount != 0 && bones[slot] >= boneCount ? 1 : 0;
-        }
-        ++tally.byInfluences[influences];
-        tally.nanSums += std::isnan(sum) ? 1 : 0;
-        tally.lowest = std::min(tally.lowest, sum);  // which a NaN leaves as it is
-        tally.highest = std::max(tally.highest, sum);
-    }
-    return tally;
-}
-
-void PrintWeights(const SkinTally& tally)
-{
-    if (tally.lowest <= tally.highest)
-        Row("weights", "%u a vertex, sums %g to %g", kSlots, tally.lowest, tally.highest);
+    if (skin.HasSums())
+        Row("weights", "%u a vertex, sums %g to %g", kSlots, skin.lowest, skin.highest);
     else
         Row("weights", "%u a vertex, no sums", kSlots);
     std::string influences;
     for (std::size_t i = 0; i <= kSlots; ++i)
-        if (tally.byInfluences[i] != 0)
-            influences += (influences.empty() ? "" : ", ") + Grouped(tally.byInfluences[i]) + " with " +
+        if (skin.byInfluences[i] != 0)
+            influences += (influences.empty() ? "" : ", ") + Grouped(skin.byInfluences[i]) + " with " +
                           std::to_string(i);
     Row("influences", "%s", influences.empty() ? "none" : influences.c_str());
-    if (tally.nanSums != 0)
-        Row("bad weights", "sums that are not a number: %s", Grouped(tally.nanSums).c_str());
-    if (tally.missingBones != 0)
-        Row("bad bones", "references to a bone that does not exist: %s", Grouped(tally.missingBones).c_str());
+    if (skin.nanSums != 0)
+        Row("bad weights", "sums that are not a number: %s", Grouped(skin.nanSums).c_str());
+    if (skin.missingBones != 0)
+        Row("bad bones", "references to a bone that does not exist: %s", Grouped(skin.missingBones).c_str());
 }
 
 std::string NameAt(const std::vector<std::string>& names, std::uint16_t bone)
@@ -182,8 +92,10 @@ std::string Root(const vlMeshData& mesh, const std::vector<std::string>& names)
                                                                   : "root " + NameAt(names, mesh.m_rootBone);
 }
 
-void PrintBones(const vlMeshData& mesh, const std::vector<std::string>& names, const std::vector<bool>& used)
+void PrintBones(const vlMeshData& mesh, const SkinFacts& skin)
 {
+    const std::vector<std::string>& names = skin.boneNames;
+    const std::vector<bool>& used = skin.usedBones;
     Row("used bones", "%td, in a mask of %zu", std::count(used.begin(), used.end(), true), used.size());
     if (names.empty())
         return Row("bones", "none");
@@ -192,24 +104,11 @@ void PrintBones(const vlMeshData& mesh, const std::vector<std::string>& names, c
     std::printf("\n  %4s  %-20s  %-20s  %4s  %7s\n", "#", "bone", "parent", "used", "radius");
     for (std::size_t i = 0; i < names.size(); ++i) {
         std::printf("  %4zu  %-20s  %-20s  %4s", i, Shown(names[i]).c_str(),
-                    NameAt(names, mesh.m_boneParents[i]).c_str(), i < used.size() && used[i] ? "yes" : "no");
+                    NameAt(names, mesh.m_boneParents[i]).c_str(), skin.IsUsed(i) ? "yes" : "no");
         if (mesh.m_boneBounds)
             std::printf("  %7.3g", static_cast<double>(mesh.m_boneBounds.get()[i].m_radius));
         std::printf("\n");
     }
-}
-
-void PrintSkin(const vlMeshData& mesh)
-{
-    std::vector<std::uint32_t> bones;
-    std::vector<float> weights;
-    std::unordered_map<std::uint16_t, geomath::_Matrix<float>> matrices;
-    std::vector<std::string> names;
-    if (!mesh.CollectSegSkinInfo(bones, weights, matrices, names))
-        return;
-    std::printf("\n");
-    PrintWeights(Tally(bones, weights, names.size()));
-    PrintBones(mesh, names, static_cast<const vlMeshSkelVertexData&>(*mesh.m_vertexData).m_usedBones);
 }
 
 void PrintMorph(const vlMorphData& morph, std::uint32_t frameCount)
@@ -257,17 +156,23 @@ void PrintMesh(const vlMeshData& mesh, const std::string& countSource,
                const std::vector<SubmeshMessage>& names)
 {
     const vlMeshVertexData& vertices = *mesh.m_vertexData;
+    const MeshFacts facts = GatherFacts(mesh);
     Row("version", "0x%X, pack mode %u", mesh.m_version, mesh.m_packMode);
     Row("kind", "%s", Kind(mesh.m_skeletonFlag).c_str());
     Row("submeshes", "%u, %s", mesh.m_submeshCount, countSource.c_str());
     Row("vertices", "%s", Grouped(vertices.m_vertexCount).c_str());
     Row("triangles", "%s", Grouped(vertices.m_triangleCount).c_str());
-    Row("attributes", "%s", Attributes(vertices).c_str());
-    PrintBox(vertices);
-    PrintBadIndices(vertices);
-    Row("in memory", "%s bytes", Grouped(BytesInMemory(mesh)).c_str());
+    Row("attributes", "%s", Attributes(vertices, facts.hasColors).c_str());
+    PrintBox(facts.box);
+    if (facts.badIndices != 0)
+        Row("bad indices", "beyond the last vertex: %s", Grouped(facts.badIndices).c_str());
+    Row("in memory", "%s bytes", Grouped(facts.bytesInMemory).c_str());
     PrintSubmeshes(vertices, names);
-    PrintSkin(mesh);
+    if (facts.skin) {
+        std::printf("\n");
+        PrintWeights(*facts.skin);
+        PrintBones(mesh, *facts.skin);
+    }
     if (mesh.m_morph)
         PrintMorph(*mesh.m_morph, vertices.m_frameCount);
     if (mesh.m_tracks)

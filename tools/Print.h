@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace vela::vlgim::tools {
 
@@ -11,8 +12,10 @@ void Row(const char* label, const char* format, ...) __attribute__((format(print
 /// 1234567 as "1,234,567".
 std::string Grouped(std::uint64_t number);
 
-/// The text as it is, but for bytes that would move the cursor: names come from files.
-std::string Shown(std::string text);
+/// Text from a file or a path, which may hold any bytes, fit for a terminal and for JSON: UTF-8 as it is; each byte of a
+/// control character (C0, DEL, C1), and each byte that is no UTF-8, as \xHH. A backslash stays one, so that the text
+/// can't be turned back for certain.
+std::string Shown(std::string_view text);
 
 /// The same for a name field, NUL-terminated or full.
 std::string Shown(const char (&field)[32]);

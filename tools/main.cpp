@@ -1,4 +1,7 @@
 #include "Commands.h"
+#include "Print.h"
+
+#include <corecommon/Log.h>
 
 #include <cstdio>
 #include <exception>
@@ -6,6 +9,15 @@
 using namespace vela::vlgim::tools;
 
 namespace {
+
+// The library's messages name what stands in files, and some end their line themselves.
+void PrintMessage(vela::LogLevel, const char* text, void*)
+{
+    std::string_view message = text;
+    if (message.ends_with('\n'))
+        message.remove_suffix(1);
+    std::fprintf(stderr, "%s\n", Shown(message).c_str());
+}
 
 int Run(int argc, char** argv)
 {
@@ -26,6 +38,7 @@ int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 try {
+    vela::SetLogSink(PrintMessage, nullptr);
     const int code = Run(argc, argv);
     // A full disk shows here at the latest.
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
