@@ -76,10 +76,17 @@ expect 0 info --submeshes 1 alone/boneless.mesh
 for text in 'no sums' '1 with 2' 'not a number: 1' '2, in a mask of 9' 'bones       none'; do
     says out "$text"
 done
+expect 0 info --json --submeshes 1 alone/boneless.mesh
+says out '"weight_sums":null,"nan_weight_sums":1,"vertices_by_influences":[0,0,1,0,0]'
+says out '"mask_bits":9,"used_bones":[0,7],"bones":[]'
 head -c 3000 flag.mesh >alone/cut.mesh
 expect 1 info alone/cut.mesh house.gim
 says err 'use --submeshes N'
 says out 'roof: 1 tiles'
+expect 1 info --json alone/cut.mesh house.gim
+[ "$(wc -l <out)" -eq 1 ] || fail "not one line for the one model that can be read"
+says out '"name":"roof","material":1'
+says err 'use --submeshes N'
 
 mv house.mesh res/
 expect 1 info house.gim
@@ -125,6 +132,7 @@ for arguments in '' 'info' 'frobnicate' 'info --submeshes x house.mesh' 'demo a 
     [ ! -s out ] || fail "wrong usage writes to stdout"
 done
 expect 0 info --help
+says out 'Examples:'
 
 if "$vlgim" info --base res/ house.gim >/dev/full 2>err; then fail "a full disk goes unseen"; fi
 says err "can't be written"

@@ -169,6 +169,9 @@ void AddDemo(CLI::App& app, std::function<int()>& run)
     CLI::App* demo =
         app.add_subcommand("demo", "Write small models, load them, print them, save copies, compare");
     demo->add_option("FOLDER", *folder, "Where to write it")->capture_default_str();
+    demo->footer(R"(Examples:
+  vlgim demo             in the folder demo, which is made if need be
+  vlgim demo /tmp/try)");
     demo->callback([folder, &run] { run = [folder] { return RunDemo(*folder) ? kClean : kFindings; }; });
 }
 

@@ -2,7 +2,7 @@
 
 #include "AnimInfo.h"
 #include "Commands.h"
-#include "Load.h"
+#include "InfoJson.h"
 #include "MeshInfo.h"
 #include "Print.h"
 
@@ -62,23 +62,34 @@ void Print(const std::string& path, const vlTrackData& track)
     PrintTrack(path, track);
 }
 
+struct Options {
+    std::vector<std::string> files;
+    LoadOptions load;
+    bool isJson = false;
+};
+
 // Whether the file could be read; if not, stderr says why.
-bool PrintFile(const std::string& path, const LoadOptions& options)
+bool PrintFile(const std::string& path, const Options& options)
 try {
-    const std::optional<LoadedFile> file = LoadFile(path, options);
-    if (file)
-        std::visit([&path](const auto& loaded) { Print(path, *loaded); }, *file);
-    return file.has_value();
+    const std::optional<LoadedFile> file = LoadFile(path, options.load);
+    if (!file)
+        return false;
+    std::visit(
+        [&path, &options](const auto& loaded) {
+            options.isJson ? PrintLine(InfoLine(path, *loaded)) : Print(path, *loaded);
+        },
+        *file);
+    return true;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "%s: %s\n", Shown(path).c_str(), error.what());
     return false;
 }
 
-int PrintAll(const std::vector<std::string>& files, const LoadOptions& options)
+int PrintAll(const Options& options)
 {
     int code = kClean;
-    for (const std::string& file : files) {
-        if (&file != &files.front())
+    for (const std::string& file : options.files) {
+        if (!options.isJson && &file != &options.files.front())
             std::printf("\n");
         if (!PrintFile(file, options))
             code = kFindings;
@@ -110,15 +121,18 @@ void PrintModel(const std::string& path, const GimData& model)
 
 void AddInfo(CLI::App& app, std::function<int()>& run)
 {
-    struct Options {
-        std::vector<std::string> files;
-        LoadOptions load;
-    };
     const auto options = std::make_shared<Options>();
     CLI::App* info = app.add_subcommand("info", "Print an account of .gim, .mesh, .gis and track files");
     info->add_option("FILE", options->files, "Model manifests, meshes, animations, tracks")->required();
+    info->add_flag("--json", options->isJson,
+                   "Print one JSON object a file and line, as share/vlgim/vlgim.schema.json describes it");
     AddLoadOptions(*info, options->load);
-    info->callback([options, &run] { run = [options] { return PrintAll(options->files, options->load); }; });
+    info->footer(R"(Examples:
+  vlgim info hero.gim hero.gis             what is in the two
+  vlgim info --base res/ char/hero.gim     its manifest names files relative to res/
+  vlgim info --submeshes 3 lost.mesh       no manifest is left that tells the count
+  vlgim info --json *.gis | jq -r '.file + " " + .clips[].name')");
+    info->callback([options, &run] { run = [options] { return PrintAll(*options); }; });
 }
 
 }  // namespace vela::vlgim::tools
