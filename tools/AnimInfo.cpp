@@ -42,7 +42,7 @@ void PrintClips(const vlAnimData& anim)
 
 }  // namespace
 
-void PrintAnimation(const std::string& path, const GisData& skeleton)
+void PrintInfo(const std::string& path, const GisData& skeleton)
 {
     const vlAnimData& anim = skeleton.m_anim;
     std::printf("%s\n", Shown(path).c_str());
@@ -60,7 +60,7 @@ void PrintAnimation(const std::string& path, const GisData& skeleton)
     PrintClips(anim);
 }
 
-void PrintTrack(const std::string& path, const vlTrackData& track)
+void PrintInfo(const std::string& path, const vlTrackData& track)
 {
     std::printf("%s\n", Shown(path).c_str());
     Row("version", "0x%X", track.m_version);

@@ -8,9 +8,9 @@
 namespace vela::vlgim::tools {
 
 /// Prints an account of a skeletal animation that is loaded already.
-void PrintAnimation(const std::string& path, const GisData& skeleton);
+void PrintInfo(const std::string& path, const GisData& skeleton);
 
 /// Prints an account of a track that is loaded already.
-void PrintTrack(const std::string& path, const vlTrackData& track);
+void PrintInfo(const std::string& path, const vlTrackData& track);
 
 }  // namespace vela::vlgim::tools

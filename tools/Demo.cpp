@@ -70,7 +70,7 @@ bool RunModel(const std::string& folder, const std::string& copy, const Model& m
     GimData loaded;
     if (loaded.Load(manifest.c_str()) != 0)
         return false;
-    PrintModel(manifest, loaded);
+    PrintInfo(manifest, loaded);
 
     std::printf("\nSaving it to %s\n\n", copy.c_str());
     loaded.m_meshPath = copy + "/" + name + ".mesh";
@@ -95,7 +95,7 @@ bool RunSkeleton(const std::string& folder, const std::string& copy)
     GisData loaded;
     if (loaded.Load(path.c_str()) != 0)
         return false;
-    PrintAnimation(path, loaded);
+    PrintInfo(path, loaded);
 
     const std::string copyPath = copy + "/walker.gis";
     std::printf("\nSaving it to %s with its clips in side files, loading that\n\n", copy.c_str());
@@ -105,7 +105,7 @@ bool RunSkeleton(const std::string& folder, const std::string& copy)
     GisData again;
     if (loaded.Save(copyPath.c_str()) != 0 || again.Load(copyPath.c_str()) != 0)
         return false;
-    PrintAnimation(copyPath, again);
+    PrintInfo(copyPath, again);
 
     std::printf("\nSaving that in one file again\n\n");
     again.m_anim.m_async = 0;

@@ -40,28 +40,6 @@ void PrintMaterials(const std::vector<MaterialMessage>& materials)
     }
 }
 
-void Print(const std::string& path, const GimData& model)
-{
-    PrintModel(path, model);
-}
-
-void Print(const std::string& path, const MeshFile& file)
-{
-    std::printf("%s\n", Shown(path).c_str());
-    PrintHeader(file);
-    PrintMesh(file.mesh, file.countSource, {});
-}
-
-void Print(const std::string& path, const GisData& skeleton)
-{
-    PrintAnimation(path, skeleton);
-}
-
-void Print(const std::string& path, const vlTrackData& track)
-{
-    PrintTrack(path, track);
-}
-
 struct Options {
     std::vector<std::string> files;
     LoadOptions load;
@@ -76,7 +54,10 @@ try {
         return false;
     std::visit(
         [&path, &options](const auto& loaded) {
-            options.isJson ? PrintLine(InfoLine(path, *loaded)) : Print(path, *loaded);
+            if (options.isJson)
+                PrintLine(InfoLine(path, *loaded));
+            else
+                PrintInfo(path, *loaded);
         },
         *file);
     return true;
@@ -99,7 +80,7 @@ int PrintAll(const Options& options)
 
 }  // namespace
 
-void PrintModel(const std::string& path, const GimData& model)
+void PrintInfo(const std::string& path, const GimData& model)
 {
     std::printf("%s\n", Shown(path).c_str());
     const std::string skeleton = model.GetSkeletonName();
@@ -117,6 +98,13 @@ void PrintModel(const std::string& path, const GimData& model)
     PrintMaterials(model.m_materials);
     std::printf("\n%s\n", Shown(model.m_meshPath).c_str());
     PrintMesh(model.m_mesh, "as the manifest says", model.m_submeshes);
+}
+
+void PrintInfo(const std::string& path, const MeshFile& file)
+{
+    std::printf("%s\n", Shown(path).c_str());
+    PrintHeader(file);
+    PrintMesh(file.mesh, file.countSource, {});
 }
 
 void AddInfo(CLI::App& app, std::function<int()>& run)
