@@ -1,0 +1,307 @@
+#include "MeshDifferences.h"
+
+#include "Channels.h"
+#include "Pairs.h"
+
+namespace vela::vlgim {
+
+namespace diff {
+
+namespace {
+
+using SubmeshNames = std::vector<SubmeshMessage>;
+
+constexpr unsigned kFloatsOfBounds = sizeof(BoundingInfo) / sizeof(float);
+
+constexpr auto kNowhere = [](std::uint64_t) { return std::string(); };
+
+// Names an entry by its number.
+auto Nth(const char* kind)
+{
+    return [kind](std::uint64_t entry) { return kind + (" " + std::to_string(entry)); };
+}
+
+Run<float> Floats(const geomath::_Vector3<float>* vectors, std::uint64_t count)
+{
+    return {vectors ? &vectors->x : nullptr, count, 3};
+}
+
+// Compares references to bones by what they mean.
+template <class T>
+void CompareReferences(Comparer& out, Run<T> a, Run<T> b, const Pairs& bones)
+{
+    const auto apart = [&bones](const T* x, const T* y, unsigned width) {
+        for (unsigned i = 0; i < width; ++i)
+            if (!bones.MeanTheSame(x[i], y[i]))
+                return Distant{1, i};
+        return Distant{};
+    };
+    Largest first;
+    Scan(a, b, 0, apart, 0, bones.IsIdentity(), first);
+    if (first.count != 0)
+        out.Add({"bone references",
+                 Nth("vertex")(first.entry),
+                 {},
+                 first.count,
+                 EntryText(a.At(first.entry), a.width),
+                 EntryText(b.At(first.entry), b.width)});
+}
+
+void CompareMorphs(Comparer& out, const vlMeshData& a, const vlMeshData& b)
+{
+    if (!out.Both("morph", a.m_hasMorph && a.m_morph, b.m_hasMorph && b.m_morph))
+        return;
+    const Comparer::Scope scope(out, "morph");
+    out.Number("flag", a.m_hasMorph, b.m_hasMorph);
+    out.Number("mode", a.m_morph->m_morphMode, b.m_morph->m_morphMode);
+    CompareTimes(out, TimesOf(a.m_morph->m_times), TimesOf(b.m_morph->m_times));
+}
+
+// One version is stored for all tracks.
+void CompareTracks(Comparer& out, const vlMeshData& a, const vlMeshData& b, const SubmeshNames& names)
+{
+    if (!out.Both("tracks", a.m_hasTracks && a.m_tracks, b.m_hasTracks && b.m_tracks))
+        return;
+    out.Number("track flag", a.m_hasTracks, b.m_hasTracks);
+    const std::uint32_t count = std::min(a.m_submeshCount, b.m_submeshCount);
+    if (count != 0)
+        out.Code("track version", a.m_tracks[0].m_version, b.m_tracks[0].m_version);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const Comparer::Scope scope(out, "track of " + SubmeshText(i, names));
+        CompareTracks(out, a.m_tracks[i], b.m_tracks[i]);
+    }
+}
+
+Names BoneNames(const vlMeshData& mesh)
+{
+    Names names;
+    for (std::size_t i = 0; mesh.m_boneNames && mesh.m_boneMatrices && i < mesh.m_boneParents.size(); ++i)
+        names.push_back(NameOf(mesh.m_boneNames[static_cast<std::ptrdiff_t>(i)]));
+    return names;
+}
+
+std::string ParentText(std::uint16_t parent, const Names& names)
+{
+    return parent < names.size() ? std::string(names[parent]) : std::to_string(parent);
+}
+
+Pairs CompareBones(Comparer& out, const vlMeshData& a, const vlMeshData& b)
+{
+    const Names namesA = BoneNames(a), namesB = BoneNames(b);
+    Pairs bones(namesA, namesB);
+    if (namesA.empty() && namesB.empty()) {
+        out.Number("bone count", a.m_boneCount, b.m_boneCount);
+        return bones;
+    }
+    const bool haveBounds = a.m_boneBounds && b.m_boneBounds;
+    CompareLists(out, "bone", namesA, namesB, bones, [&](std::size_t i, std::size_t j) {
+        const auto x = static_cast<std::ptrdiff_t>(i), y = static_cast<std::ptrdiff_t>(j);
+        if (!bones.MeanTheSame(a.m_boneParents[i], b.m_boneParents[j]))
+            out.Text("parent", ParentText(a.m_boneParents[i], namesA),
+                     ParentText(b.m_boneParents[j], namesB));
+        if (haveBounds)
+            out.Runs("bounds", Run<float>{a.m_boneBounds[x].m_extents, 1, kFloatsOfBounds},
+                     Run<float>{b.m_boneBounds[y].m_extents, 1, kFloatsOfBounds}, kNowhere);
+        out.Runs("matrix", Run<float>{a.m_boneMatrices[x].m[0], 1, 16},
+                 Run<float>{b.m_boneMatrices[y].m[0], 1, 16}, kNowhere);
+    });
+    if (!namesA.empty() && !namesB.empty())
+        out.Both("bone bounds", a.m_boneBounds != nullptr, b.m_boneBounds != nullptr);
+    return bones;
+}
+
+std::uint8_t UvSets(const vlMeshVertexData& mesh, const SubmeshRecord& record)
+{
+    std::uint8_t sets = 0;
+    while (sets < record.uvSetCount && sets < std::size(mesh.m_uvSets) && mesh.m_uvSets[sets])
+        ++sets;
+    return sets;
+}
+
+// The attributes that only some submeshes have, in those that both meshes have in the same place.
+void CompareRuns(Comparer& out, const vlMeshVertexData& a, const vlMeshVertexData& b)
+{
+    const auto uvs = [](const vlMeshVertexData& mesh, unsigned set, std::uint64_t first,
+                        std::uint64_t count) {
+        return Run<float>{&mesh.m_uvSets[set].get()[first].u, count, 2};
+    };
+    const auto colors = [](const vlMeshVertexData& mesh, std::uint64_t first, std::uint64_t count) {
+        return Run<unsigned char>{reinterpret_cast<const unsigned char*>(mesh.m_colors.get() + first), count,
+                                  4};
+    };
+    Largest uvsApart[4], colorsApart;
+    std::uint64_t firstA = 0, firstB = 0;
+    for (std::uint32_t i = 0; i < std::min(a.m_subCount, b.m_subCount); ++i) {
+        const SubmeshRecord &recordA = a.m_subRecords[i], &recordB = b.m_subRecords[i];
+        const std::uint64_t first = firstA, count = recordA.vertexCount;
+        const bool isSamePlace = firstA == firstB && count == recordB.vertexCount &&
+                                 first + count <= std::min(a.m_vertexCount, b.m_vertexCount);
+        firstA += recordA.vertexCount;
+        firstB += recordB.vertexCount;
+        if (!isSamePlace || count == 0)
+            continue;
+        const unsigned sets = std::min(UvSets(a, recordA), UvSets(b, recordB));
+        for (unsigned set = 0; set < sets; ++set)
+            out.Measure(uvs(a, set, first, count), uvs(b, set, first, count), first, uvsApart[set]);
+        if (recordA.hasColors && recordB.hasColors && a.m_colors && b.m_colors)
+            out.Measure(colors(a, first, count), colors(b, first, count), first, colorsApart);
+    }
+    for (unsigned set = 0; set < std::size(uvsApart); ++set)
+        if (uvsApart[set].count)
+            out.NameLargest("uv set " + std::to_string(set), uvs(a, set, 0, 0), uvs(b, set, 0, 0),
+                            uvsApart[set], Nth("vertex"));
+    if (colorsApart.count)
+        out.NameLargest("colours", colors(a, 0, 0), colors(b, 0, 0), colorsApart, Nth("vertex"));
+}
+
+void CompareSubmeshes(Comparer& out, const vlMeshVertexData& a, const vlMeshVertexData& b,
+                      const SubmeshNames& names)
+{
+    for (std::uint32_t i = 0; i < std::min(a.m_subCount, b.m_subCount); ++i) {
+        const SubmeshRecord &recordA = a.m_subRecords[i], &recordB = b.m_subRecords[i];
+        const Comparer::Scope scope(out, SubmeshText(i, names));
+        out.Number("vertex count", recordA.vertexCount, recordB.vertexCount);
+        out.Number("triangle count", recordA.triangleCount, recordB.triangleCount);
+        out.Number("uv sets", recordA.uvSetCount, recordB.uvSetCount);
+        out.Number("colours", recordA.hasColors, recordB.hasColors);
+    }
+}
+
+// Positions, normals and tangents: of the frames that both have, whose number the morph's keys tell.
+void CompareFrames(Comparer& out, const vlMeshVertexData& a, const vlMeshVertexData& b)
+{
+    const std::uint64_t vertices = a.m_vertexCount, frames = std::min(a.m_frameCount, b.m_frameCount);
+    const auto where = [vertices, frames](std::uint64_t entry) {
+        const std::string vertex = "vertex " + std::to_string(entry % vertices);
+        return frames > 1 ? vertex + ", frame " + std::to_string(entry / vertices) : vertex;
+    };
+    const auto compare = [&](const char* field, const auto& arrayA, const auto& arrayB) {
+        out.Runs(field, Floats(arrayA.get(), frames * vertices), Floats(arrayB.get(), frames * vertices),
+                 where);
+    };
+    compare("positions", a.m_positions, b.m_positions);
+    compare("normals", a.m_normals, b.m_normals);
+    if (a.m_tangents || b.m_tangents)
+        compare("tangents", a.m_tangents, b.m_tangents);
+}
+
+void CompareVertices(Comparer& out, const vlMeshVertexData& a, const vlMeshVertexData& b,
+                     const SubmeshNames& names)
+{
+    CompareSubmeshes(out, a, b, names);
+    if (out.Number("vertex count", a.m_vertexCount, b.m_vertexCount))
+        CompareFrames(out, a, b);
+    if (out.Number("triangle count", a.m_triangleCount, b.m_triangleCount))
+        out.Runs("triangles", Run<std::uint16_t>{a.m_indices.get(), a.m_triangleCount, 3},
+                 Run<std::uint16_t>{b.m_indices.get(), b.m_triangleCount, 3}, Nth("triangle"));
+    CompareRuns(out, a, b);
+}
+
+// Bits of bones that both skeletons have, and of those that neither has.
+void CompareMasks(Comparer& out, const vlMeshSkelVertexData& a, const vlMeshSkelVertexData& b,
+                  const Names& namesA, std::size_t bonesB, const Pairs& bones)
+{
+    const std::size_t sizeA = a.m_usedBones.size(), sizeB = b.m_usedBones.size();
+    // Of skeletons of different sizes the masks differ in theirs.
+    if (namesA.size() == bonesB && out.Number("used bones / bits", sizeA, sizeB))
+        out.Number("used bones / bits written", a.m_usedBoneBits, b.m_usedBoneBits);
+    const auto isSet = [](const std::vector<bool>& mask, std::size_t bit) {
+        return bit < mask.size() && mask[bit];
+    };
+    std::string where;
+    bool firstBit = false;
+    std::uint64_t count = 0;
+    for (std::size_t i = 0; i < std::max(sizeA, sizeB); ++i) {
+        const bool isBone = i < namesA.size() && bonesB != 0;
+        const std::size_t j = isBone ? bones.InB(i) : i;
+        if (j == Pairs::kNone || (!isBone && namesA.size() != bonesB))
+            continue;
+        if (isSet(a.m_usedBones, i) == isSet(b.m_usedBones, j))
+            continue;
+        if (count++ != 0)
+            continue;
+        where = i < namesA.size() ? Quoted("bone", namesA[i]) : "bone " + std::to_string(i);
+        firstBit = isSet(a.m_usedBones, i);
+    }
+    if (count != 0)
+        out.Add({"used bones", where, {}, count, TextOf(int{firstBit}), TextOf(int{!firstBit})});
+}
+
+void CompareSkins(Comparer& out, const vlMeshData& meshA, const vlMeshData& meshB, const Pairs& bones)
+{
+    const auto* a = dynamic_cast<const vlMeshSkelVertexData*>(meshA.m_vertexData.get());
+    const auto* b = dynamic_cast<const vlMeshSkelVertexData*>(meshB.m_vertexData.get());
+    if (!out.Both("skin", a != nullptr, b != nullptr))
+        return;
+    const unsigned width = a->m_maxBoneRefCount;
+    if (out.Number("bone references of a vertex", width, b->m_maxBoneRefCount) &&
+        a->m_vertexCount == b->m_vertexCount && a->m_vertexCount != 0 && width != 0) {
+        CompareReferences(out, Run<std::uint16_t>{a->m_boneIndices.get(), a->m_vertexCount, width},
+                          Run<std::uint16_t>{b->m_boneIndices.get(), b->m_vertexCount, width}, bones);
+        out.Runs("bone weights", Run<float>{a->m_boneWeights.get(), a->m_vertexCount, width},
+                 Run<float>{b->m_boneWeights.get(), b->m_vertexCount, width}, Nth("vertex"));
+    }
+    CompareMasks(out, *a, *b, BoneNames(meshA), BoneNames(meshB).size(), bones);
+}
+
+void CompareOriginalData(Comparer& out, const vlOriginalData& a, const vlOriginalData& b, const Pairs& bones)
+{
+    out.Code("type", a.m_type, b.m_type);
+    const std::uint32_t vertices = a.m_origVertexCount;
+    const bool areAsMany = out.Number("vertex count", vertices, b.m_origVertexCount);
+    if (areAsMany)
+        out.Runs("positions", Floats(a.m_origPositions.get(), vertices),
+                 Floats(b.m_origPositions.get(), vertices), Nth("vertex"));
+    if (out.Number("index count", a.m_origIndexCount, b.m_origIndexCount))
+        out.Runs("indices", Run<std::uint16_t>{a.m_origIndices.get(), a.m_origIndexCount},
+                 Run<std::uint16_t>{b.m_origIndices.get(), b.m_origIndexCount}, Nth("index"));
+    if (out.Number("extra count", a.m_origExtraCount, b.m_origExtraCount))
+        out.Runs("extra values", Run<std::uint32_t>{a.m_origExtra.get(), a.m_origExtraCount},
+                 Run<std::uint32_t>{b.m_origExtra.get(), b.m_origExtraCount}, Nth("value"));
+    const bool hasSkinA = a.m_origBones && a.m_origWeights && a.m_origVertexCount;
+    const bool hasSkinB = b.m_origBones && b.m_origWeights && b.m_origVertexCount;
+    if (!areAsMany || !out.Both("skin", hasSkinA, hasSkinB))
+        return;
+    CompareReferences(out, Run<unsigned char>{a.m_origBones.get(), vertices, 4},
+                      Run<unsigned char>{b.m_origBones.get(), vertices, 4}, bones);
+    out.Runs("bone weights", Run<float>{a.m_origWeights.get(), vertices, 4},
+             Run<float>{b.m_origWeights.get(), vertices, 4}, Nth("vertex"));
+}
+
+}  // namespace
+
+std::string SubmeshText(std::size_t index, const SubmeshNames& names)
+{
+    return index < names.size() ? Quoted("submesh", names[index].name) : "submesh " + std::to_string(index);
+}
+
+void CompareMeshes(Comparer& out, const vlMeshData& a, const vlMeshData& b, const SubmeshNames& names)
+{
+    out.Code("version", a.m_version, b.m_version);
+    out.Number("pack mode", a.m_packMode, b.m_packMode);
+    out.Number("submesh count", a.m_submeshCount, b.m_submeshCount);
+    out.Number("skeleton flag", a.m_skeletonFlag, b.m_skeletonFlag);
+    CompareMorphs(out, a, b);
+    CompareTracks(out, a, b, names);
+    const Pairs bones = CompareBones(out, a, b);
+    if (out.Both("vertices", a.m_vertexData != nullptr, b.m_vertexData != nullptr)) {
+        CompareVertices(out, *a.m_vertexData, *b.m_vertexData, names);
+        CompareSkins(out, a, b, bones);
+    }
+    out.Number("original data count", a.m_originalData.size(), b.m_originalData.size());
+    for (std::size_t i = 0; i < std::min(a.m_originalData.size(), b.m_originalData.size()); ++i) {
+        const Comparer::Scope scope(out, "original data " + std::to_string(i));
+        CompareOriginalData(out, *a.m_originalData[i], *b.m_originalData[i], bones);
+    }
+}
+
+}  // namespace diff
+
+std::vector<Difference> Compare(const vlMeshData& a, const vlMeshData& b, const CompareOptions& options)
+{
+    diff::Comparer out(options);
+    diff::CompareMeshes(out, a, b, {});
+    return out.Take();
+}
+
+}  // namespace vela::vlgim

@@ -1,0 +1,396 @@
+#include "support/Files.h"
+#include "support/LogCapture.h"
+#include "support/MeshBytes.h"
+
+#include <vlgim/Differences.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+using namespace vela::vlgim;
+namespace test = vela::vlgim::test;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+// As in "positions at vertex 3: 1 / 2"; "-" stands for what a side does not have.
+Lines Told(const std::vector<Difference>& differences)
+{
+    Lines lines;
+    for (const Difference& d : differences)
+        lines.push_back(d.field + (d.where.empty() ? "" : " at " + d.where) + ": " + d.a.value_or("-") +
+                        " / " + d.b.value_or("-"));
+    return lines;
+}
+
+vlMeshData MeshFrom(const test::Bytes& file)
+{
+    vlMeshData mesh;
+    mesh.m_submeshCount = 2;
+    EXPECT_TRUE(mesh.ReadMeshFile(file.data(), file.size()));
+    return mesh;
+}
+
+vlMeshData WholeMesh()
+{
+    return MeshFrom(test::MeshOf(0x50004, {1, true, true, true}));
+}
+
+vlAnimData Animation(std::uint8_t layout)
+{
+    test::ByteBuilder file;
+    file.Raw({'R', 'G', 'I', 'S'}).U32(0x60001).U16(2).U32(2).Raw(test::Name("hip")).Raw(test::Name("head"));
+    for (int bone = 0; bone < 2; ++bone)
+        file.F32s({1, 2, 3, 0, 0, 0, 1, 1, 1, 1});
+    file.U32(0).Raw(test::ClipRecord(0x60001, layout)).Raw(test::ClipRecord(0x60001, layout, "run"));
+    const test::Bytes& bytes = file;
+    vlAnimData anim;
+    EXPECT_TRUE(anim.ReadAnimationFile(bytes.data(), static_cast<std::uint32_t>(bytes.size()), "a.gis"));
+    return anim;
+}
+
+vlMeshSkelVertexData& SkinOf(vlMeshData& mesh)
+{
+    return dynamic_cast<vlMeshSkelVertexData&>(*mesh.m_vertexData);
+}
+
+// Gives a component one more key: two that are alike.
+void Repeat(vlTransKeysData& keys)
+{
+    const float* key = keys.m_rot.get();
+    keys.m_rot = std::shared_ptr<float[]>(
+        new float[8]{key[0], key[1], key[2], key[3], key[0], key[1], key[2], key[3]});
+    keys.m_rotKeyed = 1;
+}
+
+template <class T>
+struct Change {
+    const char* told;
+    void (*make)(T&);
+};
+
+// Each change is told, either way round, and nothing else.
+template <class T, class Make, std::size_t N>
+void ExpectEach(const Change<T> (&changes)[N], Make make)
+{
+    const T plain = make();
+    EXPECT_EQ(Told(Compare(plain, make())), Lines{});
+    for (const Change<T>& change : changes) {
+        T changed = make();
+        change.make(changed);
+        EXPECT_EQ(Told(Compare(plain, changed)), Lines{change.told});
+        EXPECT_EQ(Compare(changed, plain).size(), 1U) << change.told;
+    }
+}
+
+TEST(Differences, EachFieldOfAMesh)
+{
+    using M = vlMeshData;
+    const Change<M> changes[] = {
+        {"version: 0x50004 / 0x50003", [](M& m) { m.m_version = 0x50003; }},
+        {"pack mode: 0 / 1", [](M& m) { m.m_packMode = 1; }},
+        {"submesh count: 2 / 1", [](M& m) { m.m_submeshCount = 1; }},
+        {"skeleton flag: 1 / 2", [](M& m) { m.m_skeletonFlag = 2; }},
+        {"morph:  / -", [](M& m) { m.m_hasMorph = 0; }},
+        {"morph / flag: 1 / 2", [](M& m) { m.m_hasMorph = 2; }},
+        {"morph / mode: 2 / 3", [](M& m) { m.m_morph->m_morphMode = 3; }},
+        {"morph / key count: 3 / 2",
+         [](M& m) { m.m_morph->m_times.m_count = 2, m.m_vertexData->m_frameCount = 2; }},
+        {"morph / key times at key 1: 0.5 / 0.25", [](M& m) { m.m_morph->m_times.m_times[1] = 0.25F; }},
+        {"tracks:  / -", [](M& m) { m.m_hasTracks = 0; }},
+        {"track flag: 1 / 9", [](M& m) { m.m_hasTracks = 9; }},
+        {"track version: 0x10001 / 0x10000",
+         [](M& m) { m.m_tracks[0].m_version = m.m_tracks[1].m_version = 0x10000; }},
+        {"track of submesh 1 / flags: 0x7 / 0x1", [](M& m) { m.m_tracks[1].m_flags = 1; }},
+        {"bone 'arm.l' / parent: root / arm.l", [](M& m) { m.m_boneParents[0] = 0; }},
+        {"bone 'root' / parent: 65535 / 7", [](M& m) { m.m_boneParents[1] = 7; }},
+        {"bone 'root' / name: root / hip", [](M& m) { std::strcpy(m.m_boneNames[1], "hip"); }},
+        {"bone 'root' / bounds at value 6: 13 / 5", [](M& m) { m.m_boneBounds[1].m_radius = 5; }},
+        {"bone 'root' / matrix at value 7: 123 / NaN", [](M& m) { m.m_boneMatrices[1].m[1][3] = kNaN; }},
+        {"bone bounds:  / -", [](M& m) { m.m_boneBounds = nullptr; }},
+        {"vertex count: 2 / 1", [](M& m) { m.m_vertexData->m_vertexCount = 1; }},
+        {"triangle count: 1 / 0", [](M& m) { m.m_vertexData->m_triangleCount = 0; }},
+        {"positions at vertex 1, frame 2: (10, 11, 12) / (10, 11, 14)",
+         [](M& m) { m.m_vertexData->m_positions[5].z = 14, m.m_vertexData->m_positions[0].x = 2; }},
+        {"normals at vertex 0, frame 1: (1, 0, 0) / (-Infinity, 0, 0)",
+         [](M& m) { m.m_vertexData->m_normals[2].x = -INFINITY; }},
+        {"skin:  / -", [](M& m) { m.m_vertexData = std::make_shared<vlMeshVertexData>(*m.m_vertexData); }},
+        {"bone references of a vertex: 4 / 8", [](M& m) { m.m_vertexData->m_maxBoneRefCount = 8; }},
+        {"bone references at vertex 1: (254, 2, 65535, 0) / (254, 1, 65535, 0)",
+         [](M& m) { SkinOf(m).m_boneIndices[5] = 1; }},
+        {"bone weights at vertex 0: (0.5, 0, 1, -0) / (0.25, 0, 1, 0)",
+         [](M& m) { SkinOf(m).m_boneWeights[0] = 0.25F, SkinOf(m).m_boneWeights[3] = 0; }},
+        {"used bones at bone 'root': 1 / 0", [](M& m) { SkinOf(m).m_usedBones[1] = false; }},
+        {"used bones at bone 8: 1 / 0", [](M& m) { SkinOf(m).m_usedBones[8] = false; }},
+        {"used bones / bits: 9 / 10", [](M& m) { SkinOf(m).m_usedBones.resize(10); }},
+        {"original data count: 2 / 1", [](M& m) { m.m_originalData.pop_back(); }},
+        {"original data 1 / type: 0x5 / 0x6",
+         [](M& m) { m.m_originalData[1]->m_type = static_cast<MESH_DATA_TYPE>(6); }},
+        {"original data 0 / vertex count: 2 / 1", [](M& m) { m.m_originalData[0]->m_origVertexCount = 1; }},
+        {"original data 0 / index count: 3 / 2", [](M& m) { m.m_originalData[0]->m_origIndexCount = 2; }},
+        {"original data 0 / extra count: 1 / 0", [](M& m) { m.m_originalData[0]->m_origExtraCount = 0; }},
+        {"original data 0 / positions at vertex 1: (4, 5, 6) / (4, 0, 6)",
+         [](M& m) { m.m_originalData[0]->m_origPositions[1].y = 0; }},
+        {"original data 0 / indices at index 2: 1 / 0",
+         [](M& m) { m.m_originalData[0]->m_origIndices[2] = 0; }},
+        {"original data 0 / extra values at value 0: 3405691582 / 7",
+         [](M& m) { m.m_originalData[0]->m_origExtra[0] = 7; }},
+        {"original data 0 / skin:  / -", [](M& m) { m.m_originalData[0]->m_origBones = nullptr; }},
+        {"original data 0 / bone references at vertex 1: (4, 5, 6, 7) / (4, 5, 6, 9)",
+         [](M& m) { m.m_originalData[0]->m_origBones[7] = 9; }},
+        {"original data 0 / bone weights at vertex 0: (0.5, 0.25, 0.125, 1) / (0, 0.25, 0.125, 1)",
+         [](M& m) { m.m_originalData[0]->m_origWeights[0] = 0; }},
+    };
+    ExpectEach(changes, WholeMesh);
+}
+
+TEST(Differences, EachFieldOfAStaticMesh)
+{
+    using M = vlMeshData;
+    const Change<M> changes[] = {
+        {"submesh 0 / vertex count: 3 / 2", [](M& m) { m.m_vertexData->m_subRecords[0].vertexCount = 2; }},
+        {"submesh 1 / triangle count: 1 / 4",
+         [](M& m) { m.m_vertexData->m_subRecords[1].triangleCount = 4; }},
+        {"submesh 0 / uv sets: 2 / 1", [](M& m) { m.m_vertexData->m_subRecords[0].uvSetCount = 1; }},
+        {"submesh 1 / colours: 1 / 0", [](M& m) { m.m_vertexData->m_subRecords[1].hasColors = 0; }},
+        {"tangents:  / -", [](M& m) { m.m_vertexData->m_tangents = nullptr; }},
+        {"tangents at vertex 4: (112, 113, 114) / (112, 0, 114)",
+         [](M& m) { m.m_vertexData->m_tangents[4].y = 0; }},
+        {"triangles at triangle 1: (3, 4, 3) / (3, 9, 3)", [](M& m) { m.m_vertexData->m_indices[4] = 9; }},
+        {"uv set 0 at vertex 3: (8, 9) / (8, 1)", [](M& m) { m.m_vertexData->m_uvSets[0][3].v = 1; }},
+        {"uv set 1 at vertex 2: (-2, -2.25) / (0, -2.25)",
+         [](M& m) { m.m_vertexData->m_uvSets[1][2].u = 0; }},
+        {"colours at vertex 3: (68, 51, 34, 17) / (68, 51, 34, 0)",
+         [](M& m) { m.m_vertexData->m_colors[3] = 0x00223344; }},
+    };
+    const auto make = [] { return MeshFrom(test::StaticMesh(test::TwoSubmeshBlock())); };
+    ExpectEach(changes, make);
+
+    vlMeshData other = make();
+    other.m_vertexData->m_uvSets[1][3].u = 5;  // of no submesh
+    other.m_vertexData->m_subRecords[1].firstVertex = 7;
+    EXPECT_EQ(Told(Compare(make(), other)), Lines{});
+}
+
+TEST(Differences, EachFieldOfATrack)
+{
+    using T = vlTrackData;
+    const Change<T> changes[] = {
+        {"version: 0x10001 / 0x10000", [](T& t) { t.m_version = 0x10000; }},
+        {"name: door / gate", [](T& t) { std::strcpy(t.m_name, "gate"); }},
+        {"options: (9, 8, 7, 6) / (9, 8, 7, 1)", [](T& t) { t.m_options[3] = 1; }},
+        {"flags: 0x7 / 0x10", [](T& t) { t.m_flags = 16; }},
+        {"key count: 2 / 1", [](T& t) { t.m_times.m_count = 1; }},
+        {"key times at key 1: 2 / 3", [](T& t) { t.m_times.m_times[1] = 3; }},
+        {"channel count: 2 / 1", [](T& t) { t.m_channelCount = 1; }},
+        {"channel 1 / position at key 1 at 2: (4, 5, 6) / (4, 5, 7)",
+         [](T& t) { t.m_channels[1].m_pos[5] = 7; }},
+        {"channel 0 / position keyed: 1 / 2", [](T& t) { t.m_channels[0].m_posKeyed = 2; }},
+        {"channel 0 / rotation keyed: 0 / 1", [](T& t) { Repeat(t.m_channels[0]); }},
+        {"channel 0 / rotation: (0, 0, 0, 1) / (1, 0, 0, 0)",
+         [](T& t) { t.m_channels[0].m_rot[0] = 1, t.m_channels[0].m_rot[3] = 0; }},
+        {"channel 0 / rotation order: 0 / 3", [](T& t) { t.m_channels[0].m_rotOrder = 3; }},
+        {"channel 0 / scale: (1, 1, 1) / (1, 2, 1)", [](T& t) { t.m_channels[0].m_scale[1] = 2; }},
+    };
+    ExpectEach(changes, [] {
+        vlMeshData mesh = WholeMesh();
+        return mesh.m_tracks[1];
+    });
+}
+
+TEST(Differences, EachFieldOfAnAnimation)
+{
+    using A = vlAnimData;
+    const Change<A> changes[] = {
+        {"version: 0x60001 / 0x60000", [](A& a) { a.m_version = 0x60000; }},
+        {"side files: 0 / 1", [](A& a) { a.m_async = 1; }},
+        {"bones:  / -", [](A& a) { a.m_boneCount = 0; }},
+        {"bone 'head':  / -", [](A& a) { a.m_boneCount = 1; }},
+        {"bone 'hip' / name: hip / hips", [](A& a) { std::strcpy(a.m_boneNames[0], "hips"); }},
+        {"bone 'head' / reference position: (1, 2, 3) / (1, 2, 0)",
+         [](A& a) { a.m_boneTrans[1].m_pos.z = 0; }},
+        {"bone 'head' / reference rotation: (0, 0, 0, 1) / (1, 0, 0, 1)",
+         [](A& a) { a.m_boneTrans[1].m_rot.x = 1; }},
+        {"bone 'head' / reference scale: (1, 1, 1) / (1, 3, 1)",
+         [](A& a) { a.m_boneTrans[1].m_scale.y = 3; }},
+        {"clip 'walk' / name: walk / Walk", [](A& a) { std::strcpy(a.m_clips[0]->m_name, "Walk"); }},
+        {"clip 'walk' / second name: second / first",
+         [](A& a) { std::strcpy(a.m_clips[0]->m_name2, "first"); }},
+        {"clip 'run' / attribute word: 0x1020304 / 0x0", [](A& a) { a.m_clips[1]->m_attrWord = 0; }},
+        {"clip 'run' / attribute byte 0: 5 / 0", [](A& a) { a.m_clips[1]->m_attrByte0 = 0; }},
+        {"clip 'run' / attribute byte 1: 6 / 0", [](A& a) { a.m_clips[1]->m_attrByte1 = 0; }},
+        {"clip 'run' / attribute short: 7 / 0", [](A& a) { a.m_clips[1]->m_attrShort = 0; }},
+        {"clip 'run' / attribute long: 0x8 / 0xffffffff",
+         [](A& a) { a.m_clips[1]->m_attrLong = 0xFFFFFFFF; }},
+        {"clip 'run' / compress flags: 0x0 / 0x10", [](A& a) { a.m_clips[1]->m_compressFlags = 16; }},
+        {"clip 'run' / key layout: 1 / 7", [](A& a) { a.m_clips[1]->m_keyLayout = 7; }},
+        {"clip 'run' / length: 10 / 12", [](A& a) { a.m_clips[1]->m_length = 12; }},
+        {"clip 'run' / bone 'Head':  / -", [](A& a) { a.m_clips[1]->m_boneCount = 1; }},
+        {"clip 'run' / bone 'Head' / name: Head / head",
+         [](A& a) { std::strcpy(a.m_clips[1]->m_boneNames[1], "head"); }},
+        {"clip 'run' / bone 'hip' / key count: 2 / 1", [](A& a) { a.m_clips[1]->m_boneKeyCounts[0] = 1; }},
+        {"clip 'run' / bone 'hip' / key times at key 1: 10 / 11",
+         [](A& a) { a.m_clips[1]->m_boneKeyTimes[0][1] = 11, a.m_clips[1]->m_length = 11; }},
+        {"clip 'run' / bone 'hip' / position at key 1 at 10: (4, 5, 6) / (4, 5, 0)",
+         [](A& a) { a.m_clips[1]->m_keys[0].m_pos[5] = 0; }},
+        {"clip order at clip 'run': 1 / 0", [](A& a) { std::swap(a.m_clips[0], a.m_clips[1]); }},
+        {"clip 'walk':  / -", [](A& a) { a.m_clips.erase(a.m_clips.begin()); }},
+    };
+    ExpectEach(changes, [] { return Animation(1); });
+    const Change<A> shared[] = {
+        {"clip 'run' / key count: 2 / 1", [](A& a) { a.m_clips[1]->m_keyTimes->m_count = 1; }},
+        {"clip 'run' / key times at key 1: 10 / 11",
+         [](A& a) { a.m_clips[1]->m_keyTimes->m_times[1] = 11, a.m_clips[1]->m_length = 11; }},
+    };
+    ExpectEach(shared, [] { return Animation(0); });
+}
+
+TEST(Differences, FloatsAreComparedByValueWithinTheTolerance)
+{
+    vlMeshData a = WholeMesh(), b = WholeMesh();
+    auto *x = a.m_vertexData->m_positions.get(), *y = b.m_vertexData->m_positions.get();
+    x[0] = {kNaN, 0, 5}, y[0] = {-kNaN, -0.0F, 5.5F};
+    x[1].y = 2, y[1].y = 1;
+    const auto compare = [&](double tolerance) { return Compare(a, b, {tolerance}); };
+    ASSERT_EQ(compare(0).size(), 1U);
+    EXPECT_EQ(compare(0)[0].largest, 1.0);
+    EXPECT_EQ(compare(0)[0].count, 2U);
+    EXPECT_EQ(compare(0.5)[0].count, 1U);
+    EXPECT_EQ(Told(compare(1)), Lines{});
+    y[0].z = kNaN;
+    EXPECT_EQ(compare(1)[0].largest, INFINITY);
+    a = WholeMesh(), b = WholeMesh();
+    b.m_vertexData->m_indices[0] = 1;
+    EXPECT_EQ(compare(100).size(), 1U) << "integers are exact";
+}
+
+TEST(Differences, AQuaternionIsItsNegative)
+{
+    vlMeshData mesh = WholeMesh(), other = WholeMesh();
+    vlTrackData &a = mesh.m_tracks[0], &b = other.m_tracks[0];
+    const float half = std::sqrt(0.5F);
+    std::copy_n(std::initializer_list<float>{half, 0, 0, half}.begin(), 4, a.m_channels[0].m_rot.get());
+    std::copy_n(std::initializer_list<float>{-half, 0, -0.0F, -half}.begin(), 4, b.m_channels[0].m_rot.get());
+    EXPECT_EQ(Told(Compare(a, b)), Lines{});
+    b.m_channels[0].m_rot[2] = 0.25F;
+    ASSERT_EQ(Compare(a, b).size(), 1U);
+    EXPECT_EQ(Compare(a, b)[0].largest, 0.25);
+    EXPECT_EQ(Told(Compare(a, b, {0.25})), Lines{});
+    a.m_channels[0].m_rotOrder = b.m_channels[0].m_rotOrder = EULER_XYZ;  // angles have a sign
+    EXPECT_EQ(Compare(a, b)[0].largest, static_cast<double>(2 * half));
+}
+
+// The mesh with a bone "new" ahead of all others, and every reference moved.
+void InsertBone(vlMeshData& mesh)
+{
+    const std::uint16_t count = mesh.m_boneCount++;
+    const auto grown = [count](auto& array) {
+        using T = std::remove_reference_t<decltype(array[0])>;
+        std::shared_ptr<T[]> more(new T[count + 1U]());
+        std::memcpy(static_cast<void*>(&more[1]), &array[0], count * sizeof(T));
+        array = more;
+    };
+    grown(mesh.m_boneNames);
+    grown(mesh.m_boneBounds);
+    grown(mesh.m_boneMatrices);
+    std::strcpy(mesh.m_boneNames[0], "new");
+    mesh.m_boneParents.insert(mesh.m_boneParents.begin(), 0xFFFF);
+    for (std::uint16_t i = 1; i <= count; ++i)
+        mesh.m_boneParents[i] += mesh.m_boneParents[i] != 0xFFFF;
+    vlMeshSkelVertexData& skin = SkinOf(mesh);
+    for (int i = 0; i < 8; ++i) {
+        skin.m_boneIndices[i] += skin.m_boneIndices[i] < count;
+        mesh.m_originalData[0]->m_origBones[i] += mesh.m_originalData[0]->m_origBones[i] < count;
+    }
+    skin.m_usedBones.insert(skin.m_usedBones.begin(), false);
+    skin.m_usedBoneBits = mesh.m_boneCount;
+}
+
+TEST(Differences, WhatWasAddedIsOneDifference)
+{
+    vlMeshData mesh = WholeMesh();
+    mesh.m_originalData[0]->m_origBones[3] = 200;  // beyond both skeletons, where a number means itself
+    vlMeshData more = WholeMesh();
+    more.m_originalData[0]->m_origBones[3] = 200;
+    InsertBone(more);
+    EXPECT_EQ(Told(Compare(mesh, more)), Lines{"bone 'new': - / "});
+
+    vlAnimData anim = Animation(1), longer = Animation(1);
+    longer.m_clips.insert(longer.m_clips.begin(), std::make_shared<vlClipData>(*longer.m_clips[0]));
+    std::strcpy(longer.m_clips[0]->m_name, "new");
+    EXPECT_EQ(Told(Compare(anim, longer)), Lines{"clip 'new': - / "});
+    std::strcpy(longer.m_clips[0]->m_name, "walk");  // the first of a name is the other's first
+    EXPECT_EQ(Told(Compare(anim, longer)), Lines{"clip 'walk': - / "});
+    longer = Animation(1);
+    std::strcpy(longer.m_clips[0]->m_name, "jump");
+    longer.m_clips[0]->m_attrShort = 1;
+    EXPECT_EQ(Told(Compare(anim, longer)), (Lines{"clip 'walk':  / -", "clip 'jump': - / "}));
+    anim.m_clips[0] = nullptr;  // its side file is missing
+    EXPECT_EQ(Told(Compare(anim, anim)), Lines{});
+}
+
+class ModelDifferences : public test::FolderTest {
+protected:
+    static constexpr const char* kManifest =
+        R"(<Vela Mesh="a.mesh"><!-- by hand --><SubMesh><s Name="wall" MtlIdx="1"/><s Name="roof" MtlIdx="0"/></SubMesh>
+           <SkeletonFile><FileName Value="hero.gis"/></SkeletonFile><Lod><l F="1.5"/><l F="3"/></Lod></Vela>)";
+    static constexpr const char* kMaterials =
+        R"(<Vela><MaterialGroup><oak><Material><ParamTable><Color Value="0.5,1,0"/><Gloss Value="0.25"/></ParamTable>
+           </Material></oak><tin><Material><ParamTable/></Material></tin></MaterialGroup><Note>new</Note></Vela>)";
+
+    // Compares the model with one of which a text of one file is another.
+    Lines After(const std::string& file, const std::string& from, const std::string& to, double tolerance = 0)
+    {
+        Write("b/a.gim", kManifest);
+        Write("b/a.mtg", kMaterials);
+        Write("b/a_music.ags", "<Vela/>");
+        for (const char* name : {"a/a.mesh", "b/a.mesh"})
+            Write(name, {reinterpret_cast<const char*>(mesh.data()), mesh.size()});
+        for (const char* name : {"a.gim", "a.mtg", "a_music.ags"})
+            Write(std::string("a/") + name, Read(Path(std::string("b/") + name)));
+        std::string text = Read(Path("b/" + file));
+        Write("b/" + file, text.replace(text.find(from), from.size(), to));
+        GimData a, b;
+        EXPECT_EQ(a.Load(Path("a/a.gim").c_str(), Path("a/").c_str()), 0);
+        EXPECT_EQ(b.Load(Path("b/a.gim").c_str(), Path("b/").c_str()), 0);
+        return Told(Compare(a, b, {tolerance}));
+    }
+
+    const test::Bytes mesh = test::MeshOf(0x50004, {1, true, true, true});
+    test::LogCapture log;
+};
+
+TEST_F(ModelDifferences, EachFieldOfAModel)
+{
+    const char* const changes[][4] = {
+        {"a.gim", "by hand", "by tool", nullptr},
+        {"a.gim", "a.mesh", "./a.mesh", "mesh path: a.mesh / ./a.mesh"},
+        {"a.gim", " Mesh=\"a.mesh\"", "", "mesh path: a.mesh / -"},
+        {"a.gim", "hero.gis", "villain.gis", "skeleton name: hero.gis / villain.gis"},
+        {"a.gim", "roof", "tiles", "submesh 'roof' / Name: roof / tiles"},
+        {"a.gim", "\"0\"", "\"1\"", "submesh 'roof' / MtlIdx: 0 / 1"},
+        {"a.gim", "<l F=\"3\"", "<l G=\"3\"", "manifest at Vela/Lod/l[2]@F: 3 / -"},
+        {"a.gim", "<l F=\"3\"/>", "", "manifest at Vela/Lod/l[2]: l / -"},
+        {"a.gim", "<Lod>", "<Lod Far='9'>", "manifest at Vela/Lod@Far: - / 9"},
+        {"a.mtg", "0.25", "0.5", "material 'oak' / Gloss: 0.25 / 0.5"},
+        {"a.mtg", "<Gloss Value=\"0.25\"/>", "", "material 'oak' / Gloss: 0.25 / -"},
+        {"a.mtg", "new", "old", "material group at Vela/Note: new / old"},
+        {"a.mtg", "<MaterialGroup>", "<MaterialGroup><elm><Material><ParamTable/></Material></elm>",
+         "material 'elm': - / "},
+        {"a_music.ags", "<Vela/>", "", "music:  / -"},
+        {"a_music.ags", "<Vela/>", "<Vale/>", "music at Vela: Vela / Vale"},
+    };
+    for (const auto& [file, from, to, told] : changes)
+        EXPECT_EQ(After(file, from, to), told ? Lines{told} : Lines{}) << to;
+    EXPECT_EQ(After("a.mtg", "0.5,1,0", "0.5,1.25,0", 0.25), Lines{});
+    EXPECT_EQ(After("a.mtg", "0.5,1,0", "0.5,1.25", 1), Lines{"material 'oak' / Color: 0.5,1,0 / 0.5,1.25"});
+    EXPECT_EQ(After("a.gim", "1.5", "1.50"), Lines{"manifest at Vela/Lod/l@F: 1.5 / 1.50"});
+}
+
+}  // namespace
