@@ -28,9 +28,16 @@ refused() {
 } >door.track
 "$vlgim" info --json house.gim flag.gim walker.gim ./*.mesh ./*.gis copy/*.gim door.track >lines
 [ "$(wc -l <lines)" -eq 11 ] || { echo "FAILED: not one line for each file"; exit 1; }
+cp walker.mesh other.mesh
+printf '\300\177' | dd of=other.mesh bs=1 seek=2002 conv=notrunc status=none # NaN in a position
+for pair in 'walker.mesh other.mesh' 'flag.gim house.gim'; do
+    # shellcheck disable=SC2086  # words are arguments
+    "$vlgim" diff --submeshes 3 --json $pair >>lines || [ $? -eq 1 ]
+done
 is_valid <lines || { echo "FAILED: the output is not what the schema says"; cat err; exit 1; }
 says '"name":"Tür\\x1b\\xf9"' lines
 says '"length":"NaN"' lines
+says '"where":"vertex 35","largest":"Infinity"'
 says '"position":[0.0,0.95,0.0]' lines
 
 if is_valid </dev/null; then echo "FAILED: no line at all is valid"; exit 1; fi
@@ -46,6 +53,8 @@ refused mesh 's/"low":\[[^,]*,/"low":[/'
 refused model 's/"channels":/"more":1,"channels":/'
 refused animation 's/"rotations":"[a-z0-9]*"/"rotations":"double"/'
 refused animation 's/"length":[0-9.]*/"length":NaN/'
+refused difference 's/"largest":[^,]*/"largest":"far"/'
+refused difference 's/"a":"[^"]*"/"a":7/'
 refused track 's/"length":"NaN"/"length":"nan"/'
 refused track 's/}$/,"more":1}/'
 refused track 's/T\xc3/T/'

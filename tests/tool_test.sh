@@ -125,7 +125,25 @@ shown '\0355\0240\0200\0364\0220\0200\0200' '\xed\xa0\x80\xf4\x90\x80\x80' # sur
 
 expect 1 info missing.mesh
 says err 'missing.mesh'
-for arguments in '' 'info' 'frobnicate' 'info --submeshes x house.mesh' 'demo a b'; do
+cp -r ../'a model' ../other
+expect 0 diff walker.gim ../other/walker.gim
+[ ! -s out ] || fail "two models that are the same differ"
+sed -i 's/"0.8"/"0.85"/' ../other/walker.mtg
+printf '\33\300' | dd of=../other/walker.gis bs=1 seek=14 conv=notrunc status=none # name of the first bone
+expect 1 diff walker.gim ../other/walker.gim
+[ "$(cat out)" = "material 'denim' / Roughness: 0.8 and 0.85" ] || fail "not the one difference"
+expect 0 diff --tolerance 0.06 walker.gim ../other/walker.gim
+expect 1 diff walker.gis ../other/walker.gis --json
+says out '"field":"bone '"'hips' / name"'","where":"","largest":null,"count":1,"a":"hips","b":"\\x1b\\xc0ps"}'
+expect 2 diff walker.gis missing.gis
+expect 2 diff walker.gis flag.gim
+says err 'walker.gis and flag.gim are files of different kinds'
+code=0
+"$vlgim" diff walker.gis ../other/walker.gis >/dev/full 2>err || code=$?
+[ "$code" -eq 2 ] || fail "a difference that can't be told gives $code"
+
+for arguments in '' 'info' 'frobnicate' 'info --submeshes x house.mesh' 'demo a b' 'diff a.gis' \
+    'diff --tolerance -1 a.gis b.gis' 'diff --tolerance nan a.gis b.gis'; do
     # shellcheck disable=SC2086  # words are arguments
     expect 2 $arguments
     [ -s err ] || fail "wrong usage is not told on stderr"

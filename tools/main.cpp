@@ -3,6 +3,7 @@
 
 #include <corecommon/Log.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 
@@ -25,6 +26,7 @@ int Run(int argc, char** argv)
     app.require_subcommand(1);
     std::function<int()> run;
     AddInfo(app, run);
+    AddDiff(app, run);
     AddDemo(app, run);
     try {
         app.parse(argc, argv);
@@ -43,7 +45,7 @@ try {
     // A full disk shows here at the latest.
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
         std::fprintf(stderr, "vlgim: the output can't be written\n");
-        return kFindings;
+        return std::max<int>(code, kFindings);
     }
     return code;
 } catch (const std::exception& error) {
