@@ -38,6 +38,14 @@ inline std::vector<Bytes> SplitFiles(const std::uint8_t* data, std::size_t size)
     }
 }
 
+/// A file in whose middle a bit has changed, which nearly always lies in an array or a count.
+inline Bytes Changed(Bytes file)
+{
+    if (!file.empty())
+        file[file.size() / 2] ^= 1;
+    return file;
+}
+
 /// A stream in memory, and what was written to it. Not open_memstream, which loses the end once a writer seeks back.
 class MemoryFile {
 public:

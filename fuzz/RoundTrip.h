@@ -2,6 +2,9 @@
 
 #include "Check.h"
 #include "Image.h"
+#include "Input.h"
+
+#include <vlgim/Differences.h>
 
 #include <memory>
 #include <utility>
@@ -44,6 +47,24 @@ auto CheckRoundTrip(Object& object, Write write, Read read)
     else if (!written.HasLooseTicks())  // which move with every write
         ExpectSettled(first, std::move(second), write, read);
     return first;
+}
+
+/// Fails where an object differs from itself or from one that was read from the same bytes.
+template <class Object>
+void CheckDifferences(const Object& object, const Object& again)
+{
+    for (const Object* other : {&object, &again})
+        for (const Difference& difference : Compare(object, *other))
+            Fail("there is a difference in what is the same: " + difference.field);
+}
+
+/// The same, and compares both ways round with an object of other bytes, which may be null.
+template <class Object>
+void CheckDifferences(const Object& object, const Object& again, const Object* other)
+{
+    CheckDifferences(object, again);
+    Check(!other || Compare(object, *other).empty() == Compare(*other, object).empty(),
+          "there is a difference one way round only");
 }
 
 /// Ends an object and copies of it in both orders, and reads all arrays of the ones that are left.

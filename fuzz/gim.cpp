@@ -117,6 +117,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Check(hasMesh == (model.m_mesh.m_vertexData != nullptr), "the result does not tell of the mesh");
     fuzz::Check(result <= 1 || model.m_gimXml.IsEmpty(), "a failed load leaves a manifest");
     model.GetSkeletonName();
+    if (hasMesh) {
+        GimData again;
+        fuzz::Load(again, files);
+        fuzz::CheckDifferences(model, again);
+    }
     // As large as the memory bound allows, without bytes behind it.
     if (hasMesh && model.m_mesh.m_vertexData->WrittenSize() <= 1 << 20 && fuzz::StaysInFolder(model))
         fuzz::CheckSaves(model, result, files);

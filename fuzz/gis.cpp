@@ -118,9 +118,13 @@ void CheckWriting(vlAnimData& anim)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace vela::vlgim;
-    auto anim = fuzz::Read(fuzz::FilesOf(data, size));
+    fuzz::Files files = fuzz::FilesOf(data, size);
+    auto anim = fuzz::Read(files);
     if (!anim)
         return 0;
+    const auto again = fuzz::Read(files);
+    files[""] = fuzz::Changed(files[""]);
+    fuzz::CheckDifferences(*anim, *again, fuzz::Read(files).get());
     fuzz::CheckWriting(*anim);
     vlAnimData deltas = *anim;  // of which the clips are the same ones
     deltas.ConvertToDelta();

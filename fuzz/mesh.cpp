@@ -64,7 +64,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::memcpy(&submeshCount, data, sizeof submeshCount);
     const fuzz::Bytes file(data + sizeof submeshCount, data + size);
     vlMeshData::FittingSubmeshCounts(file.data(), file.size());
-    if (auto mesh = fuzz::Read(file, submeshCount))
-        fuzz::CheckMesh(std::move(mesh));
+    auto mesh = fuzz::Read(file, submeshCount);
+    if (!mesh)
+        return 0;
+    fuzz::CheckDifferences(*mesh, *fuzz::Read(file, submeshCount),
+                           fuzz::Read(fuzz::Changed(file), submeshCount).get());
+    fuzz::CheckMesh(std::move(mesh));
     return 0;
 }

@@ -26,9 +26,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     using namespace vela::vlgim;
     static const fuzz::Folder folder;
-    auto track = fuzz::Load(folder, {data, data + size});
+    const fuzz::Bytes input(data, data + size);
+    auto track = fuzz::Load(folder, input);
     if (!track)
         return 0;
+    fuzz::CheckDifferences(*track, *fuzz::Load(folder, input),
+                           fuzz::Load(folder, fuzz::Changed(input)).get());
     const auto write = [](vlTrackData& t) {
         folder.Remove("b.track");
         t.Save(folder.Path("b.track").c_str());
