@@ -38,14 +38,6 @@ std::vector<double> Numbers(std::string_view text)
     }
 }
 
-double Distance(double a, double b)
-{
-    if (a == b || (std::isnan(a) && std::isnan(b)))
-        return 0;
-    const double distance = std::abs(a - b);
-    return std::isnan(distance) ? std::numeric_limits<double>::infinity() : distance;
-}
-
 // How far two values of a document are apart; none if they are not as many numbers both.
 std::optional<double> ValueDistance(std::string_view a, std::string_view b)
 {

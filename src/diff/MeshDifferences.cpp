@@ -181,7 +181,7 @@ void CompareFrames(Comparer& out, const vlMeshVertexData& a, const vlMeshVertexD
     };
     compare("positions", a.m_positions, b.m_positions);
     compare("normals", a.m_normals, b.m_normals);
-    if (a.m_tangents || b.m_tangents)
+    if (a.m_tangents && b.m_tangents)
         compare("tangents", a.m_tangents, b.m_tangents);
 }
 
@@ -191,6 +191,7 @@ void CompareVertices(Comparer& out, const vlMeshVertexData& a, const vlMeshVerte
     CompareSubmeshes(out, a, b, names);
     if (out.Number("vertex count", a.m_vertexCount, b.m_vertexCount))
         CompareFrames(out, a, b);
+    out.Both("tangents", a.m_tangents != nullptr, b.m_tangents != nullptr);
     if (out.Number("triangle count", a.m_triangleCount, b.m_triangleCount))
         out.Runs("triangles", Run<std::uint16_t>{a.m_indices.get(), a.m_triangleCount, 3},
                  Run<std::uint16_t>{b.m_indices.get(), b.m_triangleCount, 3}, Nth("triangle"));
@@ -231,7 +232,7 @@ void CompareSkins(Comparer& out, const vlMeshData& meshA, const vlMeshData& mesh
 {
     const auto* a = dynamic_cast<const vlMeshSkelVertexData*>(meshA.m_vertexData.get());
     const auto* b = dynamic_cast<const vlMeshSkelVertexData*>(meshB.m_vertexData.get());
-    if (!out.Both("skin", a != nullptr, b != nullptr))
+    if (!out.Both("skin", a != nullptr, b != nullptr) || !a || !b)
         return;
     const unsigned width = a->m_maxBoneRefCount;
     if (out.Number("bone references of a vertex", width, b->m_maxBoneRefCount) &&

@@ -34,18 +34,14 @@ struct Largest {
     std::uint64_t count = 0;  // entries that are further apart than the tolerance
 };
 
+/// By value; a number is infinitely far from what is none.
 template <class T>
 double Distance(T a, T b)
 {
-    return std::abs(static_cast<double>(a) - static_cast<double>(b));
-}
-
-/// By value; a number is infinitely far from what is none.
-inline double Distance(float a, float b)
-{
-    if (a == b || (std::isnan(a) && std::isnan(b)))
+    const auto x = static_cast<double>(a), y = static_cast<double>(b);
+    if (x == y || (std::isnan(x) && std::isnan(y)))
         return 0;
-    const double distance = std::abs(static_cast<double>(a) - static_cast<double>(b));
+    const double distance = std::abs(x - y);
     return std::isnan(distance) ? std::numeric_limits<double>::infinity() : distance;
 }
 
