@@ -122,7 +122,8 @@ TEST(Differences, EachFieldOfAMesh)
          [](M& m) { m.m_vertexData->m_normals[2].x = -INFINITY; }},
         {"skin:  / -", [](M& m) { m.m_vertexData = std::make_shared<vlMeshVertexData>(*m.m_vertexData); }},
         {"bone references of a vertex: 4 / 8", [](M& m) { m.m_vertexData->m_maxBoneRefCount = 8; }},
-        {"bone references at vertex 1: (254, 2, 65535, 0) / (254, 1, 65535, 0)",
+        {"bone references at vertex 1: (254, an_old_name_that_fills_its_field, 65535, arm.l) / (254, root, "
+         "65535, arm.l)",
          [](M& m) { SkinOf(m).m_boneIndices[5] = 1; }},
         {"bone weights at vertex 0: (0.5, 0, 1, -0) / (0.25, 0, 1, 0)",
          [](M& m) { SkinOf(m).m_boneWeights[0] = 0.25F, SkinOf(m).m_boneWeights[3] = 0; }},
@@ -320,6 +321,12 @@ TEST(Differences, WhatWasAddedIsOneDifference)
     more.m_originalData[0]->m_origBones[3] = 200;
     InsertBone(more);
     EXPECT_EQ(Told(Compare(mesh, more)), Lines{"bone 'new': - / "});
+    // The same numbers mean other bones then.
+    SkinOf(more).m_boneIndices = SkinOf(mesh).m_boneIndices;
+    ASSERT_EQ(Compare(mesh, more).size(), 2U);
+    EXPECT_EQ(Told(Compare(mesh, more))[1],
+              "bone references at vertex 0: (arm.l, an_old_name_that_fills_its_field, 65535, root) / "
+              "(new, root, 65535, arm.l)");
 
     vlAnimData anim = Animation(1), longer = Animation(1);
     longer.m_clips.insert(longer.m_clips.begin(), std::make_shared<vlClipData>(*longer.m_clips[0]));

@@ -26,25 +26,46 @@ Run<float> Floats(const geomath::_Vector3<float>* vectors, std::uint64_t count)
     return {vectors ? &vectors->x : nullptr, count, 3};
 }
 
+// The bones of both meshes.
+struct Bones {
+    Names a, b;
+    Pairs pairs;
+};
+
+std::string BoneText(std::size_t bone, const Names& names)
+{
+    return bone < names.size() ? std::string(names[bone]) : std::to_string(bone);
+}
+
+// Names, since one number may mean two bones.
+template <class T>
+std::string ReferencesText(const T* references, unsigned width, const Names& names)
+{
+    std::string text;
+    for (unsigned i = 0; i < width; ++i)
+        text += (i ? ", " : "(") + BoneText(references[i], names);
+    return text + ")";
+}
+
 // Compares references to bones by what they mean.
 template <class T>
-void CompareReferences(Comparer& out, Run<T> a, Run<T> b, const Pairs& bones)
+void CompareReferences(Comparer& out, Run<T> a, Run<T> b, const Bones& bones)
 {
     const auto apart = [&bones](const T* x, const T* y, unsigned width) {
         for (unsigned i = 0; i < width; ++i)
-            if (!bones.MeanTheSame(x[i], y[i]))
+            if (!bones.pairs.MeanTheSame(x[i], y[i]))
                 return Distant{1, i};
         return Distant{};
     };
     Largest first;
-    Scan(a, b, 0, apart, 0, bones.IsIdentity(), first);
+    Scan(a, b, 0, apart, 0, bones.pairs.IsIdentity(), first);
     if (first.count != 0)
         out.Add({"bone references",
                  Nth("vertex")(first.entry),
                  {},
                  first.count,
-                 EntryText(a.At(first.entry), a.width),
-                 EntryText(b.At(first.entry), b.width)});
+                 ReferencesText(a.At(first.entry), a.width, bones.a),
+                 ReferencesText(b.At(first.entry), b.width, bones.b)});
 }
 
 void CompareMorphs(Comparer& out, const vlMeshData& a, const vlMeshData& b)
@@ -80,25 +101,19 @@ Names BoneNames(const vlMeshData& mesh)
     return names;
 }
 
-std::string ParentText(std::uint16_t parent, const Names& names)
-{
-    return parent < names.size() ? std::string(names[parent]) : std::to_string(parent);
-}
-
-Pairs CompareBones(Comparer& out, const vlMeshData& a, const vlMeshData& b)
+Bones CompareBones(Comparer& out, const vlMeshData& a, const vlMeshData& b)
 {
     const Names namesA = BoneNames(a), namesB = BoneNames(b);
-    Pairs bones(namesA, namesB);
+    Bones bones{namesA, namesB, Pairs(namesA, namesB)};
     if (namesA.empty() && namesB.empty()) {
         out.Number("bone count", a.m_boneCount, b.m_boneCount);
         return bones;
     }
     const bool haveBounds = a.m_boneBounds && b.m_boneBounds;
-    CompareLists(out, "bone", namesA, namesB, bones, [&](std::size_t i, std::size_t j) {
+    CompareLists(out, "bone", namesA, namesB, bones.pairs, [&](std::size_t i, std::size_t j) {
         const auto x = static_cast<std::ptrdiff_t>(i), y = static_cast<std::ptrdiff_t>(j);
-        if (!bones.MeanTheSame(a.m_boneParents[i], b.m_boneParents[j]))
-            out.Text("parent", ParentText(a.m_boneParents[i], namesA),
-                     ParentText(b.m_boneParents[j], namesB));
+        if (!bones.pairs.MeanTheSame(a.m_boneParents[i], b.m_boneParents[j]))
+            out.Text("parent", BoneText(a.m_boneParents[i], namesA), BoneText(b.m_boneParents[j], namesB));
         if (haveBounds)
             out.Runs("bounds", Run<float>{a.m_boneBounds[x].m_extents, 1, kFloatsOfBounds},
                      Run<float>{b.m_boneBounds[y].m_extents, 1, kFloatsOfBounds}, kNowhere);
@@ -200,11 +215,12 @@ void CompareVertices(Comparer& out, const vlMeshVertexData& a, const vlMeshVerte
 
 // Bits of bones that both skeletons have, and of those that neither has.
 void CompareMasks(Comparer& out, const vlMeshSkelVertexData& a, const vlMeshSkelVertexData& b,
-                  const Names& namesA, std::size_t bonesB, const Pairs& bones)
+                  const Bones& bones)
 {
     const std::size_t sizeA = a.m_usedBones.size(), sizeB = b.m_usedBones.size();
+    const bool areAsMany = bones.a.size() == bones.b.size();
     // Of skeletons of different sizes the masks differ in theirs.
-    if (namesA.size() == bonesB && out.Number("used bones / bits", sizeA, sizeB))
+    if (areAsMany && out.Number("used bones / bits", sizeA, sizeB))
         out.Number("used bones / bits written", a.m_usedBoneBits, b.m_usedBoneBits);
     const auto isSet = [](const std::vector<bool>& mask, std::size_t bit) {
         return bit < mask.size() && mask[bit];
@@ -213,22 +229,22 @@ void CompareMasks(Comparer& out, const vlMeshSkelVertexData& a, const vlMeshSkel
     bool firstBit = false;
     std::uint64_t count = 0;
     for (std::size_t i = 0; i < std::max(sizeA, sizeB); ++i) {
-        const bool isBone = i < namesA.size() && bonesB != 0;
-        const std::size_t j = isBone ? bones.InB(i) : i;
-        if (j == Pairs::kNone || (!isBone && namesA.size() != bonesB))
+        const bool isBone = i < bones.a.size() && !bones.b.empty();
+        const std::size_t j = isBone ? bones.pairs.InB(i) : i;
+        if (j == Pairs::kNone || (!isBone && !areAsMany))
             continue;
         if (isSet(a.m_usedBones, i) == isSet(b.m_usedBones, j))
             continue;
         if (count++ != 0)
             continue;
-        where = i < namesA.size() ? Quoted("bone", namesA[i]) : "bone " + std::to_string(i);
+        where = i < bones.a.size() ? Quoted("bone", bones.a[i]) : "bone " + std::to_string(i);
         firstBit = isSet(a.m_usedBones, i);
     }
     if (count != 0)
         out.Add({"used bones", where, {}, count, TextOf(int{firstBit}), TextOf(int{!firstBit})});
 }
 
-void CompareSkins(Comparer& out, const vlMeshData& meshA, const vlMeshData& meshB, const Pairs& bones)
+void CompareSkins(Comparer& out, const vlMeshData& meshA, const vlMeshData& meshB, const Bones& bones)
 {
     const auto* a = dynamic_cast<const vlMeshSkelVertexData*>(meshA.m_vertexData.get());
     const auto* b = dynamic_cast<const vlMeshSkelVertexData*>(meshB.m_vertexData.get());
@@ -242,10 +258,10 @@ void CompareSkins(Comparer& out, const vlMeshData& meshA, const vlMeshData& mesh
         out.Runs("bone weights", Run<float>{a->m_boneWeights.get(), a->m_vertexCount, width},
                  Run<float>{b->m_boneWeights.get(), b->m_vertexCount, width}, Nth("vertex"));
     }
-    CompareMasks(out, *a, *b, BoneNames(meshA), BoneNames(meshB).size(), bones);
+    CompareMasks(out, *a, *b, bones);
 }
 
-void CompareOriginalData(Comparer& out, const vlOriginalData& a, const vlOriginalData& b, const Pairs& bones)
+void CompareOriginalData(Comparer& out, const vlOriginalData& a, const vlOriginalData& b, const Bones& bones)
 {
     out.Code("type", a.m_type, b.m_type);
     const std::uint32_t vertices = a.m_origVertexCount;
@@ -284,7 +300,7 @@ void CompareMeshes(Comparer& out, const vlMeshData& a, const vlMeshData& b, cons
     out.Number("skeleton flag", a.m_skeletonFlag, b.m_skeletonFlag);
     CompareMorphs(out, a, b);
     CompareTracks(out, a, b, names);
-    const Pairs bones = CompareBones(out, a, b);
+    const Bones bones = CompareBones(out, a, b);
     if (out.Both("vertices", a.m_vertexData != nullptr, b.m_vertexData != nullptr)) {
         CompareVertices(out, *a.m_vertexData, *b.m_vertexData, names);
         CompareSkins(out, a, b, bones);
