@@ -3,25 +3,8 @@
 # Usage: tool_test.sh PATH_OF_VLGIM
 set -euo pipefail
 vlgim=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-
-fail() {
-    echo "FAILED: $*"
-    cat out err
-    exit 1
-}
-
-# expect CODE ARG...: runs vlgim with the arguments; its output is in the files out and err.
-expect() {
-    local wanted=$1 code=0
-    shift
-    "$vlgim" "$@" >out 2>err || code=$?
-    [ "$code" -eq "$wanted" ] || fail "vlgim $* gave $code, not $wanted"
-}
-
-says() { grep -qF -- "$2" "$1" || fail "no '$2' on $1"; }
+# shellcheck source=tests/support/expect.sh
+. "$(dirname "$0")/support/expect.sh"
 
 expect 0 demo 'a model'
 [ "$(grep -c 'same bytes' out)" -eq 14 ] || fail "the copy differs"

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include <basekit/StringAlgo.h>
+#include <corecommon/Log.h>
 #include <vlio2/Path.h>
 
 #include <algorithm>
@@ -66,11 +67,9 @@ std::optional<LoadedFile> LoadTrack(const std::string& path)
 std::uint32_t CountInManifest(const std::string& path)
 {
     vlio::XmlData manifest;
-    std::vector<tinyxml2::XMLElement*> submeshes;
-    if (vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY) && manifest.Load(path.c_str()) == 0)
-        if (const tinyxml2::XMLElement* list = manifest.FindElement("Vela/SubMesh", nullptr))
-            manifest.GetChildElementList(submeshes, list, nullptr);
-    return static_cast<std::uint32_t>(submeshes.size());
+    if (vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY))
+        manifest.Load(path.c_str());
+    return CountSubmeshes(manifest);
 }
 
 bool HasExtension(const std::string& path, std::string_view extension)
@@ -97,6 +96,14 @@ void AddLoadOptions(CLI::App& command, LoadOptions& options)
         "else the one count that fits is taken");
 }
 
+std::uint32_t CountSubmeshes(const vlio::XmlData& manifest)
+{
+    std::vector<tinyxml2::XMLElement*> submeshes;
+    if (const tinyxml2::XMLElement* list = manifest.FindElement("Vela/SubMesh", nullptr))
+        manifest.GetChildElementList(submeshes, list, nullptr);
+    return static_cast<std::uint32_t>(submeshes.size());
+}
+
 std::optional<SubmeshCount> FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes,
                                              const LoadOptions& options)
 {
@@ -108,8 +115,8 @@ std::optional<SubmeshCount> FindSubmeshCount(const std::string& path, const vlio
     const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(bytes.data(), bytes.size());
     if (fitting.size() == 1)
         return SubmeshCount{fitting[0], "the one count that fits the file"};
-    std::fprintf(stderr, "%s: the file does not say how many submeshes it has, and %s; use --submeshes N\n",
-                 Shown(path).c_str(), fitting.empty() ? "they can't be worked out" : "several counts fit it");
+    LogError("%s: the file does not say how many submeshes it has, and %s; use --submeshes N", path.c_str(),
+             fitting.empty() ? "they can't be worked out" : "several counts fit it");
     return std::nullopt;
 }
 

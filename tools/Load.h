@@ -34,8 +34,11 @@ struct SubmeshCount {
     std::string source;
 };
 
-/// The submesh count of a .mesh file: as given, as the manifest beside it says, or the one that fits. None: stderr says
-/// why.
+/// Submeshes that a manifest lists.
+std::uint32_t CountSubmeshes(const vlio::XmlData& manifest);
+
+/// The submesh count of a .mesh file: as given, as the manifest beside it says, or the one that fits. None: LogError
+/// says why.
 std::optional<SubmeshCount> FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes,
                                              const LoadOptions& options);
 

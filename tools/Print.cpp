@@ -64,6 +64,11 @@ std::string Grouped(std::uint64_t number)
     return text;
 }
 
+std::string Counted(std::uint64_t number, const char* thing)
+{
+    return Grouped(number) + ' ' + thing + (number == 1 ? "" : "s");
+}
+
 std::string Shown(std::string_view text)
 {
     std::string shown;

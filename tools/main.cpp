@@ -26,6 +26,8 @@ int Run(int argc, char** argv)
     app.require_subcommand(1);
     std::function<int()> run;
     AddInfo(app, run);
+    AddCheck(app, run);
+    AddCodes(app, run);
     AddDiff(app, run);
     AddDemo(app, run);
     try {

@@ -1,0 +1,136 @@
+#!/usr/bin/env bash
+# What a person sees of vlgim check and codes, over folders of many files.
+# Usage: check_test.sh PATH_OF_VLGIM
+set -euo pipefail
+vlgim=$1
+tests=$(cd "$(dirname "$0")" && pwd)
+# shellcheck source=tests/support/expect.sh
+. "$tests/support/expect.sh"
+
+is() { diff "$1" - >differs || fail "$1 is not what it should be: $(cat differs)"; }
+
+is_valid() { "$tests/validate_json.py" "$tests/../docs/vlgim.schema.json" <out || fail "not what the schema says"; }
+
+# track FILE VERSION NAME: the lowest byte of its version, and its name as printf %b takes it; one key, no channel.
+track() {
+    local name
+    {
+        printf 'VTRK%b\0\1\0\0\1' "\\0$2"
+        printf -v name '%b' "$3"
+        printf '%s' "$name"
+        head -c $((38 - $(LC_ALL=C; echo ${#name}))) /dev/zero
+        printf '\1\0\0\0\200\77\0\0'
+    } >"$1"
+}
+
+# patch FILE OFFSET BYTES, as printf %b takes them.
+patch() { printf '%b' "$3" | dd of="$1" bs=1 seek="$2" conv=notrunc status=none; }
+
+"$vlgim" demo good >out
+expect 0 check good
+[ ! -s out ] || fail "good files have findings"
+says err '28 files, 0.1 MB in'
+
+# Broken files between good ones: what is found, in which order, on how many threads.
+mkdir -p many/clips_gis many/.hidden elsewhere
+cp -r good/copy many/b
+for copy in {1..100}; do cp good/house.mesh "many/b/$copy.mesh"; done # nearly all of the second round
+cp -r good/copy elsewhere/linked
+cp good/house.gim good/house.mesh many/ # without the material group
+cp good/walker.gis many/clips_gis/      # no side file, whatever its folder is called
+cp good/walker.gis many/walker.gis
+head -c 9000 good/walker.gis >many/cut.gis
+head -c 900 good/walker.gis >many/.hidden/cut.gis
+ln -s ../elsewhere/linked many/linked
+sed 's/MtlIdx="1"/MtlIdx="7"/' good/house.gim >many/b/house.gim
+for name in flag walker; do printf '<Vela>\n  <MaterialGroup/' >"many/b/$name.mtg"; done
+ln many/b/flag.mtg many/b/shared.mtg
+track many/track 0 door
+track "many/b/$(printf 'a\033\377')" 1 door
+printf 'no model\n' >many/readme.txt
+head -c 4000 good/house.mesh >many/b/cut.mesh
+head -c 4000 good/flag.mesh >many/z.mesh
+for name in one two; do # share a mesh, which is named once
+    sed 's|<Vela>|<Vela Mesh="many/b/cut.mesh">|' good/house.gim >many/b/$name.gim
+    cp good/house.mtg many/b/$name.mtg
+done
+expect 1 check --json --submeshes 3 many missing.gim
+is_valid
+cut -c 1-1000 out | jq -r '[.code // .type, .file, .line // .offset] | join(" ")' >found
+is found <<'TEXT'
+bad-xml many/b/flag.mtg 2
+material-index many/b/house.gim 4
+damaged many/b/cut.mesh 4364
+bad-xml many/b/walker.mtg 2
+damaged many/cut.gis 8196
+missing-file many/house.gim 
+save-version many/track 4
+unreadable missing.gim 
+damaged many/z.mesh 20155
+summary  
+TEXT
+cp out one_job
+for jobs in 1 2 7; do
+    expect 1 check --json --submeshes 3 -j $jobs many missing.gim
+    cmp -s out one_job || fail "the output of $jobs threads is another"
+done
+expect 1 check many missing.gim --submeshes 3
+says out 'many/b/house.gim:4:9: error: submesh roof names material 7, and there are 3 (Vela/SubMesh/Mesh1) [material-index]'
+says out 'many/track: note: a save writes version 0x10001 in place of 0x10000 (header, byte 4) [save-version]'
+says err '8 errors, 0 warnings, 1 note; 1 unreadable'
+
+# What is named is checked, wherever it lies; so is what a list names.
+printf '%s\n' many/readme.txt many/.hidden many/linked/flag.gim "many/b/$(printf 'a\033\377')" >list
+expect 1 check - <list
+says out 'many/readme.txt: note: neither'
+says out 'many/.hidden/cut.gis: error: '
+says err '7 files'
+mkdir many/b/locked
+if chmod 0 many/b/locked && [ ! -r many/b/locked ]; then # root may read it
+    expect 1 check --only damaged many/b
+    says out "many/b/locked: error: the folder can't be read: Permission denied [unreadable]"
+fi
+rmdir many/b/locked
+
+# track_findings CODE ARG...: of a track that is old, and that has bytes behind its end.
+track old.track 0 door
+printf 'more' >>old.track
+findings() {
+    expect "$1" check old.track "${@:2}"
+    grep -o '\[[a-z-]*\]' out | tr -d '\n'
+}
+while read -r code found arguments; do
+    # shellcheck disable=SC2086  # words are arguments
+    [ "$(findings "$code" $arguments)" = "$found" ] || fail "check $arguments: not $found"
+done <<'TEXT'
+1 [save-version][save-drops-bytes]
+0 [save-version] --ignore save-drops-bytes
+1 [save-version] --ignore save-drops-bytes --strict
+1 [save-drops-bytes] --only damaged,save-drops-bytes --strict
+1 [save-drops-bytes] --only damaged --only save-drops-bytes
+TEXT
+expect 0 check --only damaged --ignore damaged,unreadable old.track missing.gim
+track good/named.track 0 '\033[2J\377' # its name is in no finding; that of the file may hold anything
+mv good/named.track "good/$(printf '\033[2J\377')"
+expect 0 check "good/$(printf '\033[2J\377')"
+says out 'good/\x1b[2J\xff: note: '
+expect 0 check --json good
+is_valid
+expect 2 check --only weigth-sum good
+says err "there is no code 'weigth-sum'; is it weight-sum?"
+expect 2 check --memory-limit 0 good
+expect 2 check -j 0 good
+expect 1 check --memory-limit 1 --only memory-limit /proc/self/exe good
+says out '[memory-limit]'
+
+# What the program is run in decides on colours and progress, and neither goes into a file.
+terminal() { TERM=xterm script -qec "$1" /dev/null >out || true; }
+terminal "'$vlgim' check old.track"
+says out "$(printf 'old.track: \033[1;36mnote:\033[0m a save')"
+terminal "NO_COLOR=1 '$vlgim' check old.track"
+says out 'old.track: note: a save'
+if "$vlgim" check many >/dev/full 2>err; then fail "a full disk goes unseen"; fi
+says err "the output can't be written"
+"$vlgim" check many 2>err | head -c 0 >out || true
+[ ! -s err ] || fail "a reader that goes is complained of"
+

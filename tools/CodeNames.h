@@ -1,0 +1,20 @@
+#pragma once
+
+#include <vlgim/Findings.h>
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+#include <vector>
+
+namespace vela::vlgim::tools {
+
+/// Gives a command an option that takes codes of findings, several times or in a list with commas. One that does not
+/// exist is wrong usage, and the message names those that are spelled alike.
+CLI::Option* AddCodeOption(CLI::App& command, const std::string& option, std::vector<std::string>& codes,
+                           const std::string& description);
+
+/// As people write it: "error", "warning" or "note".
+const char* NameOf(Severity severity);
+
+}  // namespace vela::vlgim::tools
