@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What a person sees of vlgim check and codes, over folders of many files.
+# What a person sees of vlgim check, upgrade and codes, over folders of many files.
 # Usage: check_test.sh PATH_OF_VLGIM
 set -euo pipefail
 vlgim=$1
@@ -134,3 +134,85 @@ says err "the output can't be written"
 "$vlgim" check many 2>err | head -c 0 >out || true
 [ ! -s err ] || fail "a reader that goes is complained of"
 
+# Upgrades. Two meshes are old, of which one has bytes that a save drops, and a track.
+"$vlgim" demo old >out
+patch old/house.mesh 4 '\0003'
+patch old/flag.mesh 4 '\0003'
+printf 'more' >>old/flag.mesh
+track old/door.track 0 door
+cp -r old before
+expect 1 upgrade --dry-run old
+is out <<'TEXT'
+old/door.track: would be upgraded, 0x10000 to 0x10001
+    a save writes version 0x10001 in place of 0x10000 (header, byte 4) [save-version]
+old/flag.mesh: skipped; --drop CODE allows it
+    4 bytes from here on belong to no block, up to the end of the file (byte 20171) [save-drops-bytes]
+old/house.mesh: would be upgraded, 0x50003 to 0x50004
+    a save writes version 0x50004 in place of 0x50003 (header, byte 4) [save-version]
+TEXT
+diff -r old before || fail "a dry run writes"
+expect 1 upgrade old
+says err '2 upgraded, 1 skipped, 0 failed, 4 current'
+cmp old/house.mesh good/house.mesh || fail "another mesh"
+expect 2 upgrade --drop damaged old
+says err "a save drops nothing of what 'damaged' names"
+expect 0 upgrade --json --drop save-drops-bytes old
+is_valid
+jq -r 'select(.status == "upgraded") | .file, .reasons[].code' out | is <(printf '%s\n' old/flag.mesh save-version save-drops-bytes)
+cmp old/flag.mesh good/flag.mesh || fail "another flag"
+expect 0 check old
+
+# Nothing outside is written, whichever way leads there; paths in a manifest are from where the program runs.
+mkdir -p outside inside/sub
+cp good/house.mesh outside/
+patch outside/house.mesh 4 '\0003'
+cp outside/house.mesh outside/before
+ln -s ../outside/house.mesh inside/link.mesh
+ln -s ../outside inside/folder
+cd inside
+for mesh in ../outside/house.mesh "$PWD/../outside/house.mesh" sub/../../outside/house.mesh link.mesh folder/house.mesh; do
+    sed "s|<Vela>|<Vela Mesh=\"$mesh\">|" ../good/house.gim >house.gim
+    for argument in . house.gim; do
+        expect 1 upgrade $argument
+        says out "it lies outside of the given folders: $work/outside/house.mesh"
+        says err '0 upgraded, 1 skipped, 0 failed'
+    done
+done
+expect 1 upgrade link.mesh
+says err '0 upgraded, 1 skipped, 0 failed'
+cmp ../outside/house.mesh ../outside/before || fail "a file outside of the folder was written"
+expect 0 upgrade house.gim ../outside
+says err '1 upgraded, 0 skipped'
+cmp ../outside/house.mesh ../good/house.mesh || fail "another mesh"
+cd ..
+
+# Two manifests of one mesh that do not agree, and one that the mesh does not fit.
+mkdir two
+patch good/flag.mesh 4 '\0003'
+cp good/flag.mesh good/flag.gim two/
+sed '/<Mesh1/d; s|<Vela>|<Vela Mesh="two/flag.mesh">|' good/flag.gim >two/other.gim
+expect 1 upgrade two
+says out 'its manifests do not agree on its submeshes: two/flag.gim lists 2, two/other.gim lists 1'
+expect 1 upgrade two/other.gim
+says out 'it should have 1 submeshes, and the file itself fits 2'
+cmp two/flag.mesh good/flag.mesh || fail "a mesh of a wrong count was written"
+
+# Ctrl-C: what is begun is finished, and no file is half done.
+mkdir -p stop/0
+for copy in {1..30}; do ln good/flag.mesh "stop/0/$copy.mesh"; done
+for folder in {1..99}; do cp -r stop/0 "stop/$folder"; done
+rm out
+set -m # a shell without job control has its background commands ignore Ctrl-C
+"$vlgim" upgrade --json --submeshes 2 stop >out 2>err &
+set +m
+until [ -s out ]; do :; done
+kill -INT $!
+code=0
+wait $! || code=$?
+[ $code -eq 130 ] || fail "interrupted, upgrade gave $code"
+says err 'vlgim: interrupted'
+is_valid
+[ -z "$(find stop -name '.*' -type f)" ] || fail "a file is left half done"
+upgraded=$(grep -c '"status":"upgraded"' out)
+[ "$upgraded" -eq "$(head -qc 5 stop/*/*.mesh | tr -dc '\4' | wc -c)" ] || fail "not all is told that was upgraded"
+[ "$upgraded" -lt 3000 ] || fail "nothing was interrupted"

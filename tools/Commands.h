@@ -16,5 +16,6 @@ void AddCodes(CLI::App& app, std::function<int()>& run);
 void AddInfo(CLI::App& app, std::function<int()>& run);
 void AddDiff(CLI::App& app, std::function<int()>& run);
 void AddDemo(CLI::App& app, std::function<int()>& run);
+void AddUpgrade(CLI::App& app, std::function<int()>& run);
 
 }  // namespace vela::vlgim::tools

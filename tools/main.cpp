@@ -27,6 +27,7 @@ int Run(int argc, char** argv)
     std::function<int()> run;
     AddInfo(app, run);
     AddCheck(app, run);
+    AddUpgrade(app, run);
     AddCodes(app, run);
     AddDiff(app, run);
     AddDemo(app, run);
