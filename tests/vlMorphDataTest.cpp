@@ -1,69 +1,37 @@
-#include "support/Bytes.h"
+#include "support/Blocks.h"
 
 #include <vlgim/vlMorphData.h>
 
-#include <gtest/gtest.h>
+namespace vela::vlgim::test {
 
-using namespace vela::vlgim;
-using namespace vela::vlgim::test;
-
-namespace {
-
-const Bytes kBlock = ByteBuilder().U8(2).U16(3).F32s({0, 0.5F, 2});
-
-std::vector<float> Times(const vlMorphData& morph)
-{
-    const float* times = morph.m_times.GetKeyTimes();
-    return {times, times + morph.m_times.GetKeyCount()};
-}
-
-TEST(vlMorphData, ReadsAndWrites)
-{
-    vlMorphData morph;
-    morph.m_singleFrame = 9;
-    ASSERT_EQ(morph.ReadDataNew(kBlock.data(), kBlock.data() + 15), kBlock.data() + 15);
-    EXPECT_EQ(morph.m_morphMode, 2);
-    EXPECT_EQ(morph.m_singleFrame, 9);
-    EXPECT_EQ(Times(morph), (std::vector<float>{0, 0.5F, 2}));
-    EXPECT_EQ(Written([&](std::FILE* stream) { morph.WriteData(stream); }), kBlock);
-
-    ForEachPrefix(kBlock, [&](const unsigned char* data, const unsigned char* end) {
-        EXPECT_EQ(morph.ReadDataNew(data, end), nullptr);
-    });
-    EXPECT_EQ(Times(morph).size(), 3U);
-
-    morph.m_times.ClearTimes();
-    EXPECT_EQ(Written([&](std::FILE* stream) { morph.WriteData(stream); }), (Bytes{2, 0, 0})) << "no keys";
-}
-
-TEST(vlMorphData, OldForms)
+TEST(vlMorphData, EachForm)
 {
     const Bytes integers = ByteBuilder().U32s({7, 8}), floats = ByteBuilder().F32s({7, 8});
-    struct Case {
-        unsigned version;
+    const struct {
+        unsigned version;  // 0: the form of today's files
         Bytes ahead, times;
-        int mode, singleFrame;
+        std::uint8_t mode;
+        int singleFrame;
         float first;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {0x20004, {5, 0, 2, 0}, integers, 1, 5, 0},  // the first of the integers counts as 0
         {0x20005, {5, 0, 2, 0}, floats, 1, 5, 7},    {0x20010, {5, 0, 2, 0}, floats, 1, 5, 7},
         {0x20011, {9, 5, 0, 2, 0}, floats, 9, 5, 7}, {0x20012, {9, 5, 0, 2, 0}, floats, 9, 5, 7},
-        {0x20013, {9, 2, 0}, floats, 9, 0, 7},
+        {0x20013, {9, 2, 0}, floats, 9, 0, 7},       {0, {9, 2, 0}, floats, 9, 77, 7},
     };
-    for (const auto& [version, ahead, times, mode, singleFrame, first] : cases) {
-        const Bytes block = ByteBuilder().Raw(ahead).Raw(times);
-        const unsigned char* const end = block.data() + block.size();
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.version);
         vlMorphData morph;
         morph.m_singleFrame = 77;
-        EXPECT_EQ(morph.ReadData(block.data(), version, end), end) << std::hex << version;
-        EXPECT_EQ(std::tuple(morph.m_morphMode, morph.m_singleFrame, Times(morph)),
-                  std::tuple(mode, singleFrame, std::vector<float>{first, 8}));
-        ForEachPrefix(block, [&, v = version](const unsigned char* data, const unsigned char* cutEnd) {
-            EXPECT_EQ(morph.ReadData(data, v, cutEnd), nullptr);
-        });
-        EXPECT_EQ(morph.m_morphMode, mode);
+        ExpectWhole(morph, ByteBuilder().Raw(c.ahead).Raw(c.times),
+                    [&](vlMorphData& into, const unsigned char* data, const unsigned char* end) {
+                        return c.version ? into.ReadData(data, c.version, end) : into.ReadDataNew(data, end);
+                    });
+        EXPECT_EQ(morph.m_singleFrame, c.singleFrame);
+        EXPECT_EQ(Written(morph), ByteBuilder().U8(c.mode).U16(2).F32s({c.first, 8}).Bytes());
+        morph.m_times.ClearTimes();
+        EXPECT_EQ(Written(morph), (Bytes{c.mode, 0, 0})) << "no keys";
     }
 }
 
-}  // namespace
+}  // namespace vela::vlgim::test

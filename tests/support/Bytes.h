@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <initializer_list>
 #include <memory>
+#include <string>
+#include <type_traits>
 #include <vector>
 
 namespace vela::vlgim::test {
@@ -48,6 +50,17 @@ private:
 
 using Bytes = std::vector<unsigned char>;
 
+/// The first bytes of a file.
+inline Bytes Prefix(const Bytes& file, std::size_t size)
+{
+    return {file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size)};
+}
+
+inline std::string AsString(const Bytes& bytes)
+{
+    return {bytes.begin(), bytes.end()};
+}
+
 /// The file with other bytes from byte `at` on.
 inline Bytes With(Bytes file, std::size_t at, const Bytes& patch)
 {
@@ -76,12 +89,15 @@ void ForEachByteChange(const Bytes& whole, Read read)
             read(With(whole, at, {static_cast<unsigned char>(lie)}));
 }
 
-/// What write(stream) leaves in an empty file.
+/// What write(stream), or else the WriteData of an object, leaves in an empty file.
 template <class Write>
-Bytes Written(Write write)
+Bytes Written(Write&& write)
 {
     std::FILE* stream = std::tmpfile();
-    write(stream);
+    if constexpr (std::is_invocable_v<Write&, std::FILE*>)
+        write(stream);
+    else
+        write.WriteData(stream);
     std::fseek(stream, 0, SEEK_END);
     Bytes bytes(static_cast<std::size_t>(std::ftell(stream)));
     std::rewind(stream);
