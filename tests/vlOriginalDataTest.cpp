@@ -1,92 +1,69 @@
-#include "support/LogCapture.h"
+#include "support/Blocks.h"
 #include "support/MeshBytes.h"
 
 #include <vlgim/vlOriginalData.h>
 
-#include <gtest/gtest.h>
-
-using namespace vela::vlgim;
-using namespace vela::vlgim::test;
+namespace vela::vlgim::test {
 
 namespace {
 
 const Bytes kBlock = OriginalBlock();
 
-bool Read(vlOriginalData& data, const Bytes& block, unsigned version = 0x30017)
+Bytes Write(vlOriginalData& data)
 {
-    const unsigned char* const end = block.data() + block.size();
-    return data.ReadData(block.data(), version, end) == end;
+    return Written([&](std::FILE* stream) { data.WriteData(stream, 0); });
 }
 
-Bytes Written(vlOriginalData& data)
-{
-    return vela::vlgim::test::Written([&](std::FILE* stream) { data.WriteData(stream, 0); });
-}
-
-TEST(vlOriginalData, ReadsAndWrites)
-{
-    vlOriginalData copy;
-    {
-        vlOriginalData data;
-        ASSERT_EQ(data.ReadDataNew(kBlock.data(), kBlock.data() + kBlock.size()),
-                  kBlock.data() + kBlock.size());
-        copy = data;
-        EXPECT_EQ(copy.m_origExtra, data.m_origExtra);
-    }
-    EXPECT_EQ(std::tuple(copy.m_type, copy.m_origVertexCount, copy.m_origIndexCount, copy.m_origExtraCount,
-                         copy.m_hasSkin),
-              std::tuple(MESH_DATA_VERTEX, 2U, 3U, 1U, 1));
-    EXPECT_EQ(copy.m_origPositions[1].z, 6.0F);
-    EXPECT_EQ(copy.m_origIndices[2], 1);
-    EXPECT_EQ(copy.m_origExtra[0], 0xCAFEBABE);
-    EXPECT_EQ(copy.m_origBones[7], 7);
-    EXPECT_EQ(copy.m_origWeights[7], 5.0F);
-    EXPECT_EQ(Written(copy), kBlock);
-    EXPECT_EQ(copy.WrittenSize(), kBlock.size());
-
-    const Bytes plain(kBlock.begin(), kBlock.begin() + 46);  // the form without a skin flag
-    ASSERT_TRUE(Read(copy, plain, 0x30016));
-    EXPECT_EQ(copy.m_hasSkin, 1) << "stays";
-    EXPECT_EQ(copy.m_origBones, nullptr);
-    EXPECT_EQ(Written(copy), ByteBuilder().Raw(plain).U8(0).Bytes()) << "one array alone is no skin";
-    EXPECT_EQ(copy.WrittenSize(), 47U);
-
-    ASSERT_TRUE(Read(copy, With(Bytes(13), 12, {1})));  // a skin of no vertices
-    EXPECT_EQ(std::tuple(copy.m_hasSkin, copy.m_origPositions, copy.m_origWeights),
-              std::tuple(1, nullptr, nullptr));
-    EXPECT_EQ(Written(copy), Bytes(13));
-}
-
-TEST(vlOriginalData, RefusesWhatDoesNotFit)
+vlOriginalData Read(const Bytes& block, unsigned version = 0x30017)
 {
     vlOriginalData data;
-    ASSERT_TRUE(Read(data, kBlock));
-    const auto positions = data.m_origPositions;
-    ForEachPrefix(kBlock, [&](const unsigned char* start, const unsigned char* end) {
-        EXPECT_EQ(data.ReadDataNew(start, end), nullptr);
-        EXPECT_EQ(data.m_origPositions, positions);
-    });
-    for (const std::size_t countAt : {0U, 28U, 38U})
-        EXPECT_FALSE(Read(data, With(kBlock, countAt, ByteBuilder().U32(0xFFFFFFFF)))) << countAt;
-    EXPECT_EQ(data.ReadDataNew(nullptr), nullptr);
-}
-
-TEST(vlOriginalData, RefusesToWriteWhatIsMissing)
-{
-    const std::pair<std::string, void (*)(vlOriginalData&)> cases[] = {
-        {"positions", [](auto& data) { data.m_origPositions = nullptr; }},
-        {"indices", [](auto& data) { data.m_origIndices = nullptr; }},
-        {"extra values", [](auto& data) { data.m_origExtra = nullptr; }},
-    };
-    for (const auto& [what, spoil] : cases) {
-        vlOriginalData data;
-        ASSERT_TRUE(Read(data, kBlock));
-        spoil(data);
-        const LogCapture log;
-        EXPECT_TRUE(Written(data).empty());
-        EXPECT_EQ(log.lines, std::vector{"E original data can't be written: the " + what +
-                                         " of original data are missing"});
-    }
+    data.m_hasSkin = 1;
+    ExpectWhole(
+        data, block,
+        [version](vlOriginalData& into, const unsigned char* start, const unsigned char* end) {
+            return into.ReadData(start, version, end);
+        },
+        &Write);
+    return data;
 }
 
 }  // namespace
+
+TEST(vlOriginalData, ReadsAndWrites)
+{
+    vlOriginalData data = Read(kBlock);
+    EXPECT_EQ(std::tuple(data.m_type, data.m_origVertexCount, data.m_origIndexCount, data.m_origExtraCount,
+                         data.m_hasSkin),
+              std::tuple(MESH_DATA_VERTEX, 2U, 3U, 1U, 1));
+    EXPECT_EQ(std::tuple(data.m_origPositions[1].z, data.m_origIndices[2], data.m_origExtra[0],
+                         data.m_origBones[7], data.m_origWeights[7]),
+              std::tuple(6.0F, 1, 0xCAFEBABE, 7, 5.0F));
+    EXPECT_EQ(Write(data), kBlock);
+    EXPECT_EQ(data.WrittenSize(), kBlock.size());
+    ExpectLiesReadBack(vlOriginalData(), kBlock, &vlOriginalData::ReadDataNew, &Write);
+    EXPECT_EQ(data.ReadDataNew(nullptr), nullptr);
+
+    data = Read(Prefix(kBlock, 46), 0x30016);  // the form without a skin flag
+    EXPECT_EQ(std::tuple(data.m_hasSkin, data.m_origBones), std::tuple(1, nullptr)) << "the flag stays";
+    EXPECT_EQ(Write(data), With(Prefix(kBlock, 47), 46, {0})) << "one array alone is no skin";
+    EXPECT_EQ(data.WrittenSize(), 47U);
+
+    data = Read(With(Bytes(13), 12, {1}));  // a skin of no vertices
+    EXPECT_EQ(std::tuple(data.m_hasSkin, data.m_origPositions, data.m_origWeights),
+              std::tuple(1, nullptr, nullptr));
+    EXPECT_EQ(Write(data), Bytes(13));
+}
+
+TEST(vlOriginalData, WhatIsMissingIsNotWritten)
+{
+    const auto make = [] { return Read(kBlock); };
+    const std::string message = "E original data can't be written: the ";
+    ExpectRefusedAtWrite<vlOriginalData>(
+        message, make,
+        {{"positions of original data are missing", [](auto& data) { data.m_origPositions = nullptr; }},
+         {"indices of original data are missing", [](auto& data) { data.m_origIndices = nullptr; }},
+         {"extra values of original data are missing", [](auto& data) { data.m_origExtra = nullptr; }}},
+        &Write);
+}
+
+}  // namespace vela::vlgim::test
