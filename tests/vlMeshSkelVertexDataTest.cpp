@@ -1,14 +1,11 @@
-#include "support/LogCapture.h"
+#include "support/Blocks.h"
 #include "support/MeshBytes.h"
 
 #include <vlgim/vlMeshVertexData.h>
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 
-using namespace vela::vlgim;
-using namespace vela::vlgim::test;
+namespace vela::vlgim::test {
 
 namespace {
 
@@ -17,19 +14,28 @@ Bytes Block(std::uint32_t version)
     return ByteBuilder().Raw(SmallVertexBlock(version, 1)).Raw(SkinSlots(version)).Raw(SkinMask(version));
 }
 
-const Bytes kBlock = Block(0x50004);
-const std::size_t kBitsAt = kBlock.size() - 6;
-
-bool Read(vlMeshSkelVertexData& mesh, const Bytes& block, unsigned version = 0x50004)
+// The block of 0x50004 with another count of bits, and bytes enough for a mask of so many.
+Bytes WithBits(std::uint32_t bits)
 {
-    const unsigned char* const end = block.data() + block.size();
-    mesh.m_subCount = 2;
-    return mesh.ReadDataNew(block.data(), version, 0, end) == end;
+    Bytes block = Block(0x50004);
+    block = With(block, block.size() - 6, ByteBuilder().U32(bits));
+    block.resize(block.size() - 2 + (std::min(bits, 70'000U) + 7) / 8);
+    return block;
 }
 
-Bytes Written(vlMeshVertexData& mesh)
+auto Reader(unsigned version)
 {
-    return vela::vlgim::test::Written([&](std::FILE* stream) { mesh.WriteData(stream); });
+    return [version](vlMeshSkelVertexData& mesh, const unsigned char* data, const unsigned char* end) {
+        mesh.m_subCount = 2;
+        return mesh.ReadDataNew(data, version, 0, end);
+    };
+}
+
+vlMeshSkelVertexData Read(const Bytes& block, unsigned version = 0x50004)
+{
+    vlMeshSkelVertexData mesh;
+    ExpectWhole(mesh, block, Reader(version));
+    return mesh;
 }
 
 std::vector<std::uint32_t> UsedBones(const vlMeshSkelVertexData& mesh)
@@ -41,110 +47,78 @@ std::vector<std::uint32_t> UsedBones(const vlMeshSkelVertexData& mesh)
     return used;
 }
 
+}  // namespace
+
 TEST(vlMeshSkelVertexData, EachVersion)
 {
-    using Bones = std::vector<std::uint32_t>;
-    const std::tuple<unsigned, std::uint32_t, Bones, Bones> cases[] = {
+    const struct {
+        unsigned version;
+        std::uint32_t bits;
+        std::vector<std::uint32_t> used, usedOnceWritten;
+    } cases[] = {
         {0x50000, 255, {}, {0, 2, 254}},
         {0x50002, 255, {}, {0, 2, 254}},
         {0x50003, 255, {1, 8}, {0, 1, 2, 8, 254}},
         {0x50004, 9, {1, 8}, {0, 1, 2, 8}},
     };
-    for (const auto& [version, bits, used, usedOnceWritten] : cases) {
-        vlMeshSkelVertexData copy;
-        {
-            vlMeshSkelVertexData mesh;
-            ASSERT_TRUE(Read(mesh, Block(version), version)) << std::hex << version;
-            copy = mesh;
-            EXPECT_EQ(copy.m_boneWeights, mesh.m_boneWeights);
-        }
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.version);
+        vlMeshSkelVertexData mesh = Read(Block(c.version), c.version);
         const std::uint16_t references[] = {0, 2, 0xFFFF, 1, 254, 2, 0xFFFF, 0};
-        EXPECT_EQ(std::memcmp(copy.m_boneIndices.get(), references, sizeof references), 0);
-        EXPECT_EQ(std::memcmp(copy.m_boneWeights.get(), &SkinSlots(0x50004).Bytes()[16], 32), 0);
-        EXPECT_EQ(std::tuple(copy.m_usedBoneBits, copy.m_usedBones.size(), copy.GetMaxBoneRefCount()),
-                  std::tuple(bits, bits, 4U));
-        EXPECT_EQ(UsedBones(copy), used);
-        EXPECT_EQ(copy.m_positions[1].z, 6.0F);
+        EXPECT_EQ(std::memcmp(mesh.m_boneIndices.get(), references, sizeof references), 0);
+        EXPECT_EQ(std::memcmp(mesh.m_boneWeights.get(), &SkinSlots(0x50004).Bytes()[16], 32), 0);
+        EXPECT_EQ(std::tuple(mesh.m_usedBoneBits, mesh.m_usedBones.size(), mesh.GetMaxBoneRefCount()),
+                  std::tuple(c.bits, c.bits, 4U));
+        EXPECT_EQ(UsedBones(mesh), c.used);
 
-        const Bytes written = ByteBuilder()
-                                  .Raw(SmallVertexBlock(0x50004, 1))
-                                  .Raw(SkinSlots(0x50004))
-                                  .Raw(WrittenMask(version, 2));
-        EXPECT_EQ(Written(copy), written);
-        EXPECT_EQ(copy.WrittenSize(), written.size());
-        EXPECT_EQ(UsedBones(copy), usedOnceWritten);
-        copy.m_usedBoneBits = 0;
-        EXPECT_EQ(Written(copy).size(), written.size() - (bits + 7) / 8) << "no bone, no mask";
+        const Bytes written = Written(mesh);  // of which meshes show every byte
+        EXPECT_EQ(mesh.WrittenSize(), written.size());
+        EXPECT_EQ(UsedBones(mesh), c.usedOnceWritten);
+        mesh.m_usedBoneBits = 0;
+        EXPECT_EQ(Written(mesh).size(), written.size() - (c.bits + 7) / 8) << "no bone, no mask";
     }
+    ExpectLiesReadBack(vlMeshSkelVertexData(), Block(0x50004), Reader(0x50004));
 }
 
 // Never in a .mesh file: twice the slots.
 TEST(vlMeshSkelVertexData, Version50005HasEightSlots)
 {
-    const Bytes block = ByteBuilder()
-                            .Raw(SmallVertexBlock(0x50005, 1))
-                            .U16s({0, 1, 2, 3, 4, 5, 6, 7})
-                            .Fill(16, 0xFF)
-                            .Fill(64, 0)
-                            .U32(1)
-                            .U8(1);
-    vlMeshSkelVertexData mesh;
-    ASSERT_TRUE(Read(mesh, block, 0x50005));
-    EXPECT_EQ(mesh.GetMaxBoneRefCount(), 8U);
-    EXPECT_EQ(mesh.m_boneIndices[7], 7);
-    EXPECT_EQ(Written(mesh), block);
-    ASSERT_TRUE(Read(mesh, kBlock)) << "each read sets the slots anew";
-    EXPECT_EQ(mesh.GetMaxBoneRefCount(), 4U);
+    ByteBuilder block;
+    block.Raw(SmallVertexBlock(0x50005, 1)).U16s({0, 1, 2, 3, 4, 5, 6, 7}).Fill(16 + 64, 0xFF).U32(1).U8(1);
+    vlMeshSkelVertexData mesh = Read(block, 0x50005);
+    EXPECT_EQ(std::tuple(mesh.GetMaxBoneRefCount(), mesh.m_boneIndices[7]), std::tuple(8U, 7));
+    EXPECT_EQ(Written(mesh), block.Bytes());
+    ExpectWhole(mesh, Block(0x50004), Reader(0x50004));
+    EXPECT_EQ(mesh.GetMaxBoneRefCount(), 4U) << "each read sets the slots anew";
 }
 
 TEST(vlMeshSkelVertexData, DataFlagZeroIsFollowedByTheSkin)
 {
-    Bytes block(kBlock.begin(), kBlock.begin() + 30);
-    block[20] = 0;
-    vlMeshSkelVertexData mesh;
-    ASSERT_TRUE(Read(mesh, ByteBuilder().Raw(block).Raw(SkinSlots(0x50004)).Raw(SkinMask(0x50004))));
-    EXPECT_EQ(mesh.m_boneIndices[4], 254);
-    EXPECT_EQ(mesh.m_positions[1].z, 0.0F);
+    const Bytes ahead = With(Prefix(Block(0x50004), 30), 20, {0});
+    const vlMeshSkelVertexData mesh =
+        Read(ByteBuilder().Raw(ahead).Raw(SkinSlots(0x50004)).Raw(SkinMask(0x50004)));
+    EXPECT_EQ(std::tuple(mesh.m_boneIndices[4], mesh.m_positions[1].z), std::tuple(254, 0.0F));
 }
 
-TEST(vlMeshSkelVertexData, ARefusedBlockLeavesTheObject)
+TEST(vlMeshSkelVertexData, AsManyBitsAsAMeshCanHaveBones)
 {
-    for (const unsigned version : {0x50002U, 0x50003U, 0x50004U}) {
+    const std::pair<std::uint32_t, bool> cases[] = {{65535, true}, {65536, false}, {0xFFFFFFFF, false}};
+    for (const auto& [bits, fits] : cases) {
         vlMeshSkelVertexData mesh;
-        ASSERT_TRUE(Read(mesh, Block(version), version));
-        const auto before = std::tuple(mesh.m_positions, mesh.m_boneIndices, mesh.m_usedBones);
-        const auto refused = [&](const unsigned char* data, const unsigned char* end) {
-            EXPECT_EQ(mesh.ReadDataNew(data, version, 0, end), nullptr) << end - data;
-            EXPECT_EQ(std::tuple(mesh.m_positions, mesh.m_boneIndices, mesh.m_usedBones), before);
-        };
-        ForEachPrefix(Block(version), refused);
-        for (const std::uint32_t bits : {65536U, 70'000U, 0xFFFFFFFFU}) {
-            const Bytes lie = ByteBuilder().Raw(With(kBlock, kBitsAt, ByteBuilder().U32(bits))).Fill(9000, 0);
-            if (version == 0x50004)
-                refused(lie.data(), lie.data() + lie.size());
-        }
-    }
-    vlMeshSkelVertexData mesh;
-    EXPECT_TRUE(Read(mesh, ByteBuilder().Raw(With(kBlock, kBitsAt, ByteBuilder().U32(65535))).Fill(8190, 0)));
-}
-
-TEST(vlMeshSkelVertexData, RefusesToWriteWhatCannotBeReadBack)
-{
-    const std::pair<std::string, void (*)(vlMeshSkelVertexData&)> cases[] = {
-        {"the positions or normals are missing", [](auto& mesh) { mesh.m_positions = nullptr; }},
-        {"the bone references or weights are missing", [](auto& mesh) { mesh.m_boneIndices = nullptr; }},
-        {"the bone references or weights are missing", [](auto& mesh) { mesh.m_boneWeights = nullptr; }},
-        {"the mask of used bones has 65536 bits, and 65535 is the most",
-         [](auto& mesh) { mesh.m_usedBoneBits = 65536; }},
-    };
-    for (const auto& [obstacle, spoil] : cases) {
-        vlMeshSkelVertexData mesh;
-        ASSERT_TRUE(Read(mesh, kBlock));
-        spoil(mesh);
-        const LogCapture log;
-        EXPECT_TRUE(Written(mesh).empty());
-        EXPECT_EQ(log.lines, std::vector{"E vertex block can't be written: " + obstacle});
+        const Bytes block = WithBits(bits);
+        EXPECT_EQ(Reader(0x50004)(mesh, block.data(), block.data() + block.size()) != nullptr, fits) << bits;
     }
 }
 
-}  // namespace
+TEST(vlMeshSkelVertexData, WhatCannotBeReadBackIsNotWritten)
+{
+    ExpectRefusedAtWrite<vlMeshSkelVertexData>(
+        "E vertex block can't be written: the ", [] { return Read(Block(0x50004)); },
+        {{"positions or normals are missing", [](auto& mesh) { mesh.m_positions = nullptr; }},
+         {"bone references or weights are missing", [](auto& mesh) { mesh.m_boneIndices = nullptr; }},
+         {"bone references or weights are missing", [](auto& mesh) { mesh.m_boneWeights = nullptr; }},
+         {"mask of used bones has 65536 bits, and 65535 is the most",
+          [](auto& mesh) { mesh.m_usedBoneBits = 65536; }}});
+}
+
+}  // namespace vela::vlgim::test
