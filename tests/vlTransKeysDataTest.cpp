@@ -1,21 +1,16 @@
-#include "support/Bytes.h"
-#include "support/LogCapture.h"
+#include "support/Blocks.h"
 
+#include <basekit/AddressSanitizer.h>
 #include <keys/Rotations.h>
 #include <keys/TransKeysBlock.h>
 #include <vlgim/vlTransKeysData.h>
-
-#include <gtest/gtest.h>
 
 #include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <string>
-#include <vector>
 
-using namespace vela::vlgim;
-using namespace vela::vlgim::test;
+namespace vela::vlgim::test {
 
 namespace {
 
@@ -40,11 +35,6 @@ void ExpectFloats(const std::shared_ptr<float[]>& array, const Bytes& expected)
     ASSERT_NE(array, nullptr);
     const auto* bytes = reinterpret_cast<const unsigned char*>(array.get());
     EXPECT_EQ(Bytes(bytes, bytes + expected.size()), expected);
-}
-
-Bytes Write(vlTransKeysData& data)
-{
-    return Written([&data](std::FILE* stream) { data.WriteData(stream); });
 }
 
 const Bytes kPos = Floats({1, 2, 3, 4, 5, 6});
@@ -97,22 +87,24 @@ TEST(vlTransKeysData, EachForm)
         const Bytes block =
             ByteBuilder().Fill(3, 1).U8(form.rotOrder).Raw(kPos).Raw(form.rot).Raw(form.scale);
         vlTransKeysData data = TwoKeys(form.rotOrder, form.memory, form.flags);
-        EXPECT_EQ(Write(data), block);
-        EXPECT_EQ(Write(data), block) << "again";
+        EXPECT_EQ(Written(data), block);
+        EXPECT_EQ(Written(data), block) << "again";
         EXPECT_EQ(data.m_compressFlags, form.flags);
         ExpectFloats(data.m_rot, form.memory);
 
-        // Into a channel that holds packed keys, and that has a copy.
-        data = TwoKeys(0, kQuats, 8 | 4);
-        Write(data);
+        const auto read = [&form](vlTransKeysData& into, const unsigned char* bytes,
+                                  const unsigned char* end) {
+            into.m_compressFlags = form.flags;
+            return into.ReadData(bytes, end);
+        };
+        data = TwoKeys(0, kQuats, 8 | 4);  // a channel that holds packed keys, and that has a copy
+        Written(data);
         const vlTransKeysData copy = data;
-        data.m_compressFlags = form.flags;
-        ForEachPrefix(block, [&](const unsigned char* bytes, const unsigned char* end) {
-            EXPECT_EQ(data.ReadData(bytes, end), nullptr) << end - bytes;
-            EXPECT_TRUE(data.m_rot == copy.m_rot && data.m_compressFlags == form.flags);
+        ExpectWhole(data, block, read, [](vlTransKeysData& keys) {
+            keys.m_compressFlags = 0;
+            return Written(keys);
         });
-        const unsigned char* end = block.data() + block.size();
-        EXPECT_EQ(data.ReadData(block.data(), end), end);
+        EXPECT_TRUE(read(data, block.data(), nullptr)) << "vouched for by the caller";
         EXPECT_EQ(data.m_rotOrder, form.rotOrder);
         ExpectFloats(data.m_pos, kPos);
         ExpectFloats(data.m_rot, form.read);
@@ -125,10 +117,10 @@ TEST(vlTransKeysData, EachForm)
         ExpectFloats(copy.m_rot, kQuats);
         EXPECT_EQ(copy.m_packedScale[1][1], 0x3800);
 
-        ForEachByteChange(block, [&form](const Bytes& bytes) {
+        ForEachByteChange(block, [&](const Bytes& bytes) {
             vlTransKeysData keys = Empty(0, form.flags, 2);
             if (keys.ReadData(bytes.data(), bytes.data() + bytes.size()))
-                Write(keys);
+                Written(keys);
         });
     }
 }
@@ -149,8 +141,6 @@ TEST(vlTransKeysData, CountsOfRecords)
         EXPECT_EQ(data.ReadData(block.data(), end), end) << c.size;
         EXPECT_EQ(data.m_posKeyed, c.keyed);
         EXPECT_EQ(data.m_rot == nullptr, c.size == 4) << c.size;
-        data.m_compressFlags = c.flags;
-        EXPECT_EQ(data.ReadData(block.data()), end) << "vouched for by the caller";
     }
     EXPECT_EQ(vlTransKeysData().ReadData(nullptr), nullptr);
 }
@@ -183,71 +173,73 @@ TEST(vlTransKeysData, OnlyWhatChangesStaysKeyed)
     for (const auto& [rotOrder, flags, keys, keyed] : cases) {
         const Bytes vectors = Floats({0, keys[0], 0, 0, keys[1], 0, 0, keys[2], 0});
         const Bytes quats = Floats({keys[0], 0, 0, 1, keys[1], 0, 0, 1, keys[2], 0, 0, 1});
-        vlTransKeysData data = TwoKeys(rotOrder, rotOrder ? vectors : quats, flags);
-        data.m_posKeyed = data.m_rotKeyed = data.m_scaleKeyed = 2;
-        data.m_keyCount = 3;
+        vlTransKeysData data = Empty(2, flags, 3);
+        data.m_rotOrder = rotOrder;
+        data.m_rot = Array(rotOrder ? vectors : quats);
         data.m_pos = Array(vectors);
         data.m_scale = Array(vectors);
-        const Bytes block = Write(data);
+        const Bytes block = Written(data);
         SCOPED_TRACE(testing::Message() << +flags << testing::PrintToString(keys));
-        EXPECT_EQ(Bytes(block.begin(), block.begin() + 3), keyed);
+        EXPECT_EQ(Prefix(block, 3), keyed);
         EXPECT_EQ(data.m_keyCount, 3);
-        EXPECT_EQ(Write(data), block);
+        EXPECT_EQ(Written(data), block);
     }
 }
 
 // Which array a collapse replaces, and in which one, shown by copies too, signs are turned.
 TEST(vlTransKeysData, CollapsesShowInCopiesOnlyBySigns)
 {
-    const Bytes same = Floats({0, 0, 0, 1, 0, 0, 0, 1}), signs = Floats({0, 0, 0, 1, 0, 0, 0, -1});
+    const Bytes one = Floats({0, 0, 0, 1}), same = Floats({0, 0, 0, 1, 0, 0, 0, 1}),
+                signs = Floats({0, 0, 0, 1, 0, 0, 0, -1}),
+                turned = Floats({0, 0, 0, 1, -0.0F, -0.0F, -0.0F, 1});
     const struct {
         unsigned char flags;
-        Bytes record;
-        Bytes turned;
-    } cases[] = {
-        {0, Floats({0, 0, 0, 1}), signs},
-        {2, ByteBuilder().U16s({0, 0, 0, 0x3C00}), signs},
-        {8, ByteBuilder().U32(0xE0080200), Floats({0, 0, 0, 1, -0.0F, -0.0F, -0.0F, 1})},
-        {16, ByteBuilder().U16s({0xDFFF, 0xBFFF, 0x3FFF}), Floats({0, 0, 0, 1, -0.0F, -0.0F, -0.0F, 1})}};
+        Bytes record, signsBecome;
+    } cases[] = {{0, one, signs},
+                 {2, ByteBuilder().U16s({0, 0, 0, 0x3C00}), signs},
+                 {8, ByteBuilder().U32(0xE0080200), turned},
+                 {16, ByteBuilder().U16s({0xDFFF, 0xBFFF, 0x3FFF}), turned}};
     for (const auto& c : cases) {
         SCOPED_TRACE(+c.flags);
         const Bytes constant = ByteBuilder().U32(0x00010001).Raw(kPos).Raw(c.record).Raw(kScale);
         vlTransKeysData data = TwoKeys(0, same, c.flags);
         vlTransKeysData copy = data;
-        EXPECT_EQ(Write(data), constant);
+        EXPECT_EQ(Written(data), constant);
         EXPECT_EQ(data.m_rotKeyed, 0);
         EXPECT_EQ(data.m_rot == copy.m_rot, c.flags == 2);
         EXPECT_EQ(data.m_pos, copy.m_pos);
         ExpectFloats(copy.m_rot, same);
         data = TwoKeys(0, signs, c.flags);
         copy = data;
-        EXPECT_EQ(Write(data) == constant, c.flags >= 8);
-        ExpectFloats(copy.m_rot, c.turned);
+        EXPECT_EQ(Written(data) == constant, c.flags >= 8);
+        ExpectFloats(copy.m_rot, c.signsBecome);
     }
     vlTransKeysData angles = TwoKeys(1, Floats({1, 2, 3, 1, 2, 3}), 2 | 4);
     angles.m_scale = angles.m_rot;
     const vlTransKeysData copy = angles;
-    Write(angles);
+    Written(angles);
     EXPECT_EQ(angles.m_rotKeyed + angles.m_scaleKeyed, 0);
     EXPECT_TRUE(angles.m_rot == copy.m_rot && angles.m_scale == copy.m_scale) << "the packed ones are cut";
 }
 
 TEST(vlTransKeysData, MissingArrays)
 {
-    for (const std::string name : {"position", "rotation", "scale"}) {
-        vlTransKeysData data = TwoKeys(0, Floats({0, 0, 0, -1, 0, 0, 0, -1}), 8);
-        (name == "position" ? data.m_pos : name == "rotation" ? data.m_rot : data.m_scale) = nullptr;
-        LogCapture log;
-        EXPECT_EQ(Write(data), Bytes());
-        EXPECT_EQ(log.lines,
-                  std::vector{"E unable to write transform keys: no array holds the " + name + " keys"});
-        EXPECT_EQ(data.m_packedRot, nullptr) << "the object is as it was";
-        data.ConvertToDelta({});
-        data.ConvertFromDelta({});
-    }
+    const auto make = [] { return TwoKeys(0, Floats({0, 0, 0, -1, 0, 0, 0, -1}), 8); };
+    const Obstacles<vlTransKeysData> obstacles{{"position", [](auto& data) { data.m_pos = nullptr; }},
+                                               {"rotation", [](auto& data) { data.m_rot = nullptr; }},
+                                               {"scale", [](auto& data) { data.m_scale = nullptr; }}};
+    for (const auto& [component, edit] : obstacles)
+        ExpectRefusedAtWrite<vlTransKeysData>("E unable to write transform keys: no array holds the ", make,
+                                              {{component + " keys", edit}}, [](vlTransKeysData& data) {
+                                                  const Bytes written = Written(data);
+                                                  EXPECT_EQ(data.m_packedRot, nullptr) << "it is as it was";
+                                                  data.ConvertToDelta({});
+                                                  data.ConvertFromDelta({});
+                                                  return written;
+                                              });
     // Without keys there is nothing to miss: the keyed bytes stay.
     vlTransKeysData none = Empty(3, 4 | 8, 0);
-    EXPECT_EQ(Write(none), (Bytes{3, 3, 3, 0}));
+    EXPECT_EQ(Written(none), (Bytes{3, 3, 3, 0}));
     EXPECT_NE(keys::WhyUnwritable(vlTransKeysData(), 0), "") << "an unkeyed component has one key";
 }
 
@@ -256,24 +248,22 @@ TEST(vlTransKeysData, TransformOfAKey)
     vlTransKeysData quats = TwoKeys(0, Floats({0, 0, 0, 1, 0.5F, 0.5F, 0.5F, -0.5F}));
     quats.m_scaleKeyed = 0;
     const float angles[] = {0, 0.25F, -0.0F};
-    vela::geomath::_Rotation<float> turn{};
+    geomath::_Rotation<float> turn{};
     keys::EulerToRotation(angles, &turn, 3);
-    const struct {
-        vlTransKeysData keys;
-        unsigned short key;
-        Bytes expected;
-    } cases[] = {
+    const Bytes none = Floats({0, 0, 0, 0, 0, 0, 1, 1, 1, 1}),
+                last = Floats({4, 5, 6, 0.5F, 0.5F, 0.5F, -0.5F, 1, 1, 1});
+    const std::tuple<vlTransKeysData, unsigned short, Bytes> cases[] = {
         {quats, 0, Floats({1, 2, 3, 0, 0, 0, 1, 1, 1, 1})},
-        {quats, 1, Floats({4, 5, 6, 0.5F, 0.5F, 0.5F, -0.5F, 1, 1, 1})},
-        {quats, 65535, Floats({4, 5, 6, 0.5F, 0.5F, 0.5F, -0.5F, 1, 1, 1})},
+        {quats, 1, last},
+        {quats, 65535, last},
         {TwoKeys(EULER_ZXY, kEuler), 1, Floats({4, 5, 6, turn.x, turn.y, turn.z, turn.w, 2, 0.5F, 1})},
-        {Empty(0, 0, 0), 0, Floats({0, 0, 0, 0, 0, 0, 1, 1, 1, 1})},
-        {Empty(1, 0, 0), 0, Floats({0, 0, 0, 0, 0, 0, 1, 1, 1, 1})}};
-    for (const auto& c : cases) {
+        {Empty(0, 0, 0), 0, none},
+        {Empty(1, 0, 0), 0, none}};
+    for (const auto& [keys, index, expected] : cases) {
         vlTransInfo key{{9, 9, 9}, {9, 9, 9, 9}, {9, 9, 9}};
-        c.keys.GetKeyPRS(c.key, &key.m_pos, &key.m_rot, &key.m_scale);
-        EXPECT_EQ(std::memcmp(&key, c.expected.data(), sizeof key), 0) << testing::PrintToString(c.expected);
-        c.keys.GetKeyPRS(c.key, nullptr, nullptr, nullptr);
+        keys.GetKeyPRS(index, &key.m_pos, &key.m_rot, &key.m_scale);
+        EXPECT_EQ(std::memcmp(&key, expected.data(), sizeof key), 0) << testing::PrintToString(expected);
+        keys.GetKeyPRS(index, nullptr, nullptr, nullptr);
     }
 }
 
@@ -293,16 +283,14 @@ TEST(vlTransKeysData, Deltas)
     ExpectFloats(copy.m_scale, Floats({1, 1 / 3.0F * 3, 1 / 0.1F * 0.1F, 2, 0.5F, 1}));
 
     const float inf = std::numeric_limits<float>::infinity();
-    const struct {
-        vela::geomath::_Vector3<float> ref;
-        Bytes toDelta;
-    } cases[] = {{{kTolerance, -kTolerance, 0}, kScale},
-                 {{2, 0, -0.0F}, Floats({0.5F, inf, -inf, 1, inf, -inf})},
-                 {{kBeyond, 1, 1}, Floats({1 / kBeyond, 1, 1, 2 / kBeyond, 0.5F, 1})}};
-    for (const auto& c : cases) {
+    const std::pair<geomath::_Vector3<float>, Bytes> scales[] = {
+        {{kTolerance, -kTolerance, 0}, kScale},
+        {{2, 0, -0.0F}, Floats({0.5F, inf, -inf, 1, inf, -inf})},
+        {{kBeyond, 1, 1}, Floats({1 / kBeyond, 1, 1, 2 / kBeyond, 0.5F, 1})}};
+    for (const auto& [scale, delta] : scales) {
         data = TwoKeys(0, kQuats);
-        data.ConvertToDelta({{}, {}, c.ref});
-        ExpectFloats(data.m_scale, c.toDelta);
+        data.ConvertToDelta({{}, {}, scale});
+        ExpectFloats(data.m_scale, delta);
     }
     data = TwoKeys(0, kQuats);
     data.ConvertFromDelta({});
@@ -313,7 +301,7 @@ TEST(vlTransKeysData, DeltasOfAnglesAreInOneOrder)
 {
     const auto expected = Array(kEuler);
     for (float* angles : {&expected[0], &expected[3]}) {
-        vela::geomath::_Rotation<float> q{};
+        geomath::_Rotation<float> q{};
         keys::EulerToRotation(angles, &q, EULER_YZX);
         keys::RotationMultiply({-0.0F, -0.6F, -0.0F, 0.8F}, q, &q);
         keys::RotationToEuler(q, angles, EULER_YZX);
@@ -323,3 +311,5 @@ TEST(vlTransKeysData, DeltasOfAnglesAreInOneOrder)
     EXPECT_EQ(std::memcmp(data.m_rot.get(), expected.get(), 24), 0);
     EXPECT_EQ(data.m_rotOrder, EULER_YXZ);
 }
+
+}  // namespace vela::vlgim::test
