@@ -1,58 +1,40 @@
 #include "support/AnimBytes.h"
+#include "support/Blocks.h"
 #include "support/Files.h"
-#include "support/LogCapture.h"
 
 #include <vlgim/vlTrackData.h>
 
-#include <gtest/gtest.h>
-
-namespace vela::vlgim {
+namespace vela::vlgim::test {
 
 namespace {
-
-using Bytes = std::vector<unsigned char>;
-using Lines = std::vector<std::string>;
-using test::ByteBuilder;
 
 ByteBuilder Header(std::uint32_t version = 0x10001, std::uint16_t word = 256)
 {
     return ByteBuilder().Raw({'V', 'T', 'R', 'K'}).U32(version).U16(word);
 }
 
-Bytes Written(vlTrackData& track)
-{
-    return test::Written([&](std::FILE* stream) { track.WriteData(stream); });
-}
+const Bytes kBlock = TrackBlock();
+const Bytes kFile = Header().Raw(kBlock);
 
-class vlTrackDataTest : public test::FolderTest {
+class vlTrackDataTest : public FolderTest {
 protected:
     bool Load(const Bytes& file)
     {
         log.lines.clear();
-        return track.Load(Write("a.track", std::string(file.begin(), file.end())).c_str());
-    }
-
-    bool ReadBlock(const Bytes& block)
-    {
-        const unsigned char* end = block.data() + block.size();
-        return track.ReadData(block.data(), end) == end;
+        return track.Load(Write("a.track", AsString(file)).c_str());
     }
 
     vlTrackData track;
-    test::LogCapture log;
+    LogCapture log;
 };
-
-const Bytes kFile = Header().Raw(test::TrackBlock());
 
 }  // namespace
 
 TEST_F(vlTrackDataTest, LoadsAFileAndSavesTheSameBytes)
 {
     ASSERT_TRUE(Load(kFile));
-    EXPECT_EQ(track.m_version, 0x10001U);
-    EXPECT_STREQ(track.m_name, "door");
-    EXPECT_EQ(track.m_options[3], 6);
-    EXPECT_EQ(track.m_flags, 5);
+    EXPECT_EQ(std::tuple(track.m_version, std::string(track.m_name), track.m_options[3], track.m_flags),
+              std::tuple(0x10001U, "door", 6, 5));
     EXPECT_EQ(track.GetKeyCount(), 2);
     EXPECT_EQ(track.m_times.GetKeyTime(2), 4.0F) << "the trailing time";
     ASSERT_EQ(track.m_channelCount, 2);
@@ -63,18 +45,14 @@ TEST_F(vlTrackDataTest, LoadsAFileAndSavesTheSameBytes)
     track.m_channels[1].m_keyCount = 0;                    // not set: the times decide
     track.m_version = 7;
     track.Save(Path("b.track").c_str());
-    EXPECT_EQ(Read(Path("b.track")), std::string(kFile.begin(), kFile.end()));
-
-    const vlTrackData copy = track;
+    EXPECT_EQ(Read(Path("b.track")), AsString(kFile));
     ASSERT_TRUE(Load(Header().Fill(42, 0)));
     EXPECT_EQ(track.m_channelCount, 0) << "a second load replaces the first";
-    EXPECT_EQ(copy.m_channels[1].m_pos[5], 6.0F);
     EXPECT_EQ(log.lines, Lines{});
 }
 
 TEST_F(vlTrackDataTest, GateAndDamage)
 {
-    const auto cut = [](std::ptrdiff_t size) { return Bytes(kFile.begin(), kFile.begin() + size); };
     const std::string bad = "E Bad format in track file " + Path("a.track") + "!";
     const std::string file = "E Track file " + Path("a.track");
     const std::string damaged = "E track file is damaged: ";
@@ -88,10 +66,10 @@ TEST_F(vlTrackDataTest, GateAndDamage)
         {Header(0xFFFF, 7), 0xFFFF, {file + " version too old!"}},
         {Header(0x10002), 0x10002, {file + " version too new!"}},
         {Header(0x10001, 1), 0x10001, {bad}},
-        {cut(6), 3, {damaged + "header at byte 4 needs 4, and 2 is left", bad}},
-        {cut(9), 0x10001, {damaged + "header at byte 8 needs 2, and 1 is left", bad}},
-        {cut(54), 0x10001, {damaged + "track at byte 50 needs 8, and 4 is left", bad}},
-        {cut(118), 0x10001, {damaged + "channel 1 at byte 116 needs 4, and 2 is left", bad}},
+        {Prefix(kFile, 6), 3, {damaged + "header at byte 4 needs 4, and 2 is left", bad}},
+        {Prefix(kFile, 9), 0x10001, {damaged + "header at byte 8 needs 2, and 1 is left", bad}},
+        {Prefix(kFile, 54), 0x10001, {damaged + "track at byte 50 needs 8, and 4 is left", bad}},
+        {Prefix(kFile, 118), 0x10001, {damaged + "channel 1 at byte 116 needs 4, and 2 is left", bad}},
     };
     for (const auto& c : cases) {
         track.m_version = 3;
@@ -107,19 +85,6 @@ TEST_F(vlTrackDataTest, GateAndDamage)
                                 "E Bad format in track file " + folder.string() + "!"}));
 }
 
-TEST_F(vlTrackDataTest, FlagWordsOfTheOldVersion)
-{
-    const struct {
-        std::uint32_t version;
-        std::uint16_t stored, read;
-    } cases[] = {{0x10000, 5, 0xB007}, {0x10000, 0, 0}, {0x10001, 5, 5}, {0, 1, 0xB007}};
-    for (const auto& c : cases) {
-        track.m_version = c.version;
-        EXPECT_TRUE(ReadBlock(test::TrackBlock(c.stored)));
-        EXPECT_EQ(Written(track), test::TrackBlock(c.read).Bytes()) << c.version << ' ' << c.stored;
-    }
-}
-
 TEST_F(vlTrackDataTest, HeaderAlone)
 {
     EXPECT_EQ(track.ReadHeader(nullptr), nullptr);
@@ -131,63 +96,51 @@ TEST_F(vlTrackDataTest, HeaderAlone)
     EXPECT_EQ(track.m_version, 0x777U);
 }
 
-TEST_F(vlTrackDataTest, NamesEndAtANulOrAtTheirField)
+TEST_F(vlTrackDataTest, Blocks)
 {
-    const Bytes block = test::TrackBlock();
-    EXPECT_TRUE(ReadBlock(test::With(block, 0, Bytes(32, 'x'))));
-    EXPECT_EQ(Written(track), test::With(test::With(block, 0, Bytes(32, 'x')), 31, {0}));
-    EXPECT_TRUE(ReadBlock(test::With(block, 2, {0})));
-    EXPECT_EQ(Written(track), test::With(block, 2, {0, 0}));
-}
-
-TEST_F(vlTrackDataTest, EveryPrefixAndEveryChangedByte)
-{
-    const Bytes block = test::TrackBlock();
-    track.m_flags = 77;
-    test::ForEachPrefix(block, [&](const unsigned char* data, const unsigned char* end) {
-        EXPECT_EQ(track.ReadData(data, end), nullptr) << end - data;
-        EXPECT_EQ(track.m_flags, 77);
-    });
-    test::ForEachByteChange(block, [&](const Bytes& changed) {
-        if (track.ReadData(changed.data(), changed.data() + changed.size())) {
-            const Bytes written = Written(track);
-            ASSERT_TRUE(ReadBlock(written));
-            EXPECT_EQ(Written(track), written);
-        }
-    });
+    ByteBuilder most;  // channels of four bytes, keyed by no keys
+    most.Fill(38, 0).U16(0).U16(0xFFFF);
+    for (int i = 0; i < 0xFFFF; ++i)
+        most.U8(1).U8(1).U8(1).U8(0);
+    const struct {
+        std::uint32_t version;
+        Bytes block, written;
+    } cases[] = {{0x10000, kBlock, TrackBlock(0xB007)},  // one set of flags, or none, were in the old version
+                 {0x10000, TrackBlock(0), TrackBlock(0)},
+                 {0x10001, kBlock, kBlock},
+                 {0, TrackBlock(1), TrackBlock(0xB007)},
+                 {0x10001, With(kBlock, 0, Bytes(32, 'x')), With(With(kBlock, 0, Bytes(32, 'x')), 31, {0})},
+                 {0x10001, With(kBlock, 2, {0}), With(kBlock, 2, {0, 0})},  // a name ends at a NUL
+                 {0x10001, most, most}};
+    for (const auto& c : cases) {
+        track.m_version = c.version;
+        const unsigned char* const end = c.block.data() + c.block.size();
+        EXPECT_EQ(track.ReadData(c.block.data(), end), end);
+        EXPECT_TRUE(Written(track) == c.written) << c.version;
+    }
+    ExpectWhole(track, kBlock, &vlTrackData::ReadData);
+    ExpectLiesReadBack(vlTrackData(), kBlock, &vlTrackData::ReadData);
 }
 
 TEST_F(vlTrackDataTest, WhatDisagreesIsNotWritten)
 {
-    const std::pair<const char*, void (*)(vlTrackData&)> cases[] = {
-        {"channel 0: 2 keys, but times for 3", [](vlTrackData& t) { t.m_times.AddKeyTime(9); }},
-        {"channel 0: 2 keys, but times for 0", [](vlTrackData& t) { t.m_times.ClearTimes(); }},
-        {"channel 1: no array holds the scale keys", [](vlTrackData& t) { t.m_channels[1].m_scale.reset(); }},
-        {"no array holds its channels", [](vlTrackData& t) { t.m_channels.reset(); }},
+    const auto load = [&] {
+        EXPECT_TRUE(Load(kFile));
+        return track;
     };
+    ExpectRefusedAtWrite<vlTrackData>(
+        "E track can't be written: ", load,
+        {{"channel 0: 2 keys, but times for 3", [](auto& t) { t.m_times.AddKeyTime(9); }},
+         {"channel 0: 2 keys, but times for 0", [](auto& t) { t.m_times.ClearTimes(); }},
+         {"channel 1: no array holds the scale keys", [](auto& t) { t.m_channels[1].m_scale.reset(); }},
+         {"no array holds its channels", [](auto& t) { t.m_channels.reset(); }}});
     const std::string path = Write("old.track", "old");
-    for (const auto& [reason, edit] : cases) {
-        ASSERT_TRUE(Load(kFile));
-        edit(track);
-        EXPECT_EQ(Written(track), Bytes());
-        track.Save(path.c_str());
-        EXPECT_EQ(Read(path), "old");
-        EXPECT_EQ(log.lines, (Lines{std::string("E track can't be written: ") + reason,
-                                    "E track file " + path + " can't be written: " + reason}));
-    }
-    ASSERT_TRUE(Load(kFile));
-    track.Save(Path("none/a.track").c_str());
-    EXPECT_EQ(log.lines, Lines{"E unable to open " + Path("none/a.track")});
+    load().Save(Path("none/a.track").c_str());
+    track.m_channels.reset();
+    track.Save(path.c_str());
+    EXPECT_EQ(Read(path), "old");
+    EXPECT_EQ(log.lines, (Lines{"E unable to open " + Path("none/a.track"),
+                                "E track file " + path + " can't be written: no array holds its channels"}));
 }
 
-TEST_F(vlTrackDataTest, ChannelsOfFourBytesAreReadWhateverTheirCount)
-{
-    ByteBuilder block;
-    block.Fill(38, 0).U16(0).U16(0xFFFF);
-    for (int i = 0; i < 0xFFFF; ++i)
-        block.U8(1).U8(1).U8(1).U8(0);  // keyed by no keys
-    EXPECT_TRUE(ReadBlock(block));
-    EXPECT_EQ(Written(track), block.Bytes());
-}
-
-}  // namespace vela::vlgim
+}  // namespace vela::vlgim::test
