@@ -9,12 +9,15 @@
 #include <limits>
 #include <vector>
 
-using namespace vela::vlgim::keys;
+namespace vela::vlgim::keys {
 
 namespace {
 
 constexpr float kGimbal = std::bit_cast<float>(0x3F7FFFEFU);
 constexpr float kRight = std::bit_cast<float>(0x3FC90FDBU);
+
+// The axes of the factors from left to right, of orders 1 to 6; the first three are cyclic.
+constexpr int kAxes[6][3] = {{0, 1, 2}, {1, 2, 0}, {2, 0, 1}, {0, 2, 1}, {1, 0, 2}, {2, 1, 0}};
 
 using Bits = std::vector<std::uint32_t>;
 
@@ -48,15 +51,14 @@ constexpr _Matrix<float> kUnit{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0,
 
 TEST(Rotations, EulerMatricesAreTheProductsOfTheirFactors)
 {
-    const int axes[6][3] = {{0, 1, 2}, {1, 2, 0}, {2, 0, 1}, {0, 2, 1}, {1, 0, 2}, {2, 1, 0}};
     for (unsigned order = 1; order <= 6; ++order) {
         // The last two lie at the poles: at +pi/2 the last angle is 0, and the first one takes it over.
         for (const float middle : {0.4F, -1.1F, kRight, -kRight}) {
             float angles[3] = {0.3F, -2.1F, 2.7F}, back[3] = {9, 9, 9};
-            const int second = axes[order - 1][1], last = axes[order - 1][2];
+            const int second = kAxes[order - 1][1], last = kAxes[order - 1][2];
             angles[second] = middle;
             _Matrix<float> expected = kUnit, matrix{}, again{};
-            for (const int axis : axes[order - 1])
+            for (const int axis : kAxes[order - 1])
                 expected = TimesFactor(expected, axis, angles[axis]);
             matrix.m[0][3] = 5;
             EulerToMatrix(angles[0], angles[1], angles[2], &matrix, order);
@@ -79,65 +81,8 @@ TEST(Rotations, EulerMatricesAreTheProductsOfTheirFactors)
     }
 }
 
-// An entry of a matrix, with its sign.
-struct Entry {
-    float sign;
-    int row, column;
-
-    float Of(const _Matrix<float>& m) const { return sign * m.m[row][column]; }
-};
-
 TEST(Rotations, EulerAnglesOnBothSidesOfTheGimbalThreshold)
 {
-    const struct {
-        Entry sine;
-        int middle, last, first;            // angles: 0 x, 1 y, 2 z
-        Entry gimbal[2];                    // atan2 of these is the first angle, and the last one is 0
-        Entry lastBelow[2], firstBelow[2];  // below the threshold
-    } orders[] = {
-        {{-1, 0, 2},
-         1,
-         2,
-         0,
-         {{-1, 2, 1}, {1, 1, 1}},
-         {{1, 0, 1}, {1, 0, 0}},
-         {{1, 1, 2}, {1, 2, 2}}},  // XYZ
-        {{-1, 1, 0},
-         2,
-         0,
-         1,
-         {{-1, 0, 2}, {1, 2, 2}},
-         {{1, 1, 2}, {1, 1, 1}},
-         {{1, 2, 0}, {1, 0, 0}}},  // YZX
-        {{-1, 2, 1},
-         0,
-         1,
-         2,
-         {{-1, 1, 0}, {1, 0, 0}},
-         {{1, 2, 0}, {1, 2, 2}},
-         {{1, 0, 1}, {1, 1, 1}}},  // ZXY
-        {{1, 0, 1},
-         2,
-         1,
-         0,
-         {{1, 1, 2}, {1, 2, 2}},
-         {{-1, 0, 2}, {1, 0, 0}},
-         {{-1, 2, 1}, {1, 1, 1}}},  // XZY
-        {{1, 1, 2},
-         0,
-         2,
-         1,
-         {{1, 2, 0}, {1, 0, 0}},
-         {{-1, 1, 0}, {1, 1, 1}},
-         {{-1, 0, 2}, {1, 2, 2}}},  // YXZ
-        {{1, 2, 0},
-         1,
-         0,
-         2,
-         {{1, 0, 1}, {1, 1, 1}},
-         {{-1, 2, 1}, {1, 2, 2}},
-         {{-1, 1, 0}, {1, 0, 0}}},  // ZYX
-    };
     const float beyond = std::nextafter(kGimbal, 1.0F);
     const struct {
         float sine, middle;
@@ -145,20 +90,19 @@ TEST(Rotations, EulerAnglesOnBothSidesOfTheGimbalThreshold)
     } cases[] = {{-1.5F, -kRight, false}, {-1, -kRight, false}, {kGimbal, std::asin(kGimbal), false},
                  {1.5F, kRight, true},    {1, kRight, true},    {beyond, std::asin(beyond), true}};
     for (unsigned order = 1; order <= 6; ++order) {
-        const auto& o = orders[order - 1];
-        const auto angle = [](const Entry(&of)[2], const _Matrix<float>& m) {
-            return std::atan2(of[0].Of(m), of[1].Of(m));
-        };
-        for (const auto& c : cases) {
+        const auto [a, b, c] = kAxes[order - 1];
+        const float sign = order <= 3 ? 1.0F : -1.0F;
+        for (const auto& [sine, middle, gimbal] : cases) {
             _Matrix<float> m{
                 {{0.11F, 0.22F, 0.33F, 0}, {-0.44F, 0.55F, 0.66F, 0}, {0.77F, -0.88F, 0.99F, 0}, {}}};
-            m.m[o.sine.row][o.sine.column] = o.sine.sign * c.sine;
+            m.m[a][c] = -sign * sine;
             float expected[3], angles[3] = {9, 9, 9};
-            expected[o.middle] = c.middle;
-            expected[o.last] = c.gimbal ? 0.0F : angle(o.lastBelow, m);
-            expected[o.first] = angle(c.gimbal ? o.gimbal : o.firstBelow, m);
+            expected[a] =
+                gimbal ? std::atan2(-sign * m.m[c][b], m.m[b][b]) : std::atan2(sign * m.m[b][c], m.m[c][c]);
+            expected[b] = middle;
+            expected[c] = gimbal ? 0.0F : std::atan2(sign * m.m[a][b], m.m[a][a]);
             MatrixToEuler(m, &angles[0], &angles[1], &angles[2], order);
-            EXPECT_EQ(BitsOf(angles), BitsOf(expected)) << "order " << order << ", sine " << c.sine;
+            EXPECT_EQ(BitsOf(angles), BitsOf(expected)) << "order " << order << ", sine " << sine;
         }
     }
 }
@@ -220,3 +164,5 @@ TEST(Rotations, ProductAndLength)
         EXPECT_EQ(BitsOf(q), BitsOf(c.after));
     }
 }
+
+}  // namespace vela::vlgim::keys
