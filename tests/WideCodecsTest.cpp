@@ -1,6 +1,8 @@
 // Each instruction set that the machine has against the plain code, on bits: over a stride of the inputs, or
 // with VLGIM_TEST_WHOLE=1 over the whole of them, which takes minutes.
 
+#include "support/Bytes.h"
+
 #include <keys/InstructionSets.h>
 #include <keys/KeyCodecs.h>
 #include <keys/WideCodecs.h>
@@ -10,34 +12,23 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <limits>
 #include <numeric>
 #include <random>
-#include <utility>
-#include <vector>
 
-using namespace vela::vlgim;
-using namespace vela::vlgim::keys;
+namespace vela::vlgim::keys {
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using test::Bytes;
 
 const bool kWhole = std::getenv("VLGIM_TEST_WHOLE") != nullptr;
-
-// How many inputs there are from one tested to the next; a prime, so that all of their bits change.
-std::uint64_t Stride(std::uint64_t prime)
-{
-    return kWhole ? 1 : prime;
-}
 
 struct Codec {
     const char* name;
@@ -50,7 +41,6 @@ const Codec kPacked48{"packed 48", 6, 4, &RunCodecs::encodeRotations48, &RunCode
 const Codec kHalves4{"half rotations", 8, 4, &RunCodecs::encodeHalfRotations,
                      &RunCodecs::decodeHalfRotations};
 const Codec kHalves3{"half vectors", 6, 3, &RunCodecs::encodeHalfVectors3, &RunCodecs::decodeHalfVectors3};
-const Codec kCodecs[] = {kPacked32, kPacked48, kHalves4, kHalves3};
 
 class WideCodecsTest : public testing::Test {
 protected:
@@ -61,89 +51,73 @@ protected:
     }
 };
 
-// Runs a check on each instruction set that the machine has.
-void ForEachSet(const std::function<void(const RunCodecs&)>& check)
+// What a run gives, which is not to depend on the codecs: arrays with an item for each input.
+using Arrays = std::vector<Bytes>;
+using Run = std::function<Arrays(const RunCodecs&)>;
+
+// How many items of two arrays differ, and the first input whose items do.
+void ExpectSameItems(const Bytes& got, const Bytes& expected, const Bytes& inputs, std::size_t inputSize)
+{
+    if (got == expected)
+        return;
+    const std::size_t count = inputs.size() / inputSize, size = expected.size() / count;
+    std::size_t differences = 0, first = 0;
+    for (std::size_t i = count; i-- > 0;)
+        if (std::memcmp(&got[i * size], &expected[i * size], size) != 0)
+            ++differences, first = i;
+    const unsigned char* const input = &inputs[first * inputSize];
+    ADD_FAILURE() << differences << " of " << count << " differ, first that of "
+                  << testing::PrintToString(Bytes(input, input + inputSize));
+}
+
+// Holds the run in each instruction set that the machine has to the plain one.
+void ExpectAsPlain(const char* name, const Bytes& inputs, std::size_t inputSize, const Run& run)
 {
     const InstructionSet best = BestInstructionSet();
-    for (const auto& [set, name] :
-         {std::pair(InstructionSet::kSse4, "SSE4"), std::pair(InstructionSet::kAvx2, "AVX2"),
-          std::pair(InstructionSet::kAvx512, "AVX-512")}) {
+    const Arrays plain = run(kPlainCodecs);
+    for (const InstructionSet set : {InstructionSet::kSse4, InstructionSet::kAvx2, InstructionSet::kAvx512}) {
         if (set > best)
             break;
-        const testing::ScopedTrace trace(__FILE__, __LINE__, name);
+        SCOPED_TRACE(testing::Message() << name << ", instruction set " << static_cast<int>(set));
         HoldTo(set);
-        const RunCodecs* const wide = WideCodecs();
-        ASSERT_NE(wide, nullptr);
-        check(*wide);
+        ASSERT_NE(WideCodecs(), nullptr);
+        const Arrays wide = run(*WideCodecs());
+        for (std::size_t i = 0; i < plain.size(); ++i)
+            ExpectSameItems(wide[i], plain[i], inputs, inputSize);
     }
     HoldTo(best);
 }
 
-// Compares items of `size` bytes; counts those that differ and shows the input of the first.
-template <class Values>
-void ExpectSame(const Values& wide, const Values& plain, std::size_t size, const void* inputs,
-                std::size_t inputSize)
+float* AsFloats(Bytes& bytes)
 {
-    const std::size_t bytes = plain.size() * sizeof plain[0];
-    if (std::memcmp(wide.data(), plain.data(), bytes) == 0)
-        return;
-    const auto* a = reinterpret_cast<const unsigned char*>(wide.data());
-    const auto* b = reinterpret_cast<const unsigned char*>(plain.data());
-    std::size_t differences = 0, first = 0;
-    for (std::size_t i = bytes / size; i-- > 0;)
-        if (std::memcmp(a + i * size, b + i * size, size) != 0) {
-            ++differences;
-            first = i;
-        }
-    const auto* input = static_cast<const unsigned char*>(inputs) + first * inputSize;
-    ADD_FAILURE() << differences << " of " << bytes / size << " differ, first that of "
-                  << testing::PrintToString(Bytes(input, input + inputSize));
+    return reinterpret_cast<float*>(bytes.data());
 }
 
 void ExpectSameDecoded(const Codec& codec, const Bytes& records)
 {
-    const testing::ScopedTrace trace(__FILE__, __LINE__, codec.name);
-    const std::size_t count = records.size() / codec.recordSize;
-    static std::vector<float> expected, keys;  // pages that are new to a process cost more than the check
-    expected.resize(count * codec.width);
-    keys.resize(expected.size());
-    (kPlainCodecs.*codec.decode)(records.data(), count, expected.data());
-    ForEachSet([&](const RunCodecs& wide) {
-        (wide.*codec.decode)(records.data(), count, keys.data());
-        ExpectSame(keys, expected, 4 * codec.width, records.data(), codec.recordSize);
+    ExpectAsPlain(codec.name, records, codec.recordSize, [&](const RunCodecs& codecs) {
+        const std::size_t count = records.size() / codec.recordSize;
+        Bytes keys(4 * codec.width * count);
+        (codecs.*codec.decode)(records.data(), count, AsFloats(keys));
+        return Arrays{keys};
     });
 }
 
 // The records, and the keys as they are left.
-void ExpectSameEncoded(const Codec& codec, const std::vector<float>& keys)
+void ExpectSameEncoded(const Codec& codec, const Bytes& keys)
 {
-    const testing::ScopedTrace trace(__FILE__, __LINE__, codec.name);
-    const std::size_t count = keys.size() / codec.width;
-    static std::vector<float> plainKeys, wideKeys;
-    static Bytes expected, records;
-    plainKeys = keys;
-    expected.resize(count * codec.recordSize);
-    records.resize(expected.size());
-    (kPlainCodecs.*codec.encode)(plainKeys.data(), count, expected.data());
-    ForEachSet([&](const RunCodecs& wide) {
-        wideKeys = keys;
-        (wide.*codec.encode)(wideKeys.data(), count, records.data());
-        ExpectSame(records, expected, codec.recordSize, keys.data(), 4 * codec.width);
-        ExpectSame(wideKeys, plainKeys, 4 * codec.width, keys.data(), 4 * codec.width);
+    ExpectAsPlain(codec.name, keys, 4 * codec.width, [&](const RunCodecs& codecs) {
+        const std::size_t count = keys.size() / (4 * codec.width);
+        Bytes left = keys, records(codec.recordSize * count);
+        (codecs.*codec.encode)(AsFloats(left), count, records.data());
+        return Arrays{records, left};
     });
 }
 
-// Runs a check on the numbers below 2^32, a stride apart, in pieces that stay in the cache.
-void ForPieces(std::uint64_t stride, const std::function<void(const std::vector<std::uint32_t>&)>& check)
+// A vertex block's halves are converted by other code, of the same instruction sets.
+auto Converter(const RunCodecs& codecs)
 {
-    std::vector<std::uint32_t> piece;
-    for (std::uint64_t i = 0; i <= 0xFFFFFFFF; i += stride) {
-        piece.push_back(static_cast<std::uint32_t>(i));
-        if (piece.size() == 6004 || i + stride > 0xFFFFFFFF) {
-            check(piece);
-            piece.clear();
-        }
-    }
+    return &codecs == &kPlainCodecs ? PlainHalfToFloat : HalfToFloat;
 }
 
 template <class T>
@@ -152,6 +126,20 @@ Bytes BytesOf(const std::vector<T>& values)
     Bytes bytes(values.size() * sizeof(T));
     std::memcpy(bytes.data(), values.data(), bytes.size());
     return bytes;
+}
+
+// Hands on the numbers below 2^32, a prime apart, so that all of their bits change, in pieces that stay in the cache.
+void ForPieces(const std::function<void(const Bytes&)>& check)
+{
+    const std::uint64_t stride = kWhole ? 1 : 8191;
+    std::vector<std::uint32_t> piece;
+    for (std::uint64_t i = 0; i <= 0xFFFFFFFF; i += stride) {
+        piece.push_back(static_cast<std::uint32_t>(i));
+        if (piece.size() == 6004 || i + stride > 0xFFFFFFFF) {
+            check(BytesOf(piece));
+            piece.clear();
+        }
+    }
 }
 
 // All selections of four out of some values.
@@ -167,111 +155,93 @@ std::vector<T> Fours(const std::vector<T>& values)
     return fours;
 }
 
+// Quaternions at random, whose lengths lie between the two.
+std::vector<float> Rotations(float shortest, float longest)
+{
+    std::mt19937 random(32);
+    std::normal_distribution<float> component;
+    std::uniform_real_distribution<float> length(shortest, longest);
+    std::vector<float> keys;
+    for (int i = 0; i < (kWhole ? 10'000'000 : 100'000); ++i) {
+        const std::array<float, 4> q{component(random), component(random), component(random),
+                                     component(random)};
+        const float factor =
+            length(random) / std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
+        for (const float c : q)
+            keys.push_back(c * factor);
+    }
+    return keys;
+}
+
 }  // namespace
 
 TEST_F(WideCodecsTest, Packed32DecodesAsThePlainOne)
 {
-    ForPieces(Stride(8191),
-              [](const std::vector<std::uint32_t>& words) { ExpectSameDecoded(kPacked32, BytesOf(words)); });
+    ForPieces([](const Bytes& words) { ExpectSameDecoded(kPacked32, words); });
 }
 
 TEST_F(WideCodecsTest, Packed48DecodesAsThePlainOne)
 {
     // Every code in every field under every tag, the others at random.
     std::mt19937 random(48);
-    for (std::uint32_t pass = 0; pass < (kWhole ? 2000U : 1U); ++pass) {
-        Bytes records;
+    for (int pass = 0; pass < (kWhole ? 2000 : 1); ++pass) {
+        std::vector<std::uint16_t> words;
         for (std::uint32_t i = 0; i < 0x60000; ++i) {
-            std::uint64_t fields = (std::uint64_t{random()} << 32 | random()) & 0xFFFF'FFFFFFFF;
-            // Tag, third field, first and second one.
-            const int shift = i % 3 == 0 ? 32 : i % 3 == 1 ? 15 : 0;
-            fields = (fields & ~(std::uint64_t{0x7FFF} << shift)) | std::uint64_t{i / 3 & 0x7FFF} << shift;
-            fields = (fields & ~(std::uint64_t{3} << 30)) | std::uint64_t{i / 0x18000} << 30;
-            const std::uint16_t words[] = {static_cast<std::uint16_t>(fields >> 16),
-                                           static_cast<std::uint16_t>(fields),
-                                           static_cast<std::uint16_t>(fields >> 32)};
-            records.insert(records.end(), reinterpret_cast<const unsigned char*>(words),
-                           reinterpret_cast<const unsigned char*>(words) + 6);
+            const unsigned tag = i / 0x18000, code = i / 3 & 0x7FFF;
+            std::uint_fast32_t fields[3] = {random() & 0x7FFF, random() & 0x7FFF, random() & 0xFFFF};
+            fields[i % 3] = code;
+            const auto both = tag << 30 | fields[0] << 15 | fields[1];
+            words.insert(words.end(),
+                         {static_cast<std::uint16_t>(both >> 16), static_cast<std::uint16_t>(both),
+                          static_cast<std::uint16_t>(fields[2])});
         }
-        ExpectSameDecoded(kPacked48, records);
+        ExpectSameDecoded(kPacked48, BytesOf(words));
     }
 }
 
-TEST_F(WideCodecsTest, HalvesConvertAsTheTablesSay)
+TEST_F(WideCodecsTest, EveryHalfDecodesAsTheTablesSay)
 {
     std::vector<std::uint16_t> halves(65536);
-    std::vector<float> kept(65536), one(65536), singles(65536);
-    for (std::uint32_t half = 0; half < 65536; ++half) {
-        halves[half] = static_cast<std::uint16_t>(half);
-        kept[half] = std::bit_cast<float>(vela::geomath::_to_float[half]);
-        one[half] = (half & 0x7FFFU) > 0x7C00 ? std::bit_cast<float>(0xFFC00000U) : kept[half];
-    }
+    std::iota(halves.begin(), halves.end(), std::uint16_t{0});
+    std::vector<std::uint32_t> singles(std::begin(geomath::_to_float), std::end(geomath::_to_float));
+    for (const std::uint16_t half : halves)
+        if ((half & 0x7FFFU) > 0x7C00)
+            singles[half] = 0xFFC00000;
     const Bytes records = BytesOf(halves);
-    PlainHalfToFloat(singles.data(), records.data(), 65536);
-    ExpectSame(singles, one, 4, records.data(), 2);
+    ExpectAsPlain("halves", records, 2, [&](const RunCodecs& codecs) {
+        Bytes converted(4 * 65536);
+        Converter(codecs)(AsFloats(converted), records.data(), 65536);
+        EXPECT_TRUE(converted == BytesOf(singles));
+        return Arrays{converted};
+    });
+    ExpectSameDecoded(kHalves3, test::Prefix(records, records.size() - 2));
     HalfToFloat(nullptr, records.data(), 65536);
-    HalfToFloat(singles.data(), nullptr, 65536);
-    ForEachSet([&](const RunCodecs&) {
-        HalfToFloat(singles.data(), records.data(), 65536);
-        ExpectSame(singles, one, 4, records.data(), 2);
-    });
-    ForEachSet([&](const RunCodecs& wide) {
-        wide.decodeHalfVectors3(records.data(), 65536 / 3, singles.data());
-        std::copy_n(kept.end() - 1, 1, singles.end() - 1);
-        ExpectSame(singles, kept, 4, records.data(), 2);
-    });
+    HalfToFloat(std::vector<float>(65536).data(), nullptr, 65536);
 }
 
 TEST_F(WideCodecsTest, HalfRotationsDecodeAsPlainOnes)
 {
     // What the guard tells apart: lengths close to its limits, zeros, infinities, NaNs of both kinds,
     // subnormals.
-    Bytes records =
-        BytesOf(Fours<std::uint16_t>({0, 0x8000, 1, 0x83FF, 0x3800, 0xB7FF, 0x3801, 0x37CC, 0x3C00, 0xBBFF,
-                                      0x3BCC, 0x7BFF, 0x7C00, 0xFC00, 0x7C01, 0xFE00}));
-    std::mt19937 random(16);
-    std::normal_distribution<float> component;
-    std::uniform_real_distribution<float> length(0.96F, 1.01F);
-    std::vector<float> keys;
-    for (int i = 0; i < (kWhole ? 10'000'000 : 100'000); ++i) {
-        std::array<float, 4> q{component(random), component(random), component(random), component(random)};
-        const float factor =
-            length(random) / std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
-        for (const float c : q)
-            keys.push_back(c * factor);
-    }
+    ExpectSameDecoded(
+        kHalves4, BytesOf(Fours<std::uint16_t>({0, 0x8000, 1, 0x83FF, 0x3800, 0xB7FF, 0x3801, 0x37CC, 0x3C00,
+                                                0xBBFF, 0x3BCC, 0x7BFF, 0x7C00, 0xFC00, 0x7C01, 0xFE00})));
+    std::vector<float> keys = Rotations(0.96F, 1.01F);
     Bytes nearUnit(2 * keys.size());
     EncodeHalfRotations(keys.data(), keys.size() / 4, nearUnit.data());
-    ExpectSameDecoded(kHalves4, records);
     ExpectSameDecoded(kHalves4, nearUnit);
-}
-
-TEST_F(WideCodecsTest, SinglesAreCutAsPlainOnes)
-{
-    ForPieces(Stride(8191), [](const std::vector<std::uint32_t>& bits) {
-        std::vector<float> singles(bits.size());
-        std::memcpy(singles.data(), bits.data(), 4 * bits.size());
-        ExpectSameEncoded(kHalves4, singles);
-    });
 }
 
 TEST_F(WideCodecsTest, RotationsEncodeAsPlainOnes)
 {
     const float nan = std::numeric_limits<float>::quiet_NaN(),
                 infinity = std::numeric_limits<float>::infinity();
-    std::vector<float> keys = Fours<float>({0, -0.0F, 0.5F, -0.5F, 0.70710677F, -0.70710677F, 1, -1, 1.5F,
-                                            1e-40F, 3e6F, -3e6F, 4e9F, infinity, -infinity, nan, -nan});
-    std::mt19937 random(32);
-    std::normal_distribution<float> component;
-    for (int i = 0; i < (kWhole ? 10'000'000 : 100'000); ++i) {
-        const std::array<float, 4> q{component(random), component(random), component(random),
-                                     component(random)};
-        const float length = std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
-        for (const float c : q)
-            keys.push_back(c / length);
-    }
+    const Bytes odd = BytesOf(Fours<float>({0, -0.0F, 0.5F, -0.5F, 0.70710677F, -0.70710677F, 1, -1, 1.5F,
+                                            1e-40F, 3e6F, -3e6F, 4e9F, infinity, -infinity, nan, -nan}));
     for (const Codec& codec : {kPacked32, kPacked48, kHalves4})
-        ExpectSameEncoded(codec, keys);
+        for (const Bytes& keys : {odd, BytesOf(Rotations(1, 1))})
+            ExpectSameEncoded(codec, keys);
+    ForPieces([](const Bytes& singles) { ExpectSameEncoded(kHalves4, singles); });
 }
 
 TEST_F(WideCodecsTest, RunsOfAnyLengthStayInside)
@@ -281,35 +251,28 @@ TEST_F(WideCodecsTest, RunsOfAnyLengthStayInside)
     counts.push_back(131'085);  // from memory, in two places by turns
     std::mt19937 random(70);
     Bytes noise(8 * counts.back());
-    std::generate(noise.begin(), noise.end(), [&] { return static_cast<unsigned char>(random()); });
-    for (const Codec& codec : kCodecs) {
-        const testing::ScopedTrace trace(__FILE__, __LINE__, codec.name);
-        for (const std::size_t count : counts) {
-            // Keys 4 bytes and records 1 byte off any alignment, with room on both sides that nobody touches.
-            const auto run = [&](const RunCodecs& codecs) {
-                std::vector<float> keys(17 + codec.width * count + 16, -77.0F);
-                Bytes records(65 + codec.recordSize * count + 64, 0xEE);
-                Bytes file(1 + codec.recordSize * count);
-                std::copy_n(noise.begin(), codec.recordSize * count, file.begin() + 1);
-                (codecs.*codec.decode)(file.data() + 1, count, keys.data() + 17);
-                const Bytes decoded = BytesOf(keys);
-                (codecs.*codec.encode)(keys.data() + 17, count, records.data() + 65);
-                return std::array{decoded, BytesOf(keys), records};
-            };
-            const auto plain = run(kPlainCodecs);
-            ForEachSet([&](const RunCodecs& wide) {
-                EXPECT_TRUE(run(count < kShortestRun ? kPlainCodecs : wide) == plain) << count << " keys";
-            });
-        }
-    }
+    for (unsigned char& byte : noise)
+        byte = static_cast<unsigned char>(random());
     for (const std::size_t count : counts) {
-        const auto run = [&](auto convert) {
-            std::vector<float> vertices(17 + count + 16, -77.0F);
-            const Bytes file(noise.begin(), noise.begin() + static_cast<std::ptrdiff_t>(1 + 2 * count));
-            convert(vertices.data() + 17, file.data() + 1, count);
-            return BytesOf(vertices);
-        };
-        ForEachSet(
-            [&](const RunCodecs&) { EXPECT_TRUE(run(HalfToFloat) == run(PlainHalfToFloat)) << count; });
+        for (const Codec& codec : {kPacked32, kPacked48, kHalves4, kHalves3})
+            ExpectAsPlain(codec.name, {1}, 1, [&](const RunCodecs& best) {
+                // Keys 4 bytes and records 1 byte off any alignment, with room on both sides that nobody touches.
+                const RunCodecs& codecs = count < kShortestRun ? kPlainCodecs : best;
+                Bytes keys(68 + 4 * codec.width * count + 64, 0xEE),
+                    records(65 + codec.recordSize * count + 64, 0xEE);
+                const Bytes file = test::Prefix(noise, 1 + codec.recordSize * count);
+                (codecs.*codec.decode)(file.data() + 1, count, AsFloats(keys) + 17);
+                const Bytes decoded = keys;
+                (codecs.*codec.encode)(AsFloats(keys) + 17, count, records.data() + 65);
+                return Arrays{decoded, keys, records};
+            });
+        ExpectAsPlain("halves", {1}, 1, [&](const RunCodecs& codecs) {
+            Bytes vertices(68 + 4 * count + 64, 0xEE);
+            const Bytes file = test::Prefix(noise, 1 + 2 * count);
+            Converter(codecs)(AsFloats(vertices) + 17, file.data() + 1, count);
+            return Arrays{vertices};
+        });
     }
 }
+
+}  // namespace vela::vlgim::keys
