@@ -1,3 +1,5 @@
+#include "support/Bytes.h"
+
 #include <keys/KeyCodecs.h>
 
 #include <geomath/HalfTables.h>
@@ -6,16 +8,14 @@
 
 #include <array>
 #include <bit>
-#include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <limits>
-#include <vector>
 
-using namespace vela::vlgim::keys;
+namespace vela::vlgim::keys {
 
 namespace {
 
+using test::Bytes;
 using Quat = std::array<float, 4>;
 using QuatBits = std::array<std::uint32_t, 4>;
 
@@ -23,13 +23,15 @@ constexpr float kInv = std::bit_cast<float>(0x3F3504F3U);
 constexpr float kNan = std::bit_cast<float>(0x7FC00000U);
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
-// The records of a run, each as a number of `size` bytes; at an odd address in the file.
-std::vector<unsigned char> FileOf(const std::vector<std::uint64_t>& records, std::size_t size)
+// Lengths of runs: one for the plain code alone, and one that is long enough for wide code.
+constexpr std::size_t kRuns[] = {1, 5};
+
+// So many times the record, a number of `size` bytes, at an odd address in the file.
+Bytes FileOf(std::size_t count, std::uint64_t record, std::size_t size)
 {
-    std::vector<unsigned char> file(1);
-    for (const std::uint64_t record : records)
-        for (std::size_t i = 0; i < size; ++i)
-            file.push_back(static_cast<unsigned char>(record >> 8 * i));
+    Bytes file(1);
+    for (std::size_t i = 0; i < count * size; ++i)
+        file.push_back(static_cast<unsigned char>(record >> i % size * 8));
     return file;
 }
 
@@ -39,6 +41,28 @@ std::vector<QuatBits> Bits(const std::vector<Quat>& quats)
     for (const Quat& q : quats)
         bits.push_back(std::bit_cast<QuatBits>(q));
     return bits;
+}
+
+void ExpectEncodes(void (*encode)(float*, std::uint64_t, void*), const Quat& before, std::uint64_t record,
+                   std::size_t size, const Quat& after)
+{
+    for (const std::size_t count : kRuns) {
+        std::vector<Quat> run(count, before);
+        Bytes file(1 + size * count);
+        encode(run[0].data(), count, &file[1]);
+        EXPECT_EQ(file, FileOf(count, record, size));
+        EXPECT_EQ(Bits(run), Bits(std::vector(count, after)));
+    }
+}
+
+void ExpectDecodes(void (*decode)(const void*, std::uint64_t, float*), std::uint64_t record, std::size_t size,
+                   const QuatBits& expected)
+{
+    for (const std::size_t count : kRuns) {
+        std::vector<Quat> run(count);
+        decode(&FileOf(count, record, size)[1], count, run[0].data());
+        EXPECT_EQ(Bits(run), std::vector(count, expected)) << std::hex << record;
+    }
 }
 
 }  // namespace
@@ -68,77 +92,49 @@ TEST(KeyCodecs, PacksRotations)
         {{0, 0, kInf, -kInf}, 0x80080200, 0x3FFF3FFF8000, false},
         {{-2e9F, 0, 0, -3e9F}, 0xC0080200, 0x3FFF3FFFC000, true},
     };
-    std::vector<std::uint64_t> records32, records48;
-    std::vector<Quat> before, after, single32, single48;
     for (const auto& c : cases) {
-        Quat q = c.before;
-        before.push_back(q);
-        single32.push_back(q);
-        single48.push_back(q);
-        for (float& component : q)
+        SCOPED_TRACE(testing::PrintToString(c.before));
+        Quat after = c.before;
+        for (float& component : after)
             component = c.negated ? -component : component;
-        after.push_back(q);
-        records32.push_back(c.record32);
-        records48.push_back(c.record48);
-        auto& [x, y, z, w] = single32.back();
-        EXPECT_EQ(EncodeRotation32(&x, &y, &z, &w), c.record32) << testing::PrintToString(c.before);
-        auto& [i, j, k, r] = single48.back();
-        std::uint16_t words[4] = {};
-        EncodeRotation48(&i, &j, &k, &r, &words[0], &words[1], &words[2]);
-        EXPECT_EQ(std::bit_cast<std::uint64_t>(words), c.record48) << testing::PrintToString(c.before);
+        ExpectEncodes(&EncodeRotations32, c.before, c.record32, 4, after);
+        ExpectEncodes(&EncodeRotations48, c.before, c.record48, 6, after);
     }
-    std::vector<Quat> run32 = before, run48 = before;
-    std::vector<unsigned char> file32(1 + 4 * before.size()), file48(1 + 6 * before.size());
-    EncodeRotations32(run32[0].data(), run32.size(), &file32[1]);
-    EncodeRotations48(run48[0].data(), run48.size(), &file48[1]);
-    EXPECT_EQ(file32, FileOf(records32, 4));
-    EXPECT_EQ(file48, FileOf(records48, 6));
-    for (const auto& quats : {single32, single48, run32, run48})
-        EXPECT_EQ(Bits(quats), Bits(after));
 }
 
 TEST(KeyCodecs, UnpacksRotations)
 {
     // The missing component's last bits tell the order in which the squares go off.
-    const std::vector<std::uint64_t> records32{0xE0080200, 0x31CE2720, 0x548DB375, 0xB62DCA26, 0xF6998373};
-    const std::vector<QuatBits> expected32{{0x3A353400, 0x3A353400, 0x3A353400, 0x3F7FFFF4},
-                                           {0x3F1FF0EA, 0x3EC95E5A, 0x3F0B425F, 0x3ECC3322},
-                                           {0x3F042E69, 0x3F24F1E7, 0xBE81E184, 0x3F00FF07},
-                                           {0x3F031E9D, 0x3D5A0070, 0x3F340D27, 0x3EFAEA16},
-                                           {0x3EFFDE76, 0x3E089AE4, 0x3F037935, 0x3F2F4361}};
+    const std::pair<std::uint64_t, QuatBits> cases32[] = {
+        {0xE0080200, {0x3A353400, 0x3A353400, 0x3A353400, 0x3F7FFFF4}},
+        {0x31CE2720, {0x3F1FF0EA, 0x3EC95E5A, 0x3F0B425F, 0x3ECC3322}},
+        {0x548DB375, {0x3F042E69, 0x3F24F1E7, 0xBE81E184, 0x3F00FF07}},
+        {0xB62DCA26, {0x3F031E9D, 0x3D5A0070, 0x3F340D27, 0x3EFAEA16}},
+        {0xF6998373, {0x3EFFDE76, 0x3E089AE4, 0x3F037935, 0x3F2F4361}}};
     // The uppermost bit of all is ignored.
-    const std::vector<std::uint64_t> records48{0xBFFFBFFFDFFF, 0x6AD5EC77172A, 0x2D69F24978E3, 0x31377248B668,
-                                               0x68B23129F98E};
-    const std::vector<QuatBits> expected48{{0xB7B50000, 0xB7B50000, 0xB7B50000, 0x3F800000},
-                                           {0x3F346417, 0xBE47DFCC, 0x3EFB8CC6, 0x3EF25022},
-                                           {0xBE524DEC, 0x3F16B725, 0x3F0CCD29, 0x3F0E3CDF},
-                                           {0x3F0E3A0B, 0xBE274208, 0x3F25CE32, 0x3EFD843E},
-                                           {0x3F1091AF, 0xBE27E06C, 0x3EE639BE, 0x3F2C1D54}};
-    std::vector<Quat> run32(5), run48(5), single32(5), single48(5);
-    DecodeRotations32(&FileOf(records32, 4)[1], 5, run32[0].data());
-    DecodeRotations48(&FileOf(records48, 6)[1], 5, run48[0].data());
-    for (std::size_t key = 0; key < 5; ++key) {
-        auto& [x, y, z, w] = single32[key];
-        DecodeRotation32(static_cast<std::uint32_t>(records32[key]), &x, &y, &z, &w);
-        auto& [i, j, k, r] = single48[key];
-        const auto words = std::bit_cast<std::array<std::uint16_t, 4>>(records48[key]);
-        DecodeRotation48(words[0], words[1], words[2], &i, &j, &k, &r);
-    }
-    EXPECT_TRUE(Bits(run32) == expected32 && Bits(run48) == expected48);
-    EXPECT_TRUE(Bits(single32) == expected32 && Bits(single48) == expected48);
+    const std::pair<std::uint64_t, QuatBits> cases48[] = {
+        {0xBFFFBFFFDFFF, {0xB7B50000, 0xB7B50000, 0xB7B50000, 0x3F800000}},
+        {0x6AD5EC77172A, {0x3F346417, 0xBE47DFCC, 0x3EFB8CC6, 0x3EF25022}},
+        {0x2D69F24978E3, {0xBE524DEC, 0x3F16B725, 0x3F0CCD29, 0x3F0E3CDF}},
+        {0x31377248B668, {0x3F0E3A0B, 0xBE274208, 0x3F25CE32, 0x3EFD843E}},
+        {0x68B23129F98E, {0x3F1091AF, 0xBE27E06C, 0x3EE639BE, 0x3F2C1D54}}};
+    for (const auto& [record, expected] : cases32)
+        ExpectDecodes(&DecodeRotations32, record, 4, expected);
+    for (const auto& [record, expected] : cases48)
+        ExpectDecodes(&DecodeRotations48, record, 6, expected);
     Quat q{};
     DecodeRotation32(0xFFFFFFFF, &q[0], &q[1], &q[2], &q[3]);
-    EXPECT_TRUE(std::isnan(q[3])) << "the others are too long without it";
+    EXPECT_TRUE(q[3] != q[3]) << "the others are too long without it";
 }
 
 TEST(KeyCodecs, EveryHalfDecodesToItsSingleAndBack)
 {
-    std::vector<unsigned char> halves(2 * 65538 + 1), back(halves.size());
+    Bytes halves(2 * 65538 + 1), back(halves.size());
     std::vector<std::uint32_t> expected(65538), bits(65538);
     for (unsigned i = 0; i < 65538; ++i) {
         halves[1 + 2 * i] = static_cast<unsigned char>(i & 0xFF);
         halves[2 + 2 * i] = static_cast<unsigned char>(i >> 8 & 0xFF);
-        expected[i] = vela::geomath::_to_float[i & 0xFFFF];
+        expected[i] = geomath::_to_float[i & 0xFFFF];
     }
     std::vector<float> singles(65538);
     DecodeHalfVectors3(halves.data() + 1, 65538 / 3, singles.data());
@@ -150,24 +146,24 @@ TEST(KeyCodecs, EveryHalfDecodesToItsSingleAndBack)
 
 TEST(KeyCodecs, HalvesAreCutNotRounded)
 {
-    const float in[] = {std::bit_cast<float>(0xBF801FFFU), 65519.996F, std::bit_cast<float>(0x7F800001U),
-                        1e-8F};
-    std::array<std::uint16_t, 4> out{};
-    EncodeHalfRotation(in, out.data());
-    EXPECT_EQ(out, (std::array<std::uint16_t, 4>{0xBC00, 0x7BFF, 0x7C00, 0}));
-    std::array<float, 3> back{};
-    EncodeHalfVector3(in + 1, out.data());
-    DecodeHalfVector3(out.data(), back.data());
-    EXPECT_EQ(back, (std::array<float, 3>{65504, kInf, 0}));
-    EXPECT_EQ(out[3], 0);
+    const std::pair<std::uint32_t, std::uint16_t> cases[] = {
+        {0x3F801FFF, 0x3C00}, {0xBF801FFF, 0xBC00}, {0x477FEFFF, 0x7BFF},  // just under the largest half
+        {0x477FFFFF, 0x7BFF}, {0x47800000, 0x7C00}, {0x7F7FFFFF, 0x7C00},  // and too large
+        {0x7F800001, 0x7C00}, {0x7F802000, 0x7C01}, {0x387FFFFF, 0x03FF},  // the largest subnormal
+        {0x33800000, 0x0001}, {0x337FFFFF, 0x0000}, {0x80000001, 0x8000}};
+    for (const auto& [single, half] : cases) {
+        const float value = std::bit_cast<float>(single), values[] = {value, value, value, value};
+        std::uint16_t halves[4] = {};
+        EncodeHalfRotation(values, halves);
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(halves), half * 0x0001000100010001U) << std::hex << single;
+        EncodeHalfVector3(values, halves);
+        EXPECT_EQ(halves[2], half);
+    }
 }
 
 TEST(KeyCodecs, HalfRotationsOutOfLengthAreNormalised)
 {
-    const struct {
-        std::uint16_t halves[4];
-        QuatBits q;
-    } cases[] = {
+    const std::pair<std::array<std::uint16_t, 4>, QuatBits> cases[] = {
         // A squared length of 0.95 stays, one step less does not.
         {{0xB4F5, 0xB49F, 0x3515, 0xBA8C}, {0xBE9EA000, 0xBE93E000, 0x3EA2A000, 0xBF518000}},
         {{0xB82F, 0x337B, 0x39D7, 0xB4C6}, {0xBF095A55, 0x3E7597F4, 0x3F3FBACE, 0xBE9CB7DC}},
@@ -181,14 +177,8 @@ TEST(KeyCodecs, HalfRotationsOutOfLengthAreNormalised)
         {{0x7C01, 0x3C00, 0x3C00, 0x3C00}, {0x7F802000, 0x3F800000, 0x3F800000, 0x3F800000}},
         {{0x7C00, 0x3C00, 0x0000, 0x0000}, {0x7FC00000, 0x7FC00000, 0x7FC00000, 0x7FC00000}},
     };
-    for (const auto& c : cases) {
-        Quat single{};
-        std::vector<Quat> run(2);
-        unsigned char file[17];
-        std::memcpy(file + 1, c.halves, 8);
-        std::memcpy(file + 9, c.halves, 8);
-        DecodeHalfRotation(c.halves, single.data());
-        DecodeHalfRotations(file + 1, 2, run[0].data());
-        EXPECT_EQ(Bits({single, run[0], run[1]}), std::vector(3, c.q));
-    }
+    for (const auto& [halves, expected] : cases)
+        ExpectDecodes(&DecodeHalfRotations, std::bit_cast<std::uint64_t>(halves), 8, expected);
 }
+
+}  // namespace vela::vlgim::keys
