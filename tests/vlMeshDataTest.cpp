@@ -1,69 +1,102 @@
+#include "support/Blocks.h"
 #include "support/Files.h"
-#include "support/LogCapture.h"
 #include "support/MeshBytes.h"
 
 #include <nameid/NameID.h>
 #include <vlgim/vlMeshData.h>
 
-#include <gtest/gtest.h>
-
 #include <unistd.h>
 
-using namespace vela::vlgim;
-using namespace vela::vlgim::test;
+namespace vela::vlgim::test {
 
 namespace {
 
-using Lines = std::vector<std::string>;
+using Counts = std::vector<std::uint32_t>;
 
 const Bytes kFile = StaticMesh(TwoSubmeshBlock());
 const MeshForm kWhole{1, true, true, true};
 const auto kTableAt = static_cast<std::uint32_t>(kFile.size() - 16);
 
-Bytes Prefix(std::size_t size)
-{
-    return {kFile.begin(), kFile.begin() + static_cast<std::ptrdiff_t>(size)};
-}
-
 // The file with a share table of these blocks and of pairs with these types.
 Bytes WithTable(std::initializer_list<std::uint32_t> blocks, std::initializer_list<std::uint32_t> types)
 {
     ByteBuilder file;
-    file.Raw(Prefix(kTableAt)).U16(static_cast<std::uint16_t>(blocks.size())).U32s(blocks);
+    file.Raw(Prefix(kFile, kTableAt)).U16(static_cast<std::uint16_t>(blocks.size())).U32s(blocks);
     file.U16(static_cast<std::uint16_t>(types.size()));
     for (const std::uint32_t type : types)
         file.U32(type).U32(0);
-    return file.Bytes();
+    return file;
 }
 
-bool Read(vlMeshData& mesh, const Bytes& file, std::uint32_t submeshCount = 2)
+bool ReadRange(vlMeshData& mesh, const unsigned char* data, const unsigned char* end)
 {
-    mesh.m_submeshCount = submeshCount;
-    return mesh.ReadMeshFile(file.data(), file.size());
+    mesh.m_submeshCount = 2;
+    return mesh.ReadMeshFile(data, static_cast<std::size_t>(end - data));
 }
 
-Bytes Written(vlMeshData& mesh)
+bool Read(vlMeshData& mesh, const Bytes& file)
 {
-    return vela::vlgim::test::Written([&](std::FILE* stream) { EXPECT_EQ(mesh.WriteMeshFile(stream), 0); });
+    return ReadRange(mesh, file.data(), file.data() + file.size());
 }
 
-std::vector<std::uint32_t> Counts(const Bytes& file)
+vlMeshData MeshFrom(const Bytes& file)
+{
+    vlMeshData mesh;
+    EXPECT_TRUE(Read(mesh, file));
+    return mesh;
+}
+
+Bytes Write(vlMeshData& mesh)
+{
+    return Written([&](std::FILE* stream) { EXPECT_EQ(mesh.WriteMeshFile(stream), 0); });
+}
+
+Counts FittingCounts(const Bytes& file)
 {
     return vlMeshData::FittingSubmeshCounts(file.data(), file.size());
 }
 
-TEST(vlMeshData, ReadsAndWritesTheSameFile)
+Bytes Skinned(const Bytes& bones)
 {
-    vlMeshData mesh, vouched;
-    mesh.m_spareIndex = 7;
-    vouched.m_submeshCount = 2;
-    ASSERT_TRUE(Read(mesh, kFile));
-    EXPECT_EQ(mesh.m_spareIndex, 7);
-    EXPECT_EQ(mesh.m_vertexData->m_uvSets[0][3].v, 9.0F);
-    EXPECT_EQ(Written(mesh), kFile);
-    ASSERT_TRUE(vouched.ReadMeshFile(kFile.data()));
-    EXPECT_EQ(Written(vouched), kFile);
-    EXPECT_TRUE(Read(mesh, StaticMesh(Bytes(20)), 1));
+    const Bytes vertices = ByteBuilder().Raw(SmallVertexBlock(0x50004, 1)).Raw(SkinSlots(0x50004)).U32(0);
+    return MeshFile(0x50004, 1, ByteBuilder().U16(0).Raw(bones).U8(0), {vertices}, {4});
+}
+
+}  // namespace
+
+// Every byte of every form in every version, and that a file written is the newest form of the one read.
+TEST(vlMeshData, EachVersionAndForm)
+{
+    const MeshForm forms[] = {
+        {0, false, false, false}, {1, false, false, false}, {2, false, false, false}, {0, true, false, false},
+        {0, false, true, false},  {0, false, false, true},  {2, true, false, true},   kWhole};
+    for (std::uint32_t version = 0x50000; version <= 0x50004; ++version) {
+        for (const MeshForm& form : forms) {
+            SCOPED_TRACE(testing::Message() << "version " << (version & 0xFF) << ", form " << &form - forms);
+            const Bytes file = MeshOf(version, form), written = MeshOf(version, form, true);
+            LogCapture log;
+            vlMeshData mesh = MeshFrom(file), again = MeshFrom(written);
+            EXPECT_EQ(Write(mesh), written);
+            EXPECT_EQ(Write(again), written);
+            EXPECT_EQ(log.lines, Lines{});
+            ForEachPrefix(file, [&](const unsigned char* data, const unsigned char* end) {
+                log.lines.clear();
+                EXPECT_FALSE(ReadRange(mesh, data, end));
+                EXPECT_EQ(log.lines.size(), 1U);
+                vlMeshData::FittingSubmeshCounts(data, static_cast<std::size_t>(end - data));
+            });
+            EXPECT_EQ(std::tuple(mesh.m_vertexData, mesh.m_morph, mesh.m_tracks, mesh.m_hasMorph,
+                                 mesh.m_hasTracks, mesh.m_boneCount, mesh.m_boneMatrices,
+                                 mesh.m_originalData.size()),
+                      std::tuple(nullptr, nullptr, nullptr, 0, 0, 0, nullptr, 0U));
+        }
+    }
+    const auto write = [](vlMeshData& mesh) { return mesh.WriteObstacle().empty() ? Write(mesh) : Bytes(); };
+    for (const Bytes& file :
+         {kFile, MeshOf(0x50001, kWhole), MeshOf(0x50003, kWhole), MeshOf(0x50004, kWhole)}) {
+        ExpectLiesReadBack(vlMeshData(), file, &ReadRange, write);
+        ForEachByteChange(file, &FittingCounts);
+    }
 }
 
 TEST(vlMeshData, VersionGate)
@@ -79,15 +112,13 @@ TEST(vlMeshData, VersionGate)
     for (const auto& [word, version, packMode, message] : cases) {
         const Bytes block = version == 0x50000 ? WithoutTangents() : TwoSubmeshBlock();
         const LogCapture log;
-        vlMeshData mesh;
-        ASSERT_TRUE(Read(mesh, kFile));  // what is read again is replaced
+        vlMeshData mesh = MeshFrom(kFile);  // what is read again is replaced
         EXPECT_EQ(Read(mesh, StaticMesh(block, word)), !message) << std::hex << word;
         EXPECT_EQ(std::tuple(mesh.m_version, mesh.m_packMode), std::tuple(version, packMode));
         EXPECT_EQ(mesh.m_vertexData == nullptr, message != nullptr);
         EXPECT_EQ(log.lines, message ? Lines{message} : Lines{});
         if (!message) {
-            const Bytes written = Written(mesh);  // as the newest version, with pack mode 0
-            EXPECT_EQ(Bytes(written.begin(), written.begin() + 10), Prefix(10));
+            EXPECT_EQ(Prefix(Write(mesh), 10), Prefix(kFile, 10)) << "the newest version, pack mode 0";
         }
     }
 }
@@ -95,82 +126,36 @@ TEST(vlMeshData, VersionGate)
 TEST(vlMeshData, WhatIsNotReadSaysWhy)
 {
     const std::pair<Bytes, std::string> cases[] = {
-        {Prefix(9), "is damaged: header at byte 8 needs 2, and 1 is left"},
-        {Prefix(11), "is damaged: animation block at byte 11 needs 1, and 0 is left"},
-        {Prefix(14), "is damaged: table offset at byte 12 needs 4, and 2 is left"},
+        {Prefix(kFile, 9), "header at byte 8 needs 2, and 1 is left"},
+        {Prefix(kFile, 11), "animation block at byte 11 needs 1, and 0 is left"},
+        {Prefix(kFile, 14), "table offset at byte 12 needs 4, and 2 is left"},
         {With(MeshOf(0x50004, {1, false, false, false}), 12, {255}),
-         "is damaged: bones block at byte 524 needs 8160, and 72 is left"},
-        {With(kFile, 14, {1}), "is damaged: share table at byte 65836 needs 2, and 0 is left"},
-        {With(kFile, kTableAt + 1, {0x80}),
-         "is damaged: share table at byte 300 needs 32769, and 32767 is left"},
-        {WithTable({}, {}), "is damaged: share table at byte 300 needs 1, and 0 is left"},
-        {WithTable({77'777}, {}), "is damaged: submesh entries at byte 77777 needs 20, and 0 is left"},
-        {With(kFile, 34, {5}), "is damaged: submesh entries at byte 34 needs 5, and 4 is left"},
-        {With(kFile, 41, {64}), "is damaged: positions at byte 46 needs 12884901948, and 270 is left"},
+         "bones block at byte 524 needs 8160, and 72 is left"},
+        {With(kFile, 14, {1}), "share table at byte 65836 needs 2, and 0 is left"},
+        {With(kFile, kTableAt + 1, {0x80}), "share table at byte 300 needs 32769, and 32767 is left"},
+        {WithTable({}, {}), "share table at byte 300 needs 1, and 0 is left"},
+        {WithTable({77'777}, {}), "submesh entries at byte 77777 needs 20, and 0 is left"},
+        {With(kFile, 34, {5}), "submesh entries at byte 34 needs 5, and 4 is left"},
+        {With(kFile, 41, {64}), "positions at byte 46 needs 12884901948, and 270 is left"},
         {With(With(kFile, 36, {0}), 41, {64}),
-         "is damaged: vertex block at byte 46 needs 47248834560, and 14700288 is left"},
+         "vertex block at byte 46 needs 47248834560, and 14700288 is left"},
     };
     for (const auto& [file, message] : cases) {
         const LogCapture log;
         vlMeshData mesh;
         EXPECT_FALSE(Read(mesh, file));
-        EXPECT_EQ(mesh.m_vertexData, nullptr);
-        EXPECT_EQ(mesh.m_hasMorph + mesh.m_hasTracks, 0);
-        EXPECT_EQ(log.lines, Lines{"E gim file " + message});
-    }
-}
-
-TEST(vlMeshData, PrefixesAndLyingBytes)
-{
-    LogCapture log;
-    ForEachPrefix(kFile, [&](const unsigned char* data, const unsigned char* end) {
-        const Bytes prefix(data, end);
-        vlMeshData mesh;
-        log.lines.clear();
-        EXPECT_FALSE(Read(mesh, prefix));
-        EXPECT_EQ(mesh.m_vertexData, nullptr);
-        EXPECT_EQ(log.lines.size(), 1U);
-        Counts(prefix);
-    });
-    for (const Bytes& file :
-         {kFile, MeshOf(0x50001, kWhole), MeshOf(0x50003, kWhole), MeshOf(0x50004, kWhole)})
-        ForEachByteChange(file, [](const Bytes& changed) {
-            vlMeshData mesh, again;
-            if (Read(mesh, changed) && mesh.WriteObstacle().empty()) {
-                const Bytes written = Written(mesh);
-                ASSERT_TRUE(Read(again, written));
-                EXPECT_EQ(Written(again), written);
-            }
-            Counts(changed);
-        });
-}
-
-// The pairs of type 4 say how many blocks are no original data, and block 0 never is.
-TEST(vlMeshData, ShareTableDecidesWhatIsRead)
-{
-    const std::string lost = " vertex blocks, of which the first is read and the others are lost at a write";
-    const std::pair<Bytes, Lines> cases[] = {
-        {WithTable({16}, {}), {}},
-        {WithTable({16}, {4, 4}), {"W gim file tells of 2" + lost}},
-        {WithTable({16, 99, 77}, {4, 4, 4}), {"W gim file tells of 3" + lost + ": at byte 99, 77"}},
-    };
-    for (const auto& [file, lines] : cases) {
-        const LogCapture log;
-        vlMeshData mesh;
-        EXPECT_TRUE(Read(mesh, file));
-        EXPECT_EQ(log.lines, lines);
-        EXPECT_EQ(Written(mesh), kFile);
+        EXPECT_EQ(log.lines, Lines{"E gim file is damaged: " + message});
     }
 }
 
 TEST(vlMeshData, TheSubmeshCountThatFits)
 {
-    const std::pair<Bytes, std::vector<std::uint32_t>> cases[] = {
+    const std::pair<Bytes, Counts> cases[] = {
         {kFile, {2}},
         {WithTable({16, kTableAt + 1}, {}), {2}},  // the table comes first
         {StaticMesh(Bytes(20)), {1}},
         // Three triangles without a vertex, or two submeshes without data.
-        {StaticMesh(ByteBuilder().U16(1).U32(0).U32(3).Raw(Bytes(20)).Bytes()), {0, 2}},
+        {StaticMesh(ByteBuilder().U16(1).U32(0).U32(3).Fill(20, 0)), {0, 2}},
         {With(kFile, 16, {9}), {}},  // no count adds up
         {With(kFile, 4, {5}), {}},   // too new
         {StaticMesh(WithoutTangents(), 0x50000), {2}},
@@ -179,117 +164,69 @@ TEST(vlMeshData, TheSubmeshCountThatFits)
         {{}, {}},
     };
     for (const auto& [file, counts] : cases)
-        EXPECT_EQ(Counts(file), counts);
+        EXPECT_EQ(FittingCounts(file), counts);
 }
 
-// Every byte of every form in every version, and that a file written is the newest form of the one read.
-TEST(vlMeshData, EachVersionAndForm)
-{
-    const MeshForm forms[] = {{0, false, false, false}, {1, false, false, false}, {2, false, false, false},
-                              {0, true, false, false},  {0, false, true, false},  {0, false, false, true},
-                              {2, true, false, true},   {1, true, true, true}};
-    for (std::uint32_t version = 0x50000; version <= 0x50004; ++version) {
-        for (const MeshForm& form : forms) {
-            const std::string where =
-                "version " + std::to_string(version & 0xFF) + ", form " + std::to_string(&form - forms);
-            const Bytes file = MeshOf(version, form), written = MeshOf(version, form, true);
-            LogCapture log;
-            vlMeshData mesh, again;
-            ASSERT_TRUE(Read(mesh, file)) << where;
-            EXPECT_EQ(Written(mesh), written) << where;
-            ASSERT_TRUE(Read(again, written)) << where;
-            EXPECT_EQ(Written(again), written) << where;
-            EXPECT_EQ(log.lines, Lines{}) << where;
-            ForEachPrefix(file, [&](const unsigned char* data, const unsigned char* end) {
-                mesh.m_submeshCount = 2;
-                EXPECT_FALSE(mesh.ReadMeshFile(data, static_cast<std::size_t>(end - data))) << where;
-            });
-            EXPECT_EQ(std::tuple(mesh.m_vertexData, mesh.m_morph, mesh.m_tracks, mesh.m_hasMorph,
-                                 mesh.m_hasTracks, mesh.m_boneCount, mesh.m_boneMatrices,
-                                 mesh.m_originalData.size()),
-                      std::tuple(nullptr, nullptr, nullptr, 0, 0, 0, nullptr, 0U));
-        }
-    }
-}
-
-// The members, of a mesh that has everything; shown by a copy whose source is gone.
+// What the frame itself makes of its blocks; shown by a copy whose source is gone.
 TEST(vlMeshData, HoldsEveryBlock)
 {
-    vlMeshData mesh;
-    {
-        vlMeshData source;
-        ASSERT_TRUE(Read(source, MeshOf(0x50001, kWhole)));
-        mesh = source;
-        EXPECT_EQ(mesh.m_boneNames, source.m_boneNames);
-        EXPECT_EQ(mesh.m_originalData[0], source.m_originalData[0]);
-    }
-    EXPECT_EQ(mesh.m_morph->m_morphMode, 2);
-    EXPECT_EQ(mesh.m_morph->m_times.GetKeyTime(2), 2.0F);
+    auto source = std::make_unique<vlMeshData>(MeshFrom(MeshOf(0x50001, kWhole)));
+    vlMeshData mesh = *source;
+    EXPECT_EQ(mesh.m_boneNames, source->m_boneNames);
+    source.reset();
     EXPECT_EQ(mesh.m_vertexData->m_frameCount, 3U);
     EXPECT_EQ(mesh.m_vertexData->m_positions[5].z, 12.0F);
     EXPECT_EQ(std::tuple(mesh.m_tracks[0].m_flags, mesh.m_tracks[1].m_flags, mesh.m_tracks[1].m_version),
               std::tuple(5, 7, 0x10001U));
-    EXPECT_EQ(mesh.m_boneParents, (std::vector<std::uint16_t>{1, 0xFFFF, 0}));
-    EXPECT_STREQ(mesh.m_boneNames[0], "arm.l");
     const std::string full = "an_old_name_that_fills_its_field";
-    EXPECT_EQ(std::string(mesh.m_boneNames[2], 32), full);
     EXPECT_EQ(mesh.m_boneNameIds,
-              (std::vector<std::int32_t>{vela::NameIDMurmur3("arm.l"), vela::NameIDMurmur3("root"),
-                                         vela::NameIDMurmur3(full.c_str())}));
-    EXPECT_EQ(mesh.m_rootBone, 1);
-    EXPECT_EQ(mesh.m_boneBounds[2].m_radius, 20.0F);
-    EXPECT_EQ(mesh.m_boneMatrices[2].m[3][3], 147.0F);
+              (std::vector{NameIDMurmur3("arm.l"), NameIDMurmur3("root"), NameIDMurmur3(full.c_str())}));
+    EXPECT_EQ(std::string(mesh.m_boneNames[2], 32), full);
+    EXPECT_EQ(std::tuple(mesh.m_rootBone, mesh.m_boneBounds[2].m_radius, mesh.m_boneMatrices[2].m[3][3]),
+              std::tuple(1, 20.0F, 147.0F));
     EXPECT_EQ(mesh.m_skelVertexBlocks, 1);
-    const auto& skin = dynamic_cast<vlMeshSkelVertexData&>(*mesh.m_vertexData);
-    EXPECT_EQ(std::tuple(skin.m_usedBoneBits, skin.m_usedBones.size()), std::tuple(3U, 255U));
+    EXPECT_EQ(dynamic_cast<vlMeshSkelVertexData&>(*mesh.m_vertexData).m_usedBoneBits, 3U);
     ASSERT_EQ(mesh.m_originalData.size(), 2U);
     EXPECT_EQ(std::tuple(mesh.m_originalData[0]->m_type, mesh.m_originalData[1]->m_type),
               std::tuple(0x80000001U, 5U));
-    EXPECT_EQ(mesh.m_originalData[0]->m_origExtra[0], 0xCAFEBABE);
-    EXPECT_EQ(Written(mesh), MeshOf(0x50001, kWhole, true));
-}
+    EXPECT_EQ(Write(mesh), MeshOf(0x50001, kWhole, true));
 
-Bytes Skinned(const Bytes& bones)
-{
-    const Bytes vertices = ByteBuilder().Raw(SmallVertexBlock(0x50004, 1)).Raw(SkinSlots(0x50004)).U32(0);
-    return MeshFile(0x50004, 1, ByteBuilder().U16(0).Raw(bones).U8(0), {vertices}, {4});
+    mesh.m_spareIndex = 7;
+    EXPECT_TRUE(mesh.ReadMeshFile(kFile.data())) << "vouched for by the caller";
+    EXPECT_EQ(mesh.m_spareIndex, 7) << "the caller's own";
+    EXPECT_EQ(Write(mesh), kFile);
 }
 
 TEST(vlMeshData, BonesWithoutBoundsOrWithUnknownOnes)
 {
-    const Bytes bones = BonesBlock(0x50004, true);
-    Bytes none = bones;
+    const Bytes bones = BonesBlock(0x50004, true), nan = ByteBuilder().U32(0xFF800001);
+    Bytes none = With(bones, 104, {0});
     none.erase(none.begin() + 105, none.begin() + 189);
-    none[104] = 0;
-    const Bytes nan = ByteBuilder().U32(0xFF800001);
-    for (const Bytes& file : {none, With(bones, 105 + 24, nan), With(bones, 105 + 80, nan)}) {
-        vlMeshData mesh;
-        ASSERT_TRUE(Read(mesh, Skinned(file)));
+    const auto expectNone = [&](vlMeshData& mesh) {
+        const Bytes written = Write(mesh);
+        EXPECT_EQ(Bytes(written.begin() + 12, written.begin() + 12 + std::ssize(none)), none);
+    };
+    for (const Bytes& block : {none, With(bones, 105 + 24, nan), With(bones, 105 + 80, nan)}) {
+        vlMeshData mesh = MeshFrom(Skinned(block));
         EXPECT_EQ(mesh.m_boneBounds, nullptr);
         EXPECT_EQ(mesh.m_boneMatrices[0].m[0][0], 100.0F);
-        const Bytes written = Written(mesh);
-        EXPECT_EQ(Bytes(written.begin() + 12, written.begin() + 12 + std::ssize(none)), none);
+        expectNone(mesh);
     }
-    vlMeshData mesh;
-    ASSERT_TRUE(Read(mesh, Skinned(With(bones, 105 + 76, nan))));
+    vlMeshData mesh = MeshFrom(Skinned(With(bones, 105 + 76, nan)));
     ASSERT_NE(mesh.m_boneBounds, nullptr) << "of the extents nobody asks";
     mesh.m_boneBounds[1].m_radius = std::numeric_limits<float>::quiet_NaN();
-    const Bytes written = Written(mesh);
-    EXPECT_EQ(Bytes(written.begin() + 12, written.begin() + 12 + std::ssize(none)), none);
+    expectNone(mesh);
 }
 
 TEST(vlMeshData, RootOfTheSkeleton)
 {
-    const std::pair<std::vector<std::uint16_t>, std::uint16_t> cases[] = {
+    const std::pair<std::array<std::uint16_t, 3>, std::uint16_t> cases[] = {
         {{0xFFFF, 0, 1}, 0},           {{1, 2, 0xFFFF}, 2}, {{0xFFFF, 0xFFFF, 0}, 0xFFFF},
         {{1, 0xFFFF, 0xFFFF}, 0xFFFF}, {{1, 0, 0}, 0},      {{255, 255, 0}, 0}};
     for (const auto& [parents, root] : cases) {
-        ByteBuilder bytes;
-        for (const std::uint16_t parent : parents)
-            bytes.U16(parent);
-        vlMeshData mesh;
-        ASSERT_TRUE(Read(mesh, Skinned(With(BonesBlock(0x50004, true), 2, bytes))));
-        EXPECT_EQ(mesh.m_boneParents, parents);
+        const Bytes bytes = ByteBuilder().U16(parents[0]).U16(parents[1]).U16(parents[2]);
+        const vlMeshData mesh = MeshFrom(Skinned(With(BonesBlock(0x50004, true), 2, bytes)));
+        EXPECT_TRUE(std::equal(parents.begin(), parents.end(), mesh.m_boneParents.begin()));
         EXPECT_EQ(mesh.m_rootBone, root);
     }
 }
@@ -297,17 +234,16 @@ TEST(vlMeshData, RootOfTheSkeleton)
 TEST(vlMeshData, ASkeletonWithoutBones)
 {
     for (const std::uint16_t count : {std::uint16_t{0}, std::uint16_t{65535}}) {
-        vlMeshData mesh;
-        ASSERT_TRUE(Read(mesh, Skinned(ByteBuilder().U16(count))));
+        vlMeshData mesh = MeshFrom(Skinned(ByteBuilder().U16(count)));
         EXPECT_EQ(std::tuple(mesh.m_boneCount, mesh.m_boneParents.size(), mesh.m_boneNames),
                   std::tuple(count, 0U, nullptr));
-        const Bytes written = Written(mesh);
+        const Bytes written = Write(mesh);
         EXPECT_EQ(Bytes(written.begin() + 10, written.begin() + 15),
                   ByteBuilder().U16(0).U16(count).U8(0).Bytes());
-        EXPECT_TRUE(Read(mesh, written));
+        mesh = MeshFrom(written);
         std::vector<std::uint32_t> bones;
         std::vector<float> weights;
-        std::unordered_map<std::uint16_t, vela::geomath::_Matrix<float>> matrices;
+        std::unordered_map<std::uint16_t, geomath::_Matrix<float>> matrices;
         std::vector<std::string> names;
         EXPECT_TRUE(mesh.CollectSegSkinInfo(bones, weights, matrices, names));
         EXPECT_EQ(std::tuple(bones.size(), names.size(), matrices.size()), std::tuple(8U, 0U, 0U));
@@ -317,179 +253,159 @@ TEST(vlMeshData, ASkeletonWithoutBones)
 // How many records of 28 bytes follow for each key, in files before 0x50002.
 TEST(vlMeshData, KeyRecordsOfOldFiles)
 {
-    const Bytes vertices = SmallVertexBlock(0x50001, 1);
-    const auto fits = [&](const Bytes& animation) {
-        vlMeshData mesh;
-        return Read(mesh, MeshFile(0x50001, 0, animation, {vertices}, {4}));
-    };
     const Bytes noTracks = ByteBuilder().U8(1).U32(0x10001).Fill(84, 0);
-    EXPECT_TRUE(fits(ByteBuilder().U8(1).U8(2).U16(0).U8(0))) << "a morph without keys";
-    EXPECT_TRUE(fits(ByteBuilder().U8(1).U8(2).U16(1).F32(0).Raw(noTracks)))
-        << "tracks without keys count, and the morph's do not";
-    EXPECT_TRUE(fits(ByteBuilder().U8(0).U8(1).U32(0x10001).Raw(TrackBlock()).Fill(42 + 2 * 84, 0)))
-        << "the first track has two keys, and the second none";
+    const std::pair<const char*, Bytes> cases[] = {
+        {"a morph without keys", {1, 2, 0, 0, 0}},
+        {"tracks without keys count, the morph's do not",
+         ByteBuilder().U8(1).U8(2).U16(1).F32(0).Raw(noTracks)},
+        {"the first track has two keys, and the second none",
+         ByteBuilder().U8(0).U8(1).U32(0x10001).Raw(TrackBlock()).Fill(42 + 2 * 84, 0)}};
+    for (const auto& [what, animation] : cases) {
+        SCOPED_TRACE(what);
+        MeshFrom(MeshFile(0x50001, 0, animation, {SmallVertexBlock(0x50001, 1)}, {4}));
+    }
 }
 
 TEST(vlMeshData, TracksHaveOneVersionInTheFile)
 {
-    const Bytes file =
-        With(MeshOf(0x50004, {0, false, true, false}), 12, {0});  // 0x10000: flags read as one set
-    vlMeshData mesh;
-    ASSERT_TRUE(Read(mesh, file));
+    // 0x10000: flags read as one set.
+    vlMeshData mesh = MeshFrom(With(MeshOf(0x50004, {0, false, true, false}), 12, {0}));
     EXPECT_EQ(std::tuple(mesh.m_tracks[1].m_version, mesh.m_tracks[1].m_flags), std::tuple(0x10000U, 0xB007));
-    EXPECT_EQ(Written(mesh)[12], 0);
+    EXPECT_EQ(Write(mesh)[12], 0);
 
-    const Bytes none = MeshFile(0x50004, 0, {0, 1, 7, 0, 1, 0}, {Bytes(10)}, {4});  // no submesh, no track
-    ASSERT_TRUE(Read(mesh, none, 0));
-    EXPECT_EQ(Written(mesh)[12], 1) << "there is no track that would have the version";
+    mesh.m_submeshCount = 0;
+    const Bytes none = MeshFile(0x50004, 0, {0, 1, 7, 0, 1, 0}, {Bytes(10)}, {4});
+    ASSERT_TRUE(mesh.ReadMeshFile(none.data(), none.size()));
+    EXPECT_EQ(Write(mesh)[12], 1) << "there is no track that would have the version";
 }
 
-// Blocks may stand anywhere in the file, with anything between them. Pairs count by their type; the first that
-// names a block says what it is.
+// Blocks may stand anywhere in the file, with anything between them. Pairs count by their type: as many as are of
+// type 4 are no original data, and block 0 never is. The first that names a block says what it is.
 TEST(vlMeshData, OriginalDataAnywhere)
 {
     const Bytes vertices = SmallVertexBlock(0x50004, 1), gap{0xEE, 0xEE, 0xEE};
     const Bytes blocks = ByteBuilder().Raw(OriginalBlock()).Raw(gap).Raw(vertices).Raw(gap).Fill(13, 0);
     const std::uint32_t originalAt = 16, verticesAt = 16 + 90, emptyAt = verticesAt + 90 + 3;
-    const std::string lost =
-        " vertex blocks, of which the first is read and the others are lost at a write: at byte ";
-    using Types = std::vector<std::uint32_t>;
-    struct Case {
+    const std::string lost = " vertex blocks, of which the first is read and the others are lost at a write";
+    const struct {
         std::vector<std::pair<std::uint32_t, std::uint16_t>> pairs;  // type, block
-        Types types;                                                 // of what is read
+        std::vector<std::uint32_t> types;                            // of what is read
         Lines lines;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {{{9, 2}, {4, 0}, {7, 1}, {8, 2}, {6, 0xFFFF}, {6, 3}}, {7, 9}, {}},
         {{{4, 2}, {9, 1}}, {9, 5}, {}},
         {{}, {5, 5}, {}},
-        {{{4, 0}, {4, 1}, {3, 2}}, {3}, {"W gim file tells of 2" + lost + "16"}},
-        {{{4, 0}, {4, 0}, {4, 0}, {4, 0}}, {}, {"W gim file tells of 4" + lost + "16, 199"}},
+        {{{4, 0}, {4, 1}, {3, 2}}, {3}, {"W gim file tells of 2" + lost + ": at byte 16"}},
+        {{{4, 0}, {4, 0}, {4, 0}, {4, 0}}, {}, {"W gim file tells of 4" + lost + ": at byte 16, 199"}},
     };
-    for (const auto& [pairs, types, lines] : cases) {
+    for (const auto& c : cases) {
         ByteBuilder file;
         file.U32(0xBBC88034).U32(0x50004).U16(0).U16(0).U32(emptyAt + 13).Raw(blocks);
-        file.U16(3).U32s({verticesAt, originalAt, emptyAt}).U16(static_cast<std::uint16_t>(pairs.size()));
-        for (const auto& [type, index] : pairs)
+        file.U16(3).U32s({verticesAt, originalAt, emptyAt}).U16(static_cast<std::uint16_t>(c.pairs.size()));
+        for (const auto& [type, index] : c.pairs)
             file.U32(type).U16s({index, 0xEEEE});
         const LogCapture log;
-        vlMeshData mesh;
-        ASSERT_TRUE(Read(mesh, file));
-        EXPECT_EQ(log.lines, lines);
+        vlMeshData mesh = MeshFrom(file);
+        EXPECT_EQ(log.lines, c.lines);
         std::vector<Bytes> written{vertices, OriginalBlock(), Bytes(13)};
-        written.erase(written.begin() + 1, written.end() - std::ssize(types));
-        Types writtenTypes = types;
-        writtenTypes.insert(writtenTypes.begin(), 4);
-        EXPECT_EQ(Written(mesh), MeshFile(0x50004, 0, {0, 0}, written, writtenTypes));
+        written.erase(written.begin() + 1, written.end() - std::ssize(c.types));
+        std::vector<std::uint32_t> types = c.types;
+        types.insert(types.begin(), 4);
+        EXPECT_EQ(Write(mesh), MeshFile(0x50004, 0, {0, 0}, written, types));
     }
+    const LogCapture log;
+    MeshFrom(WithTable({16}, {4, 4}));
+    EXPECT_EQ(log.lines, Lines{"W gim file tells of 2" + lost}) << "of which there is no byte";
 }
 
 TEST(vlMeshData, OriginalDataMarkedAsVerticesAreWrittenWithAWarning)
 {
-    vlMeshData mesh;
-    ASSERT_TRUE(Read(mesh, MeshOf(0x50004, kWhole)));
+    vlMeshData mesh = MeshFrom(MeshOf(0x50004, kWhole));
     mesh.m_originalData[1]->m_type = MESH_DATA_VERTEX;
     LogCapture log;
-    const Bytes written = Written(mesh);
-    ASSERT_EQ(log.lines.size(), 1U);
+    mesh = MeshFrom(Write(mesh));
+    ASSERT_EQ(log.lines.size(), 2U);
     EXPECT_EQ(log.lines[0].substr(0, 60), "W 1 blocks of original data are marked as vertex data: a rea");
-    ASSERT_TRUE(Read(mesh, written));
     ASSERT_EQ(mesh.m_originalData.size(), 1U);
     EXPECT_EQ(mesh.m_originalData[0]->m_origVertexCount, 0U) << "the first block goes, whichever is marked";
 }
 
-class MeshFileTest : public FolderTest {};
+using MeshFileTest = FolderTest;
 
-TEST_F(MeshFileTest, WritesToAPath)
+TEST_F(MeshFileTest, WritesToPathsAndToStreamsThatSeek)
 {
-    vlMeshData mesh;
-    ASSERT_TRUE(::Read(mesh, kFile));
+    vlMeshData mesh = MeshFrom(kFile);
     const std::string path = Path("a b\xC3\xA4.mesh"), nowhere = Path("missing/a.mesh");
     EXPECT_EQ(mesh.WriteMeshFile(path.c_str()), 0);
-    LogCapture log;
+    const LogCapture log;
     EXPECT_EQ(mesh.WriteMeshFile(nowhere.c_str()), 1);
     EXPECT_EQ(mesh.WriteMeshFile("/dev/full"), 1);
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    std::FILE* stream = ::fdopen(ends[1], "wb");
+    EXPECT_EQ(mesh.WriteMeshFile(stream), 0);
+    std::fclose(stream);
+    char byte = 0;
+    EXPECT_EQ(::read(ends[0], &byte, 1), 0) << "nothing";
+    ::close(ends[0]);
     mesh.m_vertexData = nullptr;
     EXPECT_EQ(mesh.WriteMeshFile(path.c_str()), 1);
     EXPECT_EQ(log.lines,
               (Lines{"E unable to open " + nowhere, "E failed to write /dev/full: No space left on device",
+                     "E mesh can't be written: the stream can't seek",
                      "E mesh file " + path + " can't be written: there is no vertex object"}));
-    EXPECT_EQ(Read(path), std::string(kFile.begin(), kFile.end())) << "the old file is whole";
+    EXPECT_EQ(FolderTest::Read(path), AsString(kFile)) << "the old file is whole";
 }
 
-TEST(vlMeshData, AStreamThatCannotSeekGetsNothing)
+TEST(vlMeshData, WhatCannotBeReadBackIsNotWritten)
 {
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    std::FILE* stream = ::fdopen(ends[1], "wb");
-    vlMeshData mesh;
-    ASSERT_TRUE(Read(mesh, kFile));
-    const LogCapture log;
-    EXPECT_EQ(mesh.WriteMeshFile(stream), 0);
-    std::fclose(stream);
-    char byte = 0;
-    EXPECT_EQ(::read(ends[0], &byte, 1), 0);
-    ::close(ends[0]);
-    EXPECT_EQ(log.lines, Lines{"E mesh can't be written: the stream can't seek"});
+    using Mesh = vlMeshData&;
+    const std::string message = "E mesh can't be written: ";
+    ExpectRefusedAtWrite<vlMeshData>(
+        message, [] { return MeshFrom(kFile); },
+        {{"there is no vertex object", [](Mesh mesh) { mesh.m_vertexData = nullptr; }},
+         {"the skeleton flag is set, and the vertex object has no skin",
+          [](Mesh mesh) { mesh.m_skeletonFlag = 2; }},
+         {"the morph flag is set, and there is no morph", [](Mesh mesh) { mesh.m_hasMorph = 1; }},
+         {"the track flag is set, and there are no tracks", [](Mesh mesh) { mesh.m_hasTracks = 1; }},
+         {"an object of original data is null", [](Mesh mesh) { mesh.m_originalData.emplace_back(); }},
+         {"the vertex object has 2 frames, and there is no morph",
+          [](Mesh mesh) { mesh.m_vertexData->m_frameCount = 2; }},
+         {"the positions or normals are missing",
+          [](Mesh mesh) { mesh.m_vertexData->m_positions = nullptr; }},
+         {"the file passes 4 GiB, and offsets in it have 32 bits",  // with its 16 bytes ahead
+          [](Mesh mesh) { mesh.m_vertexData->m_triangleCount = 0x2AAAAA7D; }}},
+        &Write);
+    ExpectRefusedAtWrite<vlMeshData>(
+        message, [] { return MeshFrom(MeshOf(0x50004, kWhole)); },
+        {{"the vertex object has a skin, and the skeleton flag is not set",
+          [](Mesh mesh) { mesh.m_skeletonFlag = 0; }},
+         {"a vertex has 8 bone slots, and files have 4",
+          [](Mesh mesh) { mesh.m_vertexData->m_maxBoneRefCount = 8; }},
+         {"the bone references or weights are missing",
+          [](Mesh mesh) { static_cast<vlMeshSkelVertexData&>(*mesh.m_vertexData).m_boneWeights = nullptr; }},
+         {"there are 3 bones and 2 parents", [](Mesh mesh) { mesh.m_boneParents.pop_back(); }},
+         {"the bone names or matrices are missing", [](Mesh mesh) { mesh.m_boneNames = nullptr; }},
+         {"the bone names or matrices are missing", [](Mesh mesh) { mesh.m_boneMatrices = nullptr; }},
+         {"the vertex object has 3 frames, and the morph has 2 keys",
+          [](Mesh mesh) { mesh.m_morph->m_times.SetKeyTimes(2, 1); }},
+         {"the vertex object has 3 frames, and there is no morph", [](Mesh mesh) { mesh.m_hasMorph = 0; }},
+         {"the morph flag is set, and there is no morph", [](Mesh mesh) { mesh.m_morph = nullptr; }},
+         {"track 1: channel 0: no array holds the position keys",
+          [](Mesh mesh) { mesh.m_tracks[1].m_channels[0].m_pos = nullptr; }},
+         {"track 1: channel 0: another shares it, with other than 1 keys",
+          [](Mesh mesh) {
+              mesh.m_tracks[0].m_channels[0].m_keyCount = 0;
+              mesh.m_tracks[1].m_channels = mesh.m_tracks[0].m_channels;
+              mesh.m_tracks[1].m_times.SetKeyTimes(1, 1);
+          }},
+         {"track 1: the version of the first track has no place for its flags",
+          [](Mesh mesh) { mesh.m_tracks[0].m_version = 0x10000, mesh.m_tracks[0].m_flags = 0; }},
+         {"the indices of original data are missing",
+          [](Mesh mesh) { mesh.m_originalData[0]->m_origIndices = nullptr; }},
+         {"there are 32767 blocks of original data, and 32766 is the most",
+          [](Mesh mesh) { mesh.m_originalData.resize(32767, mesh.m_originalData[1]); }}},
+        &Write);
 }
 
-TEST(vlMeshData, RefusesToWriteWhatCannotBeReadBack)
-{
-    const std::pair<std::string, void (*)(vlMeshData&)> cases[] = {
-        {"there is no vertex object", [](auto& mesh) { mesh.m_vertexData = nullptr; }},
-        {"the skeleton flag is set, and the vertex object has no skin",
-         [](auto& mesh) { mesh.m_skeletonFlag = 2; }},
-        {"the morph flag is set, and there is no morph", [](auto& mesh) { mesh.m_hasMorph = 1; }},
-        {"the track flag is set, and there are no tracks", [](auto& mesh) { mesh.m_hasTracks = 1; }},
-        {"an object of original data is null", [](auto& mesh) { mesh.m_originalData.emplace_back(); }},
-        {"the vertex object has 2 frames, and there is no morph",
-         [](auto& mesh) { mesh.m_vertexData->m_frameCount = 2; }},
-        {"the positions or normals are missing",
-         [](auto& mesh) { mesh.m_vertexData->m_positions = nullptr; }},
-        {"the file passes 4 GiB, and offsets in it have 32 bits",  // with its 16 bytes ahead
-         [](auto& mesh) { mesh.m_vertexData->m_triangleCount = 0x2AAAAA7D; }},
-    };
-    const std::pair<std::string, void (*)(vlMeshData&)> wholeCases[] = {
-        {"the vertex object has a skin, and the skeleton flag is not set",
-         [](auto& mesh) { mesh.m_skeletonFlag = 0; }},
-        {"a vertex has 8 bone slots, and files have 4",
-         [](auto& mesh) { mesh.m_vertexData->m_maxBoneRefCount = 8; }},
-        {"the bone references or weights are missing",
-         [](auto& mesh) { static_cast<vlMeshSkelVertexData&>(*mesh.m_vertexData).m_boneWeights = nullptr; }},
-        {"there are 3 bones and 2 parents", [](auto& mesh) { mesh.m_boneParents.pop_back(); }},
-        {"the bone names or matrices are missing", [](auto& mesh) { mesh.m_boneNames = nullptr; }},
-        {"the bone names or matrices are missing", [](auto& mesh) { mesh.m_boneMatrices = nullptr; }},
-        {"the vertex object has 3 frames, and the morph has 2 keys",
-         [](auto& mesh) { mesh.m_morph->m_times.SetKeyTimes(2, 1); }},
-        {"the vertex object has 3 frames, and there is no morph", [](auto& mesh) { mesh.m_hasMorph = 0; }},
-        {"the morph flag is set, and there is no morph", [](auto& mesh) { mesh.m_morph = nullptr; }},
-        {"track 1: channel 0: no array holds the position keys",
-         [](auto& mesh) { mesh.m_tracks[1].m_channels[0].m_pos = nullptr; }},
-        {"track 1: channel 0: another shares it, with other than 1 keys",
-         [](auto& mesh) {
-             mesh.m_tracks[0].m_channels[0].m_keyCount = 0;
-             mesh.m_tracks[1].m_channels = mesh.m_tracks[0].m_channels;
-             mesh.m_tracks[1].m_times.SetKeyTimes(1, 1);
-         }},
-        {"track 1: the version of the first track has no place for its flags",
-         [](auto& mesh) { mesh.m_tracks[0].m_version = 0x10000, mesh.m_tracks[0].m_flags = 0; }},
-        {"the indices of original data are missing",
-         [](auto& mesh) { mesh.m_originalData[0]->m_origIndices = nullptr; }},
-        {"there are 32767 blocks of original data, and 32766 is the most",
-         [](auto& mesh) { mesh.m_originalData.resize(32767, mesh.m_originalData[1]); }},
-    };
-    const auto refused = [](const Bytes& file, const std::string& obstacle, void (*spoil)(vlMeshData&)) {
-        vlMeshData mesh;
-        ASSERT_TRUE(Read(mesh, file));
-        spoil(mesh);
-        const LogCapture log;
-        EXPECT_TRUE(Written(mesh).empty());
-        EXPECT_EQ(log.lines, Lines{"E mesh can't be written: " + obstacle});
-    };
-    for (const auto& [obstacle, spoil] : cases)
-        refused(kFile, obstacle, spoil);
-    for (const auto& [obstacle, spoil] : wholeCases)
-        refused(MeshOf(0x50004, kWhole), obstacle, spoil);
-}
-
-}  // namespace
+}  // namespace vela::vlgim::test
