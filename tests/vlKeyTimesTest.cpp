@@ -8,10 +8,12 @@
 #include <utility>
 #include <vector>
 
-using namespace vela::vlgim;
-using Floats = std::vector<float>;
+namespace vela::vlgim {
 
 namespace {
+
+using Floats = std::vector<float>;
+using Doubles = std::vector<double>;
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();
@@ -25,16 +27,14 @@ vlKeyTimes Keys(const Floats& times)
 }
 
 // All entries, the trailing time too, and the length behind them.
-std::vector<double> State(const vlKeyTimes& list)
+Doubles State(const vlKeyTimes& list)
 {
-    std::vector<double> state;
+    Doubles state;
     for (unsigned i = 0; list.GetKeyTimes() && i <= list.GetKeyCount(); ++i)
         state.push_back(static_cast<double>(list.GetKeyTime(static_cast<unsigned short>(i))));
     state.push_back(list.GetLength());
     return state;
 }
-
-using Doubles = std::vector<double>;
 
 // The same of keys whose length is the last one's time.
 Doubles StateOf(const Floats& keys)
@@ -63,23 +63,20 @@ void ExpectFound(const vlKeyTimes& list, float time, unsigned short key, float f
 TEST(vlKeyTimes, Searches)
 {
     const float last = std::nextafter(4.0F, 0.0F);
-    const struct {
-        float time;
-        unsigned short key;
-        float fraction;
-        unsigned short nearest;
-    } cases[] = {{-0.0F, 0, 0, 0},
-                 {0.5F, 0, 0.5F, 0},
-                 {0.6F, 0, 0.6F, 1},
-                 {1, 1, 0, 1},
-                 {3, 2, 0.5F, 2},
-                 {last, 2, (last - 2) / 2, 3},
-                 {-1, 0, kUntouched, 65535},
-                 {4, 0, kUntouched, 65535},
-                 {kNan, 0, kUntouched, 65535}};
-    for (const auto& c : cases) {
-        ExpectFound(Keys({0, 1, 2}), c.time, c.key, c.fraction);
-        EXPECT_EQ(Keys({0, 1, 2}).GetKeyIndexBetween(c.time), c.nearest) << c.time;
+    const std::tuple<float, unsigned short, float, unsigned short> cases[] = {
+        // Time; key, fraction, the nearest key.
+        {-0.0F, 0, 0, 0},
+        {0.5F, 0, 0.5F, 0},
+        {0.6F, 0, 0.6F, 1},
+        {1, 1, 0, 1},
+        {3, 2, 0.5F, 2},
+        {last, 2, (last - 2) / 2, 3},
+        {-1, 0, kUntouched, 65535},
+        {4, 0, kUntouched, 65535},
+        {kNan, 0, kUntouched, 65535}};
+    for (const auto& [time, key, fraction, nearest] : cases) {
+        ExpectFound(Keys({0, 1, 2}), time, key, fraction);
+        EXPECT_EQ(Keys({0, 1, 2}).GetKeyIndexBetween(time), nearest) << time;
     }
     ExpectFound(Keys({3}), 4, 0, 1.0F / 3);
     ExpectFound(Keys({0}), 0, 0, kUntouched);
@@ -94,38 +91,36 @@ TEST(vlKeyTimes, Searches)
 
 TEST(vlKeyTimes, AddsAndMovesKeys)
 {
-    const float near = 1 + 0x1p-20F,
-                off = 1 + 0x1p-19F;  // by less and by more than a millionth of the interval
+    // By less and by more than a millionth of the interval.
+    const float near = 1 + 0x1p-20F, off = 1 + 0x1p-19F;
     const float gap = std::bit_cast<float>(0x3C888889U);
-    const struct {
-        Floats before;
-        unsigned short index;  // 0: the key is added
-        float time;
-        Floats after;  // empty: refused
-    } cases[] = {{{0, 1, 2}, 0, std::nextafter(1.0F, 0.0F), {}},
-                 {{0, 1, 2}, 0, near, {}},
-                 {{0, 1, 2}, 0, off, {0, 1, off, 2}},
-                 {{0, 1, 2}, 0, 3, {0, 1, 2, 3}},
-                 {{0, 1, 2}, 0, 5, {0, 1, 2, 5}},
-                 {{0, 1, 2}, 0, -1, {}},
-                 {{}, 0, kNan, {}},
-                 {{}, 0, -3, {-3}},
-                 {{-2, -1}, 0, -0.5F, {-2, -1, -0.5F}},
-                 {{0, 5, 1}, 0, 3, {0, 5, 1, 3}},  // the length decides, whatever the order
-                 {{0}, 0, 0, {0, 0}},              // the interval of a key at 0 is empty: nothing holds 0
-                 {{0, 1, 2}, 1, gap, {0, gap, 2}},
-                 {{0, 1, 2}, 1, std::nextafter(gap, 0.0F), {}},
-                 {{0, 1, 2}, 1, 2 - gap, {0, 2 - gap, 2}},
-                 {{0, 1, 2}, 1, 2, {}},
-                 {{0, 1, 2}, 2, 10, {0, 1, 10}},
-                 {{0, 1, 2}, 3, 5, {}}};
+    const Floats three{0, 1, 2};
+    const std::tuple<Floats, unsigned short, float, Floats> cases[] = {
+        // Before; the key that moves, or 0 for one that is added; its time; after, or nothing for a refusal.
+        {three, 0, std::nextafter(1.0F, 0.0F), {}},
+        {three, 0, near, {}},
+        {three, 0, off, {0, 1, off, 2}},
+        {three, 0, 3, {0, 1, 2, 3}},
+        {three, 0, 5, {0, 1, 2, 5}},
+        {three, 0, -1, {}},
+        {{}, 0, kNan, {}},
+        {{}, 0, -3, {-3}},
+        {{-2, -1}, 0, -0.5F, {-2, -1, -0.5F}},
+        {{0, 5, 1}, 0, 3, {0, 5, 1, 3}},  // the length decides, whatever the order
+        {{0}, 0, 0, {0, 0}},              // the interval of a key at 0 is empty: nothing holds 0
+        {three, 1, gap, {0, gap, 2}},
+        {three, 1, std::nextafter(gap, 0.0F), {}},
+        {three, 1, 2 - gap, {0, 2 - gap, 2}},
+        {three, 1, 2, {}},
+        {three, 2, 10, {0, 1, 10}},
+        {three, 3, 5, {}}};
     for (const auto& [before, index, time, after] : cases) {
         vlKeyTimes list = Keys(before);
         const Doubles state = after.empty() ? State(list) : StateOf(after);
         EXPECT_EQ(index ? list.SetKeyTime(index, time) : list.AddKeyTime(time), !after.empty()) << time;
         EXPECT_EQ(State(list), state) << time;
     }
-    EXPECT_FALSE(Keys({0, 1, 2}).SetKeyTime(0, 0));
+    EXPECT_FALSE(Keys(three).SetKeyTime(0, 0));
     vlKeyTimes full;
     full.SetKeyTimes(65535, 65534);
     EXPECT_FALSE(full.AddKeyTime(100000));
@@ -143,19 +138,16 @@ TEST(vlKeyTimes, RemovesKeysAndMovesAllBehind)
     EXPECT_FALSE(list.RemoveKeyTime(1)) << "two are the least";
     EXPECT_EQ(State(list), StateOf({0, 2}));
 
-    const struct {
-        unsigned short first, last;
-        float span;
-        Floats after;
-    } cases[] = {{0, 2, 0.5F, {0, 1, 0.5F, 3.5F}},
-                 {1, 2, 3, {0, 1, 4, 7}},
-                 {0, 2, 0, {0, 1, 2, 5}},
-                 {2, 2, 1, {0, 1, 2, 5}},
-                 {0, 4, 1, {0, 1, 2, 5}}};
-    for (const auto& c : cases) {
+    const std::tuple<unsigned short, unsigned short, float, Floats> spans[] = {
+        {0, 2, 0.5F, {0, 1, 0.5F, 3.5F}},
+        {1, 2, 3, {0, 1, 4, 7}},
+        {0, 2, 0, {0, 1, 2, 5}},
+        {2, 2, 1, {0, 1, 2, 5}},
+        {0, 4, 1, {0, 1, 2, 5}}};
+    for (const auto& [first, last, span, after] : spans) {
         list = Keys({0, 1, 2, 5});
-        list.SetKeysTime(c.first, c.last, c.span);
-        EXPECT_EQ(State(list), StateOf(c.after)) << c.first << " " << c.last;
+        list.SetKeysTime(first, last, span);
+        EXPECT_EQ(State(list), StateOf(after)) << first << " " << last;
     }
     // The length takes the float difference in double and keeps what the float keys round away.
     list = Keys({0, 0.3F, 1000});
@@ -199,17 +191,14 @@ TEST(vlKeyTimes, SetKeys)
 TEST(vlKeyTimes, Equality)
 {
     const float step = 0x1p-23F;
-    const struct {
-        Floats left, right;
-        bool equal;
-    } cases[] = {{{0, 1}, {0, 1 + step}, true},
-                 {{0, 1 + 2 * step}, {0, 1}, false},
-                 {{0, 1}, {0, 1, 2}, true},
-                 {{0, 1, 2}, {0, 1}, false},
-                 {{}, {5}, true},
-                 {{kNan}, {1}, true}};
-    for (const auto& c : cases)
-        EXPECT_EQ(Keys(c.left) == Keys(c.right), c.equal) << testing::PrintToString(c.left);
+    const std::tuple<Floats, Floats, bool> cases[] = {{{0, 1}, {0, 1 + step}, true},
+                                                      {{0, 1 + 2 * step}, {0, 1}, false},
+                                                      {{0, 1}, {0, 1, 2}, true},
+                                                      {{0, 1, 2}, {0, 1}, false},
+                                                      {{}, {5}, true},
+                                                      {{kNan}, {1}, true}};
+    for (const auto& [left, right, equal] : cases)
+        EXPECT_EQ(Keys(left) == Keys(right), equal) << testing::PrintToString(left);
 }
 
 TEST(vlKeyTimes, CopiesAndNullArrays)
@@ -244,3 +233,5 @@ TEST(vlKeyTimes, CopiesAndNullArrays)
     EXPECT_EQ(State(list), Doubles{0});
     EXPECT_EQ(list.GetKeyCount(), 0);
 }
+
+}  // namespace vela::vlgim
