@@ -7,12 +7,9 @@
 #include <gtest/gtest.h>
 #include <tinyxml2.h>
 
-using namespace vela::vlgim;
-namespace test = vela::vlgim::test;
+namespace vela::vlgim::test {
 
 namespace {
-
-using Lines = std::vector<std::string>;
 
 const char* const kSubmeshes = R"(<a Name="walls" MtlIdx="1"/><b Name='' MtlIdx="-3"/>)";
 const char* const kMusic = "<Vela>\r\n\t<Event Name='x'></Event>\r\n</Vela>";
@@ -25,8 +22,7 @@ const char* const kMaterials = R"(<Vela><MaterialGroup>
 // A mesh that has every block.
 std::string Mesh(unsigned char version = 4)
 {
-    const auto bytes = test::With(test::MeshOf(0x50004, {1, true, true, true}, true), 4, {version});
-    return {bytes.begin(), bytes.end()};
+    return AsString(With(MeshOf(0x50004, {1, true, true, true}, true), 4, {version}));
 }
 
 std::string Manifest(const std::string& attributes = "", const std::string& submeshes = kSubmeshes,
@@ -36,7 +32,7 @@ std::string Manifest(const std::string& attributes = "", const std::string& subm
            more + "</Vela>\r\n";
 }
 
-class GimDataTest : public test::FolderTest {
+class GimDataTest : public FolderTest {
 protected:
     int Load(const char* base = nullptr) { return model.Load(Path("m/a.gim").c_str(), base); }
     int Save(const char* base = nullptr) { return model.Save(Path("m/a.gim").c_str(), base); }
@@ -49,9 +45,13 @@ protected:
         Write("m/a_music.ags", kMusic);
     }
 
+    void Remove(std::string_view name) const { std::filesystem::remove(folder / name); }
+
     GimData model;
-    test::LogCapture log;
+    LogCapture log;
 };
+
+}  // namespace
 
 TEST_F(GimDataTest, LoadsAModelAndSavesTheSameFiles)
 {
@@ -108,13 +108,13 @@ TEST_F(GimDataTest, SideFilesAreFoundByTheirRules)
         EXPECT_EQ(model.GetMaterial(1).name, "brick") << materialsAt;
         EXPECT_EQ(model.GetSubmesh(1).mtlIdx, 0) << "no number reads as 0";
 
-        std::filesystem::remove(mesh);
-        std::filesystem::remove(materials);
+        Remove(meshAt);
+        Remove(materialsAt);
         EXPECT_EQ(Save(base), 0);
         EXPECT_EQ(Read(mesh), Mesh());
         EXPECT_EQ(Read(materials), kMaterials);
-        std::filesystem::remove(mesh);
-        std::filesystem::remove(materials);
+        Remove(meshAt);
+        Remove(materialsAt);
     }
     // A relative path without a base goes to the system as it is; one with a base takes the derived path too.
     Write("m/a.gim", Manifest("Mesh='./not//there'"));
@@ -166,14 +166,13 @@ TEST_F(GimDataTest, BrokenModelsHaveAResultAndAMessage)
 
 TEST_F(GimDataTest, AModelWithoutSideFilesLoads)
 {
-    const test::Bytes bytes = test::StaticMesh(test::ByteBuilder().Fill(10, 0).U16(1).Fill(10, 0));
-    const std::string oneSubmesh(bytes.begin(), bytes.end());
+    const std::string oneSubmesh = AsString(StaticMesh(ByteBuilder().Fill(10, 0).U16(1).Fill(10, 0)));
     Write("m/a.gim", Manifest("", R"(<a Name="n" MtlIdx="0"/>)"));
     const std::string mesh = Write("m/a.mesh", oneSubmesh);
     EXPECT_EQ(Load(), 0);
     EXPECT_EQ(log.lines, (Lines{"E Failed to load file: " + Path("m/a.mtg") + "\n",
                                 "W Failed to read music ags data!\n"}));
-    std::filesystem::remove(mesh);
+    Remove("m/a.mesh");
     EXPECT_EQ(Save(), 0);
     EXPECT_EQ(Read(mesh), oneSubmesh);
     EXPECT_FALSE(std::filesystem::exists(Path("m/a.mtg")));
@@ -199,43 +198,38 @@ TEST_F(GimDataTest, ASaveThatFailsChangesNothing)
 {
     WriteModel();
     ASSERT_EQ(Load(), 0);
-    model.m_gimXml.Document().RootElement()->SetAttribute("Edited", 1);
-    model.m_mesh.m_vertexData->m_positions[0].x = 77;
+    const std::string mesh = Path("m/a.mesh"),
+                      cant = "E mesh file " + mesh + " can't be written: ", failed = "E failed to write ";
     const auto fails = [&](const std::string& meshPath, const std::string& message) {
         model.m_meshPath = meshPath;
         EXPECT_EQ(Save(), 1);
         EXPECT_EQ(log.lines.back(), message);
-        EXPECT_EQ(Read(Path("m/a.gim")), Manifest());
-        EXPECT_EQ(Read(Path("m/a.mesh")), Mesh());
-        EXPECT_EQ(Read(Path("m/a.mtg")), kMaterials);
+        EXPECT_EQ(Read(Path("m/a.gim")) + Read(Path("m/a.mtg")), Manifest() + kMaterials);
+        EXPECT_EQ(Read(mesh), Mesh());
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Path("m")), {}), 4) << "no stray is left";
     };
-    for (const std::string& path : {Path("missing/a.mesh"), folder.string()})
-        fails(path, "E unable to open " + path);
-    fails(Path("m/../m/a.gim"),
-          "E " + Path("m/../m/a.gim") + " is the target of two files that are saved together");
-    for (const char* name : {"m/a.gim", "m/a.mtg", "m/a_music.ags"}) {
+    model.m_mesh.m_vertexData->m_positions[0].x = 77;
+    fails(folder.string(), "E unable to open " + folder.string());
+    const std::string manifest = Path("m/../m/a.gim");
+    model.m_gimXml.Document().RootElement()->SetAttribute("Edited", 1);
+    fails(manifest, "E " + manifest + " is the target of two files that are saved together");
+    const std::pair<vlio::XmlData*, const char*> documents[] = {
+        {&model.m_gimXml, "m/a.gim"}, {&model.m_mtgXml, "m/a.mtg"}, {&model.m_musicXml, "m/a_music.ags"}};
+    for (const auto& [document, name] : documents) {
         std::filesystem::permissions(Path(name), std::filesystem::perms::owner_read);
-        fails(Path("m/a.mesh"), "E failed to write " + Path(name) + ": Permission denied");
+        fails(mesh, failed + Path(name) + ": Permission denied");
         std::filesystem::permissions(Path(name), std::filesystem::perms::owner_all);
-    }
-    model.m_mtgXml.Document().RootElement()->SetAttribute("Edited", 1);
-    fails("/dev/full", "E failed to write /dev/full: No space left on device");
-    for (vlio::XmlData* document : {&model.m_gimXml, &model.m_mtgXml, &model.m_musicXml}) {
         tinyxml2::XMLDocument& edited = document->Document();
-        edited.InsertFirstChild(edited.NewComment("-->"));  // would not read back
-        model.m_meshPath = Path("m/a.mesh");
-        EXPECT_EQ(Save(), 1);
-        EXPECT_EQ(Read(Path("m/a.mesh")), Mesh());
+        edited.InsertFirstChild(edited.NewComment("-->"));
+        fails(mesh, failed + Path(name) + ": the document would not read back as it is");
         edited.DeleteChild(edited.FirstChild());
     }
+    fails("/dev/full", failed + "/dev/full: No space left on device");
     model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 4;
-    fails(Path("m/a.mesh"), "E mesh file " + Path("m/a.mesh") +
-                                " can't be written: submesh 0 declares 4 uv sets, and the mesh has 0");
-    model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 0;
+    fails(mesh, cant + "submesh 0 declares 4 uv sets, and the mesh has 0");
     model.m_gimXml.FindElement("Vela/SubMesh", nullptr)->InsertNewChildElement("c");
-    fails(Path("m/a.mesh"), "E mesh file " + Path("m/a.mesh") +
-                                " can't be written: it has 2 submeshes, and the manifest has 3");
+    model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 0;
+    fails(mesh, cant + "it has 2 submeshes, and the manifest has 3");
 }
 
-}  // namespace
+}  // namespace vela::vlgim::test
