@@ -15,7 +15,7 @@
 #include <cstring>
 #include <limits>
 
-using namespace vela;
+namespace vela {
 
 TEST(BlockAllocator, BlocksOfEverySizeAreAlignedAndWhole)
 {
@@ -107,36 +107,18 @@ TEST(HalfTables, EveryHalfIsItsValue)
     }
 }
 
-TEST(HalfTables, EncodingTruncates)
-{
-    const auto encode = [](std::uint32_t bits) {
-        const std::uint32_t index = bits >> 23;
-        return static_cast<std::uint16_t>(geomath::_base_table[index] +
-                                          ((bits & 0x7FFFFFU) >> geomath::_shift_table[index]));
-    };
-    const std::pair<std::uint32_t, std::uint16_t> cases[] = {
-        {0x3F801FFF, 0x3C00},                        // what the mantissa loses is cut, not rounded
-        {0x477FEFFF, 0x7BFF}, {0x477FFFFF, 0x7BFF},  // just under the largest half and its next
-        {0x47800000, 0x7C00}, {0x7F7FFFFF, 0x7C00},  // too large
-        {0x7F802000, 0x7C01}, {0x387FFFFF, 0x03FF},  // the largest subnormal
-        {0x33800000, 0x0001}, {0x337FFFFF, 0x0000}, {0x80000001, 0x8000},
-    };
-    for (const auto& [single, half] : cases)
-        EXPECT_EQ(encode(single), half) << std::hex << single;
-    for (unsigned half = 0; half < 65536; ++half)
-        ASSERT_EQ(encode(geomath::_to_float[half]), half);
-}
-
 TEST(Log, SinkGetsTheTextUnchangedAndStderrOneNewline)
 {
     {
         const vlgim::test::LogCapture log;
         LogError("a %s\n", "b");
         LogWarning("%s", std::string(5000, 'x').c_str());
-        EXPECT_EQ(log.lines, (std::vector<std::string>{"E a b\n", "W " + std::string(5000, 'x')}));
+        EXPECT_EQ(log.lines, (vlgim::test::Lines{"E a b\n", "W " + std::string(5000, 'x')}));
     }
     testing::internal::CaptureStderr();
     LogError("one\n");
     LogError("two");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "one\ntwo\n");
 }
+
+}  // namespace vela
