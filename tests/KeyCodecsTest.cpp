@@ -97,6 +97,12 @@ TEST(KeyCodecs, PacksRotations)
         Quat after = c.before;
         for (float& component : after)
             component = c.negated ? -component : component;
+        Quat q32 = c.before, q48 = c.before;
+        std::uint16_t words[4] = {};
+        EXPECT_EQ(EncodeRotation32(&q32[0], &q32[1], &q32[2], &q32[3]), c.record32);
+        EncodeRotation48(&q48[0], &q48[1], &q48[2], &q48[3], &words[0], &words[1], &words[2]);
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(words), c.record48);
+        EXPECT_EQ(Bits({q32, q48}), Bits({after, after}));
         ExpectEncodes(&EncodeRotations32, c.before, c.record32, 4, after);
         ExpectEncodes(&EncodeRotations48, c.before, c.record48, 6, after);
     }
@@ -118,11 +124,18 @@ TEST(KeyCodecs, UnpacksRotations)
         {0x2D69F24978E3, {0xBE524DEC, 0x3F16B725, 0x3F0CCD29, 0x3F0E3CDF}},
         {0x31377248B668, {0x3F0E3A0B, 0xBE274208, 0x3F25CE32, 0x3EFD843E}},
         {0x68B23129F98E, {0x3F1091AF, 0xBE27E06C, 0x3EE639BE, 0x3F2C1D54}}};
-    for (const auto& [record, expected] : cases32)
-        ExpectDecodes(&DecodeRotations32, record, 4, expected);
-    for (const auto& [record, expected] : cases48)
-        ExpectDecodes(&DecodeRotations48, record, 6, expected);
     Quat q{};
+    for (const auto& [record, expected] : cases32) {
+        DecodeRotation32(static_cast<std::uint32_t>(record), &q[0], &q[1], &q[2], &q[3]);
+        EXPECT_EQ(std::bit_cast<QuatBits>(q), expected);
+        ExpectDecodes(&DecodeRotations32, record, 4, expected);
+    }
+    for (const auto& [record, expected] : cases48) {
+        const auto words = std::bit_cast<std::array<std::uint16_t, 4>>(record);
+        DecodeRotation48(words[0], words[1], words[2], &q[0], &q[1], &q[2], &q[3]);
+        EXPECT_EQ(std::bit_cast<QuatBits>(q), expected);
+        ExpectDecodes(&DecodeRotations48, record, 6, expected);
+    }
     DecodeRotation32(0xFFFFFFFF, &q[0], &q[1], &q[2], &q[3]);
     EXPECT_TRUE(q[3] != q[3]) << "the others are too long without it";
 }
@@ -158,6 +171,9 @@ TEST(KeyCodecs, HalvesAreCutNotRounded)
         EXPECT_EQ(std::bit_cast<std::uint64_t>(halves), half * 0x0001000100010001U) << std::hex << single;
         EncodeHalfVector3(values, halves);
         EXPECT_EQ(halves[2], half);
+        float back[3];
+        DecodeHalfVector3(halves, back);
+        EXPECT_EQ(std::bit_cast<std::uint32_t>(back[2]), geomath::_to_float[half]);
     }
 }
 
@@ -177,8 +193,12 @@ TEST(KeyCodecs, HalfRotationsOutOfLengthAreNormalised)
         {{0x7C01, 0x3C00, 0x3C00, 0x3C00}, {0x7F802000, 0x3F800000, 0x3F800000, 0x3F800000}},
         {{0x7C00, 0x3C00, 0x0000, 0x0000}, {0x7FC00000, 0x7FC00000, 0x7FC00000, 0x7FC00000}},
     };
-    for (const auto& [halves, expected] : cases)
+    for (const auto& [halves, expected] : cases) {
+        Quat q{};
+        DecodeHalfRotation(halves.data(), q.data());
+        EXPECT_EQ(std::bit_cast<QuatBits>(q), expected);
         ExpectDecodes(&DecodeHalfRotations, std::bit_cast<std::uint64_t>(halves), 8, expected);
+    }
 }
 
 }  // namespace vela::vlgim::keys
