@@ -247,6 +247,8 @@ TEST(vlTransKeysData, TransformOfAKey)
 {
     vlTransKeysData quats = TwoKeys(0, Floats({0, 0, 0, 1, 0.5F, 0.5F, 0.5F, -0.5F}));
     quats.m_scaleKeyed = 0;
+    vlTransKeysData noKeys = TwoKeys(0, kQuats);
+    noKeys.m_keyCount = 0;
     const float angles[] = {0, 0.25F, -0.0F};
     geomath::_Rotation<float> turn{};
     keys::EulerToRotation(angles, &turn, 3);
@@ -258,7 +260,8 @@ TEST(vlTransKeysData, TransformOfAKey)
         {quats, 65535, last},
         {TwoKeys(EULER_ZXY, kEuler), 1, Floats({4, 5, 6, turn.x, turn.y, turn.z, turn.w, 2, 0.5F, 1})},
         {Empty(0, 0, 0), 0, none},
-        {Empty(1, 0, 0), 0, none}};
+        {Empty(1, 0, 0), 0, none},
+        {noKeys, 0, none}};
     for (const auto& [keys, index, expected] : cases) {
         vlTransInfo key{{9, 9, 9}, {9, 9, 9, 9}, {9, 9, 9}};
         keys.GetKeyPRS(index, &key.m_pos, &key.m_rot, &key.m_scale);
