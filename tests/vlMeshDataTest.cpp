@@ -78,6 +78,7 @@ TEST(vlMeshData, EachVersionAndForm)
             vlMeshData mesh = MeshFrom(file), again = MeshFrom(written);
             EXPECT_EQ(Write(mesh), written);
             EXPECT_EQ(Write(again), written);
+            EXPECT_EQ(mesh.m_skelVertexBlocks, form.skeletonFlag != 0 ? 1 : 0);
             EXPECT_EQ(log.lines, Lines{});
             ForEachPrefix(file, [&](const unsigned char* data, const unsigned char* end) {
                 log.lines.clear();
