@@ -63,7 +63,7 @@ material-index many/b/house.gim 4
 damaged many/b/cut.mesh 4364
 bad-xml many/b/walker.mtg 2
 damaged many/cut.gis 8196
-missing-file many/house.gim 
+missing-file many/house.gim 1
 save-version many/track 4
 unreadable missing.gim 
 damaged many/z.mesh 20155
@@ -194,7 +194,7 @@ sed '/<Mesh1/d; s|<Vela>|<Vela Mesh="two/flag.mesh">|' good/flag.gim >two/other.
 expect 1 upgrade two
 says out 'its manifests do not agree on its submeshes: two/flag.gim lists 2, two/other.gim lists 1'
 expect 1 upgrade two/other.gim
-says out 'it should have 1 submeshes, and the file itself fits 2'
+says out 'it should have 1 submesh, and the file itself fits 2'
 cmp two/flag.mesh good/flag.mesh || fail "a mesh of a wrong count was written"
 
 # Ctrl-C: what is begun is finished, and no file is half done.

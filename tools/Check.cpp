@@ -195,9 +195,10 @@ private:
         if (!m_options.isJson) {
             std::fflush(stdout);
             std::fprintf(stderr, "%s, %.1f MB in %.1f s: %s, %s, %s; %s unreadable\n",
-                         Counted(m_files, "file").c_str(), static_cast<double>(m_bytes) / 1e6, seconds,
-                         Counted(errors, "error").c_str(), Counted(warnings, "warning").c_str(),
-                         Counted(notes, "note").c_str(), Grouped(m_unreadable).c_str());
+                         Counted(m_files, "file", "files").c_str(), static_cast<double>(m_bytes) / 1e6,
+                         seconds, Counted(errors, "error", "errors").c_str(),
+                         Counted(warnings, "warning", "warnings").c_str(),
+                         Counted(notes, "note", "notes").c_str(), Grouped(m_unreadable).c_str());
             return;
         }
         // Without the time, so that the output of the same files is the same.

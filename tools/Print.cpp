@@ -64,9 +64,9 @@ std::string Grouped(std::uint64_t number)
     return text;
 }
 
-std::string Counted(std::uint64_t number, const char* thing)
+std::string Counted(std::uint64_t number, const char* one, const char* many)
 {
-    return Grouped(number) + ' ' + thing + (number == 1 ? "" : "s");
+    return Grouped(number) + ' ' + (number == 1 ? one : many);
 }
 
 std::string Shown(std::string_view text)

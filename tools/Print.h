@@ -13,7 +13,7 @@ void Row(const char* label, const char* format, ...) __attribute__((format(print
 std::string Grouped(std::uint64_t number);
 
 /// A number of things, as in "1 file" and "2,345 files".
-std::string Counted(std::uint64_t number, const char* thing);
+std::string Counted(std::uint64_t number, const char* one, const char* many);
 
 /// Text from a file or a path, which may hold any bytes, fit for a terminal and for JSON: UTF-8 as it is; each byte of a
 /// control character (C0, DEL, C1), and each byte that is no UTF-8, as \xHH. A backslash stays one, so that the text

@@ -2,6 +2,7 @@
 
 #include "FindingLines.h"
 #include "Messages.h"
+#include "Print.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -146,9 +147,8 @@ private:
             vlMeshData::FittingSubmeshCounts(image.data(), image.size());
         if (fitting.empty() || std::find(fitting.begin(), fitting.end(), *count) != fitting.end())
             return count;
-        Stop(UpgradeStatus::Skipped, "it should have " + std::to_string(*count) +
-                                         " submeshes, and the file itself fits " +
-                                         std::to_string(fitting[0]));
+        Stop(UpgradeStatus::Skipped, "it should have " + Counted(*count, "submesh", "submeshes") +
+                                         ", and the file itself fits " + std::to_string(fitting[0]));
         return std::nullopt;
     }
 
