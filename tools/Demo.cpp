@@ -171,7 +171,7 @@ void AddDemo(CLI::App& app, std::function<int()>& run)
     demo->add_option("FOLDER", *folder, "Where to write it")->capture_default_str();
     demo->footer(R"(Examples:
   vlgim demo             in the folder demo, which is made if need be
-  vlgim demo /tmp/try)");
+  vlgim demo try)");
     demo->callback([folder, &run] { run = [folder] { return RunDemo(*folder) ? kClean : kFindings; }; });
 }
 

@@ -55,7 +55,7 @@ std::string JsonLine(const Finding& finding)
 
 std::string PlaceIn(const Finding& finding)
 {
-    const std::string block = Shown(finding.block);
+    std::string block = Shown(finding.block);
     if (!finding.offset)
         return block;
     return block + (block.empty() ? "byte " : ", byte ") + std::to_string(*finding.offset);

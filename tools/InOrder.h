@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace vela::vlgim::tools {
@@ -45,11 +46,10 @@ public:
                 Unlocked(lock, idle);
                 continue;
             }
-            const Result result = *std::move(slot);
-            slot.reset();
+            const std::optional<Result> result = std::exchange(slot, std::nullopt);
             const std::size_t index = m_taken++;
             m_changed.notify_all();
-            Unlocked(lock, [&] { take(index, result); });
+            Unlocked(lock, [&] { take(index, *result); });
         }
     }
 
