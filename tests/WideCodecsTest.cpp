@@ -250,7 +250,7 @@ TEST_F(WideCodecsTest, RunsOfAnyLengthStayInside)
     std::iota(counts.begin(), counts.end(), 0U);
     counts.push_back(131'085);  // from memory, in two places by turns
     std::mt19937 random(70);
-    Bytes noise(8 * counts.back());
+    Bytes noise(1 + 8 * counts.back());
     for (unsigned char& byte : noise)
         byte = static_cast<unsigned char>(random());
     for (const std::size_t count : counts) {
