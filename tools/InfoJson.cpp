@@ -11,13 +11,6 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-std::string Hexadecimal(std::uint32_t number)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%X", number);
-    return text;
-}
-
 Json Vector(const geomath::_Vector3<float>& v)
 {
     return {Number(v.x), Number(v.y), Number(v.z)};
@@ -48,7 +41,7 @@ Json TrackJson(const vlTrackData& track)
     Json channels = Json::array();
     for (std::uint16_t i = 0; i < track.m_channelCount; ++i)
         channels.push_back(ChannelJson(track.m_channels[i]));
-    return {{"format_version", Hexadecimal(track.m_version)},
+    return {{"format_version", Hex(track.m_version)},
             {"name", Shown(track.m_name)},
             {"options", track.m_options},
             {"flags", track.m_flags},
@@ -153,7 +146,7 @@ Json MeshJson(const vlMeshData& mesh, const std::string& countSource)
     const MeshFacts facts = GatherFacts(mesh);
     const Json box =
         facts.box ? Json{{"low", Vector(facts.box->low)}, {"high", Vector(facts.box->high)}} : Json();
-    return {{"format_version", Hexadecimal(mesh.m_version)},
+    return {{"format_version", Hex(mesh.m_version)},
             {"pack_mode", mesh.m_packMode},
             {"skeleton_flag", mesh.m_skeletonFlag},
             {"submesh_count_source", countSource},

@@ -56,6 +56,13 @@ void Row(const char* label, const char* format, ...)
     std::printf("\n");
 }
 
+std::string Hex(std::uint32_t number)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%X", number);
+    return text;
+}
+
 std::string Grouped(std::uint64_t number)
 {
     std::string text = std::to_string(number);

@@ -9,6 +9,9 @@ namespace vela::vlgim::tools {
 /// Prints one line of an account: a label and a printf-style value, aligned.
 void Row(const char* label, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
+/// 327684 as "0x50004".
+std::string Hex(std::uint32_t number);
+
 /// 1234567 as "1,234,567".
 std::string Grouped(std::uint64_t number);
 

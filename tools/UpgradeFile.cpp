@@ -5,20 +5,12 @@
 #include "Print.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <exception>
 #include <string_view>
 
 namespace vela::vlgim::tools {
 
 namespace {
-
-std::string Hex(std::uint32_t version)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%X", version);
-    return text;
-}
 
 bool IsCurrent(const vlMeshData& mesh)
 {
