@@ -4,8 +4,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include <basekit/StringAlgo.h>
 #include <corecommon/Log.h>
+#include <vlgim/Findings.h>
 #include <vlio2/Path.h>
 
 #include <algorithm>
@@ -72,18 +72,6 @@ std::uint32_t CountInManifest(const std::string& path)
     return CountSubmeshes(manifest);
 }
 
-bool HasExtension(const std::string& path, std::string_view extension)
-{
-    std::string lower = path;
-    kit::StringAlgo::ToLower(lower.data());
-    return lower.ends_with(extension);
-}
-
-bool StartsWith(const vlio::Bytes& bytes, std::string_view magic)
-{
-    return bytes.size() >= magic.size() && std::equal(magic.begin(), magic.end(), bytes.begin());
-}
-
 }  // namespace
 
 void AddLoadOptions(CLI::App& command, LoadOptions& options)
@@ -122,22 +110,27 @@ std::optional<SubmeshCount> FindSubmeshCount(const std::string& path, const vlio
 
 std::optional<LoadedFile> LoadFile(const std::string& path, const LoadOptions& options)
 {
-    if (HasExtension(path, ".gim"))
+    // The readers of models and animations take their file, and those that belong to it, from the disk themselves.
+    const FileKind byName = KindOfFile(path, nullptr, 0);
+    if (byName == FileKind::Model)
         return LoadModel(path, options);
-    if (HasExtension(path, ".gis"))
+    if (byName == FileKind::Animation)
         return LoadAnimation(path, options);
     vlio::Bytes bytes;
     if (!vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_MODEL)) {
         std::fprintf(stderr, "%s: can't be read\n", Shown(path).c_str());
         return std::nullopt;
     }
-    if (HasExtension(path, ".mesh"))
+    switch (KindOfFile(path, bytes.data(), bytes.size())) {
+    case FileKind::Mesh:
         return LoadMesh(path, bytes, options);
-    if (StartsWith(bytes, "VTRK"))
+    case FileKind::Track:
         return LoadTrack(path);
-    if (StartsWith(bytes, "RGIS"))
+    case FileKind::Animation:
         return LoadAnimation(path, options);
-    return LoadModel(path, options);
+    default:
+        return LoadModel(path, options);
+    }
 }
 
 }  // namespace vela::vlgim::tools

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <system_error>
 
 namespace vela::vlgim {
@@ -161,6 +162,79 @@ void ReportRefusal(FileReport& report, const io::BlockReader& in, const Places& 
         text = "its counts ask for " + needed + " bytes of memory, and " + left + " are allowed";
     report.Add(in.HitLimit() ? Code::MemoryLimit : Code::Damaged,
                {places.Path(places.Count() - 1), why.offset}, text);
+}
+
+std::string NameOf(const char (&name)[32])
+{
+    return {name, strnlen(name, sizeof name)};
+}
+
+Tally ChangedNames(const vlio::Bytes& image, std::uint64_t offset, const char (*names)[32],
+                   std::uint32_t count)
+{
+    Tally changed;
+    for (std::uint32_t i = 0; i < count; ++i)
+        if (std::memcmp(image.data() + offset + sizeof names[i] * i, names[i], sizeof names[i]) != 0)
+            changed.Add(i);
+    return changed;
+}
+
+void CheckBoneNames(FileReport& report, const std::string& block, const vlio::Bytes& image,
+                    std::uint64_t offset, const char (*names)[32], std::uint32_t count)
+{
+    std::map<std::string, std::uint32_t> first;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const auto [other, isNew] = first.emplace(NameOf(names[i]), i);
+        if (!isNew)
+            report.Add(Code::BoneName, {block, offset + sizeof names[i] * i},
+                       "bones " + std::to_string(other->second) + " and " + std::to_string(i) +
+                           " are both named " + other->first);
+    }
+    const Tally changed = ChangedNames(image, offset, names, count);
+    if (changed.count == 0)
+        return;
+    const std::uint64_t at = offset + sizeof names[0] * changed.first;
+    const auto* stored = reinterpret_cast<const char*>(image.data() + at);
+    report.Add(Code::SaveLowerCase, {block, at},
+               Counted(changed.count, "bone has", "bones have") +
+                   " upper case letters in the name, the first is " +
+                   std::string(stored, strnlen(stored, sizeof names[0])));
+}
+
+bool CheckSaved(Session& session, FileReport& report, const vlio::Bytes& image, const Places& places,
+                SavedImage& saved, std::uint64_t held, const std::function<void(io::BlockReader&)>& read,
+                const std::function<void(std::size_t, ByteSpan, ByteSpan)>& visit)
+{
+    session.Step(report);
+    if (saved.IsSame())
+        return true;
+    if (saved.IsCut()) {
+        report.Add(Code::MemoryLimit, {}, "what a save would write takes too much memory");
+        return false;
+    }
+    const vlio::Bytes& written = saved.Whole();
+    io::BlockReader in(written.data(), written.data() + written.size(), places[0].block);
+    io::BlockMap map;
+    in.Trace(map);
+    in.LimitMemory(session.Left(held + written.size()));
+    read(in);
+    map.End(in.Offset());
+    session.Step(report);
+    if (in.Failed()) {
+        report.Add(in.HitLimit() ? Code::MemoryLimit : Code::SaveRefused, {},
+                   in.HitLimit() ? "reading what a save would write takes too much memory"
+                                 : "what a save would write could not be read again");
+        return false;
+    }
+    const auto bytes = [](const vlio::Bytes& file, const io::BlockMap::Place& place) {
+        return ByteSpan(file).subspan(place.offset, place.end - place.offset);
+    };
+    const Places now(map);
+    ForEachChange(image.data(), places, written.data(), now, [&](std::size_t old, std::size_t place) {
+        if (place != Places::kNone)
+            visit(old, bytes(image, places[old]), bytes(written, now[place]));
+    });
+    return true;
 }
 
 void ReportChangedTrack(FileReport& report, const Where& where, const unsigned char* old,

@@ -2,13 +2,17 @@
 
 #include "Places.h"
 #include "Report.h"
+#include "SavedImage.h"
+#include "Values.h"
 
 #include <io/BlockReader.h>
 #include <vlgim/vlTrackData.h>
 #include <vlio2/FileStream.h>
 #include <vlio2/XmlData.h>
 
+#include <functional>
 #include <optional>
+#include <span>
 #include <string>
 
 // One check for each kind of file. Each takes the report of its file and the whole image, which it reads, holds
@@ -47,6 +51,28 @@ void ReportRefusal(FileReport& report, const io::BlockReader& in, const Places& 
 
 /// A track whose block is places[index], with its channels behind it.
 void CheckTrackBlock(FileReport& report, const Places& places, std::size_t index, const vlTrackData& track);
+
+/// Names of bones, 32 bytes each, from `offset` of the file on: none twice, and whether a reader made them lower-case.
+void CheckBoneNames(FileReport& report, const std::string& block, const vlio::Bytes& image,
+                    std::uint64_t offset, const char (*names)[32], std::uint32_t count);
+
+/// Names that a reader has changed.
+Tally ChangedNames(const vlio::Bytes& image, std::uint64_t offset, const char (*names)[32],
+                   std::uint32_t count);
+
+/// A name that is NUL-terminated or fills its field.
+std::string NameOf(const char (&name)[32]);
+
+using ByteSpan = std::span<const unsigned char>;
+
+/// Holds what a save would write against the file and, if it is another, reads it again.
+/// held            bytes in memory beside the image that a save would write
+/// read(in)        reads a whole image of the kind
+/// visit(i, o, n)  is called for each block, places[i], whose bytes are n in place of o
+/// False: it could not be read again or passed the memory limit, and a finding says so.
+bool CheckSaved(Session& session, FileReport& report, const vlio::Bytes& image, const Places& places,
+                SavedImage& saved, std::uint64_t held, const std::function<void(io::BlockReader&)>& read,
+                const std::function<void(std::size_t, ByteSpan, ByteSpan)>& visit);
 
 /// Says what becomes of the bytes of a track, its channels aside, that a save writes otherwise.
 void ReportChangedTrack(FileReport& report, const Where& where, const unsigned char* old,

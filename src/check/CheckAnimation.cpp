@@ -1,7 +1,5 @@
 #include "Check.h"
 #include "Inside.h"
-#include "SavedImage.h"
-#include "Values.h"
 
 #include <anim/AnimVersions.h>
 #include <anim/ClipBlock.h>
@@ -15,7 +13,6 @@
 #include <cstring>
 #include <limits>
 #include <map>
-#include <span>
 
 namespace vela::vlgim::check {
 
@@ -23,20 +20,6 @@ namespace {
 
 constexpr std::uint64_t kHeaderSize = 8;
 constexpr std::uint64_t kNameSize = 32;
-
-using Bytes = std::span<const unsigned char>;
-
-std::string NameOf(const char (&name)[kNameSize])
-{
-    return {name, strnlen(name, kNameSize)};
-}
-
-// A name as it stands in the file.
-std::string NameAt(const vlio::Bytes& image, std::uint64_t offset)
-{
-    const auto* name = reinterpret_cast<const char*>(image.data() + offset);
-    return {name, strnlen(name, kNameSize)};
-}
 
 // An animation file that is read.
 struct AnimationFile {
@@ -92,22 +75,12 @@ void CheckSkeleton(const AnimationFile& file, const Places& places)
 {
     const vlAnimData& anim = file.anim;
     const std::uint64_t names = places.Offset("bones") + 4, transforms = names + kNameSize * anim.m_boneCount;
-    std::map<std::string, std::uint32_t> first;
-    Tally changed;
+    CheckBoneNames(file.report, "bones", file.image, names, anim.m_boneNames.get(), anim.m_boneCount);
     for (std::uint32_t i = 0; i < anim.m_boneCount; ++i) {
         const std::string name = NameOf(anim.m_boneNames[i]);
-        const std::uint64_t at = names + kNameSize * i;
         if (anim.m_boneNames[i][kNameSize - 1] != 0)
-            file.Add(Code::SkeletonName, "bones", at,
+            file.Add(Code::SkeletonName, "bones", names + kNameSize * i,
                      "the name of bone " + std::to_string(i) + " fills its 32 bytes: " + name);
-        const auto [other, isNew] = first.emplace(name, i);
-        if (!isNew)
-            file.Add(Code::BoneName, "bones", at,
-                     "bones " + std::to_string(other->second) + " and " + std::to_string(i) +
-                         " are both named " + name);
-        if (std::memcmp(file.image.data() + at, anim.m_boneNames[i], kNameSize) != 0)
-            changed.Add(i);
-
         const std::uint64_t transform = transforms + sizeof(vlTransInfo) * i;
         CheckFinite(file.report, "bones",
                     {"reference transform of bone " + name, "number", &anim.m_boneTrans[i].m_pos.x,
@@ -115,11 +88,6 @@ void CheckSkeleton(const AnimationFile& file, const Places& places)
         CheckQuaternions(file.report, "bones", "reference rotation of bone " + name,
                          &anim.m_boneTrans[i].m_rot.x, 1, transform + sizeof anim.m_boneTrans[i].m_pos, 0);
     }
-    if (changed.count != 0)
-        file.Add(Code::SaveLowerCase, "bones", names + kNameSize * changed.first,
-                 Counted(changed.count, "bone has", "bones have") +
-                     " upper case letters in the name, the first is " +
-                     NameAt(file.image, names + kNameSize * changed.first));
 }
 
 // Bones of clips are found in a skeleton by the hash of their names, in their own case.
@@ -206,7 +174,7 @@ void CheckPivotTracks(FileReport& report, const Places& places)
 }
 
 // How a bone's record is written anew: its times, if it has its own, and its channel.
-void ReportChangedBone(FileReport& report, const Where& where, bool hasTimes, Bytes old, Bytes now)
+void ReportChangedBone(FileReport& report, const Where& where, bool hasTimes, ByteSpan old, ByteSpan now)
 {
     if (hasTimes) {
         std::uint16_t count = 0;
@@ -223,21 +191,16 @@ void ReportChangedBone(FileReport& report, const Where& where, bool hasTimes, By
 }
 
 // Whether a record of base info differs in nothing but the ends of its names.
-bool DiffersInNameEnds(Bytes old, Bytes now)
+bool DiffersInNameEnds(ByteSpan old, ByteSpan now)
 {
     std::vector<unsigned char> ended(old.begin(), old.end());
     ended[kNameSize - 1] = ended[2 * kNameSize - 1] = 0;
     return std::equal(ended.begin(), ended.end(), now.begin(), now.end());
 }
 
-Bytes BytesAt(const vlio::Bytes& image, const io::BlockMap::Place& place)
-{
-    return Bytes(image).subspan(place.offset, place.end - place.offset);
-}
-
 // hasTimes[clip]  whether its bones have key times of their own
 void ReportChange(FileReport& report, const Places& places, std::size_t index,
-                  const std::vector<bool>& hasTimes, Bytes old, Bytes now)
+                  const std::vector<bool>& hasTimes, ByteSpan old, ByteSpan now)
 {
     const std::string_view block = places[index].block;
     const Where where{places.Path(index), places[index].offset};
@@ -260,31 +223,12 @@ std::vector<bool> BonesHaveTimes(const vlAnimData& anim)
     return hasTimes;
 }
 
-// Holds an image that a save would write against the file, and names what changes.
-// read(in)  reads a whole image
-template <class Read>
-void CheckSaved(Session& session, FileReport& report, const vlio::Bytes& image, const Places& places,
-                const std::vector<bool>& hasTimes, SavedImage& saved, Read read)
+// The visitor of changed blocks; see ReportChange.
+auto Reporter(FileReport& report, const Places& places, const std::vector<bool>& hasTimes)
 {
-    session.Step(report);
-    if (saved.IsCut())
-        return report.Add(Code::MemoryLimit, {}, "what a save would write takes too much memory");
-    if (saved.IsSame())
-        return;
-    const vlio::Bytes& written = saved.Whole();
-    io::BlockReader in(written.data(), written.data() + written.size(), places[0].block);
-    io::BlockMap map;
-    in.Trace(map);
-    read(in);
-    if (in.Failed())
-        return report.Add(Code::SaveRefused, {}, "what a save would write could not be read again");
-    map.End(in.Offset());
-    const Places now(map);
-    ForEachChange(image.data(), places, written.data(), now, [&](std::size_t old, std::size_t place) {
-        if (place != Places::kNone)
-            ReportChange(report, places, old, hasTimes, BytesAt(image, places[old]),
-                         BytesAt(written, now[place]));
-    });
+    return [&](std::size_t place, ByteSpan old, ByteSpan now) {
+        ReportChange(report, places, place, hasTimes, old, now);
+    };
 }
 
 // What stands of an animation ahead of its clips' records, and in their place where they lie in side files.
@@ -354,11 +298,12 @@ bool CheckSideFile(const AnimationFile& file, FileReport& report, const vlio::By
         clips::Write(out, version, clip);
     }
     DropKeys(clip);
-    CheckSaved(file.session, report, image, places, hasTimes, saved, [&](io::BlockReader& back) {
+    const auto read = [version](io::BlockReader& back) {
         vlClipData again;
-        back.LimitMemory(Left(limit, saved.Whole().size()));
         ReadSideClip(back, version, again);
-    });
+    };
+    CheckSaved(file.session, report, image, places, saved, file.held + image.size(), read,
+               Reporter(report, places, hasTimes));
     return true;
 }
 
@@ -413,13 +358,16 @@ void CheckSavedHead(const AnimationFile& file, const Places& places)
         io::BlockWriter out(saved.Stream());
         Inside::WriteHead(file.anim, out);
     }
-    CheckSaved(file.session, file.report, file.image, places, {}, saved, [&](io::BlockReader& in) {
+    const std::vector<bool> none;
+    const auto read = [&file](io::BlockReader& in) {
         vlAnimData again;
         again.m_version = file.anim.m_version;
         ReadHead(again, in);
         if (again.m_version >= kSideFiles)
             ReadBaseInfo(again, in);
-    });
+    };
+    CheckSaved(file.session, file.report, file.image, places, saved, file.held, read,
+               Reporter(file.report, places, none));
 }
 
 void CheckSideFiles(AnimationFile& file, const Places& places, bool withSideFiles)
@@ -465,14 +413,15 @@ void CheckClips(AnimationFile& file, const Places& places)
     SavedImage saved(file.image.data(), file.image.size(), file.image.size(), file.session.Left(file.held));
     anim.WriteAnimationFile(saved.Stream(), nullptr);
     anim.m_clips.clear();
-    CheckSaved(file.session, file.report, file.image, places, hasTimes, saved, [&](io::BlockReader& in) {
+    const auto read = [&file](io::BlockReader& in) {
         vlAnimData again;
-        again.m_version = anim.m_version;
-        in.LimitMemory(file.session.Left(file.image.size() + saved.Whole().size()));
+        again.m_version = file.anim.m_version;
         ReadHead(again, in);
         if (!in.Failed())
             Inside::ReadClips(again, in);
-    });
+    };
+    CheckSaved(file.session, file.report, file.image, places, saved, file.image.size(), read,
+               Reporter(file.report, places, hasTimes));
 }
 
 }  // namespace

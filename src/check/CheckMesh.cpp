@@ -1,7 +1,5 @@
 #include "Check.h"
 #include "Inside.h"
-#include "SavedImage.h"
-#include "Values.h"
 
 #include <mesh/MeshVersions.h>
 #include <vlgim/vlDataShareTable.h>
@@ -11,7 +9,6 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <map>
 
 namespace vela::vlgim::check {
 
@@ -239,18 +236,6 @@ void CheckParents(const MeshFile& file, std::uint64_t offset)
     }
 }
 
-// A name as it stands in the file.
-std::string NameAt(const vlio::Bytes& image, std::uint64_t offset)
-{
-    const auto* name = reinterpret_cast<const char*>(image.data() + offset);
-    return {name, strnlen(name, 32)};
-}
-
-std::string NameOf(const char (&name)[32])
-{
-    return {name, strnlen(name, sizeof name)};
-}
-
 void CheckBones(const MeshFile& file)
 {
     const vlMeshData& mesh = file.mesh;
@@ -259,15 +244,7 @@ void CheckBones(const MeshFile& file)
         return;
     const BonePlaces at(file);
     CheckParents(file, at.parents);
-    std::map<std::string, std::uint16_t> first;
-    for (std::uint16_t i = 0; i < count; ++i) {
-        const std::string name = NameOf(mesh.m_boneNames[i]);
-        const auto [other, isNew] = first.emplace(name, i);
-        if (!isNew)
-            file.Add(Code::BoneName, "bones block", at.names + 32 * std::uint64_t{i},
-                     "bones " + std::to_string(other->second) + " and " + std::to_string(i) +
-                         " are both named " + name);
-    }
+    CheckBoneNames(file.report, "bones block", file.image, at.names, mesh.m_boneNames.get(), count);
     if (mesh.m_boneBounds)
         CheckFinite(file.report, "bones block",
                     {"bounds of the bones", "bone", mesh.m_boneBounds[0].m_extents, 7 * std::uint64_t{count},
@@ -381,32 +358,17 @@ bool HasOurMagic(const vlio::Bytes& image)
     return std::memcmp(image.data(), &kMeshMagic, sizeof kMeshMagic) == 0;
 }
 
-Tally ChangedNames(const MeshFile& file)
+bool HasChangedNames(const MeshFile& file)
 {
-    Tally changed;
-    const unsigned char* const names = file.image.data() + BonePlaces(file).names;
-    for (std::uint16_t i = 0; i < file.BoneCount(); ++i)
-        if (std::memcmp(names + 32 * std::size_t{i}, file.mesh.m_boneNames[i], 32) != 0)
-            changed.Add(i);
-    return changed;
-}
-
-void CheckNamesCase(const MeshFile& file)
-{
-    if (!file.HasBones())
-        return;
-    if (const Tally changed = ChangedNames(file); changed.count != 0)
-        file.Add(Code::SaveLowerCase, "bones block", BonePlaces(file).names + 32 * changed.first,
-                 Counted(changed.count, "bone has", "bones have") +
-                     " upper case letters in the name, the first is " +
-                     NameAt(file.image, BonePlaces(file).names + 32 * changed.first));
+    return ChangedNames(file.image, BonePlaces(file).names, file.mesh.m_boneNames.get(), file.BoneCount())
+               .count != 0;
 }
 
 // Blocks of which a save drops something, or whose names it changes.
 bool IsToldOf(const MeshFile& file, std::string_view block)
 {
     return block == "key records" || block == "anim-BI block" ||
-           (block == "bones block" && (ChangedNames(file).count != 0 || DropsBounds(file)));
+           (block == "bones block" && (HasChangedNames(file) || DropsBounds(file)));
 }
 
 bool HasOldLayout(const vlMeshData& mesh)
@@ -436,7 +398,7 @@ bool KeepsLayout(std::string_view block)
 }
 
 // One block that is written with other bytes than it was read from.
-void ReportChange(const MeshFile& file, std::size_t place, const unsigned char* now)
+void ReportChange(const MeshFile& file, std::size_t place, ByteSpan bytes, ByteSpan now)
 {
     const io::BlockMap::Place& old = file.places[place];
     const std::string_view block = old.block;
@@ -447,48 +409,18 @@ void ReportChange(const MeshFile& file, std::size_t place, const unsigned char* 
     if (block == "header")
         add(Code::SaveHeader, "a save writes the magic word of a mesh");
     else if (block == "channel")
-        ReportChangedKeys(file.report, where, file.image.data() + old.offset, now);
+        ReportChangedKeys(file.report, where, bytes.data(), now.data());
     else if (block == "track")
-        ReportChangedTrack(file.report, where, file.image.data() + old.offset, now);
+        ReportChangedTrack(file.report, where, bytes.data(), now.data());
     else if (block == "vertex counts" && file.places.Find("positions") == Places::kNone &&
              file.vertexCount + file.triangleCount != 0)
         add(Code::SaveFillsData, "a save writes zeros for the data that the mesh declares and does not hold");
     else if (block == "used bones")
         add(Code::SaveMask, "a save brings the mask of used bones up to date");
-    else if (block == "share table" &&
-             !IsTableKept(file.image.data() + old.offset, now, old.end - old.offset))
+    else if (block == "share table" && !IsTableKept(bytes.data(), now.data(), bytes.size()))
         add(Code::SaveTable, "a save writes the table of blocks anew");
     else if (block != "table offset" && block != "share table" && !IsToldOf(file, block))
         add(Code::SaveChanges, "a save writes this block in its own form");
-}
-
-// The image is another than the file.
-void CheckSaved(Session& session, const MeshFile& file, SavedImage& saved, std::uint64_t limit)
-{
-    const vlio::Bytes& image = saved.Whole();
-    io::BlockReader in(image.data(), image.data() + image.size(), "header");
-    io::BlockMap map;
-    in.Trace(map);
-    in.LimitMemory(limit);
-    vlMeshData again;
-    again.m_submeshCount = file.mesh.m_submeshCount;
-    const bool isWhole = Inside::Read(again, in);
-    map.End(in.Offset());
-    session.Step(file.report);
-    if (in.HitLimit())
-        return file.Add(Code::MemoryLimit, "", 0,
-                        "reading what a save would write would take too much memory");
-    if (!isWhole)
-        return file.report.Add(Code::SaveRefused, {}, "what a save would write could not be read again");
-    const Places now(map);
-    ForEachChange(file.image.data(), file.places, image.data(), now, [&](std::size_t old, std::size_t place) {
-        if (place != Places::kNone)
-            ReportChange(file, old, image.data() + now[place].offset);
-    });
-    // All blocks are the same, and have another order or no longer lie on one another.
-    if (!file.report.TellsOfSave())
-        file.Add(Code::SaveTable, "share table", file.At("share table"),
-                 "a save writes the blocks one behind the other");
 }
 
 // Why a mesh could not be read. A count that does not fit shows as damage somewhere in the vertices, so the file is
@@ -580,7 +512,6 @@ void CheckMesh(Session& session, FileReport& report, const vlio::Bytes& image, s
     CheckOriginalData(file);
     session.Step(report);
     CheckUpgrade(file);
-    CheckNamesCase(file);
     CheckDrops(file);
 
     if (const std::string obstacle = mesh.WriteObstacle(); !obstacle.empty())
@@ -589,16 +520,22 @@ void CheckMesh(Session& session, FileReport& report, const vlio::Bytes& image, s
                      std::max<std::uint64_t>(image.size(), file.Vertices().WrittenSize()),
                      Left(limit, in.Spent()), file.At("table offset"));
     mesh.WriteMeshFile(saved.Stream());
-    session.Step(report);
-    if (saved.IsCut())
-        return report.Add(Code::MemoryLimit, {}, "what a save would write takes too much memory");
-    if (saved.IsSame())
-        return;
     // Two images and one mesh at a time.
     mesh.m_vertexData.reset();
     mesh.m_tracks.reset();
     mesh.m_originalData.clear();
-    CheckSaved(session, file, saved, Left(limit, saved.Whole().size()));
+    const auto read = [submeshCount](io::BlockReader& back) {
+        vlMeshData again;
+        again.m_submeshCount = submeshCount;
+        Inside::Read(again, back);
+    };
+    const bool isRead = CheckSaved(
+        session, report, image, places, saved, image.size(), read,
+        [&file](std::size_t place, ByteSpan old, ByteSpan now) { ReportChange(file, place, old, now); });
+    // All blocks are the same, and have another order or no longer lie on one another.
+    if (isRead && !saved.IsSame() && !report.TellsOfSave())
+        file.Add(Code::SaveTable, "share table", file.At("share table"),
+                 "a save writes the blocks one behind the other");
 }
 
 }  // namespace vela::vlgim::check

@@ -1,7 +1,5 @@
 #include "Check.h"
 #include "Inside.h"
-#include "SavedImage.h"
-#include "Values.h"
 
 #include <track/TrackBlock.h>
 #include <track/TrackVersions.h>
@@ -31,17 +29,6 @@ bool ReadTrack(FileReport& report, io::BlockReader& in, const io::BlockMap& map,
     if (in.Failed())
         ReportRefusal(report, in, Places(map), size);
     return !in.Failed();
-}
-
-void ReportChange(FileReport& report, const vlio::Bytes& image, const Places& places, std::size_t index,
-                  const unsigned char* now)
-{
-    const io::BlockMap::Place& old = places[index];
-    const Where where{places.Path(index), old.offset};
-    if (std::string_view(old.block) == "channel")
-        ReportChangedKeys(report, where, image.data() + old.offset, now);
-    else if (std::string_view(old.block) == "track")
-        ReportChangedTrack(report, where, image.data() + old.offset, now);
 }
 
 }  // namespace
@@ -78,26 +65,19 @@ void CheckTrack(Session& session, FileReport& report, const vlio::Bytes& image)
 
     SavedImage saved(image.data(), image.size(), image.size(), Left(limit, in.Spent()));
     Inside::WriteFile(track, saved.Stream());
-    session.Step(report);
-    if (saved.IsCut())
-        return report.Add(Code::MemoryLimit, {}, "what a save would write takes too much memory");
-    if (saved.IsSame())
-        return;
     track = {};
-    const vlio::Bytes& written = saved.Whole();
-    io::BlockReader back(written.data(), written.data() + written.size(), "header");
-    io::BlockMap backMap;
-    back.Trace(backMap);
-    back.Take(places[0].end, 1);
-    tracks::Read(back, track);
-    if (back.Failed())
-        return report.Add(Code::SaveRefused, {}, "what a save would write could not be read again");
-    backMap.End(back.Offset());
-    const Places now(backMap);
-    ForEachChange(image.data(), places, written.data(), now, [&](std::size_t old, std::size_t place) {
-        if (place != Places::kNone)
-            ReportChange(report, image, places, old, written.data() + now[place].offset);
-    });
+    const auto read = [&](io::BlockReader& back) {
+        back.Take(places[0].end, 1);
+        tracks::Read(back, track);
+    };
+    CheckSaved(session, report, image, places, saved, image.size(), read,
+               [&](std::size_t place, ByteSpan old, ByteSpan now) {
+                   const Where where{places.Path(place), places[place].offset};
+                   if (std::string_view(places[place].block) == "channel")
+                       ReportChangedKeys(report, where, old.data(), now.data());
+                   else if (std::string_view(places[place].block) == "track")
+                       ReportChangedTrack(report, where, old.data(), now.data());
+               });
 }
 
 }  // namespace vela::vlgim::check
