@@ -18,5 +18,8 @@ install(FILES
 # The prefix is found from where the .pc file lies, so that the folder can be moved.
 file(RELATIVE_PATH pc_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
+if(NOT BUILD_SHARED_LIBS)
+  set(pc_definitions " -DVLGIM_STATIC")
+endif()
 configure_file(cmake/vlgim.pc.in vlgim.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vlgim.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

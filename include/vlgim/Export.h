@@ -1,4 +1,19 @@
 #pragma once
 
-/// Marks what libvlgim exports; everything else in it is hidden.
+#include <version>
+
+#if !defined(__cpp_lib_span) || !defined(__cpp_lib_bit_cast) || !defined(__cpp_concepts)
+#error "vlgim needs a C++20 compiler and standard library: g++ 12, clang++ 14 with libstdc++ 12, or newer"
+#endif
+
+/// Marks what the library exports. Programs that link the static library define VLGIM_STATIC; CMake and pkg-config
+/// do so for them.
+#if defined(VLGIM_STATIC)
+#define VLGIM_API
+#elif defined(_WIN32) && defined(VLGIM_BUILDING)
+#define VLGIM_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define VLGIM_API __declspec(dllimport)
+#else
 #define VLGIM_API __attribute__((visibility("default")))
+#endif
