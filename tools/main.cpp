@@ -1,5 +1,5 @@
-#include "Commands.h"
-#include "Print.h"
+#include "commands/Commands.h"
+#include "report/Print.h"
 
 #include <corecommon/Log.h>
 

@@ -1,0 +1,159 @@
+#include "batch/Inputs.h"
+
+#include <basekit/StringAlgo.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <fcntl.h>
+#include <filesystem>
+#include <iostream>
+#include <system_error>
+#include <unistd.h>
+
+namespace vela::vlgim::tools {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+FileKind KindByName(const std::string& path)
+{
+    return KindOfFile(path, nullptr, 0);
+}
+
+// By its name, and where that does not tell by its first bytes, for which it is opened.
+FileKind KindOf(const std::string& path)
+{
+    if (const FileKind kind = KindByName(path); kind != FileKind::Unknown)
+        return kind;
+    std::array<unsigned char, 4> start{};
+    const int file = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file < 0)
+        return FileKind::Unknown;
+    const ssize_t size = ::read(file, start.data(), start.size());
+    ::close(file);
+    return KindOfFile(path, start.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+}
+
+bool HasAnimationName(const std::string& path)
+{
+    std::string lower = path;
+    kit::StringAlgo::ToLower(lower.data());
+    return lower.ends_with(".gis");
+}
+
+// An animation by its name in a folder of clips has to begin as one.
+bool IsSideFile(const std::string& path, FileKind kind)
+{
+    return kind == FileKind::Unknown && HasAnimationName(path);
+}
+
+// walk_gis/run.gis is a clip of walk.gis.
+bool HasAnimationBeside(const std::string& sideFile)
+{
+    std::string folder = fs::path(sideFile).parent_path().string();
+    folder.replace(folder.size() - 4, 1, ".");
+    std::error_code error;
+    return fs::exists(folder, error);
+}
+
+class Finder {
+public:
+    explicit Finder(const std::function<void(std::size_t)>& found) : m_found(found) {}
+
+    void Add(const std::string& path)
+    {
+        std::error_code error;
+        if (fs::is_directory(path, error)) {
+            m_inputs.roots.push_back(path);
+            return Walk(path);
+        }
+        const fs::path folder = fs::path(path).parent_path();
+        AddRoot(folder.empty() ? "." : folder.string());
+        AddFile(path, KindOf(path));
+    }
+
+    Inputs Take()
+    {
+        std::vector<Input>& files = m_inputs.files;
+        std::sort(files.begin(), files.end(), [](const Input& a, const Input& b) { return a.path < b.path; });
+        files.erase(std::unique(files.begin(), files.end(),
+                                [](const Input& a, const Input& b) { return a.path == b.path; }),
+                    files.end());
+        return std::move(m_inputs);
+    }
+
+private:
+    // A list names many files of one folder in a row.
+    void AddRoot(std::string folder)
+    {
+        if (m_inputs.roots.empty() || m_inputs.roots.back() != folder)
+            m_inputs.roots.push_back(std::move(folder));
+    }
+
+    void AddFile(const std::string& path, FileKind kind)
+    {
+        const bool isFollower =
+            IsSideFile(path, kind) || kind == FileKind::Mesh || kind == FileKind::Document;
+        m_inputs.files.push_back({path, "", kind, isFollower ? Role::Follower : Role::Leader});
+        if (m_found)
+            m_found(m_inputs.files.size());
+    }
+
+    void AddFound(const std::string& path)
+    {
+        const FileKind kind = KindOf(path);
+        const bool isOurs = KindByName(path) != FileKind::Unknown || HasAnimationName(path);
+        if (IsSideFile(path, kind) ? !HasAnimationBeside(path) : isOurs || kind == FileKind::Track)
+            AddFile(path, kind);
+    }
+
+    void Walk(const std::string& root)
+    {
+        std::vector<std::string> folders{root};
+        while (!folders.empty()) {
+            const std::string folder = std::move(folders.back());
+            folders.pop_back();
+            std::error_code error;
+            fs::directory_iterator entry(folder, error);
+            for (; !error && entry != fs::directory_iterator(); entry.increment(error))
+                Visit(*entry, folders);
+            if (error)
+                m_inputs.files.push_back({folder, error.message(), FileKind::Unknown, Role::Leader});
+        }
+    }
+
+    void Visit(const fs::directory_entry& entry, std::vector<std::string>& folders)
+    {
+        std::error_code error;
+        if (entry.path().filename().native().starts_with('.'))
+            return;
+        if (entry.is_directory(error) && !entry.is_symlink(error))
+            folders.push_back(entry.path().string());
+        else if (entry.is_regular_file(error))
+            AddFound(entry.path().string());
+    }
+
+    const std::function<void(std::size_t)>& m_found;
+    Inputs m_inputs;
+};
+
+}  // namespace
+
+Inputs FindInputs(const std::vector<std::string>& paths, const std::function<void(std::size_t)>& found)
+{
+    Finder finder(found);
+    for (const std::string& path : paths) {
+        if (path != "-") {
+            finder.Add(path);
+            continue;
+        }
+        for (std::string line; std::getline(std::cin, line);)
+            if (!line.empty())
+                finder.Add(line);
+    }
+    return finder.Take();
+}
+
+}  // namespace vela::vlgim::tools

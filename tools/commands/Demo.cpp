@@ -1,0 +1,178 @@
+#include "commands/Commands.h"
+#include "commands/Info.h"
+#include "demo/Flag.h"
+#include "demo/House.h"
+#include "demo/KeyForms.h"
+#include "demo/MeshBuilder.h"
+#include "demo/Walker.h"
+#include "report/AnimInfo.h"
+
+#include <vlio2/FileStream.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <initializer_list>
+
+namespace vela::vlgim::tools {
+
+namespace {
+
+// Lists files of the first folder with their namesakes in the second; true if they are the same, byte for byte.
+bool SameFiles(const std::string& first, const std::string& second, std::initializer_list<std::string> names)
+{
+    bool allSame = true;
+    std::printf("  %-18s  %10s  %10s\n", "file", "first", "second");
+    for (const std::string& name : names) {
+        vlio::Bytes one, two;
+        const bool read = vlio::FileStream::ReadAllBinary((std::filesystem::path(first) / name).c_str(), one,
+                                                          vlio::FILE_SYSTEM_ANY) &&
+                          vlio::FileStream::ReadAllBinary((std::filesystem::path(second) / name).c_str(), two,
+                                                          vlio::FILE_SYSTEM_ANY);
+        const bool same = read && one == two;
+        std::printf("  %-18s  %10zu  %10zu  %s\n", name.c_str(), one.size(), two.size(),
+                    same ? "same bytes" : "DIFFERENT");
+        allSame = allSame && same;
+    }
+    return allSame;
+}
+
+Vector3 TranslationOf(const geomath::_Matrix<float>& matrix)
+{
+    return {matrix.m[3][0], matrix.m[3][1], matrix.m[3][2]};
+}
+
+// One of the demo's models; its files are named after it.
+struct Model {
+    const char* name;
+    const char* what;
+    void (*build)(GimData&);
+};
+constexpr Model kModels[] = {
+    {"house", "a small house with a track for each submesh", BuildHouse},
+    {"flag", "a flag that waves in three morph frames", BuildFlag},
+    {"walker", "a figure that is skinned to a skeleton", BuildWalkerBody},
+};
+
+bool RunModel(const std::string& folder, const std::string& copy, const Model& model)
+{
+    const std::string name = model.name;
+    const std::string manifest = folder + "/" + name + ".gim";
+    std::printf("Writing %s to %s\n", model.what, manifest.c_str());
+    GimData built;
+    model.build(built);
+    built.m_meshPath = folder + "/" + name + ".mesh";
+    if (built.Save(manifest.c_str()) != 0)
+        return false;
+
+    std::printf("Loading it back\n\n");
+    GimData loaded;
+    if (loaded.Load(manifest.c_str()) != 0)
+        return false;
+    PrintInfo(manifest, loaded);
+
+    std::printf("\nSaving it to %s\n\n", copy.c_str());
+    loaded.m_meshPath = copy + "/" + name + ".mesh";
+    const bool same =
+        loaded.Save((copy + "/" + name + ".gim").c_str()) == 0 &&
+        SameFiles(folder, copy, {name + ".gim", name + ".mesh", name + ".mtg", name + "_music.ags"});
+    std::printf("\n");
+    return same;
+}
+
+bool RunSkeleton(const std::string& folder, const std::string& copy)
+{
+    const std::string path = folder + "/walker.gis";
+    std::printf("Writing a walking stick figure to %s\n", path.c_str());
+    GisData walker;
+    BuildWalker(walker);
+    walker.m_anim.m_path = path;
+    if (walker.Save(path.c_str()) != 0)
+        return false;
+
+    std::printf("Loading it back\n\n");
+    GisData loaded;
+    if (loaded.Load(path.c_str()) != 0)
+        return false;
+    PrintInfo(path, loaded);
+
+    const std::string copyPath = copy + "/walker.gis";
+    std::printf("\nSaving it to %s with its clips in side files, loading that\n\n", copy.c_str());
+    loaded.m_anim.m_path = copyPath;
+    loaded.m_anim.m_async = 1;
+    std::filesystem::create_directory(copy + "/walker_gis");
+    GisData again;
+    if (loaded.Save(copyPath.c_str()) != 0 || again.Load(copyPath.c_str()) != 0)
+        return false;
+    PrintInfo(copyPath, again);
+
+    std::printf("\nSaving that in one file again\n\n");
+    again.m_anim.m_async = 0;
+    return again.Save(copyPath.c_str()) == 0 && SameFiles(folder, copy, {"walker.gis", "walker.ags"});
+}
+
+// Whether the bones of the body stand in the skeleton under the same name, at the same place from their parent.
+bool CheckFit(const std::string& folder)
+{
+    GimData body;
+    if (body.Load((folder + "/walker.gim").c_str()) != 0)
+        return false;
+    GisData skeleton;
+    if (skeleton.Load((folder + "/" + body.GetSkeletonName()).c_str()) != 0)
+        return false;
+    const vlMeshData& mesh = body.m_mesh;
+    const vlAnimData& anim = skeleton.m_anim;
+    int fitting = 0;
+    for (std::uint16_t bone = 0; bone < mesh.m_boneCount; ++bone) {
+        const std::int32_t* ids = anim.m_boneNameIds;
+        const auto at = std::find(ids, ids + anim.m_boneCount, mesh.m_boneNameIds[bone]) - ids;
+        if (at == anim.m_boneCount)
+            continue;
+        const std::uint16_t parent = mesh.m_boneParents[bone];
+        Vector3 place = Vector3{} - TranslationOf(mesh.m_boneMatrices[bone]);
+        if (parent < mesh.m_boneCount)
+            place = place + TranslationOf(mesh.m_boneMatrices[parent]);
+        const Vector3 off = place - anim.m_boneTrans[at].m_pos;
+        fitting += std::max({std::fabs(off.x), std::fabs(off.y), std::fabs(off.z)}) < 1e-6F ? 1 : 0;
+    }
+    std::printf("\n%d of %u bones of walker.gim fit %s\n", fitting, mesh.m_boneCount,
+                body.GetSkeletonName().c_str());
+    return fitting == mesh.m_boneCount;
+}
+
+// Writes three models and an animated skeleton into folder, loads them, prints them, saves them to folder/copy and
+// compares; then shows the forms of rotation keys. False if any of it failed.
+bool RunDemo(const std::string& folder)
+{
+    const std::string copy = folder + "/copy";
+    std::error_code error;
+    std::filesystem::create_directories(copy, error);
+    if (error) {
+        std::fprintf(stderr, "%s: %s\n", copy.c_str(), error.message().c_str());
+        return false;
+    }
+    for (const Model& model : kModels)
+        if (!RunModel(folder, copy, model))
+            return false;
+    if (!RunSkeleton(folder, copy) || !CheckFit(folder))
+        return false;
+    std::printf("\n");
+    return PrintKeyForms();
+}
+
+}  // namespace
+
+void AddDemo(CLI::App& app, std::function<int()>& run)
+{
+    const auto folder = std::make_shared<std::string>("demo");
+    CLI::App* demo =
+        app.add_subcommand("demo", "Write small models, load them, print them, save copies, compare");
+    demo->add_option("FOLDER", *folder, "Where to write it")->capture_default_str();
+    demo->footer(R"(Examples:
+  vlgim demo             in the folder demo, which is made if need be
+  vlgim demo try)");
+    demo->callback([folder, &run] { run = [folder] { return RunDemo(*folder) ? kClean : kFindings; }; });
+}
+
+}  // namespace vela::vlgim::tools

@@ -1,0 +1,186 @@
+#include "batch/Inputs.h"
+#include "batch/Many.h"
+#include "commands/Commands.h"
+#include "report/CodeNames.h"
+#include "report/Json.h"
+#include "report/Print.h"
+#include "upgrade/UpgradeFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+
+namespace vela::vlgim::tools {
+
+namespace {
+
+struct Options {
+    std::vector<std::string> paths;
+    UpgradeOptions upgrade;
+    unsigned jobs = DefaultJobs();
+    bool isJson = false;
+};
+
+void PrintJson(const UpgradeResult& result)
+{
+    const auto version = [](const std::string& text) { return text.empty() ? Json() : Json(text); };
+    Json line = BeginLine("upgrade");
+    line["file"] = Shown(result.file);
+    line["from"] = version(result.from);
+    line["to"] = version(result.to);
+    line["status"] = NameOf(result.status);
+    line["reasons"] = Json::array();
+    for (const Reason& reason : result.reasons)
+        line["reasons"].push_back({{"code", reason.code ? Json(reason.code->name) : Json()},
+                                   {"text", Shown(reason.text)},
+                                   {"count", reason.count}});
+    PrintLine(line);
+}
+
+void PrintReason(const Reason& reason)
+{
+    std::printf("    %s", Shown(reason.text).c_str());
+    if (reason.count > 1)
+        std::printf(", and %zu more", reason.count - 1);
+    if (reason.code)
+        std::printf(" [%s]", reason.code->name);
+    std::printf("\n");
+}
+
+// Whether nothing is against the upgrade but what a save would drop.
+bool IsKeptFromDropping(const UpgradeResult& result)
+{
+    return result.status == UpgradeStatus::Skipped &&
+           std::all_of(result.reasons.begin(), result.reasons.end(),
+                       [](const Reason& reason) { return reason.code && reason.code->isDrop; });
+}
+
+void PrintText(const UpgradeResult& result)
+{
+    if (result.status == UpgradeStatus::Current)
+        return;
+    std::printf("%s: ", Shown(result.file).c_str());
+    if (result.status == UpgradeStatus::Upgraded || result.status == UpgradeStatus::WouldUpgrade)
+        std::printf("%s, %s to %s\n",
+                    result.status == UpgradeStatus::Upgraded ? "upgraded" : "would be upgraded",
+                    result.from.c_str(), result.to.c_str());
+    else
+        std::printf("%s%s\n", NameOf(result.status),
+                    IsKeptFromDropping(result) ? "; --drop CODE allows it" : "");
+    for (const Reason& reason : result.reasons)
+        PrintReason(reason);
+}
+
+class Upgrader {
+public:
+    explicit Upgrader(const Options& options) : m_options(options) {}
+
+    int Run()
+    {
+        Progress finding;
+        const Inputs inputs =
+            FindInputs(m_options.paths, [&finding](std::size_t files) { finding.Found(files); });
+        finding.Erase();
+        const Interruptible interruptible;
+        UpgradePlan plan(inputs.roots);
+        // Manifests first, which tell the submeshes of the meshes.
+        for (const Role role : {Role::Leader, Role::Follower})
+            Plan(inputs, role, plan);
+        if (Interruptible::Signal() == 0)
+            UpgradeAll(plan);
+        EndIfReaderIsGone();
+        PrintSummary();
+        EndIfInterrupted();
+        return Count(UpgradeStatus::Skipped) + Count(UpgradeStatus::Failed) == 0 ? kClean : kFindings;
+    }
+
+private:
+    std::uint64_t& Count(UpgradeStatus status) { return m_counts[static_cast<std::size_t>(status)]; }
+
+    void Plan(const Inputs& inputs, Role role, UpgradePlan& plan) const
+    {
+        std::vector<Input> files;
+        for (const Input& file : inputs.files)
+            if (file.role == role)
+                files.push_back(file);
+        Many<Target> all(m_options.jobs);
+        all.Run(
+            files.size(), [&](std::size_t i) { return TargetOf(files[i], m_options.upgrade.load); },
+            [&plan](std::size_t, const Target& target) {
+                plan.Add(target);
+                return std::uint64_t{0};
+            });
+    }
+
+    void UpgradeAll(const UpgradePlan& plan)
+    {
+        Many<UpgradeResult> all(m_options.jobs);
+        all.Run(
+            plan.Targets().size(),
+            [&](std::size_t i) { return UpgradeFile(plan.Targets()[i], m_options.upgrade); },
+            [&](std::size_t, const UpgradeResult& result) {
+                ++Count(result.status);
+                all.Status().Erase();
+                m_options.isJson ? PrintJson(result) : PrintText(result);
+                return result.bytes;
+            });
+    }
+
+    void PrintSummary()
+    {
+        if (m_options.isJson)
+            return;
+        std::fflush(stdout);
+        const bool isDryRun = m_options.upgrade.isDryRun;
+        const auto count = [this](UpgradeStatus status) { return Grouped(Count(status)); };
+        std::fprintf(stderr, "%s %s, %s skipped, %s failed, %s current\n",
+                     count(isDryRun ? UpgradeStatus::WouldUpgrade : UpgradeStatus::Upgraded).c_str(),
+                     isDryRun ? "would be upgraded" : "upgraded", count(UpgradeStatus::Skipped).c_str(),
+                     count(UpgradeStatus::Failed).c_str(), count(UpgradeStatus::Current).c_str());
+    }
+
+    const Options& m_options;
+    std::array<std::uint64_t, 5> m_counts{};
+};
+
+// Of all codes, those alone of what a save drops.
+std::string WhyNoDrop(const std::string& name)
+{
+    const FindingCode* code = FindFindingCode(name);
+    return !code || code->isDrop ? "" : "a save drops nothing of what '" + name + "' names";
+}
+
+}  // namespace
+
+void AddUpgrade(CLI::App& app, std::function<int()>& run)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* upgrade = app.add_subcommand("upgrade", "Save old meshes and tracks in the newest form");
+    upgrade
+        ->add_option("PATH", options->paths,
+                     "Models, meshes, tracks; folders, with all below them; -: a list of both on stdin")
+        ->required();
+    upgrade->add_flag("-n,--dry-run", options->upgrade.isDryRun, "Say what would change, and write nothing");
+    AddCodeOption(*upgrade, "--drop", options->upgrade.drop,
+                  "Let a save drop what findings of this code name; `vlgim codes` tells which do")
+        ->check(CLI::Validator(WhyNoDrop, ""));
+    upgrade->add_flag("--json", options->isJson,
+                      "Print one JSON object a file and line, as share/vlgim/vlgim.schema.json describes it");
+    AddLoadOptions(*upgrade, options->upgrade.load);
+    AddJobs(*upgrade, options->jobs);
+    upgrade->footer(R"(A model stands for the mesh that it names. A file with errors is skipped, and so is one
+in which a save would drop something. Nothing outside of the given folders is written,
+nor outside of the folder of a file that is given, whatever path a manifest names.
+
+Exit code: 0 all that is old was upgraded, or would be; 1 files were skipped, or failed;
+2 wrong usage.
+
+Examples:
+  vlgim upgrade --dry-run res              what would change below res
+  vlgim upgrade --drop save-drops-anim-bi,save-drops-key-records res
+  find char -name '*.gim' | vlgim upgrade --base res/ --json -)");
+    upgrade->callback([options, &run] { run = [options] { return Upgrader(*options).Run(); }; });
+}
+
+}  // namespace vela::vlgim::tools

@@ -1,0 +1,97 @@
+#include "demo/House.h"
+
+#include "demo/MeshBuilder.h"
+#include "demo/Parts.h"
+
+#include <cmath>
+#include <iterator>
+
+namespace vela::vlgim::tools {
+
+namespace {
+
+constexpr const char* kSubmeshes[] = {"walls", "roof", "door"};
+constexpr Vector3 kHinge{-0.5F, 0, 2};
+
+void BuildMesh(vlMeshVertexData& mesh)
+{
+    MeshBuilder house;
+    house.BeginSubmesh(2, false);
+    house.Box({-3, 0, -2}, {3, 3, 2});
+    house.Face({{3, 3, 2}, {3, 3, -2}, {3, 5, 0}});
+    house.Face({{-3, 3, -2}, {-3, 3, 2}, {-3, 5, 0}});
+    house.Box({1.5F, 3.5F, -1.25F}, {2, 5.5F, -0.75F});  // chimney
+
+    house.BeginSubmesh(1, true);
+    house.Face({{-3.5F, 2.75F, 2.25F}, {3.5F, 2.75F, 2.25F}, {3.5F, 5, 0}, {-3.5F, 5, 0}}, 0xFF3030B0);
+    house.Face({{3.5F, 2.75F, -2.25F}, {-3.5F, 2.75F, -2.25F}, {-3.5F, 5, 0}, {3.5F, 5, 0}},
+               0xFF306050);  // mossy
+
+    house.BeginSubmesh(1, false);
+    house.Box(kHinge, {0.5F, 2, 2.0625F});
+    house.Fill(mesh);
+}
+
+vlTrackData Track(const char* name, unsigned short keyCount, unsigned length)
+{
+    vlTrackData track;
+    SetName(track.m_name, name);
+    track.m_times.SetKeyTimes(keyCount, length);
+    track.m_channelCount = 1;
+    track.m_channels = std::make_shared<vlTransKeysData[]>(1);
+    return track;
+}
+
+vlTrackData StillTrack(const char* name)
+{
+    vlTrackData track = Track(name, 1, 0);
+    track.m_channels[0] = RestingChannel(1, false, false);
+    return track;
+}
+
+// Turns about the hinge. A transform turns about the model's origin, so its position makes up for the difference:
+// hinge minus turned hinge.
+vlTrackData SwingTrack(const char* name)
+{
+    constexpr float angles[] = {0, -0.6F, -1.2F, -1.4F, -0.7F, 0};  // radians about y; outwards
+    constexpr auto keyCount = static_cast<unsigned short>(std::size(angles));
+    vlTrackData track = Track(name, keyCount, 60);
+    track.m_channels[0] = RestingChannel(keyCount, true, true);
+    float* position = track.m_channels[0].m_pos.get();
+    float* rotation = track.m_channels[0].m_rot.get();
+    for (const float angle : angles) {
+        const float sine = std::sin(angle), cosine = std::cos(angle);
+        position[0] = kHinge.x - (cosine * kHinge.x + sine * kHinge.z);
+        position[2] = kHinge.z - (cosine * kHinge.z - sine * kHinge.x);
+        rotation[1] = std::sin(angle / 2);
+        rotation[3] = std::cos(angle / 2);
+        position += 3;
+        rotation += 4;
+    }
+    return track;
+}
+
+}  // namespace
+
+void BuildHouse(GimData& model)
+{
+    vlMeshData& mesh = model.m_mesh;
+    mesh.m_submeshCount = static_cast<std::uint32_t>(std::size(kSubmeshes));
+    mesh.m_vertexData = std::make_shared<vlMeshVertexData>();
+    BuildMesh(*mesh.m_vertexData);
+    mesh.m_hasTracks = 1;
+    mesh.m_tracks = std::make_shared<vlTrackData[]>(std::size(kSubmeshes));
+    mesh.m_tracks[0] = StillTrack(kSubmeshes[0]);
+    mesh.m_tracks[1] = StillTrack(kSubmeshes[1]);
+    mesh.m_tracks[2] = SwingTrack(kSubmeshes[2]);
+
+    BuildManifest(model, {kSubmeshes[0], kSubmeshes[1], kSubmeshes[2]});
+    AppendMaterial(model, "plaster",
+                   {{"Color", "0.9,0.86,0.78"}, {"Roughness", "0.9"}, {"Texture", "plaster.png"}});
+    AppendMaterial(model, "tiles",
+                   {{"Color", "0.7,0.2,0.15"}, {"Roughness", "0.7"}, {"Texture", "tiles.png"}});
+    AppendMaterial(model, "oak", {{"Color", "0.35,0.22,0.1"}, {"Gloss", "0.4"}});
+    BuildMusic(model, "door_creak", "0.8");
+}
+
+}  // namespace vela::vlgim::tools

@@ -1,0 +1,21 @@
+#include "report/Terminal.h"
+
+#include <cstdlib>
+#include <string_view>
+#include <unistd.h>
+
+namespace vela::vlgim::tools {
+
+bool CanRewrite(std::FILE* stream)
+{
+    const char* kind = std::getenv("TERM");
+    return ::isatty(::fileno(stream)) == 1 && kind && std::string_view(kind) != "dumb";
+}
+
+bool CanColor(std::FILE* stream)
+{
+    const char* noColor = std::getenv("NO_COLOR");
+    return CanRewrite(stream) && (!noColor || !*noColor);
+}
+
+}  // namespace vela::vlgim::tools

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "batch/Inputs.h"
+#include "batch/Many.h"
+#include "report/Load.h"
+
+#include <vlgim/Findings.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace vela::vlgim::tools {
+
+/// A file to save in the newest form, or one that is not and has to be named.
+struct Target {
+    std::string path;  ///< as it was given, or as the manifest gives it
+    std::string real;  ///< behind all links; empty where there is no such file
+    FileKind kind = FileKind::Unknown;
+    std::optional<std::uint32_t> submeshes;  ///< of a mesh, as its manifest says
+    std::string manifest;                    ///< that names the mesh; empty: it was given itself
+    std::string trouble;                     ///< why it is not to be touched; empty: it may be
+    std::string failure;                     ///< why it can't be read; empty: it may be tried
+};
+
+/// What an input leads to: a model to its mesh. Reads only, and throws nothing.
+Target TargetOf(const Input& input, const LoadOptions& options);
+
+/// Files to upgrade, each once, however often and under whatever names it is named.
+class UpgradePlan {
+public:
+    /// roots  folders outside of which nothing is written, as Inputs gives them
+    explicit UpgradePlan(const std::vector<std::string>& roots);
+
+    /// A mesh that lies outside of the roots, and one whose manifests do not agree on its submeshes, is in the plan as
+    /// one that is not to be touched.
+    void Add(const Target& target);
+
+    const std::vector<Target>& Targets() const { return m_targets; }
+
+private:
+    bool IsInside(const std::string& real) const;
+
+    std::vector<std::string> m_roots;
+    std::vector<Target> m_targets;
+    std::unordered_map<std::string, std::size_t> m_byPlace;
+};
+
+}  // namespace vela::vlgim::tools
