@@ -63,7 +63,7 @@ void PrintInfo(const std::string& path, const GisData& skeleton)
 void PrintInfo(const std::string& path, const vlTrackData& track)
 {
     std::printf("%s\n", Shown(path).c_str());
-    Row("version", "0x%X", track.m_version);
+    Row("version", "%s", Hex(track.m_version).c_str());
     Row("name", "%s", Shown(track.m_name).c_str());
     Row("keys", "%u, length %g", track.GetKeyCount(), track.m_times.GetLength());
     Row("channels", "%u", track.m_channelCount);

@@ -4,7 +4,6 @@
 #include "report/MeshFacts.h"
 #include "report/Print.h"
 
-#include <cstdio>
 #include <map>
 
 namespace vela::vlgim::tools {
@@ -261,13 +260,10 @@ Json InfoLine(const std::string& path, const GimData& model)
 
 Json InfoLine(const std::string& path, const MeshFile& file)
 {
-    char magic[12];
-    std::snprintf(magic, sizeof magic, "%02X %02X %02X %02X", file.magic[0], file.magic[1], file.magic[2],
-                  file.magic[3]);
     Json line = BeginLine("mesh");
     line["file"] = Shown(path);
     line["bytes"] = file.size;
-    line["magic"] = magic;
+    line["magic"] = HexBytes(file.magic);
     line["mesh"] = MeshJson(file.mesh, file.countSource);
     return line;
 }

@@ -157,7 +157,7 @@ void PrintMesh(const vlMeshData& mesh, const std::string& countSource,
 {
     const vlMeshVertexData& vertices = *mesh.m_vertexData;
     const MeshFacts facts = GatherFacts(mesh);
-    Row("version", "0x%X, pack mode %u", mesh.m_version, mesh.m_packMode);
+    Row("version", "%s, pack mode %u", Hex(mesh.m_version).c_str(), mesh.m_packMode);
     Row("kind", "%s", Kind(mesh.m_skeletonFlag).c_str());
     Row("submeshes", "%u, %s", mesh.m_submeshCount, countSource.c_str());
     Row("vertices", "%s", Grouped(vertices.m_vertexCount).c_str());

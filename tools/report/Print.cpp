@@ -63,6 +63,17 @@ std::string Hex(std::uint32_t number)
     return text;
 }
 
+std::string HexBytes(std::span<const unsigned char> bytes)
+{
+    std::string text;
+    for (const unsigned char byte : bytes) {
+        char digits[4];
+        std::snprintf(digits, sizeof digits, "%02X ", byte);
+        text += digits;
+    }
+    return text.substr(0, text.empty() ? 0 : text.size() - 1);
+}
+
 std::string Grouped(std::uint64_t number)
 {
     std::string text = std::to_string(number);

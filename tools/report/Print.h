@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,9 @@ void Row(const char* label, const char* format, ...) __attribute__((format(print
 
 /// 327684 as "0x50004".
 std::string Hex(std::uint32_t number);
+
+/// Bytes as "34 80 C8 BB".
+std::string HexBytes(std::span<const unsigned char> bytes);
 
 /// 1234567 as "1,234,567".
 std::string Grouped(std::uint64_t number);
