@@ -1,11 +1,11 @@
 #include "commands/Commands.h"
-#include "commands/Info.h"
 #include "demo/Flag.h"
 #include "demo/House.h"
 #include "demo/KeyForms.h"
 #include "demo/MeshBuilder.h"
 #include "demo/Walker.h"
 #include "report/AnimInfo.h"
+#include "report/ModelInfo.h"
 
 #include <vlio2/FileStream.h>
 
