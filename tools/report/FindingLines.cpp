@@ -4,6 +4,9 @@
 #include "report/Json.h"
 #include "report/Print.h"
 
+#include <algorithm>
+#include <string_view>
+
 namespace vela::vlgim::tools {
 
 namespace {
@@ -20,8 +23,12 @@ const char* ColorOf(Severity severity)
     }
 }
 
-}  // namespace
+bool Holds(const std::vector<std::string>& codes, const FindingCode& code)
+{
+    return std::find(codes.begin(), codes.end(), code.name) != codes.end();
+}
 
+// As compilers print theirs, so that editors find the place.
 std::string TextLine(const Finding& finding, bool isColored)
 {
     std::string text = Shown(finding.file);
@@ -51,6 +58,24 @@ std::string JsonLine(const Finding& finding)
     }
     line["text"] = Shown(finding.text);
     return line.dump();
+}
+
+}  // namespace
+
+bool FindingFormat::Wants(const FindingCode& code) const
+{
+    // A file that can't be read was not checked for anything, so that it has to be named all the same.
+    return !Holds(ignore, code) && (only.empty() || Holds(only, code) || IsUnreadable(code));
+}
+
+std::string FindingFormat::Line(const Finding& finding) const
+{
+    return isJson ? JsonLine(finding) : TextLine(finding, isColored);
+}
+
+bool IsUnreadable(const FindingCode& code)
+{
+    return code.name == std::string_view("unreadable");
 }
 
 std::string PlaceIn(const Finding& finding)
