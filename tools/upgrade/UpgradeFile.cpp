@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <exception>
 #include <string_view>
+#include <tuple>
 
 namespace vela::vlgim::tools {
 
@@ -22,17 +23,30 @@ bool IsCurrent(const vlTrackData& track)
     return track.m_version == vlTrackData().m_version;
 }
 
-// Whether two meshes have as many of everything.
-bool HaveSameCounts(const vlMeshData& a, const vlMeshData& b)
+auto CountsOf(const vlMeshData& mesh)
 {
-    const auto counts = [](const vlMeshData& mesh) {
-        return std::tuple(mesh.m_vertexData->m_vertexCount, mesh.m_vertexData->m_triangleCount,
-                          mesh.m_vertexData->m_frameCount, mesh.m_boneCount, mesh.m_originalData.size());
-    };
-    return counts(a) == counts(b);
+    return std::tuple(mesh.m_vertexData->m_vertexCount, mesh.m_vertexData->m_triangleCount,
+                      mesh.m_vertexData->m_frameCount, mesh.m_boneCount, mesh.m_originalData.size());
 }
 
-// One file on its way; each step gives false where the result stands and no other is needed.
+auto CountsOf(const vlTrackData& track)
+{
+    return std::tuple(track.GetKeyCount(), track.m_channelCount);
+}
+
+// Whether what was read again is in the newest form and as large as what was saved.
+template <class Data>
+bool IsUpgradeOf(const Data& saved, const Data& data)
+{
+    return IsCurrent(saved) && CountsOf(saved) == CountsOf(data);
+}
+
+bool IsSaveChange(const FindingCode& code)
+{
+    return std::string_view(code.name).starts_with("save-");
+}
+
+// The upgrade of one file. A step gives false where the result is final.
 class Upgrade {
 public:
     Upgrade(const Target& target, const UpgradeOptions& options) : m_target(target), m_options(options)
@@ -60,50 +74,63 @@ private:
 
     void RunMesh()
     {
+        const Messages unused;  // The check below says the same in findings.
         vlio::Bytes image;
-        if (!vlio::FileStream::ReadAllBinary(m_target.real.c_str(), image, vlio::FILE_SYSTEM_MODEL))
+        if (!ReadImage(image))
             return Stop(UpgradeStatus::Failed, "the file can't be read");
         m_result.bytes = image.size();
-        vlMeshData mesh;
-        Messages messages;
-        constexpr std::size_t headerSize = 10;
-        mesh.ReadMeshFile(image.data(), std::min(image.size(), headerSize));
-        if (!Begin(mesh, image.size() >= headerSize))
+        if (!BeginMesh(image))
             return;
         const std::optional<std::uint32_t> submeshes = FindSubmeshes(image);
-        if (!submeshes || !MayBeSaved(submeshes))
-            return;
-        if (m_options.isDryRun)
-            return;
-        mesh.m_submeshCount = *submeshes;
-        Messages saving;
-        if (!mesh.ReadMeshFile(image.data(), image.size()) || mesh.WriteMeshFile(m_target.real.c_str()) != 0)
-            return Stop(UpgradeStatus::Failed, saving.Text());
-        vlMeshData again;
-        again.m_submeshCount = *submeshes;
-        const bool isThere =
-            vlio::FileStream::ReadAllBinary(m_target.real.c_str(), image, vlio::FILE_SYSTEM_MODEL) &&
-            again.ReadMeshFile(image.data(), image.size()) && IsCurrent(again) && HaveSameCounts(mesh, again);
-        Finish(isThere, saving);
+        if (submeshes && MayBeSaved(submeshes) && !m_options.isDryRun)
+            SaveMesh(image, *submeshes);
     }
 
     void RunTrack()
     {
+        const Messages messages;
         vlTrackData track;
-        Messages messages;
-        const bool isRead = track.Load(m_target.real.c_str());
-        if (!isRead)
+        if (!track.Load(m_target.real.c_str()))
             return Stop(UpgradeStatus::Failed, messages.Text());
-        if (!Begin(track, true) || !MayBeSaved(std::nullopt) || m_options.isDryRun)
-            return;
-        Messages saving;
+        if (Begin(track, true) && MayBeSaved(std::nullopt) && !m_options.isDryRun)
+            SaveTrack(track);
+    }
+
+    bool ReadImage(vlio::Bytes& image) const
+    {
+        return vlio::FileStream::ReadAllBinary(m_target.real.c_str(), image, vlio::FILE_SYSTEM_MODEL);
+    }
+
+    // Reads the header alone, so that a mesh that is current already costs no more. That read is refused where the header
+    // ends, and the version and pack mode are set by then.
+    bool BeginMesh(const vlio::Bytes& image)
+    {
+        constexpr std::size_t headerSize = 10;
+        vlMeshData mesh;
+        mesh.ReadMeshFile(image.data(), std::min(image.size(), headerSize));
+        return Begin(mesh, image.size() >= headerSize);
+    }
+
+    // Leaves what was saved in image, so that two images are never in memory.
+    void SaveMesh(vlio::Bytes& image, std::uint32_t submeshes)
+    {
+        const Messages saving;
+        vlMeshData mesh, saved;
+        mesh.m_submeshCount = saved.m_submeshCount = submeshes;
+        if (!mesh.ReadMeshFile(image.data(), image.size()) || mesh.WriteMeshFile(m_target.real.c_str()) != 0)
+            return Stop(UpgradeStatus::Failed, saving.Text());
+        Finish(ReadImage(image) && saved.ReadMeshFile(image.data(), image.size()) && IsUpgradeOf(saved, mesh),
+               saving);
+    }
+
+    void SaveTrack(vlTrackData& track)
+    {
+        const Messages saving;
         track.Save(m_target.real.c_str());
         if (saving.HasErrors())
             return Stop(UpgradeStatus::Failed, saving.Text());
-        vlTrackData again;
-        Finish(again.Load(m_target.real.c_str()) && IsCurrent(again) &&
-                   again.GetKeyCount() == track.GetKeyCount() && again.m_channelCount == track.m_channelCount,
-               saving);
+        vlTrackData saved;
+        Finish(saved.Load(m_target.real.c_str()) && IsUpgradeOf(saved, track), saving);
     }
 
     // Whether the file is old, and may be touched.
@@ -121,47 +148,45 @@ private:
         return m_target.trouble.empty();
     }
 
-    // As many as the manifest says, if there is one. A file in which every block ends where the next begins with another
-    // number alone is not the one that the manifest means, and would be saved as rubbish.
+    // As many as the manifest says, if there is one. None: the result stands.
     std::optional<std::uint32_t> FindSubmeshes(const vlio::Bytes& image)
     {
-        std::optional<std::uint32_t> count = m_target.submeshes;
-        if (!count) {
-            const Messages messages;
-            const std::optional<SubmeshCount> found = FindSubmeshCount(m_target.path, image, m_options.load);
-            if (!found) {
-                Stop(UpgradeStatus::Skipped, messages.Text());
-                return std::nullopt;
-            }
-            count = found->count;
-        }
+        if (m_target.submeshes)
+            return IfItFits(*m_target.submeshes, image);
+        const Messages messages;
+        const std::optional<SubmeshCount> found = FindSubmeshCount(m_target.path, image, m_options.load);
+        if (found)
+            return IfItFits(found->count, image);
+        Stop(UpgradeStatus::Skipped, messages.Text());
+        return std::nullopt;
+    }
+
+    // Where only other counts let every block end at the next one, the mesh is not the one that the manifest means, and
+    // a save would spoil it.
+    std::optional<std::uint32_t> IfItFits(std::uint32_t count, const vlio::Bytes& image)
+    {
         const std::vector<std::uint32_t> fitting =
             vlMeshData::FittingSubmeshCounts(image.data(), image.size());
-        if (fitting.empty() || std::find(fitting.begin(), fitting.end(), *count) != fitting.end())
+        if (fitting.empty() || std::find(fitting.begin(), fitting.end(), count) != fitting.end())
             return count;
-        Stop(UpgradeStatus::Skipped, "it should have " + Counted(*count, "submesh", "submeshes") +
+        Stop(UpgradeStatus::Skipped, "it should have " + Counted(count, "submesh", "submeshes") +
                                          ", and the file itself fits " + std::to_string(fitting[0]));
         return std::nullopt;
     }
 
+    // Leaves in the result what is against a save, or else what a save changes.
     bool MayBeSaved(std::optional<std::uint32_t> submeshes)
     {
         CheckOptions options;
         options.submeshCount = submeshes;
         const CheckResult check = CheckFile(m_target.real.c_str(), options);
         m_result.bytes += check.bytes;
-        for (const Finding& finding : check.findings)
-            if (IsAgainst(*finding.code))
-                AddReason(finding);
-        if (!m_result.reasons.empty()) {
-            m_result.status = UpgradeStatus::Skipped;
-            return false;
-        }
-        for (const Finding& finding : check.findings)
-            if (std::string_view(finding.code->name).starts_with("save-"))
-                AddReason(finding);
-        m_result.status = UpgradeStatus::WouldUpgrade;
-        return true;
+        AddReasons(check, [this](const FindingCode& code) { return IsAgainst(code); });
+        const bool mayBeSaved = m_result.reasons.empty();
+        if (mayBeSaved)
+            AddReasons(check, IsSaveChange);
+        m_result.status = mayBeSaved ? UpgradeStatus::WouldUpgrade : UpgradeStatus::Skipped;
+        return mayBeSaved;
     }
 
     bool IsAgainst(const FindingCode& code) const
@@ -169,6 +194,14 @@ private:
         const auto& drop = m_options.drop;
         return code.severity == Severity::Error || code.name == std::string_view("save-refused") ||
                (code.isDrop && std::find(drop.begin(), drop.end(), code.name) == drop.end());
+    }
+
+    template <class IsWanted>
+    void AddReasons(const CheckResult& check, const IsWanted& isWanted)
+    {
+        for (const Finding& finding : check.findings)
+            if (isWanted(*finding.code))
+                AddReason(finding);
     }
 
     void AddReason(const Finding& finding)
