@@ -1,11 +1,10 @@
 # A relocatable package: find_package(vlgim) and pkg-config --cflags --libs vlgim both find it.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS vlgim EXPORT vlgimTargets)
+install(TARGETS vlgim EXPORT vlgimTargets
+  FILE_SET HEADERS
+  FILE_SET services DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vlgim/services)
 install(EXPORT vlgimTargets NAMESPACE vlgim:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/vlgim)
-install(DIRECTORY include/vlgim DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY services/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vlgim/services FILES_MATCHING PATTERN "*.h"
-  PATTERN "XmlScan.h" EXCLUDE)
 
 configure_package_config_file(cmake/vlgimConfig.cmake.in vlgimConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/vlgim)
