@@ -2,6 +2,8 @@
 
 #include "support/MeshBytes.h"
 
+#include <anim/AnimFile.h>
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -11,26 +13,19 @@ namespace vela::vlgim::bench {
 
 namespace {
 
-std::shared_ptr<float[]> Array(const std::vector<float>& values)
-{
-    std::shared_ptr<float[]> array = std::make_shared<float[]>(values.size());
-    std::copy(values.begin(), values.end(), array.get());
-    return array;
-}
-
 std::shared_ptr<vlClipData> Clip(unsigned number, unsigned char form)
 {
     auto clip = std::make_shared<vlClipData>();
-    std::snprintf(clip->m_name, sizeof clip->m_name, "clip%u", number);
+    clip->m_name = Name32("clip" + std::to_string(number));
     clip->m_boneCount = kClipBones;
-    clip->m_boneNames = std::make_shared<char[][32]>(kClipBones);
-    clip->m_keys = std::make_shared<vlTransKeysData[]>(kClipBones);
+    clip->m_boneNames = Array<Name32>(kClipBones);
+    clip->m_keys = Array<vlTransKeysData>(kClipBones);
     clip->m_keyLayout = KEY_LAYOUT_SHARED;
     clip->m_compressFlags = form;
     clip->m_keyTimes = std::make_shared<vlKeyTimes>();
     clip->m_keyTimes->SetKeyTimes(kClipKeys, kClipKeys - 1U);
     for (std::uint16_t bone = 0; bone < kClipBones; ++bone) {
-        std::snprintf(clip->m_boneNames[bone], 32, "bone%u", bone);
+        clip->m_boneNames[bone] = Name32("bone" + std::to_string(bone));
         clip->m_keys[bone] = Channel(form);
     }
     return clip;
@@ -77,9 +72,9 @@ vlTransKeysData Channel(unsigned char form)
     channel.m_keyCount = kClipKeys;
     channel.m_compressFlags = form;
     channel.m_posKeyed = channel.m_rotKeyed = channel.m_scaleKeyed = 1;
-    channel.m_pos = Array(vectors);
-    channel.m_rot = Array(rotations);
-    channel.m_scale = Array(vectors);
+    channel.m_pos = vectors;
+    channel.m_rot = rotations;
+    channel.m_scale = vectors;
     return channel;
 }
 
@@ -95,8 +90,8 @@ vlAnimData Animation(unsigned clips, unsigned char form)
 Bytes AnimImage(unsigned clips, unsigned char form)
 {
     vlAnimData anim = Animation(clips, form);
-    return test::Written([&anim](std::FILE* stream) {
-        if (anim.WriteAnimationFile(stream, nullptr) != 0)
+    return test::Written([&anim](vlio::Sink& sink) {
+        if (anim::WriteFile(sink, anim, nullptr))
             std::abort();
     });
 }

@@ -18,11 +18,11 @@ namespace {
 // A clip's channels hold three arrays each, which share one block.
 Pair ClipObjects()
 {
-    const auto make = [block = std::make_shared<float[]>(kClipBytes / sizeof(float))] {
-        const auto channels = std::make_shared_for_overwrite<vlTransKeysData[]>(kClipBones);
+    const auto make = [block = Array<float>(kClipBytes / sizeof(float))] {
+        const auto channels = Array<vlTransKeysData>::ForOverwrite(kClipBones);
         for (unsigned i = 0; i < kClipBones; ++i)
             for (auto array : {&vlTransKeysData::m_pos, &vlTransKeysData::m_rot, &vlTransKeysData::m_scale})
-                channels[i].*array = std::shared_ptr<float[]>(block, block.get() + i);
+                channels[i].*array = block;
         Keep(channels.get());
     };
     return InProcess(make, CopyInUse(kClipBytes));

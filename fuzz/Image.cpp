@@ -105,7 +105,7 @@ void Builder::Channel(const vlTransKeysData& keys, unsigned char compressFlags)
 
 void Builder::Track(const vlTrackData& track)
 {
-    Array("track name", track.m_name, sizeof track.m_name);
+    Array("track name", track.m_name.bytes, Name32::kSize);
     Array("track options", track.m_options, sizeof track.m_options);
     Scalar("track flags", track.m_flags);
     Scalar("channels", track.m_channelCount);
@@ -116,8 +116,8 @@ void Builder::Track(const vlTrackData& track)
 
 void Builder::Clip(const vlClipData& clip, std::uint32_t version)
 {
-    Array("clip name", clip.m_name, sizeof clip.m_name);
-    Array("second clip name", clip.m_name2, sizeof clip.m_name2);
+    Array("clip name", clip.m_name.bytes, Name32::kSize);
+    Array("second clip name", clip.m_name2.bytes, Name32::kSize);
     OptionalArray("bone names", clip.m_boneNames.get(), clip.m_boneNames ? clip.m_boneCount : 0);
     Array("bone name ids", clip.m_boneNameIds, std::size(clip.m_boneNameIds));
     Scalar("attribute word", clip.m_attrWord);

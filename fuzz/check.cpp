@@ -1,6 +1,8 @@
 #include "Input.h"
 #include "Runtime.h"
+#include "support/Bytes.h"
 
+#include <anim/AnimFile.h>
 #include <vlgim/Findings.h>
 #include <vlgim/vlAnimData.h>
 #include <vlgim/vlMeshData.h>
@@ -109,9 +111,9 @@ void CheckAnimationBytes(const Bytes& file)
     if ((isRead && anim.m_async != 0) || Has(result, {"save-refused"}))
         return;
     if (isRead || result.findings.empty() || anim.m_version < 0x60000)
-        ExpectTold(result, isRead, file, Written([&](std::FILE* stream) {
-                       if (isRead)
-                           anim.WriteAnimationFile(stream, {});
+        ExpectTold(result, isRead, file, test::Written([&](vlio::Sink& sink) {
+                       if (isRead && anim.WriteObstacle().result == 0)
+                           static_cast<void>(anim::WriteFile(sink, anim, {}));
                    }));
 }
 

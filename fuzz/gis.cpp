@@ -1,6 +1,10 @@
 #include "Input.h"
 #include "RoundTrip.h"
 #include "Runtime.h"
+#include "support/Bytes.h"
+
+#include <anim/AnimFile.h>
+#include <vlio2/Failures.h>
 
 #include <algorithm>
 #include <map>
@@ -73,35 +77,35 @@ std::string ClipOf(const std::string& path)
 // Empty where the side files can't be made.
 Files Write(vlAnimData& anim)
 {
-    std::map<std::string, MemoryFile> sides;
-    MemoryFile gis;
-    const int result = anim.WriteAnimationFile(gis.Stream(), [&](const char* path) -> std::FILE* {
+    std::map<std::string, test::MemorySink> sinks;
+    const Error error = anim::WriteFile(sinks[""], anim, [&](const std::string& path, vlio::Sink*& sink) {
         const std::string clip = ClipOf(path);
-        return clip.empty() ? nullptr : sides[clip].Stream();
+        if (clip.empty())
+            return vlio::Failure(ErrorKind::NotCreated, 0, path.c_str(), "it lies in a folder of its own");
+        sink = &sinks[clip];
+        return Error();
     });
-    if (result != 0)
-        return {};
-    Files files{{"", gis.Content()}};
-    for (auto& [clip, file] : sides)
-        files[clip] = file.Content();
-    return files;
+    Files files;
+    for (auto& [clip, file] : sinks)
+        files[clip] = std::move(file.content);
+    return error ? Files() : files;
 }
 
 // Whether the names of the clips make files of this folder, each one of its own.
 bool HasPlainNames(const vlAnimData& anim)
 {
     return anim.m_async == 0 || std::all_of(anim.m_clips.begin(), anim.m_clips.end(), [](const auto& clip) {
-               return clip->m_name[0] != 0 &&
-                      std::string_view(clip->m_name).find('/') == std::string_view::npos;
+               const std::string_view name = clip->m_name;
+               return !name.empty() && name.find('/') == std::string_view::npos;
            });
 }
 
 void CheckWriting(vlAnimData& anim)
 {
-    const vlAnimData::Obstacle obstacle = anim.WriteObstacle();
+    const Error why = WhyUnwritable(anim);
     const bool isEmpty = anim.m_clips.empty() && anim.m_boneCount == 0;
-    Check(obstacle.result == 0 || anim.m_async || isEmpty, "what was read " + obstacle.message);
-    if (obstacle.result != 0 || !HasPlainNames(anim))
+    Check(!why || anim.m_async || isEmpty, "what was read can't be written: " + why.Message());
+    if (why || !HasPlainNames(anim))
         return;
     const auto read = [](const Files& files) {
         auto again = Read(files);

@@ -28,7 +28,8 @@ std::unique_ptr<vlMeshData> Read(const Bytes& file, std::uint32_t submeshCount)
 
 void CheckMesh(std::unique_ptr<vlMeshData> mesh)
 {
-    Check(mesh->WriteObstacle().empty(), "a mesh that was read can't be written: " + mesh->WriteObstacle());
+    const Error why = WhyUnwritable(*mesh);
+    Check(!why, "a mesh that was read can't be written: " + why.Message());
     const std::uint32_t subs = mesh->m_submeshCount;
     const auto write = [](vlMeshData& m) {
         return Written([&](std::FILE* stream) { m.WriteMeshFile(stream); });

@@ -3,6 +3,7 @@
 #include "support/AnimBytes.h"
 #include "support/MeshBytes.h"
 
+#include <anim/AnimFile.h>
 #include <vlgim/vlAnimData.h>
 
 #include <cstring>
@@ -210,14 +211,13 @@ Bytes InForm(const Bytes& plain, std::uint8_t flags)
     vlClipData& clip = *anim.m_clips[0];
     clip.m_compressFlags = flags;
     vlTransKeysData& keys = clip.m_keys[0];
-    const float rotations[] = {0, 0, 0, 1, 0.5F, -0.5F, 0.5F, -0.5F};
-    const float scales[] = {1, 1, 1, 2, 0.5F, 1};
     keys.m_rotKeyed = keys.m_scaleKeyed = 1;
-    keys.m_rot = std::shared_ptr<float[]>(new float[8]);
-    keys.m_scale = std::shared_ptr<float[]>(new float[6]);
-    std::memcpy(keys.m_rot.get(), rotations, sizeof rotations);
-    std::memcpy(keys.m_scale.get(), scales, sizeof scales);
-    return Written([&](std::FILE* stream) { anim.WriteAnimationFile(stream, {}); });
+    keys.m_rot = {0, 0, 0, 1, 0.5F, -0.5F, 0.5F, -0.5F};
+    keys.m_scale = {1, 1, 1, 2, 0.5F, 1};
+    return test::Written([&](vlio::Sink& sink) {
+        if (anim::WriteFile(sink, anim, {}))
+            std::abort();
+    });
 }
 
 void SaveAnimations(const std::filesystem::path& folder)

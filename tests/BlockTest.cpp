@@ -16,7 +16,7 @@ const Bytes kBytes{0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08};
 
 BlockReader Reader(const Bytes& bytes)
 {
-    return {bytes.data(), bytes.data() + bytes.size(), "block"};
+    return {bytes.data(), bytes.data() + bytes.size()};
 }
 
 }  // namespace
@@ -25,16 +25,62 @@ TEST(BlockReader, FailsOnceForGood)
 {
     BlockReader in = Reader(kBytes);
     EXPECT_EQ(in.Value<std::uint8_t>(), 1);
-    EXPECT_EQ(in.Value<std::uint16_t>(), 0x0302);
-    in.Enter("list");
-    EXPECT_EQ(in.Array<std::uint32_t>(2), nullptr);
-    EXPECT_EQ(in.Value<std::uint8_t>(), 0) << "there are bytes, but it has failed";
+    {
+        const auto clip = in.Enter(Block::Clip, 2);
+        EXPECT_EQ(in.Value<std::uint16_t>(), 0x0302);
+        const auto bone = in.Enter(Block::Bone, 5);
+        EXPECT_EQ(in.Take(Block::Times, 2, 4), nullptr);
+        EXPECT_EQ(in.Value<std::uint8_t>(), 0) << "there are bytes, but it has failed";
+    }
     in.Seek(0);
-    in.Refuse(1, 2);
+    in.RefuseAt(0, ErrorKind::Limit, 1, 2);
     EXPECT_EQ(in.Position(), nullptr);
-    const Refusal& why = in.WhyRefused();
-    EXPECT_STREQ(why.block, "list");
-    EXPECT_EQ(std::tuple(why.offset, why.needed, why.left), std::tuple(3U, 8U, 5U));
+    EXPECT_EQ(in.WhyRefused().AsError("a.gis").Message(),
+              "a.gis: clip 2 / bone 5 at byte 3: needs 8 bytes, and the file has 5 left");
+
+    BlockReader positions = Reader(kBytes);
+    positions.Take(Block::Positions, 3, 3);
+    EXPECT_EQ(positions.WhyRefused().Path(), "positions") << "a run that is a block of its own";
+    const std::tuple<ErrorKind, std::uint64_t, const char*> refusals[] = {
+        {ErrorKind::Bytes, 9, "an offset points here, and the file has 8 bytes"},
+        {ErrorKind::Limit, 0, "count 7 exceeds the limit of 4"},
+        {ErrorKind::Memory, 0, "needs 7 bytes of memory, and 4 are allowed"}};
+    for (const auto& [kind, offset, text] : refusals) {
+        BlockReader refused = Reader(kBytes);
+        refused.RefuseAt(offset, kind, 7, 4);
+        EXPECT_EQ(refused.WhyRefused().Text(), text);
+    }
+    EXPECT_FALSE(Reader(kBytes).WhyRefused().AsError());
+}
+
+TEST(BlockReader, NotesPlacesAsATree)
+{
+    BlockReader in = Reader(kBytes);
+    BlockMap map;
+    in.Trace(map);
+    {
+        const auto track = in.Enter(Block::Track, 1);
+        in.Value<std::uint8_t>();
+        in.Take(Block::Times, 1, 4);
+        BlockReader copy = in;
+        copy.Take(Block::Indices, 1, 1);
+        const auto channel = in.Enter(Block::Channel, 0);
+        in.Value<std::uint16_t>();
+    }
+    in.Seek(7);
+    in.Take(Block::Colors, 1, 1);
+    const std::tuple<Block, std::uint32_t, std::uint32_t, std::uint64_t, std::uint64_t> expected[] = {
+        {Block::Track, BlockMap::kNone, 3, 0, 7},
+        {Block::Times, 0, 2, 1, 5},
+        {Block::Channel, 0, 3, 5, 7},
+        {Block::Colors, BlockMap::kNone, 4, 7, 8}};
+    ASSERT_EQ(map.places.size(), std::size(expected)) << "a copy notes nothing";
+    for (std::size_t i = 0; i < map.places.size(); ++i) {
+        const BlockMap::Place& place = map.places[i];
+        EXPECT_EQ(std::tuple(place.step.block, place.parent, place.behind, place.offset, place.end),
+                  expected[i])
+            << i;
+    }
 }
 
 TEST(BlockReader, CountsCannotWrap)
@@ -51,7 +97,7 @@ TEST(BlockReader, CountsCannotWrap)
         EXPECT_EQ(in.WhyRefused().left, 0U);
     }
     EXPECT_EQ(Reader(kBytes).Take(2, 4), kBytes.data());
-    BlockReader vouched(kBytes.data(), nullptr, "block");
+    BlockReader vouched(kBytes.data(), nullptr);
     EXPECT_EQ(vouched.Take(8, 1), kBytes.data());
     EXPECT_TRUE(vouched.Spend(std::uint64_t{1} << 60));
 }
@@ -76,9 +122,10 @@ TEST(BlockWriter, PiecesComeOutInOrderAndPlacesCanBePatched)
         for (std::size_t i = 0; i < run; ++i)
             values.push_back(static_cast<unsigned char>(i * 31 % 251));
         Bytes expected{0xEE};
-        const Bytes written = test::Written([&](std::FILE* stream) {
-            std::fputc(0xEE, stream);
-            BlockWriter out(stream, 1);
+        test::MemorySink sink;
+        sink.Write("\xEE", 1);
+        {
+            BlockWriter out(sink, 1);
             for (int round = 0; round < 3; ++round) {
                 const std::uint64_t place = out.Position();
                 EXPECT_EQ(place, expected.size());
@@ -86,14 +133,22 @@ TEST(BlockWriter, PiecesComeOutInOrderAndPlacesCanBePatched)
                 out.Value(std::uint16_t{0x0201});
                 out.Run(values.data(), values.size());
                 out.Patch(place, 0x44332211);
-                EXPECT_EQ(std::ftell(stream), static_cast<long>(place + 4)) << run;
                 expected.insert(expected.end(), {0x11, 0x22, 0x33, 0x44, 1, 2});
                 expected.insert(expected.end(), values.begin(), values.end());
-                std::fseek(stream, 0, SEEK_END);
             }
-        });
-        EXPECT_TRUE(written == expected) << run;
+        }
+        EXPECT_TRUE(sink.content == expected) << run;
     }
+    test::MemorySink sink;
+    const Bytes run(2 * kPiece + 1);
+    {
+        BlockWriter out(sink);
+        out.Value(std::uint32_t{0});
+        out.Run(run.data(), kPiece - 1);
+        out.Run(run.data(), run.size());
+        out.Value(std::uint16_t{0});
+    }
+    EXPECT_EQ(sink.pieces, (std::vector<std::size_t>{kPiece, 3, run.size(), 2}));
 }
 
 TEST(ArrayBlock, ArraysAreAlignedApartAndKeepTheBlockAlive)
@@ -123,7 +178,7 @@ TEST(ArrayBlock, RefusesWhatPassesTheBudget)
         block.Plan<char>(100);
         block.Plan<double>(count);
         block.Plan<double>(2);
-        BlockReader in = Reader(kBytes), vouched(kBytes.data(), nullptr, "block");
+        BlockReader in = Reader(kBytes), vouched(kBytes.data(), nullptr);
         EXPECT_FALSE(block.Allocate(in)) << count;
         EXPECT_TRUE(in.Failed());
         if (count > UINT64_MAX / 8) {

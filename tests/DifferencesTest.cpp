@@ -63,9 +63,8 @@ vlMeshSkelVertexData& SkinOf(vlMeshData& mesh)
 // Gives a component one more key: two that are alike.
 void Repeat(vlTransKeysData& keys)
 {
-    const float* key = keys.m_rot.get();
-    keys.m_rot = std::shared_ptr<float[]>(
-        new float[8]{key[0], key[1], key[2], key[3], key[0], key[1], key[2], key[3]});
+    const Array<float> key = keys.m_rot;
+    keys.m_rot = {key[0], key[1], key[2], key[3], key[0], key[1], key[2], key[3]};
     keys.m_rotKeyed = 1;
 }
 
@@ -110,7 +109,7 @@ TEST(Differences, EachFieldOfAMesh)
         {"track of submesh 1 / flags: 0x7 / 0x1", [](M& m) { m.m_tracks[1].m_flags = 1; }},
         {"bone 'arm.l' / parent: root / arm.l", [](M& m) { m.m_boneParents[0] = 0; }},
         {"bone 'root' / parent: 65535 / 7", [](M& m) { m.m_boneParents[1] = 7; }},
-        {"bone 'root' / name: root / hip", [](M& m) { std::strcpy(m.m_boneNames[1], "hip"); }},
+        {"bone 'root' / name: root / hip", [](M& m) { m.m_boneNames[1] = Name32("hip"); }},
         {"bone 'root' / bounds at value 6: 13 / 5", [](M& m) { m.m_boneBounds[1].m_radius = 5; }},
         {"bone 'root' / matrix at value 7: 123 / NaN", [](M& m) { m.m_boneMatrices[1].m[1][3] = kNaN; }},
         {"bone bounds:  / -", [](M& m) { m.m_boneBounds = nullptr; }},
@@ -184,7 +183,7 @@ TEST(Differences, EachFieldOfATrack)
     using T = vlTrackData;
     const Change<T> changes[] = {
         {"version: 0x10001 / 0x10000", [](T& t) { t.m_version = 0x10000; }},
-        {"name: door / gate", [](T& t) { std::strcpy(t.m_name, "gate"); }},
+        {"name: door / gate", [](T& t) { t.m_name = Name32("gate"); }},
         {"options: (9, 8, 7, 6) / (9, 8, 7, 1)", [](T& t) { t.m_options[3] = 1; }},
         {"flags: 0x7 / 0x10", [](T& t) { t.m_flags = 16; }},
         {"key count: 2 / 1", [](T& t) { t.m_times.m_count = 1; }},
@@ -213,16 +212,15 @@ TEST(Differences, EachFieldOfAnAnimation)
         {"side files: 0 / 1", [](A& a) { a.m_async = 1; }},
         {"bones:  / -", [](A& a) { a.m_boneCount = 0; }},
         {"bone 'head':  / -", [](A& a) { a.m_boneCount = 1; }},
-        {"bone 'hip' / name: hip / hips", [](A& a) { std::strcpy(a.m_boneNames[0], "hips"); }},
+        {"bone 'hip' / name: hip / hips", [](A& a) { a.m_boneNames[0] = Name32("hips"); }},
         {"bone 'head' / reference position: (1, 2, 3) / (1, 2, 0)",
          [](A& a) { a.m_boneTrans[1].m_pos.z = 0; }},
         {"bone 'head' / reference rotation: (0, 0, 0, 1) / (1, 0, 0, 1)",
          [](A& a) { a.m_boneTrans[1].m_rot.x = 1; }},
         {"bone 'head' / reference scale: (1, 1, 1) / (1, 3, 1)",
          [](A& a) { a.m_boneTrans[1].m_scale.y = 3; }},
-        {"clip 'walk' / name: walk / Walk", [](A& a) { std::strcpy(a.m_clips[0]->m_name, "Walk"); }},
-        {"clip 'walk' / second name: second / first",
-         [](A& a) { std::strcpy(a.m_clips[0]->m_name2, "first"); }},
+        {"clip 'walk' / name: walk / Walk", [](A& a) { a.m_clips[0]->m_name = Name32("Walk"); }},
+        {"clip 'walk' / second name: second / first", [](A& a) { a.m_clips[0]->m_name2 = Name32("first"); }},
         {"clip 'run' / attribute word: 0x1020304 / 0x0", [](A& a) { a.m_clips[1]->m_attrWord = 0; }},
         {"clip 'run' / attribute byte 0: 5 / 0", [](A& a) { a.m_clips[1]->m_attrByte0 = 0; }},
         {"clip 'run' / attribute byte 1: 6 / 0", [](A& a) { a.m_clips[1]->m_attrByte1 = 0; }},
@@ -234,7 +232,7 @@ TEST(Differences, EachFieldOfAnAnimation)
         {"clip 'run' / length: 10 / 12", [](A& a) { a.m_clips[1]->m_length = 12; }},
         {"clip 'run' / bone 'Head':  / -", [](A& a) { a.m_clips[1]->m_boneCount = 1; }},
         {"clip 'run' / bone 'Head' / name: Head / head",
-         [](A& a) { std::strcpy(a.m_clips[1]->m_boneNames[1], "head"); }},
+         [](A& a) { a.m_clips[1]->m_boneNames[1] = Name32("head"); }},
         {"clip 'run' / bone 'hip' / key count: 2 / 1", [](A& a) { a.m_clips[1]->m_boneKeyCounts[0] = 1; }},
         {"clip 'run' / bone 'hip' / key times at key 1: 10 / 11",
          [](A& a) { a.m_clips[1]->m_boneKeyTimes[0][1] = 11, a.m_clips[1]->m_length = 11; }},
@@ -292,15 +290,14 @@ void InsertBone(vlMeshData& mesh)
 {
     const std::uint16_t count = mesh.m_boneCount++;
     const auto grown = [count](auto& array) {
-        using T = std::remove_reference_t<decltype(array[0])>;
-        std::shared_ptr<T[]> more(new T[count + 1U]());
-        std::memcpy(static_cast<void*>(&more[1]), &array[0], count * sizeof(T));
+        std::remove_reference_t<decltype(array)> more(count + 1U);
+        std::copy_n(array.begin(), count, more.begin() + 1);
         array = more;
     };
     grown(mesh.m_boneNames);
     grown(mesh.m_boneBounds);
     grown(mesh.m_boneMatrices);
-    std::strcpy(mesh.m_boneNames[0], "new");
+    mesh.m_boneNames[0] = Name32("new");
     mesh.m_boneParents.insert(mesh.m_boneParents.begin(), 0xFFFF);
     for (std::uint16_t i = 1; i <= count; ++i)
         mesh.m_boneParents[i] += mesh.m_boneParents[i] != 0xFFFF;
@@ -330,12 +327,12 @@ TEST(Differences, WhatWasAddedIsOneDifference)
 
     vlAnimData anim = Animation(1), longer = Animation(1);
     longer.m_clips.insert(longer.m_clips.begin(), std::make_shared<vlClipData>(*longer.m_clips[0]));
-    std::strcpy(longer.m_clips[0]->m_name, "new");
+    longer.m_clips[0]->m_name = Name32("new");
     EXPECT_EQ(Told(Compare(anim, longer)), Lines{"clip 'new': - / "});
-    std::strcpy(longer.m_clips[0]->m_name, "walk");  // the first of a name is the other's first
+    longer.m_clips[0]->m_name = Name32("walk");  // the first of a name is the other's first
     EXPECT_EQ(Told(Compare(anim, longer)), Lines{"clip 'walk': - / "});
     longer = Animation(1);
-    std::strcpy(longer.m_clips[0]->m_name, "jump");
+    longer.m_clips[0]->m_name = Name32("jump");
     longer.m_clips[0]->m_attrShort = 1;
     EXPECT_EQ(Told(Compare(anim, longer)), (Lines{"clip 'walk':  / -", "clip 'jump': - / "}));
     anim.m_clips[0] = nullptr;  // its side file is missing

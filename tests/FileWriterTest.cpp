@@ -1,6 +1,7 @@
 #include "support/Files.h"
 #include "support/LogCapture.h"
 
+#include <vlio2/Failures.h>
 #include <vlio2/FileStream.h>
 #include <vlio2/FileWriter.h>
 
@@ -19,6 +20,8 @@ namespace vlio {
 
 namespace {
 
+using vela::vlgim::Error;
+using vela::vlgim::ErrorKind;
 using vela::vlgim::test::Lines;
 using vela::vlgim::test::LogCapture;
 
@@ -36,22 +39,26 @@ protected:
 
     static void Put(FileWriter& set, const std::string& path, const std::string& content)
     {
-        std::FILE* stream = set.Open(path.c_str());
-        ASSERT_TRUE(stream) << path;
-        std::fwrite(content.data(), 1, content.size(), stream);
+        Sink* sink = nullptr;
+        const Error error = set.Open(path.c_str(), sink);
+        ASSERT_TRUE(sink) << error.Message();
+        sink->Write(content.data(), content.size());
     }
 
     static bool Save(const std::string& path, const std::string& content)
     {
         FileWriter file;
         Put(file, path, content);
-        return file.Commit();
+        return Finish(file, {});
     }
 
     static int ErrorOf(const std::string& path)
     {
         FileWriter file;
-        return file.Open(path.c_str()) ? 0 : file.OpenError();
+        Sink* sink = nullptr;
+        const Error error = file.Open(path.c_str(), sink);
+        EXPECT_EQ(error.kind, sink ? ErrorKind::None : ErrorKind::NotCreated);
+        return error.code;
     }
 
     static mode_t Mode(const std::string& path)
@@ -80,27 +87,24 @@ TEST_F(FileWriterTest, OldFileIsWholeUntilCommitAndItsPermissionsStay)
     EXPECT_EQ(Mode(path), 0606U);
 }
 
-// A pipe can't seek, so what is written in place is put together in memory.
-TEST_F(FileWriterTest, EveryStreamSeeksAndPatches)
+// A pipe can't go back, so what is written in place is put together in memory.
+TEST_F(FileWriterTest, EverySinkPatches)
 {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     for (const std::string& path : {Path("file"), "/proc/self/fd/" + std::to_string(ends[1])}) {
         FileWriter file;
-        std::FILE* stream = file.Open(path.c_str());
-        std::fputs("0123456789", stream);
-        std::fflush(stream);
-        EXPECT_EQ(std::ftell(stream), 10) << path;
-        std::fseek(stream, 2, SEEK_SET);
-        std::fputs("ab", stream);
-        EXPECT_EQ(std::fseek(stream, -1, SEEK_SET), -1) << path;
-        EXPECT_EQ(std::fseek(stream, -20, SEEK_END), -1) << path;
-        EXPECT_TRUE(file.Commit()) << path;
+        Sink* sink = nullptr;
+        ASSERT_FALSE(file.Open(path.c_str(), sink)) << path;
+        sink->Write("01234567", 8);
+        sink->Patch(2, 0x64636261);
+        sink->Write("89", 2);
+        EXPECT_FALSE(file.Commit()) << path;
     }
-    EXPECT_EQ(Read(Path("file")), "01ab456789");
+    EXPECT_EQ(Read(Path("file")), "01abcd6789");
     char got[16] = {};
     EXPECT_EQ(::read(ends[0], got, sizeof got), 10);
-    EXPECT_STREQ(got, "01ab456789");
+    EXPECT_STREQ(got, "01abcd6789");
     ::close(ends[0]);
     ::close(ends[1]);
 }
@@ -145,7 +149,7 @@ TEST_F(FileWriterTest, ASetChangesTogether)
         if (full)
             Put(set, "/dev/full", "new");
         Put(set, Path("side"), "new");
-        EXPECT_EQ(set.Commit(), !full);
+        EXPECT_EQ(Finish(set, {}), !full);
         EXPECT_EQ(Read(Path("manifest")), full ? "old" : "new");
         EXPECT_EQ(std::filesystem::remove(Path("side")), !full);
     }
@@ -156,7 +160,7 @@ TEST_F(FileWriterTest, ASetChangesTogether)
     Put(set, Path("manifest"), "newer");
     Put(set, Path("side"), "newer");
     Write("side/in/the/way", "");
-    EXPECT_FALSE(set.Commit());
+    EXPECT_FALSE(Finish(set, {}));
     EXPECT_EQ(Read(Path("manifest")), "new");
     EXPECT_EQ(log.lines, (Lines{"E failed to write /dev/full: No space left on device",
                                 "E failed to write " + Path("side") + ": Is a directory"}));
@@ -166,15 +170,17 @@ TEST_F(FileWriterTest, OneTargetTwiceIsRefused)
 {
     std::filesystem::create_directory(Path("f"));
     std::filesystem::create_symlink("a", Path("link"));
-    LogCapture log;
     for (const char* spelling : {"f/../a", "link"}) {
         FileWriter set;
-        ASSERT_TRUE(set.Open(Path("a").c_str()));
-        EXPECT_EQ(set.Open(Path(spelling).c_str()), nullptr) << spelling;
-        EXPECT_EQ(set.OpenError(), EEXIST);
-        EXPECT_EQ(log.lines.back(),
-                  "E " + Path(spelling) + " is the target of two files that are saved together");
-        EXPECT_TRUE(set.Open(Path("f/a").c_str()));
+        Sink* sink = nullptr;
+        EXPECT_FALSE(set.Open(Path("a").c_str(), sink));
+        const Error error = set.Open(Path(spelling).c_str(), sink);
+        EXPECT_EQ(sink, nullptr) << spelling;
+        const LogCapture log;
+        LogFailure(error);
+        EXPECT_EQ(log.lines,
+                  Lines{"E " + Path(spelling) + " is the target of two files that are saved together"});
+        EXPECT_FALSE(set.Open(Path("f/a").c_str(), sink));
     }
 }
 
@@ -230,9 +236,10 @@ TEST_F(FileWriterTest, AFolderThatTakesNoFileIsWrittenInPlace)
         const bool saved = Read(path) == "a longer old file" && Save(path, "new");
         const bool refused =
             ErrorOf(Path("b")) == EACCES && (::geteuid() != 65534 || ErrorOf(foreign) == EACCES);
-        const bool told = log.lines == Lines(2, "W " + path +
-                                                    " is written in place: its folder takes no new "
-                                                    "file: Permission denied");
+        const bool told =
+            abandoned.Warnings().size() == 1 &&
+            log.lines ==
+                Lines{"W " + path + " is written in place: its folder takes no new file: Permission denied"};
         ::_exit(closed && saved && refused && told && Save(sticky, "in place") ? 0 : 2);
     }
     int status = -1;
@@ -252,14 +259,22 @@ TEST_F(FileWriterTest, ReadsRegularFilesAlone)
         EXPECT_EQ(std::string(bytes.begin(), bytes.end()), content);
     }
     ASSERT_EQ(::mkfifo(Path("pipe").c_str(), 0666), 0);
-    const std::string longer = "/proc/self/maps",
-                      shorter = "/sys/devices/system/cpu/online";  // than they say
-    for (const std::string& path :
-         {Path("missing"), folder.string(), Path("pipe"), std::string("/dev/null"), longer, shorter}) {
+    const std::string changed = "it changed while it was read", other = "it is a pipe or a device";
+    const std::tuple<std::string, ErrorKind, std::string> cases[] = {
+        {Path("missing"), ErrorKind::NotFound, "No such file or directory"},
+        {folder, ErrorKind::Unreadable, "it is a folder"},
+        {Path("pipe"), ErrorKind::Unreadable, other},
+        {"/dev/null", ErrorKind::Unreadable, other},
+        {"/proc/self/maps", ErrorKind::Unreadable, changed},                 // longer than it says
+        {"/sys/devices/system/cpu/online", ErrorKind::Unreadable, changed},  // shorter
+    };
+    for (const auto& [path, kind, why] : cases) {
         bytes = {1};
-        EXPECT_FALSE(read(path)) << path;
+        const Error error = ReadFile(path.c_str(), bytes);
+        EXPECT_EQ(error.kind, kind) << path;
+        EXPECT_EQ(error.Message(), std::string(path).append(": ").append(why));
         EXPECT_TRUE(bytes.empty()) << path;
-        EXPECT_EQ(FileStream::Exists(path.c_str(), FILE_SYSTEM_ANY), path != Path("missing"));
+        EXPECT_EQ(FileStream::Exists(path.c_str(), FILE_SYSTEM_ANY), kind != ErrorKind::NotFound);
     }
 }
 

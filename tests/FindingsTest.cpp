@@ -248,7 +248,7 @@ void ExpectAnimationFindings()
                     {"version", 0, {2}, {"bad-version"}, "header"},
                     {"version", 3, {5}, {"bad-version"}, "header", -3},
                     {"version", 3, {1}, {"save-header"}, "header"},
-                    {"bone count", 1, {1}, {"damaged"}, "bones", 3},
+                    {"bone count", 1, {1}, {"damaged"}, "bones", -1},
                     {"bones", 32, {'h', 'i', 'p'}, {"bone-name"}, "bones"},
                     {"bones", 32, {'L'}, {"save-lower-case"}, "bones"},
                     {"bones", 35, Bytes(29, 'x'), {"skeleton-name"}, "bones", -3},

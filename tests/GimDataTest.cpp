@@ -226,7 +226,7 @@ TEST_F(GimDataTest, ASaveThatFailsChangesNothing)
     }
     fails("/dev/full", failed + "/dev/full: No space left on device");
     model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 4;
-    fails(mesh, cant + "submesh 0 declares 4 uv sets, and the mesh has 0");
+    fails(mesh, cant + "submesh 0: declares 4 uv sets, and the mesh has 0");
     model.m_gimXml.FindElement("Vela/SubMesh", nullptr)->InsertNewChildElement("c");
     model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 0;
     fails(mesh, cant + "it has 2 submeshes, and the manifest has 3");

@@ -142,8 +142,30 @@ TEST_F(XmlDataFile, FailedSaveSaysWhyAndLeavesTheFile)
         EXPECT_EQ(log.lines, Lines{std::string(failed).append(target).append(reason)});
     }
     EXPECT_FALSE(FileStream::Exists(Path("set.xml").c_str(), FILE_SYSTEM_ANY));
-    EXPECT_TRUE(set.Commit());
+    EXPECT_FALSE(set.Commit());
     EXPECT_EQ(Read(Path("set.xml")) + Read(path), "<a/>old");
+}
+
+TEST_F(XmlDataFile, ErrorsAreValues)
+{
+    using vela::vlgim::ErrorKind;
+    const LogCapture log;
+    XmlData xml;
+    EXPECT_EQ(xml.LoadFile(Path("none").c_str()).kind, ErrorKind::NotFound);
+    EXPECT_EQ(xml.LoadFile(folder.c_str()).code, tinyxml2::XML_ERROR_FILE_READ_ERROR);
+    const std::string bad = Write("bad.xml", "<a>\n  <b></c></a>");
+    const auto refused = xml.LoadFile(bad.c_str());
+    EXPECT_EQ(refused.code, tinyxml2::XML_ERROR_MISMATCHED_ELEMENT);
+    EXPECT_EQ(refused.Message(), bad + ": at byte 6: an end tag has another name than its start tag");
+    EXPECT_EQ(xml.ParseText(std::string_view("<a/>\0b", 6)).offset, 4U);
+    EXPECT_EQ(xml.SaveFile(bad.c_str()).kind, ErrorKind::Unwritable);
+    EXPECT_FALSE(xml.ParseText("<a/>"));
+    const XmlData moved = std::move(xml);
+    EXPECT_EQ(moved.SaveFile(Path("no/a.xml").c_str()).kind, ErrorKind::NotCreated);
+    EXPECT_EQ(moved.SaveFile("/dev/full").kind, ErrorKind::NotWritten);
+    EXPECT_FALSE(moved.SaveFile(bad.c_str()));
+    EXPECT_EQ(Read(bad), "<a/>");
+    EXPECT_EQ(log.lines, Lines{});
 }
 
 TEST_F(XmlDataFile, Lookups)

@@ -5,6 +5,7 @@
 #include <nameid/NameID.h>
 #include <vlgim/vlMeshData.h>
 
+#include <cstring>
 #include <unistd.h>
 
 namespace vela::vlgim::test {
@@ -92,7 +93,7 @@ TEST(vlMeshData, EachVersionAndForm)
                       std::tuple(nullptr, nullptr, nullptr, 0, 0, 0, nullptr, 0U));
         }
     }
-    const auto write = [](vlMeshData& mesh) { return mesh.WriteObstacle().empty() ? Write(mesh) : Bytes(); };
+    const auto write = [](vlMeshData& mesh) { return WhyUnwritable(mesh) ? Bytes() : Write(mesh); };
     for (const Bytes& file :
          {kFile, MeshOf(0x50001, kWhole), MeshOf(0x50003, kWhole), MeshOf(0x50004, kWhole)}) {
         ExpectLiesReadBack(vlMeshData(), file, &ReadRange, write);
@@ -127,19 +128,22 @@ TEST(vlMeshData, VersionGate)
 TEST(vlMeshData, WhatIsNotReadSaysWhy)
 {
     const std::pair<Bytes, std::string> cases[] = {
-        {Prefix(kFile, 9), "header at byte 8 needs 2, and 1 is left"},
-        {Prefix(kFile, 11), "animation block at byte 11 needs 1, and 0 is left"},
-        {Prefix(kFile, 14), "table offset at byte 12 needs 4, and 2 is left"},
+        {Prefix(kFile, 9), "header at byte 8: needs 2 bytes, and the file has 1 left"},
+        {Prefix(kFile, 11), "animation block at byte 11: needs 1 byte, and the file has 0 left"},
+        {Prefix(kFile, 14), "table offset at byte 12: needs 4 bytes, and the file has 2 left"},
         {With(MeshOf(0x50004, {1, false, false, false}), 12, {255}),
-         "bones block at byte 524 needs 8160, and 72 is left"},
-        {With(kFile, 14, {1}), "share table at byte 65836 needs 2, and 0 is left"},
-        {With(kFile, kTableAt + 1, {0x80}), "share table at byte 300 needs 32769, and 32767 is left"},
-        {WithTable({}, {}), "share table at byte 300 needs 1, and 0 is left"},
-        {WithTable({77'777}, {}), "submesh entries at byte 77777 needs 20, and 0 is left"},
-        {With(kFile, 34, {5}), "submesh entries at byte 34 needs 5, and 4 is left"},
-        {With(kFile, 41, {64}), "positions at byte 46 needs 12884901948, and 270 is left"},
+         "bones block at byte 524: needs 8160 bytes, and the file has 72 left"},
+        {With(kFile, 14, {1}),
+         "share table at byte 65836: an offset points here, and the file has 316 bytes"},
+        {With(kFile, kTableAt + 1, {0x80}),
+         "share table at byte 300: count 32769 exceeds the limit of 32767"},
+        {WithTable({}, {}), "share table at byte 300: the share table lists no block"},
+        {WithTable({77'777}, {}),
+         "submesh entries at byte 77777: an offset points here, and the file has 308 bytes"},
+        {With(kFile, 34, {5}), "submesh entries at byte 34: count 5 exceeds the limit of 4"},
+        {With(kFile, 41, {64}), "positions at byte 46: needs 12884901948 bytes, and the file has 270 left"},
         {With(With(kFile, 36, {0}), 41, {64}),
-         "vertex block at byte 46 needs 47248834560, and 14700288 is left"},
+         "vertex block at byte 46: needs 47248834560 bytes of memory, and 14700288 are allowed"},
     };
     for (const auto& [file, message] : cases) {
         const LogCapture log;
@@ -182,7 +186,7 @@ TEST(vlMeshData, HoldsEveryBlock)
     const std::string full = "an_old_name_that_fills_its_field";
     EXPECT_EQ(mesh.m_boneNameIds,
               (std::vector{NameIDMurmur3("arm.l"), NameIDMurmur3("root"), NameIDMurmur3(full.c_str())}));
-    EXPECT_EQ(std::string(mesh.m_boneNames[2], 32), full);
+    EXPECT_EQ(mesh.m_boneNames[2], full);
     EXPECT_EQ(std::tuple(mesh.m_rootBone, mesh.m_boneBounds[2].m_radius, mesh.m_boneMatrices[2].m[3][3]),
               std::tuple(1, 20.0F, 147.0F));
     EXPECT_EQ(mesh.m_skelVertexBlocks, 1);
@@ -346,6 +350,12 @@ TEST_F(MeshFileTest, WritesToPathsAndToStreamsThatSeek)
     std::FILE* stream = ::fdopen(ends[1], "wb");
     EXPECT_EQ(mesh.WriteMeshFile(stream), 0);
     std::fclose(stream);
+    Written([&](std::FILE* seeking) {
+        mesh.WriteMeshFile(seeking);
+        std::uint32_t tableAt = 0;
+        std::memcpy(&tableAt, kFile.data() + std::ftell(seeking) - sizeof tableAt, sizeof tableAt);
+        EXPECT_EQ(tableAt, kTableAt) << "the stream is left behind the table offset";
+    });
     char byte = 0;
     EXPECT_EQ(::read(ends[0], &byte, 1), 0) << "nothing";
     ::close(ends[0]);
@@ -369,13 +379,16 @@ TEST(vlMeshData, WhatCannotBeReadBackIsNotWritten)
           [](Mesh mesh) { mesh.m_skeletonFlag = 2; }},
          {"the morph flag is set, and there is no morph", [](Mesh mesh) { mesh.m_hasMorph = 1; }},
          {"the track flag is set, and there are no tracks", [](Mesh mesh) { mesh.m_hasTracks = 1; }},
-         {"an object of original data is null", [](Mesh mesh) { mesh.m_originalData.emplace_back(); }},
+         {"original data 0: the object is null", [](Mesh mesh) { mesh.m_originalData.emplace_back(); }},
          {"the vertex object has 2 frames, and there is no morph",
           [](Mesh mesh) { mesh.m_vertexData->m_frameCount = 2; }},
-         {"the positions or normals are missing",
-          [](Mesh mesh) { mesh.m_vertexData->m_positions = nullptr; }},
-         {"the file passes 4 GiB, and offsets in it have 32 bits",  // with its 16 bytes ahead
-          [](Mesh mesh) { mesh.m_vertexData->m_triangleCount = 0x2AAAAA7D; }}},
+         {"the positions are missing", [](Mesh mesh) { mesh.m_vertexData->m_positions = nullptr; }},
+         {"the file passes 4 GiB, and offsets in it have 32 bits",
+          [](Mesh mesh) {
+              const auto data = std::make_shared<vlOriginalData>();
+              data->m_origExtra = Array<std::uint32_t>(data->m_origExtraCount = 1U << 20);
+              mesh.m_originalData.assign(1024, data);
+          }}},
         &Write);
     ExpectRefusedAtWrite<vlMeshData>(
         message, [] { return MeshFrom(MeshOf(0x50004, kWhole)); },
@@ -383,18 +396,18 @@ TEST(vlMeshData, WhatCannotBeReadBackIsNotWritten)
           [](Mesh mesh) { mesh.m_skeletonFlag = 0; }},
          {"a vertex has 8 bone slots, and files have 4",
           [](Mesh mesh) { mesh.m_vertexData->m_maxBoneRefCount = 8; }},
-         {"the bone references or weights are missing",
+         {"the bone weights are missing",
           [](Mesh mesh) { static_cast<vlMeshSkelVertexData&>(*mesh.m_vertexData).m_boneWeights = nullptr; }},
          {"there are 3 bones and 2 parents", [](Mesh mesh) { mesh.m_boneParents.pop_back(); }},
-         {"the bone names or matrices are missing", [](Mesh mesh) { mesh.m_boneNames = nullptr; }},
-         {"the bone names or matrices are missing", [](Mesh mesh) { mesh.m_boneMatrices = nullptr; }},
+         {"the bone names are missing", [](Mesh mesh) { mesh.m_boneNames = nullptr; }},
+         {"the bone matrices are missing", [](Mesh mesh) { mesh.m_boneMatrices = nullptr; }},
          {"the vertex object has 3 frames, and the morph has 2 keys",
           [](Mesh mesh) { mesh.m_morph->m_times.SetKeyTimes(2, 1); }},
          {"the vertex object has 3 frames, and there is no morph", [](Mesh mesh) { mesh.m_hasMorph = 0; }},
          {"the morph flag is set, and there is no morph", [](Mesh mesh) { mesh.m_morph = nullptr; }},
-         {"track 1: channel 0: no array holds the position keys",
+         {"track 1 / channel 0: the positions are missing",
           [](Mesh mesh) { mesh.m_tracks[1].m_channels[0].m_pos = nullptr; }},
-         {"track 1: channel 0: another shares it, with other than 1 keys",
+         {"track 1 / channel 0: another shares it, with other than 1 keys",
           [](Mesh mesh) {
               mesh.m_tracks[0].m_channels[0].m_keyCount = 0;
               mesh.m_tracks[1].m_channels = mesh.m_tracks[0].m_channels;
@@ -402,7 +415,7 @@ TEST(vlMeshData, WhatCannotBeReadBackIsNotWritten)
           }},
          {"track 1: the version of the first track has no place for its flags",
           [](Mesh mesh) { mesh.m_tracks[0].m_version = 0x10000, mesh.m_tracks[0].m_flags = 0; }},
-         {"the indices of original data are missing",
+         {"original data 0: the indices are missing",
           [](Mesh mesh) { mesh.m_originalData[0]->m_origIndices = nullptr; }},
          {"there are 32767 blocks of original data, and 32766 is the most",
           [](Mesh mesh) { mesh.m_originalData.resize(32767, mesh.m_originalData[1]); }}},

@@ -77,7 +77,7 @@ TEST(vlMeshQueries, CountsAreCutTo16Bits)
     mesh.m_vertexData = std::make_shared<vlMeshVertexData>();
     mesh.m_vertexData->m_vertexCount = 65537;
     mesh.m_vertexData->m_triangleCount = 70'000;
-    mesh.m_vertexData->m_indices = std::make_shared<std::uint16_t[]>(210'000);
+    mesh.m_vertexData->m_indices = Array<std::uint16_t>(210'000);
     Geometry all;
     all.Collect(mesh);
     EXPECT_EQ(std::tuple(all.vertexCounts[0], all.triangleCounts[0], all.indices[0].size()),
@@ -97,8 +97,7 @@ TEST(vlMeshQueries, RangesOfSubmeshes)
     EXPECT_EQ(ranges(0), none) << "nothing is loaded";
     mesh.m_vertexData = std::make_shared<vlMeshVertexData>();
     mesh.m_vertexData->m_subCount = 3;
-    mesh.m_vertexData->m_subRecords.reset(
-        new SubmeshRecord[3]{{0, 0, 1, 10, 0, 0}, {1, 10, 2, 20, 0, 0}, {3, 30, 4, 30, 0, 0}});
+    mesh.m_vertexData->m_subRecords = {{0, 0, 1, 10, 0, 0}, {1, 10, 2, 20, 0, 0}, {3, 30, 4, 30, 0, 0}};
     EXPECT_EQ(ranges(0), (std::array<std::uint32_t, 4>{0, 30, 0, 1}));
     EXPECT_EQ(ranges(2), (std::array<std::uint32_t, 4>{90, 90, 3, 4}));
     EXPECT_EQ(ranges(3), none);

@@ -1,6 +1,8 @@
 #include "support/Blocks.h"
 #include "support/MeshBytes.h"
 
+#include <mesh/VertexBlock.h>
+
 #include <vlgim/vlMeshVertexData.h>
 
 #include <cstring>
@@ -72,7 +74,7 @@ TEST(vlMeshSkelVertexData, EachVersion)
         EXPECT_EQ(UsedBones(mesh), c.used);
 
         const Bytes written = Written(mesh);  // of which meshes show every byte
-        EXPECT_EQ(mesh.WrittenSize(), written.size());
+        EXPECT_EQ(mesh::WrittenSize(mesh), written.size());
         EXPECT_EQ(UsedBones(mesh), c.usedOnceWritten);
         mesh.m_usedBoneBits = 0;
         EXPECT_EQ(Written(mesh).size(), written.size() - (c.bits + 7) / 8) << "no bone, no mask";
@@ -114,9 +116,9 @@ TEST(vlMeshSkelVertexData, WhatCannotBeReadBackIsNotWritten)
 {
     ExpectRefusedAtWrite<vlMeshSkelVertexData>(
         "E vertex block can't be written: the ", [] { return Read(Block(0x50004)); },
-        {{"positions or normals are missing", [](auto& mesh) { mesh.m_positions = nullptr; }},
-         {"bone references or weights are missing", [](auto& mesh) { mesh.m_boneIndices = nullptr; }},
-         {"bone references or weights are missing", [](auto& mesh) { mesh.m_boneWeights = nullptr; }},
+        {{"positions are missing", [](auto& mesh) { mesh.m_positions = nullptr; }},
+         {"bone references are missing", [](auto& mesh) { mesh.m_boneIndices = nullptr; }},
+         {"bone weights are missing", [](auto& mesh) { mesh.m_boneWeights = nullptr; }},
          {"mask of used bones has 65536 bits, and 65535 is the most",
           [](auto& mesh) { mesh.m_usedBoneBits = 65536; }}});
 }

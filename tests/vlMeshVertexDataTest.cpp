@@ -1,6 +1,8 @@
 #include "support/Blocks.h"
 #include "support/MeshBytes.h"
 
+#include <mesh/VertexBlock.h>
+
 #include <vlgim/vlMeshVertexData.h>
 
 #include <cstring>
@@ -28,7 +30,7 @@ vlMeshVertexData Whole(const Bytes& block, Read read = Reader())
 {
     vlMeshVertexData mesh;
     ExpectWhole(mesh, block, read);
-    EXPECT_EQ(Written(mesh).size(), mesh.WrittenSize());
+    EXPECT_EQ(Written(mesh).size(), mesh::WrittenSize(mesh));
     return mesh;
 }
 
@@ -188,15 +190,15 @@ TEST(vlMeshVertexData, WhatCannotBeReadBackIsNotWritten)
         {{"the mesh has no frame", [](auto& mesh) { mesh.m_frameCount = 0; }},
          {"the mesh has 5 uv sets, and 4 is the most", [](auto& mesh) { mesh.m_uvSetCount = 5; }},
          {"the submesh records are missing", [](auto& mesh) { mesh.m_subRecords = nullptr; }},
-         {"the positions or normals are missing", [](auto& mesh) { mesh.m_normals = nullptr; }},
+         {"the normals are missing", [](auto& mesh) { mesh.m_normals = nullptr; }},
          {"the triangles are missing", [](auto& mesh) { mesh.m_indices = nullptr; }},
-         {"uv set 1 is missing", [](auto& mesh) { mesh.m_uvSets[1] = nullptr; }},
+         {"the uvs of set 1 are missing", [](auto& mesh) { mesh.m_uvSets[1] = nullptr; }},
          {"the colours are missing", [](auto& mesh) { mesh.m_colors = nullptr; }},
-         {"submesh 0 declares 2 uv sets, and the mesh has 1", [](auto& mesh) { mesh.m_uvSetCount = 1; }},
-         {"submesh 1 declares colours, and the mesh has none", [](auto& mesh) { mesh.m_colorSetCount = 0; }},
-         {"submesh 1 starts at vertex 2, and those ahead of it have 3",
+         {"submesh 0: declares 2 uv sets, and the mesh has 1", [](auto& mesh) { mesh.m_uvSetCount = 1; }},
+         {"submesh 1: declares colours, and the mesh has none", [](auto& mesh) { mesh.m_colorSetCount = 0; }},
+         {"submesh 1: starts at vertex 2, and those in front of it have 3",
           [](auto& mesh) { mesh.m_subRecords[1].firstVertex = 2; }},
-         {"submesh 1 has uvs or colours up to vertex 6, and the mesh has 5",
+         {"submesh 1: has uvs or colours up to vertex 6, and the mesh has 5",
           [](auto& mesh) { mesh.m_subRecords[1].vertexCount = 3; }}});
 }
 

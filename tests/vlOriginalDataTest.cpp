@@ -1,6 +1,8 @@
 #include "support/Blocks.h"
 #include "support/MeshBytes.h"
 
+#include <mesh/MeshBlocks.h>
+
 #include <vlgim/vlOriginalData.h>
 
 namespace vela::vlgim::test {
@@ -39,14 +41,14 @@ TEST(vlOriginalData, ReadsAndWrites)
                          data.m_origBones[7], data.m_origWeights[7]),
               std::tuple(6.0F, 1, 0xCAFEBABE, 7, 5.0F));
     EXPECT_EQ(Write(data), kBlock);
-    EXPECT_EQ(data.WrittenSize(), kBlock.size());
+    EXPECT_EQ(mesh::WrittenSize(data), kBlock.size());
     ExpectLiesReadBack(vlOriginalData(), kBlock, &vlOriginalData::ReadDataNew, &Write);
     EXPECT_EQ(data.ReadDataNew(nullptr), nullptr);
 
     data = Read(Prefix(kBlock, 46), 0x30016);  // the form without a skin flag
     EXPECT_EQ(std::tuple(data.m_hasSkin, data.m_origBones), std::tuple(1, nullptr)) << "the flag stays";
     EXPECT_EQ(Write(data), With(Prefix(kBlock, 47), 46, {0})) << "one array alone is no skin";
-    EXPECT_EQ(data.WrittenSize(), 47U);
+    EXPECT_EQ(mesh::WrittenSize(data), 47U);
 
     data = Read(With(Bytes(13), 12, {1}));  // a skin of no vertices
     EXPECT_EQ(std::tuple(data.m_hasSkin, data.m_origPositions, data.m_origWeights),
@@ -60,9 +62,9 @@ TEST(vlOriginalData, WhatIsMissingIsNotWritten)
     const std::string message = "E original data can't be written: the ";
     ExpectRefusedAtWrite<vlOriginalData>(
         message, make,
-        {{"positions of original data are missing", [](auto& data) { data.m_origPositions = nullptr; }},
-         {"indices of original data are missing", [](auto& data) { data.m_origIndices = nullptr; }},
-         {"extra values of original data are missing", [](auto& data) { data.m_origExtra = nullptr; }}},
+        {{"positions are missing", [](auto& data) { data.m_origPositions = nullptr; }},
+         {"indices are missing", [](auto& data) { data.m_origIndices = nullptr; }},
+         {"extra values are missing", [](auto& data) { data.m_origExtra = nullptr; }}},
         &Write);
 }
 

@@ -66,10 +66,16 @@ TEST_F(vlTrackDataTest, GateAndDamage)
         {Header(0xFFFF, 7), 0xFFFF, {file + " version too old!"}},
         {Header(0x10002), 0x10002, {file + " version too new!"}},
         {Header(0x10001, 1), 0x10001, {bad}},
-        {Prefix(kFile, 6), 3, {damaged + "header at byte 4 needs 4, and 2 is left", bad}},
-        {Prefix(kFile, 9), 0x10001, {damaged + "header at byte 8 needs 2, and 1 is left", bad}},
-        {Prefix(kFile, 54), 0x10001, {damaged + "track at byte 50 needs 8, and 4 is left", bad}},
-        {Prefix(kFile, 118), 0x10001, {damaged + "channel 1 at byte 116 needs 4, and 2 is left", bad}},
+        {Prefix(kFile, 6), 3, {damaged + "header at byte 4: needs 4 bytes, and the file has 2 left", bad}},
+        {Prefix(kFile, 9),
+         0x10001,
+         {damaged + "header at byte 8: needs 2 bytes, and the file has 1 left", bad}},
+        {Prefix(kFile, 54),
+         0x10001,
+         {damaged + "track 0 at byte 50: needs 8 bytes, and the file has 4 left", bad}},
+        {Prefix(kFile, 118),
+         0x10001,
+         {damaged + "track 0 / channel 1 at byte 116: needs 4 bytes, and the file has 2 left", bad}},
     };
     for (const auto& c : cases) {
         track.m_version = 3;
@@ -132,15 +138,15 @@ TEST_F(vlTrackDataTest, WhatDisagreesIsNotWritten)
         "E track can't be written: ", load,
         {{"channel 0: 2 keys, but times for 3", [](auto& t) { t.m_times.AddKeyTime(9); }},
          {"channel 0: 2 keys, but times for 0", [](auto& t) { t.m_times.ClearTimes(); }},
-         {"channel 1: no array holds the scale keys", [](auto& t) { t.m_channels[1].m_scale.reset(); }},
-         {"no array holds its channels", [](auto& t) { t.m_channels.reset(); }}});
+         {"channel 1: the scales are missing", [](auto& t) { t.m_channels[1].m_scale = nullptr; }},
+         {"the channels are missing", [](auto& t) { t.m_channels = nullptr; }}});
     const std::string path = Write("old.track", "old");
     load().Save(Path("none/a.track").c_str());
-    track.m_channels.reset();
+    track.m_channels = nullptr;
     track.Save(path.c_str());
     EXPECT_EQ(Read(path), "old");
     EXPECT_EQ(log.lines, (Lines{"E unable to open " + Path("none/a.track"),
-                                "E track file " + path + " can't be written: no array holds its channels"}));
+                                "E track file " + path + " can't be written: the channels are missing"}));
 }
 
 }  // namespace vela::vlgim::test

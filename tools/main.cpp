@@ -2,6 +2,7 @@
 #include "report/Print.h"
 
 #include <corecommon/Log.h>
+#include <platform/Arguments.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -32,7 +33,7 @@ int Run(int argc, char** argv)
     AddDiff(app, run);
     AddDemo(app, run);
     try {
-        app.parse(argc, argv);
+        app.parse(argc, platform::Arguments(argc, argv));
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kClean : kTrouble;
     }

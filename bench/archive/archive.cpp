@@ -27,11 +27,11 @@ constexpr unsigned kBytesPerClip = 45500;  // of 60 bones and 30 keys, in 48 bit
 constexpr std::uint16_t kBones = 60;
 
 template <class T, class Value>
-std::shared_ptr<T[]> Array(std::size_t count, Value value)
+Array<T> Filled(std::size_t count, Value value)
 {
-    auto array = std::make_shared<T[]>(count);
+    auto array = Array<T>(count);
     for (std::size_t i = 0; i < count; ++i)
-        array[static_cast<std::ptrdiff_t>(i)] = value(i);
+        array[i] = value(i);
     return array;
 }
 
@@ -53,35 +53,35 @@ void FillVertices(vlMeshVertexData& mesh, std::uint32_t count)
     mesh.m_uvSetCount = 4;
     mesh.m_colorSetCount = 1;
     mesh.m_subRecords =
-        Array<SubmeshRecord>(1, [&](std::size_t) { return SubmeshRecord{0, 0, count, count, 4, 1}; });
-    mesh.m_positions = Array<Vector3>(count, vector);
-    mesh.m_normals = Array<Vector3>(count, vector);
-    mesh.m_tangents = Array<Vector3>(count, vector);
-    mesh.m_indices = Array<std::uint16_t>(
+        Filled<SubmeshRecord>(1, [&](std::size_t) { return SubmeshRecord{0, 0, count, count, 4, 1}; });
+    mesh.m_positions = Filled<Vector3>(count, vector);
+    mesh.m_normals = Filled<Vector3>(count, vector);
+    mesh.m_tangents = Filled<Vector3>(count, vector);
+    mesh.m_indices = Filled<std::uint16_t>(
         std::size_t{3} * count, [&](std::size_t i) { return static_cast<std::uint16_t>(i * 7 % count); });
     for (auto& set : mesh.m_uvSets)
-        set = Array<geomath::_Point2<float>>(count, [&](std::size_t i) {
+        set = Filled<geomath::_Point2<float>>(count, [&](std::size_t i) {
             return geomath::_Point2<float>{wave(i), wave(5 * i)};
         });
     mesh.m_colors =
-        Array<std::uint32_t>(count, [](std::size_t i) { return static_cast<std::uint32_t>(i * 77777); });
+        Filled<std::uint32_t>(count, [](std::size_t i) { return static_cast<std::uint32_t>(i * 77777); });
 }
 
 // Two bones share each vertex.
 void FillSkin(vlMeshData& mesh, vlMeshSkelVertexData& skin)
 {
     const std::size_t slots = std::size_t{4} * skin.m_vertexCount;
-    skin.m_boneIndices = Array<std::uint16_t>(slots, [](std::size_t i) {
+    skin.m_boneIndices = Filled<std::uint16_t>(slots, [](std::size_t i) {
         return i % 4 < 2 ? static_cast<std::uint16_t>(i % kBones) : std::uint16_t{0xFFFF};
     });
-    skin.m_boneWeights = Array<float>(slots, [](std::size_t i) { return i % 4 < 2 ? 0.5F : 0.0F; });
+    skin.m_boneWeights = Filled<float>(slots, [](std::size_t i) { return i % 4 < 2 ? 0.5F : 0.0F; });
     skin.m_usedBoneBits = kBones;
     mesh.m_boneCount = kBones;
-    mesh.m_boneNames = std::make_shared<char[][32]>(kBones);
-    mesh.m_boneMatrices = std::make_shared<geomath::_Matrix<float>[]>(kBones);
+    mesh.m_boneNames = Array<Name32>(kBones);
+    mesh.m_boneMatrices = Array<geomath::_Matrix<float>>(kBones);
     for (std::uint16_t bone = 0; bone < kBones; ++bone) {
         mesh.m_boneParents.push_back(static_cast<std::uint16_t>(bone - 1));  // the first: 0xFFFF
-        std::snprintf(mesh.m_boneNames[bone], 32, "bone%u", bone);
+        mesh.m_boneNames[bone] = Name32("bone" + std::to_string(bone));
     }
 }
 

@@ -15,17 +15,19 @@ namespace vela::vlgim {
 
 namespace detail {
 
-/// Memory for `count` elements of `size` bytes each, at a multiple of 16, not initialised, with one owner.
-/// Throws std::bad_alloc or std::bad_array_new_length.
-VLGIM_API void* NewElements(std::size_t count, std::size_t size);
+/// Memory that arrays share; the library alone knows what it looks like.
+struct SharedBlock;
 
-/// Adds an owner to the memory of elements that are not null.
-VLGIM_API void AddOwner(const void* elements) noexcept;
+/// A new block with one owner and, at a multiple of 16, room for `count` elements of `size` bytes each, which are not
+/// initialised. Throws std::bad_alloc or std::bad_array_new_length.
+VLGIM_API SharedBlock* NewBlock(std::size_t count, std::size_t size, void*& elements);
 
-/// Removes an owner. Returns true for the last one, which then calls FreeElements.
-VLGIM_API bool RemoveOwner(const void* elements) noexcept;
+VLGIM_API void AddOwner(SharedBlock* block) noexcept;
 
-VLGIM_API void FreeElements(void* elements) noexcept;
+/// Removes an owner. Returns true for the last one, which then calls FreeBlock.
+VLGIM_API bool RemoveOwner(SharedBlock* block) noexcept;
+
+VLGIM_API void FreeBlock(SharedBlock* block) noexcept;
 
 /// How many elements there are stands in front of the first.
 inline std::size_t ElementCount(const void* elements) noexcept
@@ -73,46 +75,51 @@ public:
         std::copy(values.begin(), values.end(), m_elements);
     }
 
-    Array(const Array& other) noexcept : m_elements(other.m_elements)
+    Array(const Array& other) noexcept : m_elements(other.m_elements), m_block(other.m_block)
     {
-        if (m_elements)
-            detail::AddOwner(m_elements);
+        if (m_block)
+            detail::AddOwner(m_block);
     }
-    Array(Array&& other) noexcept : m_elements(std::exchange(other.m_elements, nullptr)) {}
+    Array(Array&& other) noexcept
+        : m_elements(std::exchange(other.m_elements, nullptr)), m_block(std::exchange(other.m_block, nullptr))
+    {
+    }
     Array& operator=(Array other) noexcept
     {
         std::swap(m_elements, other.m_elements);
+        std::swap(m_block, other.m_block);
         return *this;
     }
     ~Array()
     {
-        if (!m_elements || !detail::RemoveOwner(m_elements))
+        if (!m_block || !detail::RemoveOwner(m_block))
             return;
-        std::destroy_n(m_elements, size());
-        detail::FreeElements(m_elements);
+        if constexpr (!std::is_trivially_destructible_v<T>)
+            std::destroy_n(m_elements, size());
+        detail::FreeBlock(m_block);
     }
 
     /// `count` elements that are not initialised if T is a plain type, for a caller who writes them all.
     static Array ForOverwrite(std::size_t count)
     {
         static_assert(alignof(T) <= 16);
-        Array array;
-        auto* const elements = static_cast<T*>(detail::NewElements(count, sizeof(T)));
+        void* elements = nullptr;
+        detail::SharedBlock* const block = detail::NewBlock(count, sizeof(T), elements);
         try {
-            std::uninitialized_default_construct_n(elements, count);
+            std::uninitialized_default_construct_n(static_cast<T*>(elements), count);
         } catch (...) {
-            detail::FreeElements(elements);
+            detail::FreeBlock(block);
             throw;
         }
-        array.m_elements = elements;
-        return array;
+        return Adopt(static_cast<T*>(elements), block);
     }
 
     /// Takes over an owner of elements that the library has laid out; not for callers.
-    static Array Adopt(T* elements) noexcept
+    static Array Adopt(T* elements, detail::SharedBlock* block) noexcept
     {
         Array array;
         array.m_elements = elements;
+        array.m_block = block;
         return array;
     }
 
@@ -147,8 +154,12 @@ public:
     explicit operator bool() const noexcept { return m_elements != nullptr; }
     friend bool operator==(const Array& array, std::nullptr_t) noexcept { return !array.m_elements; }
 
+    /// Whether two arrays show the same elements in memory. Compare what they hold with std::ranges::equal.
+    friend bool operator==(const Array& a, const Array& b) noexcept { return a.m_elements == b.m_elements; }
+
 private:
-    T* m_elements = nullptr;  // in front of them stands how many there are, and whose memory it is
+    T* m_elements = nullptr;  // in front of them stands how many there are
+    detail::SharedBlock* m_block = nullptr;
 };
 
 }  // namespace vela::vlgim

@@ -17,3 +17,10 @@
 #else
 #define VLGIM_API __attribute__((visibility("default")))
 #endif
+
+/// Marks a function whose parameter number format_at is a printf format for those from number first on.
+#if defined(__GNUC__)
+#define VLGIM_PRINTF(format_at, first) __attribute__((format(printf, format_at, first)))
+#else
+#define VLGIM_PRINTF(format_at, first)
+#endif

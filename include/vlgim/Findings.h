@@ -92,7 +92,7 @@ struct CheckResult {
     bool isCancelled = false;        ///< the callback said so, and findings are what there was until then
 
     /// Of this severity.
-    std::size_t Count(Severity severity) const;
+    VLGIM_API std::size_t Count(Severity severity) const;
 };
 
 /// Reads a file and the files that belong to it, holds them against the rules of their formats, writes them in memory

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <vlgim/Error.h>
 #include <vlgim/Export.h>
+#include <vlgim/Options.h>
 #include <vlgim/vlMeshData.h>
 
 #include <vlio2/XmlData.h>
@@ -43,8 +45,8 @@ public:
     vlio::XmlData m_musicXml;
 
     GimData() = default;
-    GimData(const GimData&) = delete;
-    GimData& operator=(const GimData&) = delete;
+    GimData(GimData&&) noexcept = default;
+    GimData& operator=(GimData&&) noexcept = default;
 
     /// Loads a model in place of what the object held.
     /// path      of the manifest; not a text that lies in this object. Without a "Mesh" attribute in it, the mesh
@@ -65,7 +67,7 @@ public:
     /// basePath  null, or the prefix of "MtgPath" in the manifest; the manifest itself is written without it
     /// The mesh goes back to m_meshPath, whatever path says; change that member to write it elsewhere.
     /// Returns 0; 1 if nothing was replaced, or not everything, and LogError has said why. Refused ahead of all
-    /// writing are a mesh that can't be written (vlMeshData::WriteObstacle), one whose submeshes are not as many
+    /// writing are a mesh that can't be written (WhyUnwritable), one whose submeshes are not as many
     /// as the manifest's, and two files with one target.
     int Save(const char* path, const char* basePath = nullptr);
 
@@ -77,12 +79,20 @@ public:
 
     /// A copy of record `index`; an empty record with mtlIdx -1 where there is none.
     SubmeshMessage GetSubmesh(int index) const;
-
-private:
-    int ReadMesh(const char* path, const char* basePath);
-    bool LoadMaterialGroupInfo();
-    bool LoadSubMeshInfo();
-    std::string MeshObstacle() const;
 };
+
+/// Loads a model as GimData::Load does, in place of what the object held, and logs nothing.
+/// warnings  receives an error for each file that a model can do without and that is missing or faulty, and what the
+///           mesh has to say; may be null
+/// Returns success where GimData::Load gives 0. An error of kind Reference with m_mesh filled stands for its -1: a
+/// submesh record lacks a name or a material index, m_submeshes ends in front of it, and everything else is there. Any
+/// other error leaves what GimData::Load leaves. Throws std::bad_alloc.
+VLGIM_API Error Load(GimData& model, const char* path, const LoadOptions& options = {},
+                     std::vector<Error>* warnings = nullptr);
+
+/// Saves a model as GimData::Save does, and logs nothing. On an error nothing was replaced, or not everything.
+/// warnings  receives what a user should know of a save that went well; may be null
+VLGIM_API Error Save(const GimData& model, const char* path, const SaveOptions& options = {},
+                     std::vector<Error>* warnings = nullptr);
 
 }  // namespace vela::vlgim

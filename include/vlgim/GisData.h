@@ -1,9 +1,13 @@
 #pragma once
 
+#include <vlgim/Error.h>
 #include <vlgim/Export.h>
+#include <vlgim/Options.h>
 #include <vlgim/vlAnimData.h>
 
 #include <vlio2/XmlData.h>
+
+#include <vector>
 
 namespace vela::vlgim {
 
@@ -16,8 +20,8 @@ public:
     vlio::XmlData m_agsXml;  ///< empty where there was no document
 
     GisData() = default;
-    GisData(const GisData&) = delete;
-    GisData& operator=(const GisData&) = delete;
+    GisData(GisData&&) noexcept = default;
+    GisData& operator=(GisData&&) noexcept = default;
 
     /// Loads a skeleton in place of what the object held.
     /// path      of the .gis file
@@ -40,5 +44,16 @@ public:
     /// place.
     int Save(const char* path);
 };
+
+/// Loads a skeleton as GisData::Load does, in place of what the object held, and logs nothing.
+/// warnings  receives an error for a missing or faulty .ags file, and what the animation has to say; may be null
+/// Returns success, or why not; then the object holds what GisData::Load leaves after a failure. Throws std::bad_alloc.
+VLGIM_API Error Load(GisData& model, const char* path, const LoadOptions& options = {},
+                     std::vector<Error>* warnings = nullptr);
+
+/// Saves a skeleton as GisData::Save does, and logs nothing. On an error nothing was replaced, or not everything.
+/// warnings  receives what a user should know of a save that went well, such as clips that were not saved for lack of
+///           a skeleton; may be null
+VLGIM_API Error Save(GisData& model, const char* path, std::vector<Error>* warnings = nullptr);
 
 }  // namespace vela::vlgim

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <vlgim/Array.h>
 #include <vlgim/Export.h>
+#include <vlgim/Name32.h>
 #include <vlgim/vlKeyTimes.h>
 #include <vlgim/vlTrackData.h>
 #include <vlgim/vlTransKeysData.h>
@@ -30,29 +32,29 @@ inline constexpr unsigned char KEY_LAYOUT_PER_BONE = 1;  ///< an array for each 
 /// behind it; null where it does not fit or where N is above 255, and the object is as it was.
 ///
 /// Writers take a stream open for binary writing, whose results they do not look at. What could not be read
-/// back is refused with a LogError, and nothing is written: N above 255, a null array with a count, a channel
+/// back is refused with a LogError, and nothing is written: N above 255, an array shorter than its count, a channel
 /// whose m_keyCount is neither 0 nor the count of its times, and below version 5.3 any m_keyLayout but
 /// KEY_LAYOUT_PER_BONE.
 class VLGIM_API vlClipData {
 public:
     static constexpr unsigned kMaxBones = 255;
 
-    char m_name[32] = {};                          ///< names the side file; ends with a NUL when read
-    char m_name2[32] = {};                         ///< carried; ends with a NUL when read
-    std::uint16_t m_boneCount = 0;                 ///< of this clip, whatever the skeleton has; at most 255
-    std::shared_ptr<char[][32]> m_boneNames;       ///< N names in the file's case, NUL-terminated or full
-    std::uint32_t m_attrWord = 0;                  ///< carried; from version 5.4 on
-    std::uint8_t m_attrByte0 = 0;                  ///< carried
-    std::uint8_t m_attrByte1 = 0;                  ///< carried
-    std::uint16_t m_attrShort = 65535;             ///< carried
-    std::uint32_t m_attrLong = 0xFFFFFFFF;         ///< carried
-    std::uint8_t m_compressFlags = 255;            ///< form of all keys, KEY_HALF_ROT and so on; from 5.2 on
-    std::uint8_t m_keyLayout = 255;                ///< KEY_LAYOUT_SHARED and so on; below 5.3 always per bone
-    std::shared_ptr<vlTransKeysData[]> m_keys;     ///< N channels, in the order of m_boneNames
-    std::shared_ptr<float[]> m_boneKeyTimes[255];  ///< KEY_LAYOUT_PER_BONE: K times, and no trailing one
-    std::uint16_t m_boneKeyCounts[255] = {};       ///< KEY_LAYOUT_PER_BONE: K of each bone
-    std::shared_ptr<vlKeyTimes> m_keyTimes;        ///< KEY_LAYOUT_SHARED: the times of all bones
-    std::int32_t m_boneNameIds[255] = {};          ///< NameIDMurmur3 of each name, in the file's case
+    Name32 m_name;                            ///< names the side file; ends with a NUL when read
+    Name32 m_name2;                           ///< carried; ends with a NUL when read
+    std::uint16_t m_boneCount = 0;            ///< of this clip, whatever the skeleton has; at most 255
+    Array<Name32> m_boneNames;                ///< N names in the file's case, NUL-terminated or full
+    std::uint32_t m_attrWord = 0;             ///< carried; from version 5.4 on
+    std::uint8_t m_attrByte0 = 0;             ///< carried
+    std::uint8_t m_attrByte1 = 0;             ///< carried
+    std::uint16_t m_attrShort = 65535;        ///< carried
+    std::uint32_t m_attrLong = 0xFFFFFFFF;    ///< carried
+    std::uint8_t m_compressFlags = 255;       ///< form of all keys, KEY_HALF_ROT and so on; from 5.2 on
+    std::uint8_t m_keyLayout = 255;           ///< KEY_LAYOUT_SHARED and so on; below 5.3 always per bone
+    Array<vlTransKeysData> m_keys;            ///< N channels, in the order of m_boneNames
+    Array<float> m_boneKeyTimes[255];         ///< KEY_LAYOUT_PER_BONE: K times, and no trailing one
+    std::uint16_t m_boneKeyCounts[255] = {};  ///< KEY_LAYOUT_PER_BONE: K of each bone
+    std::shared_ptr<vlKeyTimes> m_keyTimes;   ///< KEY_LAYOUT_SHARED: the times of all bones
+    std::int32_t m_boneNameIds[255] = {};     ///< NameIDMurmur3 of each name, in the file's case
     std::uint32_t m_keysOffset = 0;  ///< of the key data; from byte 8 of the .gis, or in the side file
     std::shared_ptr<vlTrackData> m_pivotTrack;  ///< the caller's own; no reader fills it, none is written
     float m_length = 0;                         ///< the latest key time
@@ -92,13 +94,7 @@ public:
     void WriteAsyncBaseInfo(std::FILE* stream) const;
 
     /// Whether m_aclMark is set. Nothing here reads or writes such keys.
-    bool IsACLCompressed() const { return m_aclMark > 0; }
-
-private:
-    bool HasPivotTrack() const;
-    static void InitBoneKeys(std::uint16_t boneCount, vlKeyTimes* times, std::uint16_t* counts,
-                             std::shared_ptr<float[]>* arrays);
-    static const unsigned char* ReadData_Version5(const unsigned char*, std::uint32_t) { return nullptr; }
+    bool IsACLCompressed() const noexcept { return m_aclMark > 0; }
 };
 
 }  // namespace vela::vlgim

@@ -8,11 +8,6 @@
 
 namespace vela::vlgim {
 
-namespace io {
-class BlockReader;
-class BlockWriter;
-}  // namespace io
-
 /// Kind of a data block of a .mesh file. Files may hold any other value for a block of original data; it is
 /// carried unchanged and only compared with MESH_DATA_VERTEX.
 enum MESH_DATA_TYPE : std::uint32_t {
@@ -41,8 +36,8 @@ public:
     /// Appends a pair for the block with this index.
     void PushDataPair(MESH_DATA_TYPE type, short index);
 
-    void ClearBlockInfo() { m_blocks.clear(); }
-    void ClearDataPair() { m_pairs.clear(); }
+    void ClearBlockInfo() noexcept { m_blocks.clear(); }
+    void ClearDataPair() noexcept { m_pairs.clear(); }
 
     /// Reads i16 B, B u32 offsets, i16 P and P pairs: 4 + 4 B + 8 P bytes, at any alignment, in place of what the
     /// table held.
@@ -55,12 +50,6 @@ public:
     /// Writes the table at the stream's position, reserved bytes as 0. With more than 32,767 blocks or pairs
     /// it logs an error and writes nothing. Failures of the stream are its owner's to check.
     void WriteData(std::FILE* stream) const;
-
-private:
-    friend class vlMeshData;
-
-    void Read(io::BlockReader& in);
-    void Write(io::BlockWriter& out) const;
 };
 
 }  // namespace vela::vlgim

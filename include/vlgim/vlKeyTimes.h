@@ -1,8 +1,7 @@
 #pragma once
 
+#include <vlgim/Array.h>
 #include <vlgim/Export.h>
-
-#include <memory>
 
 namespace vela::vlgim {
 
@@ -14,13 +13,13 @@ namespace vela::vlgim {
 /// SetKeyTimes.
 ///
 /// The order is not checked. Times that do not ascend, equal times and NaN give searches that find less,
-/// never ones that hang. The list of a null array has no keys for any operation, whatever m_count says. A
-/// list belongs to one thread while it is edited.
+/// never ones that hang. Where m_count is larger than the array allows, a list has the keys that the array holds; that
+/// of a null array has none. A list belongs to one thread while it is edited.
 class VLGIM_API vlKeyTimes {
 public:
-    std::unique_ptr<float[]> m_times;  ///< m_count + 1 entries: the keys, then the trailing time
-    unsigned short m_count = 0;        ///< keys, without the trailing time
-    double m_length = 0;               ///< the last key's time
+    Array<float> m_times;        ///< m_count + 1 entries: the keys, then the trailing time; this list's own
+    unsigned short m_count = 0;  ///< keys, without the trailing time
+    double m_length = 0;         ///< the last key's time
 
     vlKeyTimes() = default;
 
@@ -79,16 +78,19 @@ public:
     void ScaleKeyTimes(float factor);
 
     /// The member as it stands. Whoever walks the keys asks GetKeyTimes for null first.
-    unsigned short GetKeyCount() const { return m_count; }
+    unsigned short GetKeyCount() const noexcept { return m_count; }
 
-    /// The time of a key; with the key count as index, the trailing time. A larger index is not checked for.
-    /// A null array gives 0.
-    float GetKeyTime(unsigned short index) const { return m_times ? m_times[index] : 0.0F; }
+    /// The time of a key; with the key count as index, the trailing time. 0 behind the end of the array, and for a null
+    /// one.
+    float GetKeyTime(unsigned short index) const noexcept
+    {
+        return index < m_times.size() ? m_times[index] : 0.0F;
+    }
 
     /// The keys and the trailing time, or null: the list has no keys then. Valid up to the next edit.
-    const float* GetKeyTimes() const { return m_times.get(); }
+    const float* GetKeyTimes() const noexcept { return m_times.data(); }
 
-    double GetLength() const { return m_length; }
+    double GetLength() const noexcept { return m_length; }
 
     /// Index of the key whose interval holds `time`, searched from key `start` upwards and, behind the last
     /// key, from key 0 on: one or two tests for a time near `start`, one pass over the keys at most.

@@ -1,6 +1,10 @@
 #pragma once
 
+#include <vlgim/Array.h>
+#include <vlgim/Error.h>
 #include <vlgim/Export.h>
+#include <vlgim/Name32.h>
+#include <vlgim/Options.h>
 #include <vlgim/vlMeshVertexData.h>
 #include <vlgim/vlMorphData.h>
 #include <vlgim/vlOriginalData.h>
@@ -13,27 +17,18 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 namespace vela::vlgim {
 
-namespace io {
-class BlockReader;
-class BlockWriter;
-}  // namespace io
-namespace check {
-struct Inside;
-}
-class vlDataShareTable;
-struct BlockList;
-
 /// One .mesh file. The file does not say how many submeshes it has: the manifest does, or the caller, who
 /// sets m_submeshCount ahead of a read.
 ///
-/// A copy shows the same blocks as its source; they live as long as the last of them. An object belongs to
-/// one thread at a time; different objects may be used side by side.
+/// A copy shows the same blocks as its source; they live as long as the last of them. A write changes blocks, so an
+/// object belongs to one thread at a time, together with its copies.
 class VLGIM_API vlMeshData {
 public:
     std::uint32_t m_version = 0x50004;  ///< of the file read, 0x50000 to 0x50004
@@ -44,17 +39,17 @@ public:
     std::shared_ptr<vlMeshVertexData> m_vertexData;  ///< a vlMeshSkelVertexData under a skeleton flag but 0
     std::uint8_t m_hasMorph = 0;                     ///< non-zero: m_morph exists
     std::shared_ptr<vlMorphData> m_morph;
-    std::uint8_t m_hasTracks = 0;                  ///< non-zero: m_tracks exists
-    std::shared_ptr<vlTrackData[]> m_tracks;       ///< one for each submesh
-    std::uint16_t m_spareIndex = 65535;            ///< the caller's own; copied, never read or written
-    std::uint16_t m_boneCount = 0;                 ///< N; 0 and 65535 stand for a skeleton without bones
-    std::vector<std::uint16_t> m_boneParents;      ///< N; 65535: no parent
-    std::shared_ptr<char[][32]> m_boneNames;       ///< N, in lower case, NUL-terminated or full
-    std::vector<std::int32_t> m_boneNameIds;       ///< N, NameIDMurmur3 of each name; not in the file
-    std::uint16_t m_rootBone = 0;                  ///< the bone without a parent; 65535: several; 0: none
-    std::shared_ptr<BoundingInfo[]> m_boneBounds;  ///< N, or null
-    std::shared_ptr<geomath::_Matrix<float>[]> m_boneMatrices;  ///< N
-    std::uint16_t m_skelVertexBlocks = 0;                       ///< 1: m_vertexData is a vlMeshSkelVertexData
+    std::uint8_t m_hasTracks = 0;                   ///< non-zero: m_tracks exists
+    Array<vlTrackData> m_tracks;                    ///< one for each submesh
+    std::uint16_t m_spareIndex = 65535;             ///< the caller's own; copied, never read or written
+    std::uint16_t m_boneCount = 0;                  ///< N; 0 and 65535 stand for a skeleton without bones
+    std::vector<std::uint16_t> m_boneParents;       ///< N; 65535: no parent
+    Array<Name32> m_boneNames;                      ///< N, in lower case, NUL-terminated or full
+    std::vector<std::int32_t> m_boneNameIds;        ///< N, NameIDMurmur3 of each name; not in the file
+    std::uint16_t m_rootBone = 0;                   ///< the bone without a parent; 65535: several; 0: none
+    Array<BoundingInfo> m_boneBounds;               ///< N, or null
+    Array<geomath::_Matrix<float>> m_boneMatrices;  ///< N
+    std::uint16_t m_skelVertexBlocks = 0;           ///< 1: m_vertexData is a vlMeshSkelVertexData
 
     /// Reads a whole file image, which is needed during the call only. m_submeshCount and m_spareIndex are the
     /// caller's and stay; everything else is replaced.
@@ -76,18 +71,16 @@ public:
     /// (the anim-BI block and the key records of old files; blocks that a warning named), and what the vertex
     /// object leaves out. Original data of the type MESH_DATA_VERTEX are written with a warning that the next
     /// reader passes over as many blocks.
-    /// Returns 0; 1 if nothing was written, and LogError has said why: "unable to open %s", "failed to write
-    /// %s: %s", or what WriteObstacle says, in which case nothing was opened.
+    /// A vertex object of a caller's own class is written by its WriteData, through a temporary file.
+    /// Returns 0; 1 if the file was not put in place, and LogError has said why: "unable to open %s", "failed to write
+    /// %s: %s", or what WhyUnwritable gives, in which case nothing was opened.
     int WriteMeshFile(const char* path);
 
     /// Writes to the caller's stream, which has to be open for binary writing, able to seek, not appending, and
     /// at position 0, since offsets in the file count from there. Leaves the stream behind the table offset, not
     /// at its end. Always returns 0: failures of the stream are its owner's to check. What can't be written,
-    /// and a stream that can't seek, is logged, and nothing is written.
+    /// and a stream that can't seek or does not stand at its start, is logged, and nothing is written.
     int WriteMeshFile(std::FILE* stream);
-
-    /// Why a write would be refused, in one sentence; empty if the mesh can be written.
-    std::string WriteObstacle() const;
 
     /// The submesh counts, ascending, with which the vertex block of this file image would end just where the
     /// next block begins: one, for nearly every file that was written by this library. For a tool that has a
@@ -124,30 +117,23 @@ public:
 
     /// The range of a submesh in the vertex arrays; 0 and 0 where there is no such submesh.
     void GetSubVBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const;
-
-private:
-    friend struct check::Inside;
-
-    bool Read(io::BlockReader& in);
-    bool ReadBlocks(io::BlockReader& in);
-    void ReadMeshHeader(io::BlockReader& in);
-    void ReadAnimDataNew(io::BlockReader& in);
-    void ReadBonesData(io::BlockReader& in);
-    void ReadAnimBIData(io::BlockReader& in) const;
-    void ReadVertexData(io::BlockReader& in);
-    void ReadOriginalData(io::BlockReader& in, const BlockList& blocks);
-    static vlDataShareTable ReadTable(io::BlockReader& in);
-    std::uint32_t FrameCount() const;
-    std::uint16_t StoredBones() const;
-    std::string BonesObstacle() const;
-    std::string AnimObstacle() const;
-    std::uint64_t LargestOffset() const;
-    void WriteBlocks(std::FILE* stream, std::uint64_t start) const;
-    void WriteMeshHeader(io::BlockWriter& out) const;
-    void WriteAnimData(io::BlockWriter& out) const;
-    void WriteBonesData(io::BlockWriter& out) const;
-    void WriteAnimBIData(io::BlockWriter& out) const;
-    void WriteMeshVertexData(io::BlockWriter& out) const;
 };
+
+/// Reads a .mesh file, from a path or from memory, in place of what the mesh held, as vlMeshData::ReadMeshFile does, and
+/// logs nothing. The submesh count is the option's or else m_submeshCount.
+/// warnings  receives what a user should know of a file that was read, such as blocks that a save would drop; may be null
+/// Returns success, or why not; then the mesh holds what ReadMeshFile leaves after a failure. Throws std::bad_alloc.
+VLGIM_API Error Load(vlMeshData& mesh, const char* path, const LoadOptions& options = {},
+                     std::vector<Error>* warnings = nullptr);
+VLGIM_API Error Load(vlMeshData& mesh, std::span<const unsigned char> file, const LoadOptions& options = {},
+                     std::vector<Error>* warnings = nullptr);
+
+/// Writes a .mesh file as vlMeshData::WriteMeshFile does, and logs nothing. On an error the old file is as it was.
+/// warnings  receives what a user should know of a save that went well; may be null
+VLGIM_API Error Save(const vlMeshData& mesh, const char* path, std::vector<Error>* warnings = nullptr);
+
+/// Why a write would be refused: blocks, counts and arrays disagree, so that the file could not be read back. Success
+/// if the mesh can be written.
+VLGIM_API Error WhyUnwritable(const vlMeshData& mesh);
 
 }  // namespace vela::vlgim

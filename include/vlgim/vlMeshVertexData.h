@@ -1,21 +1,16 @@
 #pragma once
 
+#include <vlgim/Array.h>
+#include <vlgim/Error.h>
 #include <vlgim/Export.h>
 
 #include <geomath/Types.h>
 
 #include <cstdint>
 #include <cstdio>
-#include <memory>
-#include <string>
 #include <vector>
 
 namespace vela::vlgim {
-
-namespace io {
-class BlockReader;
-class BlockWriter;
-}  // namespace io
 
 /// One submesh: a range of the mesh's one vertex list and a range of its one triangle list. Files are believed in
 /// this: unless it has uvs or colours, a range may reach beyond the list, so whoever walks one stops at its end.
@@ -40,25 +35,27 @@ struct VLGIM_API vlMeshVertexData {
     static constexpr int m_uv_sz = 8;   ///< bytes of one uv
     static constexpr int m_c_sz = 4;    ///< bytes of one colour
 
-    std::shared_ptr<SubmeshRecord[]> m_subRecords;  ///< S records, in file order
-    std::uint32_t m_frameCount = 1;                 ///< frames of positions, normals and tangents; at least 1
-    std::uint32_t m_subCount = 0;                   ///< not in the block: set it before a read
+    Array<SubmeshRecord> m_subRecords;  ///< S records, in file order
+    std::uint32_t m_frameCount = 1;     ///< frames of positions, normals and tangents; at least 1
+    std::uint32_t m_subCount = 0;       ///< not in the block: set it before a read
     std::uint32_t m_vertexCount = 0;
     std::uint32_t m_triangleCount = 0;
     std::uint8_t m_uvSetCount = 0;     ///< the largest uvSetCount of the submeshes; at most 4
     std::uint8_t m_colorSetCount = 0;  ///< 1 after a read; non-zero: m_colors exists and its runs are written
     std::uint8_t m_hasTangents = 0;  ///< 1 if the block read had tangents; a write looks at m_tangents alone
-    std::shared_ptr<geomath::_Vector3<float>[]> m_positions;  ///< F x V; frame f starts at entry f * V
-    std::shared_ptr<geomath::_Vector3<float>[]> m_normals;    ///< F x V
-    std::shared_ptr<std::uint16_t[]> m_indices;               ///< 3 x T vertex indices, not checked against V
-    std::shared_ptr<geomath::_Point2<float>[]> m_uvSets[4];   ///< V each, (0, 0) where a submesh has no run
-    std::shared_ptr<std::uint32_t[]> m_colors;                ///< V, all bits set where a submesh has no run
-    std::shared_ptr<geomath::_Vector3<float>[]> m_tangents;   ///< F x V, or null
-    std::uint32_t m_maxBoneRefCount = 4;  ///< bone references per vertex of a skinned mesh
+    Array<geomath::_Vector3<float>> m_positions;  ///< F x V; frame f starts at entry f * V
+    Array<geomath::_Vector3<float>> m_normals;    ///< F x V
+    Array<std::uint16_t> m_indices;               ///< 3 x T vertex indices, not checked against V
+    Array<geomath::_Point2<float>> m_uvSets[4];   ///< V each, (0, 0) where a submesh has no run
+    Array<std::uint32_t> m_colors;                ///< V, all bits set where a submesh has no run
+    Array<geomath::_Vector3<float>> m_tangents;   ///< F x V, or null
+    std::uint32_t m_maxBoneRefCount = 4;          ///< bone references per vertex of a skinned mesh
 
     vlMeshVertexData() = default;
     vlMeshVertexData(const vlMeshVertexData&) = default;
+    vlMeshVertexData(vlMeshVertexData&&) noexcept = default;
     vlMeshVertexData& operator=(const vlMeshVertexData&) = default;
+    vlMeshVertexData& operator=(vlMeshVertexData&&) noexcept = default;
     virtual ~vlMeshVertexData() = default;
 
     /// Reads a vertex block at any alignment into new arrays; m_subRecords is made anew as well. With data flag 0
@@ -70,32 +67,20 @@ struct VLGIM_API vlMeshVertexData {
     /// end       one past the last readable byte; null if the caller vouches for the block
     /// Needs m_subCount and m_frameCount (0 becomes 1). Returns the byte behind the block. Null, and the object
     /// is as it was, where the block does not fit, declares more than 4 uv sets, has a uv or colour run that
-    /// leaves the V vertices, or would take more than 64 times its own bytes and 16 MiB of memory. Throws
+    /// leaves the V vertices, or, where `end` is given, would take more than 64 times the bytes up to it and 14 MiB of
+    /// memory. Throws
     /// std::bad_alloc, and the object is as it was.
     virtual const unsigned char* ReadDataNew(const unsigned char* data, unsigned int version,
                                              unsigned int packMode, const unsigned char* end = nullptr);
 
     /// Writes the block in the form of version 0x50004 and pack mode 0 at the stream's position; data flag 1.
     /// Not written: uv sets that no submesh declares, colours and uvs of vertices outside the runs, firstVertex,
-    /// firstTriangle, m_hasTangents and m_maxBoneRefCount. Where WriteObstacle has something to say, that is
+    /// firstTriangle, m_hasTangents and m_maxBoneRefCount. Where WhyUnwritable gives an error, it is
     /// logged and nothing is written. Failures of the stream are its owner's to check.
     virtual void WriteData(std::FILE* stream);
 
     /// Bone references per vertex of a skinned mesh.
-    unsigned int GetMaxBoneRefCount() const { return m_maxBoneRefCount; }
-
-    /// Why a write would be refused: counts and arrays disagree, so that the block could not be read back.
-    /// One sentence; empty if it can be written.
-    virtual std::string WriteObstacle() const;
-
-    /// Bytes of the block that WriteData writes. Only for an object without a WriteObstacle.
-    virtual std::uint64_t WrittenSize() const;
-
-protected:
-    friend class vlMeshData;
-
-    virtual void Read(io::BlockReader& in, unsigned int version, unsigned int packMode);
-    virtual void WriteBlock(io::BlockWriter& out);
+    unsigned int GetMaxBoneRefCount() const noexcept { return m_maxBoneRefCount; }
 };
 
 /// The vertex object of a skinned mesh: for every vertex a fixed number of bone references and weights, and which
@@ -104,10 +89,10 @@ protected:
 /// W stands for m_maxBoneRefCount. A copy shows the same arrays as its source and has a mask of its own. The skin
 /// arrays of one read lie in one allocation, beside that of the vertices.
 struct VLGIM_API vlMeshSkelVertexData : vlMeshVertexData {
-    std::shared_ptr<std::uint16_t[]> m_boneIndices;  ///< V x W; vertex v from v * W on; 0xFFFF: no bone
-    std::shared_ptr<float[]> m_boneWeights;          ///< V x W; nothing makes them add up to 1
-    std::uint32_t m_usedBoneBits = 0;                ///< bits that a write gives the mask; at most 65535
-    std::vector<bool> m_usedBones;  ///< bit b: bone b is in use; its own size counts, see ReadDataNew
+    Array<std::uint16_t> m_boneIndices;  ///< V x W; vertex v from v * W on; 0xFFFF: no bone
+    Array<float> m_boneWeights;          ///< V x W; nothing makes them add up to 1
+    std::uint32_t m_usedBoneBits = 0;    ///< bits that a write gives the mask; at most 65535
+    std::vector<bool> m_usedBones;       ///< bit b: bone b is in use; its own size counts, see ReadDataNew
 
     vlMeshSkelVertexData() = default;
     vlMeshSkelVertexData(const vlMeshSkelVertexData&) = default;
@@ -129,13 +114,10 @@ struct VLGIM_API vlMeshSkelVertexData : vlMeshVertexData {
     /// it gets m_usedBoneBits bits, those that are set stay set, and so becomes each whose bone a vertex refers to
     /// with a weight other than 0 (a NaN is other, -0.0 is not). A reference at or above m_usedBoneBits marks none.
     void WriteData(std::FILE* stream) override;
-
-    std::string WriteObstacle() const override;
-    std::uint64_t WrittenSize() const override;
-
-private:
-    void Read(io::BlockReader& in, unsigned int version, unsigned int packMode) override;
-    void WriteBlock(io::BlockWriter& out) override;
 };
+
+/// Why a write would be refused: counts and arrays disagree, so that the block could not be read back; of a skinned
+/// object the skin too. Success if it can be written.
+VLGIM_API Error WhyUnwritable(const vlMeshVertexData& mesh);
 
 }  // namespace vela::vlgim

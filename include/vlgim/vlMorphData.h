@@ -8,11 +8,6 @@
 
 namespace vela::vlgim {
 
-namespace io {
-class BlockReader;
-class BlockWriter;
-}  // namespace io
-
 /// Key times of a morph-animated mesh: frame k of the vertex object holds at key k. The frames themselves lie in
 /// vlMeshVertexData, which needs this key count to be read.
 struct VLGIM_API vlMorphData {
@@ -35,12 +30,6 @@ struct VLGIM_API vlMorphData {
 
     /// Writes the block that ReadDataNew reads. Failures of the stream are its owner's to check.
     void WriteData(std::FILE* stream) const;
-
-private:
-    friend class vlMeshData;
-
-    void Read(io::BlockReader& in);
-    void Write(io::BlockWriter& out) const;
 };
 
 }  // namespace vela::vlgim

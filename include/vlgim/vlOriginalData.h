@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vlgim/Array.h>
+#include <vlgim/Error.h>
 #include <vlgim/Export.h>
 #include <vlgim/vlDataShareTable.h>
 
@@ -7,8 +9,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <memory>
-#include <string>
 
 namespace vela::vlgim {
 
@@ -19,12 +19,12 @@ public:
     /// Kind of this data, written into the share table's pair. A mesh that is read sets it from there,
     /// or to MESH_DATA_ORIGINAL where there is no pair or one of a vertex block. With MESH_DATA_VERTEX the block counts among the vertex blocks, and one block is passed over by the next reader.
     MESH_DATA_TYPE m_type = MESH_DATA_VERTEX;
-    std::shared_ptr<geomath::_Vector3<float>[]> m_origPositions;  ///< m_origVertexCount, or null for 0
-    std::shared_ptr<std::uint16_t[]> m_origIndices;               ///< m_origIndexCount, or null for 0
-    std::shared_ptr<std::uint32_t[]> m_origExtra;                 ///< m_origExtraCount, or null for 0
-    std::uint8_t m_hasSkin = 0;                    ///< as read; a write looks at the two arrays and sets it
-    std::shared_ptr<unsigned char[]> m_origBones;  ///< four bone references a vertex, or null
-    std::shared_ptr<float[]> m_origWeights;        ///< four weights a vertex, or null
+    Array<geomath::_Vector3<float>> m_origPositions;  ///< m_origVertexCount, or null for 0
+    Array<std::uint16_t> m_origIndices;               ///< m_origIndexCount, or null for 0
+    Array<std::uint32_t> m_origExtra;                 ///< m_origExtraCount, or null for 0
+    std::uint8_t m_hasSkin = 0;        ///< as read; a write looks at the two arrays and sets it
+    Array<unsigned char> m_origBones;  ///< four bone references a vertex, or null
+    Array<float> m_origWeights;        ///< four weights a vertex, or null
     std::uint32_t m_origVertexCount = 0;
     std::uint32_t m_origExtraCount = 0;  ///< has no fixed relation to the vertex count
     std::uint32_t m_origIndexCount = 0;  ///< in indices, not in triangles
@@ -42,21 +42,11 @@ public:
                                   const unsigned char* end = nullptr);
 
     /// Writes the block that ReadDataNew reads, whatever version says, and sets m_hasSkin to whether it has a skin:
-    /// both arrays and a vertex. Where WriteObstacle has something to say, that is logged and nothing is written.
+    /// both arrays and a vertex. Where WhyUnwritable gives an error, it is logged and nothing is written.
     void WriteData(std::FILE* stream, unsigned int version);
-
-    /// Why a write would be refused: an array is missing whose count is not 0. Empty if it can be written.
-    std::string WriteObstacle() const;
-
-    /// Bytes of the block that WriteData writes.
-    std::uint64_t WrittenSize() const;
-
-private:
-    friend class vlMeshData;
-
-    void Read(io::BlockReader& in, bool hasSkinRows);
-    void Write(io::BlockWriter& out);
-    bool HasSkin() const { return m_origBones && m_origWeights && m_origVertexCount != 0; }
 };
+
+/// Why a write would be refused: an array is shorter than its count. Success if the data can be written.
+VLGIM_API Error WhyUnwritable(const vlOriginalData& data);
 
 }  // namespace vela::vlgim

@@ -1,23 +1,20 @@
 #pragma once
 
+#include <vlgim/Array.h>
+#include <vlgim/Error.h>
 #include <vlgim/Export.h>
+#include <vlgim/Name32.h>
+#include <vlgim/Options.h>
 #include <vlgim/vlKeyTimes.h>
 #include <vlgim/vlTransKeysData.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
+#include <span>
+#include <vector>
 
 namespace vela::vlgim {
-
-namespace io {
-class BlockReader;
-class BlockWriter;
-}  // namespace io
-namespace check {
-struct Inside;
-}
 
 /// A named set of transform channels on one time axis: key k of every channel is at time k. It is a file of
 /// its own, and a block inside of mesh files and clips.
@@ -27,11 +24,11 @@ struct Inside;
 class VLGIM_API vlTrackData {
 public:
     std::uint32_t m_version = 0x10001;  ///< of the file or block read, 0x10000 or 0x10001; not written
-    char m_name[32] = {};               ///< ends with a NUL when read
-    unsigned char m_options[4] = {1, 0, 0, 1};      ///< carried unchanged; nothing here looks at them
-    std::uint16_t m_flags = 0;                      ///< vlClipData asks for 0x800; carried unchanged
-    vlKeyTimes m_times;                             ///< in the exporter's unit
-    std::shared_ptr<vlTransKeysData[]> m_channels;  ///< m_channelCount of them
+    Name32 m_name;                      ///< ends with a NUL when read
+    unsigned char m_options[4] = {1, 0, 0, 1};  ///< carried unchanged; nothing here looks at them
+    std::uint16_t m_flags = 0;                  ///< vlClipData asks for 0x800; carried unchanged
+    vlKeyTimes m_times;                         ///< in the exporter's unit
+    Array<vlTransKeysData> m_channels;          ///< m_channelCount of them
     std::uint16_t m_channelCount = 0;
 
     /// Reads a track file in place of what the object held.
@@ -54,7 +51,7 @@ public:
     void Save(const char* path);
 
     /// Keys of m_times, as the member stands.
-    unsigned short GetKeyCount() const { return m_times.GetKeyCount(); }
+    unsigned short GetKeyCount() const noexcept { return m_times.GetKeyCount(); }
 
     /// Reads the 10 bytes of a file's header: magic, u32 version, u16 256. The magic is not looked at.
     /// data  first byte of the file; null gives null
@@ -77,14 +74,21 @@ public:
     /// says. Refused, with a LogError and nothing written, is a track whose counts and arrays disagree: a
     /// null array with a count, or a channel whose m_keyCount is neither 0 nor the key count of the times.
     void WriteData(std::FILE* stream);
-
-private:
-    friend struct check::Inside;
-
-    static bool IsValidTrackFile(const void* data, std::size_t size);
-    bool ReadFile(io::BlockReader& in);
-    void WriteFile(std::FILE* stream);
-    static void WriteHeader(io::BlockWriter& out);
 };
+
+/// Reads a track file, from a path or from memory, in place of what the track held. Logs nothing.
+/// Returns success, or why not; then m_version is the file's, where it has the magic and a version, and the rest is as
+/// it was. Throws std::bad_alloc.
+VLGIM_API Error Load(vlTrackData& track, const char* path, const LoadOptions& options = {});
+VLGIM_API Error Load(vlTrackData& track, std::span<const unsigned char> file,
+                     const LoadOptions& options = {});
+
+/// Writes a track file as vlTrackData::Save does, and logs nothing. On an error the old file is as it was.
+/// warnings  receives what a user should know of a save that went well; may be null
+VLGIM_API Error Save(vlTrackData& track, const char* path, std::vector<Error>* warnings = nullptr);
+
+/// Why a write would be refused: an array is shorter than its count, or a channel's m_keyCount is neither 0 nor the
+/// key count of the times. Success if the track can be written.
+VLGIM_API Error WhyUnwritable(const vlTrackData& track);
 
 }  // namespace vela::vlgim

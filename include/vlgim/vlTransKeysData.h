@@ -1,20 +1,13 @@
 #pragma once
 
 #include <geomath/Types.h>
+#include <vlgim/Array.h>
 #include <vlgim/Export.h>
 
+#include <array>
 #include <cstdio>
-#include <memory>
 
 namespace vela::vlgim {
-
-namespace io {
-class BlockWriter;
-}
-struct vlTransKeysData;
-namespace keys {
-void Write(io::BlockWriter& out, vlTransKeysData& keys);
-}
 
 /// Forms that keys take in a file, bits of m_compressFlags. Of the rotation forms the first one set in the
 /// order 8, 16, 2 holds; the packed ones are for quaternions only. Other bits have no meaning.
@@ -43,24 +36,23 @@ struct vlTransInfo {
 /// written. The times of the keys lie in the container, and so do the key count and the form, which no block
 /// holds.
 ///
-/// A copy shows the same arrays as its source. What works in place shows in every copy: the conversions to
-/// and from deltas, and the signs that a write in the packed forms turns. What makes new arrays does not:
-/// reading, and a component that a write reduces to one key. To edit a copy alone, give it arrays of its own
-/// first.
+/// A copy shows the same arrays as its source. Nothing here writes into an array that a copy may show: reading, the
+/// conversions to and from deltas and writing put new arrays in place of those that they change. To edit the numbers
+/// of one copy alone, give it arrays of its own first (Array::Clone).
 ///
-/// An object belongs to one thread at a time, together with its copies.
+/// An object belongs to one thread at a time.
 struct VLGIM_API vlTransKeysData {
     unsigned char m_posKeyed = 0;  ///< 0: one position for all keys; else one for each, and the value is kept
     unsigned char m_rotKeyed = 0;  ///< the same for rotations
     unsigned char m_scaleKeyed = 0;  ///< the same for scales
     unsigned char m_rotOrder = 0;    ///< 0: quaternions; else Euler angles in this order, EULER_XYZ and so on
     unsigned char m_compressFlags = 0;  ///< set before each read and each write; KEY_HALF_ROT and so on, or 0
-    std::shared_ptr<float[]> m_pos;     ///< 3 floats a key: x, y, z
-    std::shared_ptr<float[]> m_rot;     ///< 4 floats a key: x, y, z, w; or 3: angles x, y, z in radians
-    std::shared_ptr<float[]> m_scale;   ///< 3 floats a key: x, y, z
-    std::shared_ptr<unsigned char[]> m_packedRot;        ///< rotations as the last write packed them; or null
-    std::shared_ptr<unsigned short[][3]> m_packedScale;  ///< scales as the last write packed them; or null
-    unsigned short m_keyCount = 0;                       ///< set before each read
+    Array<float> m_pos;                 ///< 3 floats a key: x, y, z
+    Array<float> m_rot;                 ///< 4 floats a key: x, y, z, w; or 3: angles x, y, z in radians
+    Array<float> m_scale;               ///< 3 floats a key: x, y, z
+    Array<unsigned char> m_packedRot;   ///< rotations as the last write packed them; or null
+    Array<std::array<unsigned short, 3>> m_packedScale;  ///< scales as the last write packed them; or null
+    unsigned short m_keyCount = 0;                       ///< set before each read and each write
 
     /// Reads a block, little-endian, at any alignment: 3 keyed bytes, the rotation order, then a record for
     /// each position (12 bytes), rotation (4, 6, 8, 12 or 16) and scale (6 or 12). Needs m_keyCount and
@@ -74,37 +66,32 @@ struct VLGIM_API vlTransKeysData {
 
     /// Writes the block in the form that m_compressFlags tells; of several rotation forms the first one in
     /// the order 8, 16, 2. The results of the stream are not looked at. The write changes the object:
-    /// - In the packed forms each quaternion takes the sign that makes its largest component positive, in
-    ///   m_rot itself.
+    /// - In the packed forms each quaternion takes the sign that makes its largest component positive, in a new
+    ///   m_rot.
     /// - A keyed component whose keys all equal key 0 keeps that key alone and loses its keyed byte. Equal
     ///   means within 1e-6, number by number. For scales and Euler angles in half floats the halves decide;
     ///   for quaternions in a small form both the floats and the packed keys. In half floats it is the packed
     ///   array that is cut to one key, and the float array keeps its length; else it is the float array.
     /// m_keyCount stays, and a component without keys keeps its keyed byte.
-    /// Where an array is null although its component has keys, the error is logged, nothing is written and
-    /// the object is as it was.
+    /// Where an array is shorter than the keys of its component, the error is logged, nothing is written and the
+    /// object does not change.
     void WriteData(std::FILE* stream);
 
     /// Transform of one key, without interpolation; an index behind the last key gives the last key.
-    /// Rotations are given as quaternions, whatever the keys are. Each output may be null. A component
-    /// without keys gives position 0, rotation (0, 0, 0, 1) or scale 1.
+    /// Rotations are given as quaternions, whatever the keys are; an m_rotOrder above 6 gives (1, 0, 0, 0). Each
+    /// output may be null. A component without keys, or whose array is too short to hold the key, gives position 0,
+    /// rotation (0, 0, 0, 1) or scale 1.
     void GetKeyPRS(unsigned short key, geomath::_Vector3<float>* position,
                    geomath::_Rotation<float>* rotation, geomath::_Vector3<float>* scale) const;
 
-    /// Turns the keys into deltas against `ref`, in place: position minus reference, conjugate of the
+    /// Turns the keys into deltas against `ref`, in new arrays: position minus reference, conjugate of the
     /// reference times rotation, scale divided by the reference; and back: position plus reference, reference
     /// times rotation, scale times reference. Products of quaternions are not normalised. Scales stay where
     /// all of the reference's lie within 1e-6 of 0; a single one there divides as it is, up to infinities and
     /// NaN. Euler keys are taken as EULER_YZX whatever m_rotOrder says. Nothing records what state the keys
-    /// are in: twice converts twice. Components without an array are passed over.
+    /// are in: twice converts twice. Components whose array is shorter than their keys are left as they are.
     void ConvertToDelta(const vlTransInfo& ref);
     void ConvertFromDelta(const vlTransInfo& ref);
-
-private:
-    friend void keys::Write(io::BlockWriter& out, vlTransKeysData& keys);
-
-    void PackTransData();
-    void PackKeys(unsigned short mask);
 };
 
 }  // namespace vela::vlgim

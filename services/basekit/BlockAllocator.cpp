@@ -1,17 +1,17 @@
 #include <basekit/AddressSanitizer.h>
 #include <basekit/BlockAllocator.h>
+#include <platform/Pages.h>
 
 #include <atomic>
 #include <cstdint>
 #include <cstring>
-#include <sys/mman.h>
 
 namespace kit {
 
 namespace {
 
-constexpr std::size_t kPage = 4096;
-constexpr std::size_t kHugePage = std::size_t{2} << 20;
+constexpr std::size_t kPage = platform::kPageSize;
+constexpr std::size_t kHugePage = platform::kHugePageSize;
 
 // Smaller blocks the C library mostly has in hand.
 constexpr std::size_t kLeastFresh = std::size_t{128} << 10;
@@ -23,9 +23,6 @@ constexpr std::size_t kLeastHuge = std::size_t{1} << 20;
 // blocks takes a quarter of the time in which a mesh of 131 KB comes from its path.
 constexpr unsigned kBlocksAskedAbout = 32;
 std::atomic<unsigned> askedAbout;
-
-// Linux 5.14 brought it; older systems refuse it, and older headers do not name it.
-constexpr int kPopulateForWriting = 23;
 
 // Blocks that end where the sanitizer sees it.
 #ifdef VLGIM_ADDRESS_SANITIZER
@@ -51,28 +48,22 @@ unsigned char* AlignUp(void* memory, std::size_t unit)
     return static_cast<unsigned char*>(memory) + (RoundUp(address, unit) - address);
 }
 
-bool IsResident(unsigned char* page)
-{
-    unsigned char resident = 0;
-    return ::mincore(page, kPage, &resident) == 0 && (resident & 1) != 0;
-}
-
 // Puts the pages of a block in place if they are not. A first load of 144 KB takes four fifths of the time, one of 29 MB
 // on huge pages a twentieth. Where the system knows better or does not know how, nothing is lost but the call.
 void ReadyPages(unsigned char* block, std::size_t bytes)
 {
     unsigned char* const first = AlignUp(block, kPage);
     const std::size_t size = RoundDown(bytes - static_cast<std::size_t>(first - block), kPage);
-    if (IsResident(first + size - kPage))
+    if (platform::IsResident(first + size - kPage))
         return;
     if (bytes >= kLeastHuge) {
-        ::madvise(first, RoundUp(bytes, kHugePage), MADV_HUGEPAGE);
+        platform::PreferHugePages(first, RoundUp(bytes, kHugePage));
         *static_cast<volatile unsigned char*>(first) = 0;
         // One touch has brought more than its own page: the others come as huge ones, best at the copy.
-        if (IsResident(first + kPage))
+        if (platform::IsResident(first + kPage))
             return;
     }
-    ::madvise(first, size, kPopulateForWriting);
+    platform::PopulatePages(first, size);
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ private:
 };
 
 /// Logs a printf-style message. Nothing is added to it: no level, no prefix, no newline.
-VLGIM_API void LogError(const char* format, ...) __attribute__((format(printf, 1, 2)));
-VLGIM_API void LogWarning(const char* format, ...) __attribute__((format(printf, 1, 2)));
+VLGIM_API void LogError(const char* format, ...) VLGIM_PRINTF(1, 2);
+VLGIM_API void LogWarning(const char* format, ...) VLGIM_PRINTF(1, 2);
 
 }  // namespace vela

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <basekit/BlockAllocator.h>
-#include <vlgim/Export.h>
+#include <vlgim/Error.h>
 
 #include <vector>
 
@@ -18,9 +18,14 @@ enum FileSystemType {
     FILE_SYSTEM_CLIP = 2,   ///< clip side files
 };
 
+/// Reads a whole regular file. Logs nothing, and throws std::bad_alloc.
+/// Returns no error, and bytes holds the file; or NotFound; or Unreadable for a folder, a pipe or a device, for what the
+/// system refuses to read, and for a file whose length changed meanwhile. Error::code holds the system's errno value
+/// if it has one; bytes is then empty.
+[[nodiscard]] VLGIM_API vela::vlgim::Error ReadFile(const char* path, Bytes& bytes);
+
 struct VLGIM_API FileStream {
-    /// Reads a whole regular file. True: bytes holds it. False: it is missing, is a folder, a pipe or a
-    /// device, can't be read, or changed its length meanwhile; bytes is then empty. Throws std::bad_alloc.
+    /// Reads as ReadFile does. True: bytes holds the file. False: bytes is empty.
     static bool ReadAllBinary(const char* path, Bytes& bytes, FileSystemType type);
 
     /// True for anything that is found under this name: a file, a folder, a device.

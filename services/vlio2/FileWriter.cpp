@@ -1,38 +1,29 @@
 #include <vlio2/FileWriter.h>
 
-#include <corecommon/Log.h>
+#include <platform/Files.h>
+#include <vlio2/Failures.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cinttypes>
-#include <climits>
 #include <cstdint>
-#include <fcntl.h>
-#include <new>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <filesystem>
 #include <random>
-#include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
+#include <utility>
 
 namespace vlio {
 
-namespace {
+using platform::FileKind;
+using platform::FileStatus;
+using vela::vlgim::Error;
+using vela::vlgim::ErrorKind;
 
-// All bytes to a descriptor; 0 or the errno of the first failure.
-int WriteAll(int descriptor, const char* bytes, std::size_t size)
-{
-    while (size > 0) {
-        const ssize_t written = ::write(descriptor, bytes, size);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0)
-            return errno;
-        bytes += written;
-        size -= static_cast<std::size_t>(written);
-    }
-    return 0;
-}
+namespace {
 
 // With the slash at its end.
 std::string FolderOf(const std::string& path)
@@ -47,11 +38,10 @@ std::string FollowLinks(std::string path)
 {
     // As many as the system itself follows.
     for (int depth = 0; depth < 40; ++depth) {
-        char target[PATH_MAX];
-        const ssize_t length = ::readlink(path.c_str(), target, sizeof target);
-        if (length < 0)
+        std::error_code error;
+        const std::string next = std::filesystem::read_symlink(path, error).string();
+        if (error)
             return path;
-        const std::string next(target, static_cast<std::size_t>(length));
         path = next.starts_with('/') ? next : FolderOf(path).append(next);
     }
     return path;
@@ -60,19 +50,10 @@ std::string FollowLinks(std::string path)
 // The same text for one place on disk, however its path is spelled.
 std::string PlaceOf(const std::string& path)
 {
-    struct stat folder = {};
-    ::stat(FolderOf(path).c_str(), &folder);
-    return std::to_string(folder.st_dev) + ':' + std::to_string(folder.st_ino) + '/' +
+    FileStatus folder;
+    platform::GetStatus(FolderOf(path).c_str(), folder);
+    return std::to_string(folder.id.volume) + ':' + std::to_string(folder.id.number) + '/' +
            path.substr(path.rfind('/') + 1);
-}
-
-// In a folder with the sticky bit only the owner of a file or of the folder may replace the file.
-bool MayReplace(const struct stat& file, const std::string& path)
-{
-    struct stat folder = {};
-    ::stat(FolderOf(path).c_str(), &folder);
-    const uid_t user = ::geteuid();
-    return !(folder.st_mode & S_ISVTX) || user == 0 || user == file.st_uid || user == folder.st_uid;
 }
 
 // Random, so that processes do not meet; asked for once, since 64 bits from the processor take as long as it takes to
@@ -86,32 +67,17 @@ std::uint64_t NextNumber()
     return next++;
 }
 
-// As far as the system allows: only root can give a file away, and some file systems know no owners. Special bits
-// and the rights of a group are for the old owner and the old group alone.
-void TakeOver(int descriptor, const struct stat& old)
-{
-    mode_t kept = 07777;
-    if (::fchown(descriptor, old.st_uid, old.st_gid) != 0)
-        kept = ::fchown(descriptor, uid_t(-1), old.st_gid) == 0 ? 0777 : 0707;
-    ::fchmod(descriptor, old.st_mode & kept);
-}
-
 }  // namespace
 
-std::string ErrorText(int error)
-{
-    return std::generic_category().message(error);
-}
-
-// A file of the set, from its opening to its place.
-struct FileWriter::File {
-    std::string path;          // as the caller gave it
-    std::string target;        // behind all links; empty for what is no regular file
-    std::string sibling;       // empty once renamed, and where the file is written in place
-    std::string memory;        // content of a file that is written in place
-    std::size_t position = 0;  // in memory
-    int descriptor = -1;
-    int error = 0;  // errno of the first failure
+// A file of the set, from its opening to its place. Operations give 0 or an errno value.
+struct FileWriter::File final : Sink {
+    std::string path;     // as the caller gave it
+    std::string target;   // behind all links; empty for what is no regular file
+    std::string sibling;  // empty once renamed, and where the file is written in place
+    std::string memory;   // content of a file that is written in place
+    platform::File file;
+    int whyInPlace = 0;  // what the system has against a sibling of a regular file
+    int error = 0;       // the first failure
 
     File() = default;
     File(const File&) = delete;
@@ -119,20 +85,12 @@ struct FileWriter::File {
 
     ~File()
     {
-        Close();
+        file.Close();
         if (!sibling.empty())
-            ::unlink(sibling.c_str());
+            platform::Remove(sibling.c_str());
     }
 
     bool InPlace() const { return sibling.empty(); }
-
-    void Close()
-    {
-        // The descriptor is gone whatever close says.
-        if (descriptor >= 0 && ::close(descriptor) != 0)
-            Fail(errno);
-        descriptor = -1;
-    }
 
     void Fail(int reason)
     {
@@ -141,183 +99,128 @@ struct FileWriter::File {
     }
 
     int Open();
-    int OpenSibling(const struct stat* old);
-    int OpenInPlace();
-    int Remember(const char* bytes, std::size_t size);
-    int SeekInMemory(off64_t* offset, int whence);
-    void Rename();
+    int OpenRegular(const FileStatus* old, bool isLink);
+    int OpenSibling(const FileStatus* old);
+    void Write(const void* bytes, std::size_t size) override;
+    void Patch(std::uint64_t position, std::uint32_t value) override;
     void WriteInPlace();
-    std::FILE* Stream();
-
-    // The stream's own error flag keeps no reason and can be lost at fclose, so the file keeps both itself.
-    static ssize_t WriteCall(void* self, const char* bytes, std::size_t size);
-    static int SeekCall(void* self, off64_t* offset, int whence);
+    void PutInPlace();
 };
 
 int FileWriter::File::Open()
 {
-    // For a new file this is all that is asked: a small one is written about as fast as the system answers.
-    struct stat old = {};
-    bool exists = ::lstat(path.c_str(), &old) == 0;
-    const bool isLink = exists && S_ISLNK(old.st_mode);
-    if (isLink)
-        exists = ::stat(path.c_str(), &old) == 0;
-    if (!exists && errno != ENOENT)
-        return errno;
-    if (exists && S_ISDIR(old.st_mode))
+    FileStatus old;
+    const int missing = platform::GetStatus(path.c_str(), old);
+    if (missing != 0)
+        return missing == ENOENT ? OpenRegular(nullptr, old.isLink) : missing;
+    if (old.kind == FileKind::Folder)
         return EISDIR;
-    if (exists && !S_ISREG(old.st_mode))
-        return OpenInPlace();
+    if (old.kind != FileKind::Regular)
+        return file.OpenToWrite(path.c_str());
     // A file without any write bit is locked by its owner, and a rename would break the lock.
-    if (exists && (old.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0)
+    if (old.isWriteProtected)
         return EACCES;
-    if (exists && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
-        return errno;
+    if (const int reason = platform::CheckWritable(path.c_str()))
+        return reason;
+    return OpenRegular(&old, old.isLink);
+}
 
+int FileWriter::File::OpenRegular(const FileStatus* old, bool isLink)
+{
     target = isLink ? FollowLinks(path) : path;
     if (target.empty() || target.ends_with('/'))
         return ENOENT;
-    const int refused = exists && !MayReplace(old, target) ? EPERM : OpenSibling(exists ? &old : nullptr);
-    if (!exists || (refused != EACCES && refused != EPERM && refused != EROFS))
+    const bool mayReplace = !old || platform::MayReplace(*old, FolderOf(target).c_str());
+    const int refused = mayReplace ? OpenSibling(old) : EPERM;
+    if (!old || (refused != EACCES && refused != EPERM && refused != EROFS))
         return refused;
-    if (const int reason = OpenInPlace())
-        return reason;
-    // WriteInPlace opens it again: a set may have more files than a process may have open.
-    Close();
-    vela::LogWarning("%s is written in place: its folder takes no new file: %s", path.c_str(),
-                     ErrorText(refused).c_str());
-    return 0;
+    whyInPlace = refused;
+    const int reason = file.OpenToWrite(path.c_str());
+    file.Close();  // until Commit: a set may have more files than a process may have open
+    return reason;
 }
 
-int FileWriter::File::OpenSibling(const struct stat* old)
+int FileWriter::File::OpenSibling(const FileStatus* old)
 {
     std::string name;
+    int reason = 0;
     do {
         char number[24];
         std::snprintf(number, sizeof number, ".vlgim-%016" PRIx64, NextNumber());
         name = FolderOf(target) + number;
-        descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    } while (descriptor < 0 && errno == EEXIST);
-    if (descriptor < 0)
-        return errno;
+        reason = file.Create(name.c_str());
+    } while (reason == EEXIST);
+    if (reason != 0)
+        return reason;
     sibling = std::move(name);
     if (old)
-        TakeOver(descriptor, *old);
+        file.TakeRights(*old);
     return 0;
 }
 
-int FileWriter::File::OpenInPlace()
-{
-    descriptor = ::open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
-    return descriptor < 0 ? errno : 0;
-}
-
-ssize_t FileWriter::File::WriteCall(void* self, const char* bytes, std::size_t size)
-{
-    auto& file = *static_cast<File*>(self);
-    if (file.error == 0)
-        file.error = file.InPlace() ? file.Remember(bytes, size) : WriteAll(file.descriptor, bytes, size);
-    return file.error == 0 ? static_cast<ssize_t>(size) : 0;
-}
-
-int FileWriter::File::Remember(const char* bytes, std::size_t size)
+// What is written in place is put together in memory: a pipe can't go back to a patch.
+void FileWriter::File::Write(const void* bytes, std::size_t size)
 try {
-    if (size > memory.max_size() - position)
-        return EFBIG;
-    memory.resize(std::max(memory.size(), position + size));
-    std::copy_n(bytes, size, memory.begin() + static_cast<std::ptrdiff_t>(position));
-    position += size;
-    return 0;
-} catch (const std::exception&) {
-    return ENOMEM;  // stdio calls this, and no exception may pass through it
-}
-
-int FileWriter::File::SeekCall(void* self, off64_t* offset, int whence)
-{
-    auto& file = *static_cast<File*>(self);
-    if (file.InPlace())
-        return file.SeekInMemory(offset, whence);
-    const off64_t reached = ::lseek64(file.descriptor, *offset, whence);
-    if (reached < 0)
-        return -1;
-    *offset = reached;
-    return 0;
-}
-
-int FileWriter::File::SeekInMemory(off64_t* offset, int whence)
-{
-    const std::size_t from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? position : memory.size();
-    off64_t reached = 0;
-    const bool fits = !__builtin_add_overflow(static_cast<off64_t>(from), *offset, &reached) &&
-                      reached >= 0 && static_cast<std::size_t>(reached) <= memory.max_size();
-    if (!fits) {
-        errno = EINVAL;
-        return -1;
-    }
-    position = static_cast<std::size_t>(reached);
-    *offset = reached;
-    return 0;
-}
-
-std::FILE* FileWriter::File::Stream()
-{
-    std::FILE* const stream =
-        ::fopencookie(this, "wb", {.read = nullptr, .write = WriteCall, .seek = SeekCall, .close = nullptr});
-    // Our own writers come with large pieces, which a buffer would only cut into more system calls.
-    if (stream)
-        std::setvbuf(stream, nullptr, _IONBF, 0);
-    return stream;
-}
-
-// Puts a file that is whole and checked in its place.
-void FileWriter::File::Rename()
-{
-    if (::rename(sibling.c_str(), target.c_str()) == 0)
-        sibling.clear();
+    if (error != 0)
+        return;
+    if (InPlace())
+        memory.append(static_cast<const char*>(bytes), size);
     else
-        Fail(errno);
+        error = file.Write(bytes, size);
+} catch (const std::exception&) {
+    error = ENOMEM;  // writers hand over their last piece where nothing may be thrown
+}
+
+void FileWriter::File::Patch(std::uint64_t position, std::uint32_t value)
+{
+    if (error != 0)
+        return;
+    if (InPlace())
+        std::memcpy(memory.data() + position, &value, sizeof value);
+    else
+        error = file.WriteAt(position, &value, sizeof value);
 }
 
 void FileWriter::File::WriteInPlace()
 {
-    if (descriptor < 0)
-        Fail(OpenInPlace());
+    if (!file.IsOpen())
+        Fail(file.OpenToWrite(path.c_str()));
     if (error == 0)
-        Fail(WriteAll(descriptor, memory.data(), memory.size()));
-    struct stat status = {};
-    if (error == 0 && ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
-        ::ftruncate(descriptor, static_cast<off_t>(memory.size())) != 0)
-        Fail(errno);
-    Close();
+        Fail(file.Write(memory.data(), memory.size()));
+    if (error == 0 && !target.empty())
+        Fail(file.SetSize(memory.size()));
+    Fail(file.Close());
+}
+
+// Of a file that is whole and checked.
+void FileWriter::File::PutInPlace()
+{
+    Fail(platform::Replace(sibling.c_str(), target.c_str()));
+    if (error == 0)
+        sibling.clear();
 }
 
 FileWriter::FileWriter() = default;
+FileWriter::~FileWriter() = default;
 
-FileWriter::~FileWriter()
+Error FileWriter::Open(const char* path, Sink*& sink)
 {
-    CloseStream();
-}
-
-std::FILE* FileWriter::Open(const char* path)
-{
-    CloseStream();
+    sink = nullptr;
+    CloseLast();
     auto file = std::make_unique<File>();
     file->path = path;
-    m_openError = file->Open();
-    if (m_openError == 0 && !m_files.empty() && IsInSet(file->target))
-        m_openError = EEXIST;
-    if (m_openError == EEXIST)
-        vela::LogError("%s is the target of two files that are saved together", path);
-    if (m_openError != 0)
-        return nullptr;
-
+    if (const int reason = file->Open())
+        return Failure(ErrorKind::NotCreated, reason, path, platform::ReasonText(reason));
+    if (!m_files.empty() && IsInSet(file->target))
+        return Failure(ErrorKind::NotCreated, EEXIST, path,
+                       "is the target of two files that are saved together");
+    if (file->whyInPlace != 0)
+        m_warnings.push_back(Failure(ErrorKind::NotCreated, file->whyInPlace, path,
+                                     "is written in place: its folder takes no new file: " +
+                                         platform::ReasonText(file->whyInPlace)));
     m_files.push_back(std::move(file));
-    m_stream = m_files.back()->Stream();
-    if (!m_stream) {
-        m_openError = errno;
-        m_files.pop_back();
-    }
-    return m_stream;
+    sink = m_files.back().get();
+    return {};
 }
 
 // A file alone has nothing to be told apart from.
@@ -328,48 +231,37 @@ bool FileWriter::IsInSet(const std::string& target)
     return !target.empty() && !m_places.insert(PlaceOf(target)).second;
 }
 
-void FileWriter::CloseStream()
+// A set may have more files than a process may have open.
+void FileWriter::CloseLast()
 {
-    if (!m_stream)
-        return;
-    File& file = *m_files.back();
-    const bool hadError = std::ferror(m_stream) != 0;
-    const bool closed = std::fclose(m_stream) == 0;
-    m_stream = nullptr;
-    if (hadError || !closed)
-        file.Fail(EIO);  // unless the reason is known already
-    // A set may have more files than a process may have open.
-    if (!file.InPlace())
-        file.Close();
+    if (!m_files.empty() && !m_files.back()->InPlace())
+        m_files.back()->Fail(m_files.back()->file.Close());
 }
 
-bool FileWriter::Commit()
+Error FileWriter::Commit()
 {
-    CloseStream();
-    const auto failed = [](const auto& file) { return file->error != 0; };
-    auto bad = std::find_if(m_files.begin(), m_files.end(), failed);
-    // What is written in place is what may still fail, so it goes before anything is renamed.
-    for (auto file = m_files.begin(); bad == m_files.end() && file != m_files.end(); ++file) {
-        if (!(*file)->InPlace())
-            continue;
-        (*file)->WriteInPlace();
-        if (failed(*file))
-            bad = file;
-    }
-    for (auto file = m_files.end(); bad == m_files.end() && file != m_files.begin();) {
-        --file;
-        if ((*file)->InPlace())
-            continue;
-        (*file)->Rename();
-        if (failed(*file))
-            bad = file;
-    }
-    const bool done = bad == m_files.end();
-    if (!done)
-        vela::LogError("failed to write %s: %s", (*bad)->path.c_str(), ErrorText((*bad)->error).c_str());
-    m_files.clear();
+    CloseLast();
+    const auto files = std::exchange(m_files, {});
     m_places.clear();
-    return done;
+    const File* failed = nullptr;
+    const auto note = [&failed](const File& file) { failed = !failed && file.error != 0 ? &file : failed; };
+    for (const auto& file : files)
+        note(*file);
+    // What is written in place is what may still fail, so it goes before anything is renamed.
+    for (auto file = files.begin(); !failed && file != files.end(); ++file)
+        if ((*file)->InPlace()) {
+            (*file)->WriteInPlace();
+            note(**file);
+        }
+    for (auto file = files.rbegin(); !failed && file != files.rend(); ++file)
+        if (!(*file)->InPlace()) {
+            (*file)->PutInPlace();
+            note(**file);
+        }
+    if (!failed)
+        return {};
+    return Failure(ErrorKind::NotWritten, failed->error, failed->path.c_str(),
+                   platform::ReasonText(failed->error));
 }
 
 }  // namespace vlio

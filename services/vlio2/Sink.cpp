@@ -1,5 +1,7 @@
 #include <vlio2/Sink.h>
 
+#include <platform/Files.h>
+
 namespace vlio {
 
 void StreamSink::Write(const void* bytes, std::size_t size)
@@ -9,7 +11,7 @@ void StreamSink::Write(const void* bytes, std::size_t size)
 
 void StreamSink::Patch(std::uint64_t position, std::uint32_t value)
 {
-    if (fseeko(m_stream, static_cast<off_t>(position), SEEK_SET) == 0)
+    if (platform::Seek(m_stream, position))
         std::fwrite(&value, sizeof value, 1, m_stream);
 }
 

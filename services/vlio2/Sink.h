@@ -15,7 +15,7 @@ public:
     /// Appends bytes. Best in large pieces: nothing is gathered.
     virtual void Write(const void* bytes, std::size_t size) = 0;
 
-    /// Replaces four bytes that were written. The next Write still appends.
+    /// Replaces four bytes that were written. Where nothing else is said, the next Write still appends.
     virtual void Patch(std::uint64_t position, std::uint32_t value) = 0;
 
 protected:
@@ -32,7 +32,8 @@ public:
 
     void Write(const void* bytes, std::size_t size) override;
 
-    /// Positions count from the start of the stream, which has to be able to seek. Leaves it behind the value.
+    /// Positions count from the start of the stream, which has to be able to seek. Leaves it behind the value,
+    /// where the next Write goes on.
     void Patch(std::uint64_t position, std::uint32_t value) override;
 
 private:

@@ -1,19 +1,21 @@
 #include <vlio2/XmlData.h>
 
-#include <corecommon/Log.h>
+#include <vlio2/Failures.h>
 #include <vlio2/FileWriter.h>
 #include <vlio2/XmlScan.h>
 
 #include <tinyxml2.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
 
 namespace vlio {
+
+using vela::vlgim::Error;
+using vela::vlgim::ErrorKind;
 
 namespace {
 
@@ -22,17 +24,61 @@ std::string_view TextOf(const Bytes& bytes)
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-// Fills a new document. The scan goes first: some of what it refuses would keep the parser busy for hours.
-int ParseInto(tinyxml2::XMLDocument& document, std::string_view text)
+// For the one who wrote the document.
+const char* WhyRefused(int error)
 {
-    const int refusal = ScanXml(text).error;
-    if (refusal != 0 && refusal != XML_REFUSED_MARKUP)
-        return refusal;
-    if (const int error = document.Parse(text.data(), text.size()))
-        return error;
-    if (refusal == 0 && !document.RootElement())
-        return tinyxml2::XML_ERROR_EMPTY_DOCUMENT;
-    return refusal;
+    switch (error) {
+    case XML_REFUSED_NUL:
+        return "a NUL byte stands in the middle";
+    case XML_REFUSED_END_TAG:
+        return "an end tag closes nothing, or has more in it than a name";
+    case XML_REFUSED_REFERENCE:
+        return "a reference \"&#...;\" names no character, or would swallow text";
+    case XML_REFUSED_AMPERSAND:
+        return "a bare '&' stands behind a reference, and would be lost";
+    case XML_REFUSED_ATTRIBUTES:
+        return "an element has more than 256 attributes";
+    case XML_REFUSED_OPEN_REFERENCES:
+        return "there are more than 256 \"&#\" without an end";
+    case XML_REFUSED_MARKUP:
+        return "the markup is broken here, or ends too early";
+    case tinyxml2::XML_ERROR_EMPTY_DOCUMENT:
+        return "there is no root element";
+    case tinyxml2::XML_ERROR_MISMATCHED_ELEMENT:
+        return "an end tag has another name than its start tag";
+    case tinyxml2::XML_ELEMENT_DEPTH_EXCEEDED:
+        return "elements are nested too deep";
+    default:
+        return "the document can't be parsed";
+    }
+}
+
+// The first character of a line, counted from 1, that is no space.
+std::size_t StartOfLine(std::string_view text, int line)
+{
+    std::size_t at = 0;
+    for (int i = 1; i < line; ++i)
+        at = text.find('\n', at) + 1;
+    return std::min(text.find_first_not_of(" \t\r", at), text.size());
+}
+
+// Fills a new document. The scan goes first: some of what it refuses would keep the parser busy for hours.
+Error ParseInto(tinyxml2::XMLDocument& document, std::string_view text)
+{
+    const XmlScan scan = ScanXml(text);
+    int code = scan.error;
+    if (code == 0 || code == XML_REFUSED_MARKUP) {
+        if (const int refused = document.Parse(text.data(), text.size()))
+            code = refused;
+        else if (code == 0 && !document.RootElement())
+            code = tinyxml2::XML_ERROR_EMPTY_DOCUMENT;
+    }
+    if (code == 0)
+        return {};
+    // The scan knows the byte, the parser the line alone.
+    Error error = Failure(ErrorKind::Document, code, "", WhyRefused(scan.error != 0 ? scan.error : code));
+    error.offset = scan.error != 0 ? scan.at : StartOfLine(text, document.ErrorLineNum());
+    return error;
 }
 
 // The first one in the text, LF if there is none.
@@ -153,46 +199,59 @@ private:
     std::string m_text;
 };
 
-int RefuseToWrite(const char* path, const std::string& reason)
-{
-    vela::LogError("failed to write %s: %s", path, reason.c_str());
-    return 1;
-}
-
 }  // namespace
 
 XmlData::XmlData() = default;
+XmlData::XmlData(XmlData&&) noexcept = default;
+XmlData& XmlData::operator=(XmlData&&) noexcept = default;
 XmlData::~XmlData() = default;
 
 int XmlData::Load(const char* path)
 {
-    Bytes bytes;
-    if (FileStream::ReadAllBinary(path, bytes, FILE_SYSTEM_ANY))
-        return Adopt(std::move(bytes));
-    Clear();
-    return FileStream::Exists(path, FILE_SYSTEM_ANY) ? tinyxml2::XML_ERROR_FILE_READ_ERROR
-                                                     : tinyxml2::XML_ERROR_FILE_NOT_FOUND;
+    return LoadFile(path).code;
 }
 
 int XmlData::Parse(const char* text, std::size_t size)
 {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    return Adopt(Bytes(bytes, bytes + size));
+    return ParseText({text, size}).code;
 }
 
-int XmlData::Adopt(Bytes bytes)
+Error XmlData::LoadFile(const char* path)
+{
+    const std::string name = path;  // which may lie in what is replaced
+    Bytes bytes;
+    Error error = ReadFile(path, bytes);
+    if (!error) {
+        error = Adopt(std::move(bytes));
+        if (error)
+            error.file = name;
+        return error;
+    }
+    Clear();
+    error.code = error.kind == ErrorKind::NotFound ? tinyxml2::XML_ERROR_FILE_NOT_FOUND
+                                                   : tinyxml2::XML_ERROR_FILE_READ_ERROR;
+    return error;
+}
+
+Error XmlData::ParseText(std::string_view text)
+{
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    return Adopt(Bytes(bytes, bytes + text.size()));
+}
+
+Error XmlData::Adopt(Bytes bytes)
 {
     Clear();
     auto document = std::make_unique<tinyxml2::XMLDocument>();
-    const int error = ParseInto(*document, TextOf(bytes));
-    if (error == 0) {
+    Error error = ParseInto(*document, TextOf(bytes));
+    if (!error) {
         m_document = std::move(document);
         m_bytes = std::move(bytes);
     }
     return error;
 }
 
-void XmlData::Clear()
+void XmlData::Clear() noexcept
 {
     m_document.reset();
     m_bytes.clear();
@@ -201,45 +260,59 @@ void XmlData::Clear()
 int XmlData::Save(const char* path) const
 {
     FileWriter set;
-    return Save(path, set) == 0 && set.Commit() ? 0 : 1;
+    Error error = AddTo(set, path);
+    return Finish(set, std::move(error), Saved::Document) ? 0 : 1;
 }
 
 int XmlData::Save(const char* path, FileWriter& set) const
 {
+    const Error error = AddTo(set, path);
+    if (error)
+        LogFailure(error, Saved::Document);
+    return error ? 1 : 0;
+}
+
+Error XmlData::SaveFile(const char* path) const
+{
+    FileWriter set;
+    Error error = AddTo(set, path);
+    return error ? error : set.Commit();
+}
+
+Error XmlData::AddTo(FileWriter& set, const char* path) const
+{
+    const auto unwritable = [path](const char* why) { return Failure(ErrorKind::Unwritable, 0, path, why); };
     if (IsEmpty())
-        return RefuseToWrite(path, "the document is empty");
+        return unwritable("the document is empty");
     std::string printed;
     const bool isAsLoaded = IsAsLoaded();
     if (!isAsLoaded) {
         printed = Printer(*m_document, LineEndOf(TextOf(m_bytes))).Text();
         tinyxml2::XMLDocument readBack;
-        if (ParseInto(readBack, printed) != 0 || Essence(*m_document) != Essence(readBack))
-            return RefuseToWrite(path, "the document would not read back as it is");
+        if (ParseInto(readBack, printed) || Essence(*m_document) != Essence(readBack))
+            return unwritable("the document would not read back as it is");
     }
 
-    std::FILE* file = set.Open(path);
-    if (!file && set.OpenError() == EEXIST)
-        return 1;  // the set has said why
-    if (!file)
-        return RefuseToWrite(path, ErrorText(set.OpenError()));
+    Sink* sink = nullptr;
+    Error error = set.Open(path, sink);
     const std::string_view content = isAsLoaded ? TextOf(m_bytes) : printed;
-    std::fwrite(content.data(), 1, content.size(), file);  // the set keeps the reason of a failure
-    return 0;
+    if (!error)
+        sink->Write(content.data(), content.size());
+    return error;
 }
 
 bool XmlData::IsAsLoaded() const
 {
     tinyxml2::XMLDocument loaded;
-    return !m_bytes.empty() && ParseInto(loaded, TextOf(m_bytes)) == 0 &&
-           Essence(*m_document) == Essence(loaded);
+    return !m_bytes.empty() && !ParseInto(loaded, TextOf(m_bytes)) && Essence(*m_document) == Essence(loaded);
 }
 
-bool XmlData::IsEmpty() const
+bool XmlData::IsEmpty() const noexcept
 {
     return !m_document || !m_document->RootElement();
 }
 
-tinyxml2::XMLElement* XmlData::GetElement(const char* name, const tinyxml2::XMLElement* parent) const
+tinyxml2::XMLElement* XmlData::GetElement(const char* name, const tinyxml2::XMLElement* parent) const noexcept
 {
     if (!parent)
         return m_document ? m_document->FirstChildElement(name) : nullptr;

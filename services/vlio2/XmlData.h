@@ -1,10 +1,11 @@
 #pragma once
 
-#include <vlgim/Export.h>
+#include <vlgim/Error.h>
 #include <vlio2/FileStream.h>
 
 #include <cstddef>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace tinyxml2 {
@@ -41,8 +42,9 @@ class VLGIM_API XmlData {
 public:
     /// An empty document.
     XmlData();
-    XmlData(const XmlData&) = delete;
-    XmlData& operator=(const XmlData&) = delete;
+    /// Elements and Document() stay valid, and are of the new object; the old one is empty.
+    XmlData(XmlData&&) noexcept;
+    XmlData& operator=(XmlData&&) noexcept;
     ~XmlData();
 
     /// Reads a whole regular file as Parse does. Logs nothing.
@@ -57,8 +59,15 @@ public:
     /// XmlRefusal; after any but 0 the object is empty.
     int Parse(const char* text, std::size_t size);
 
+    /// Load with its result as a value: NotFound, Unreadable or Document, with what Load returns as the code.
+    [[nodiscard]] vela::vlgim::Error LoadFile(const char* path);
+
+    /// Parse with its result as a value: Document, with what Parse returns as the code, and the byte, or the start of
+    /// the line, at which the document was refused.
+    [[nodiscard]] vela::vlgim::Error ParseText(std::string_view text);
+
     /// Makes the document empty, and with it ends all its elements.
-    void Clear();
+    void Clear() noexcept;
 
     /// Writes the document as FileWriter does: whole or not at all.
     ///
@@ -77,15 +86,22 @@ public:
     int Save(const char* path) const;
 
     /// Adds the document to a set of files, for the caller to commit, in which alone the system may still
-    /// refuse it. Returns and logs as Save(path); after 1 the set is as it was.
+    /// refuse it. Returns and logs as Save(path), but for the warnings of the set; after 1 the set is as it was.
     int Save(const char* path, FileWriter& set) const;
 
+    /// Save(path) with its result as a value, and nothing logged: Unwritable for what the document says, NotCreated or
+    /// NotWritten, with the system's errno value, for what the system does.
+    [[nodiscard]] vela::vlgim::Error SaveFile(const char* path) const;
+
+    /// Save(path, set) with its result as a value, and nothing logged: Unwritable or NotCreated.
+    [[nodiscard]] vela::vlgim::Error AddTo(FileWriter& set, const char* path) const;
+
     /// True while there is no root element: nothing was loaded, and nothing built through Document().
-    bool IsEmpty() const;
+    bool IsEmpty() const noexcept;
 
     /// The first child element of parent with this name, among those at the top for a null parent; the first
     /// of any name for a null name. Null if there is none. All elements belong to the document.
-    tinyxml2::XMLElement* GetElement(const char* name, const tinyxml2::XMLElement* parent) const;
+    tinyxml2::XMLElement* GetElement(const char* name, const tinyxml2::XMLElement* parent) const noexcept;
 
     /// GetElement for each name of a path like "Vela/SubMesh" in turn, from parent or, if null, the top. Only
     /// the first element of each name is looked into. Null if there is none, and for an empty name.
@@ -100,7 +116,7 @@ public:
     tinyxml2::XMLDocument& Document();
 
 private:
-    int Adopt(Bytes bytes);
+    vela::vlgim::Error Adopt(Bytes bytes);
     bool IsAsLoaded() const;
 
     Bytes m_bytes;                                      // as loaded; empty for a document made by hand

@@ -5,6 +5,8 @@
 // Versions of animation files and what arrived with each. A file is written in the version it was read in.
 namespace vela::vlgim {
 
+inline constexpr char kGisMagic[4] = {'R', 'G', 'I', 'S'};
+
 inline constexpr std::uint32_t kOldestGisVersion = 0x20000;   ///< known; read from 5.0 on
 inline constexpr std::uint32_t kOldestReadVersion = 0x50000;  ///< clips with times per bone, in ticks
 inline constexpr std::uint32_t kCompressedKeys = 0x50002;     ///< small forms of keys; times are floats

@@ -4,10 +4,10 @@
 #include <io/BlockReader.h>
 #include <io/BlockWriter.h>
 #include <keys/TransKeysBlock.h>
+#include <vlgim/Error.h>
 #include <vlgim/vlClipData.h>
 
 #include <cstdint>
-#include <string>
 
 // Clips as animation files read and write them: many with one reader each.
 namespace vela::vlgim::clips {
@@ -23,6 +23,9 @@ void Measure(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version,
 void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays, std::uint32_t version,
           std::uint64_t origin, vlClipData& clip);
 
+/// Both for the one clip of a side file.
+void ReadSideFile(io::BlockReader& in, std::uint32_t version, vlClipData& clip);
+
 /// Reads a base info record. Where `in` fails, the clip is as it was.
 void ReadBaseInfo(io::BlockReader& in, vlClipData& clip);
 
@@ -32,8 +35,7 @@ void Write(io::BlockWriter& out, std::uint32_t version, vlClipData& clip);
 /// Writes a base info record, of a clip with no more bones than it has room for.
 void WriteBaseInfo(io::BlockWriter& out, const vlClipData& clip);
 
-/// Why a clip can't be written, with the number of the bone; empty: it can. To be asked before a file is
-/// opened, with the `counts` of all its clips.
-std::string WhyUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts = nullptr);
+/// Why a clip can't be written. To be asked before a file is opened, with the `counts` of all its clips.
+Error WhyUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts = nullptr);
 
 }  // namespace vela::vlgim::clips

@@ -1,54 +1,101 @@
 #include <vlgim/GisData.h>
 
+#include "AnimFile.h"
+
 #include <corecommon/Log.h>
+#include <io/SaveFile.h>
 #include <vlio2/FileStream.h>
 #include <vlio2/FileWriter.h>
 #include <vlio2/Path.h>
 
-#include <cstdint>
 #include <limits>
 #include <string>
 
 namespace vela::vlgim {
 
-int GisData::Load(const char* path, const char* basePath)
+namespace {
+
+// Reads the .gis file, whose image is gone when this returns.
+Error LoadAnimation(vlAnimData& anim, const std::string& path, const LoadOptions& options,
+                    std::vector<Error>* warnings)
+{
+    vlio::Bytes bytes;
+    Error error = vlio::ReadFile(path.c_str(), bytes);
+    if (!error && bytes.size() > std::numeric_limits<std::uint32_t>::max())
+        error = {ErrorKind::Unreadable, 0, path, "", std::nullopt, "the file has 4 GiB or more"};
+    return error ? error : Load(anim, bytes, path, options, warnings);
+}
+
+}  // namespace
+
+Error Load(GisData& model, const char* path, const LoadOptions& options, std::vector<Error>* warnings)
 {
     // Copies: the arguments may lie in what is replaced here.
     const std::string agsPath = vlio::ReplaceFileExtension(path, ".ags");
-    const std::string fullPath = (basePath && vlio::IsRelativePath(path) ? basePath : std::string()) + path;
-    m_anim = {};
-    m_agsXml.Clear();
+    const std::string fullPath =
+        (vlio::IsRelativePath(path) ? options.base.value_or("") : std::string()) + path;
+    model.m_anim = {};
+    model.m_agsXml.Clear();
 
-    vlio::Bytes bytes;
-    if (!vlio::FileStream::ReadAllBinary(fullPath.c_str(), bytes, vlio::FILE_SYSTEM_MODEL) ||
-        bytes.size() > std::numeric_limits<std::uint32_t>::max()) {
-        LogError("Failed to read file : %s\n", fullPath.c_str());
+    if (Error error = LoadAnimation(model.m_anim, fullPath, options, warnings))
+        return error;
+    if (Error missing = model.m_agsXml.LoadFile(agsPath.c_str()))
+        io::Append(warnings, {std::move(missing)});
+    return {};
+}
+
+int GisData::Load(const char* path, const char* basePath)
+{
+    LoadOptions options;
+    if (basePath)
+        options.base = basePath;
+    std::vector<Error> warnings;
+    const Error error = vlgim::Load(*this, path, options, &warnings);
+    // A file that can't be read leaves nothing of the animation, one that is refused its path.
+    if (error && m_anim.m_path.empty()) {
+        LogError("Failed to read file : %s\n", error.file.c_str());
         return 1;
     }
-    if (!m_anim.ReadAnimationFile(bytes.data(), static_cast<std::uint32_t>(bytes.size()), fullPath)) {
-        LogError("Bad format in skeletal animation file %s!", fullPath.c_str());
+    if (!anim::LogRead(error, m_anim, warnings)) {
+        LogError("Bad format in skeletal animation file %s!", m_anim.m_path.c_str());
         return 1;
     }
-    if (m_agsXml.Load(agsPath.c_str()) != 0)
-        LogWarning("Failed to read ags data!\n");
+    for (const Error& warning : warnings)
+        if (warning.kind != ErrorKind::Limit)
+            LogWarning("Failed to read ags data!\n");
     return 0;
+}
+
+Error Save(GisData& model, const char* path, std::vector<Error>* warnings)
+{
+    // The .gis is opened first, so it is put in place last: it names the side files.
+    vlio::FileWriter files;
+    Error error;
+    if (model.m_anim.m_boneCount > 0) {
+        const std::string gisPath = vlio::ReplaceFileExtension(path, ".gis");
+        error = anim::AddTo(files, model.m_anim, gisPath.c_str());
+        if (Error warning = error ? Error() : anim::WarnOfDeltas(model.m_anim))
+            io::Append(warnings, {std::move(warning)});
+    } else if (!model.m_anim.m_clips.empty()) {
+        io::Append(warnings, {{ErrorKind::Limit, 0, model.m_anim.m_path, "", std::nullopt,
+                               "has clips but no skeleton, and is not saved"}});
+    }
+    if (!error && !model.m_agsXml.IsEmpty())
+        error = model.m_agsXml.AddTo(files, vlio::ReplaceFileExtension(path, ".ags").c_str());
+    if (!error)
+        error = files.Commit();
+    io::Append(warnings, files.Warnings());
+    return error;
 }
 
 int GisData::Save(const char* path)
 {
-    // The .gis is opened first, so it is put in place last: it names the side files.
-    vlio::FileWriter files;
-    if (m_anim.m_boneCount > 0) {
-        const std::string gisPath = vlio::ReplaceFileExtension(path, ".gis");
-        if (const int result = m_anim.WriteAnimationFile(gisPath.c_str(), files))
-            return result;
-    } else if (!m_anim.m_clips.empty()) {
-        LogWarning("skeletal animation %s has clips but no skeleton, and is not saved",
-                   m_anim.m_path.c_str());
-    }
-    if (!m_agsXml.IsEmpty() && m_agsXml.Save(vlio::ReplaceFileExtension(path, ".ags").c_str(), files) != 0)
-        return 1;
-    return files.Commit() ? 0 : 1;
+    std::vector<Error> warnings;
+    const Error error = vlgim::Save(*this, path, &warnings);
+    const bool isOfDocument = error.file == vlio::ReplaceFileExtension(path, ".ags");
+    const int result = isOfDocument ? io::LogFailure(error, nullptr) : anim::LogSave(error);
+    io::LogWarnings(warnings, "skeletal animation");
+    return result;
 }
 
 }  // namespace vela::vlgim

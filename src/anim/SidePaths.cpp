@@ -1,7 +1,5 @@
 #include "SidePaths.h"
 
-#include <cstring>
-
 namespace vela::vlgim::anim {
 
 std::optional<std::string> SideFolder(const std::string& path)
@@ -12,24 +10,19 @@ std::optional<std::string> SideFolder(const std::string& path)
     return path.substr(0, dot) + "_gis";
 }
 
-std::string ClipName(const vlClipData& clip)
-{
-    return {clip.m_name, strnlen(clip.m_name, sizeof clip.m_name)};
-}
-
 std::string SidePath(const std::string& folder, const vlClipData& clip)
 {
-    return folder + "/" + ClipName(clip) + ".gis";
+    return std::string(folder).append("/").append(clip.m_name.View()).append(".gis");
 }
 
-bool LeavesFolder(const std::string& name)
+bool LeavesFolder(std::string_view name)
 {
     std::size_t start = 0;
     while (true) {
         const std::size_t slash = name.find_first_of("/\\", start);
         if (name.substr(start, slash - start) == "..")
             return true;
-        if (slash == std::string::npos)
+        if (slash == std::string_view::npos)
             return false;
         start = slash + 1;
     }

@@ -1,242 +1,288 @@
 #include <vlgim/vlAnimData.h>
 
+#include "AnimFile.h"
 #include "AnimVersions.h"
 #include "ClipBlock.h"
 #include "SidePaths.h"
 
-#include <basekit/StringAlgo.h>
 #include <corecommon/Log.h>
 #include <io/ArrayBlock.h>
-#include <nameid/NameID.h>
+#include <io/Errors.h>
+#include <io/Name.h>
+#include <io/SaveFile.h>
 #include <vlio2/FileStream.h>
 
 #include <cstring>
+#include <limits>
 #include <set>
 #include <utility>
 
 namespace vela::vlgim {
 
+namespace anim {
+
 namespace {
+
+using io::Block;
 
 constexpr std::uint32_t kHeaderSize = 8;
 
 // No file is shorter, whatever it holds; readers have always asked for as much.
-constexpr std::int32_t kLeastLength = 40;
+constexpr std::size_t kLeastLength = 40;
 
 constexpr unsigned kBranches = 5;
 
 static_assert(sizeof(vlTransInfo) == 40);  // as in the file: position, rotation, scale
 
-void LogDamage(const io::BlockReader& in, const std::string& where)
+void ReadSkeleton(io::BlockReader& in, vlAnimData& anim)
 {
-    LogError("gis file is damaged: %s%s", where.c_str(), Describe(in.WhyRefused()).c_str());
+    const auto scope = in.Enter(Block::Skeleton);
+    const auto boneCount = in.Count<std::uint32_t>(vlAnimData::kMaxBones);
+    const unsigned char* names = in.Take(Block::Names, boneCount, sizeof(Name32));
+    const unsigned char* trans = in.Take(Block::Transforms, boneCount, sizeof(vlTransInfo));
+    io::ArrayBlock arrays;
+    const auto nameSlot = arrays.Plan<Name32>(boneCount);
+    const auto transSlot = arrays.Plan<vlTransInfo>(boneCount);
+    if (!arrays.Allocate(in))
+        return;
+    anim.m_boneCount = boneCount;
+    anim.m_boneNames = arrays.Array(nameSlot);
+    anim.m_boneTrans = arrays.Array(transSlot);
+    io::CopyRun(anim.m_boneNames.data(), names, boneCount);
+    io::CopyRun(anim.m_boneTrans.data(), trans, boneCount);
+    for (unsigned i = 0; i < boneCount; ++i)
+        anim.m_boneNameIds[i] = io::LowerAndHash(anim.m_boneNames[i]);
 }
 
-// A name that fills its field has no NUL to stop at.
-void LowerName(char (&name)[32])
+// Names that have no NUL in their field.
+void WarnOfNames(const vlAnimData& anim, std::vector<Error>* warnings)
 {
-    char text[sizeof name + 1] = {};
-    std::memcpy(text, name, sizeof name);
-    kit::StringAlgo::ToLower(text);
-    std::memcpy(name, text, sizeof name);
+    for (unsigned i = 0; warnings && i < anim.m_boneCount; ++i)
+        if (anim.m_boneNames[i].bytes[Name32::kSize - 1] != 0)
+            warnings->push_back({ErrorKind::Limit, 0, anim.m_path, "bones", std::nullopt,
+                                 "the name of bone " + std::to_string(i) + " fills its 32 bytes"});
+}
+
+Error ReadSideFile(const std::string& path, vlAnimData& anim, std::size_t slot, io::BlockReader& load,
+                   bool isNew)
+{
+    const bool leaves = LeavesFolder(anim.m_clips[slot]->m_name);
+    vlio::Bytes bytes;
+    Error error =
+        leaves ? Error{ErrorKind::Unreadable, 0, path, "", std::nullopt, "its name leads out of its folder"}
+               : vlio::ReadFile(path.c_str(), bytes);
+    if (error.kind == ErrorKind::NotFound) {
+        anim.m_clips[slot].reset();
+        return {};
+    }
+    if (error)
+        return error;
+    io::BlockReader in(bytes);
+    in.JoinBudget(load, isNew ? bytes.size() : 0);
+    clips::ReadSideFile(in, anim.m_version, *anim.m_clips[slot]);
+    load.JoinBudget(in, 0);
+    return in.WhyRefused().AsError(path);
+}
+
+Error ReadSideFiles(io::BlockReader& in, vlAnimData& anim)
+{
+    const auto folder = SideFolder(anim.m_path);
+    if (!folder)
+        return {ErrorKind::Reference, 0,
+                anim.m_path,          "",
+                std::nullopt,         "the path has no dot, so that no folder of side files belongs to it"};
+    std::set<std::string> read;
+    for (std::size_t i = 0; i < anim.m_clips.size(); ++i) {
+        const auto scope = in.Enter(Block::BaseInfo, static_cast<std::int64_t>(i));
+        if (!in.Spend(sizeof(vlClipData)))
+            return in.WhyRefused().AsError(anim.m_path);
+        anim.m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
+        if (anim.m_version < kSideFiles)
+            continue;
+        clips::ReadBaseInfo(in, *anim.m_clips[i]);
+        if (in.Failed())
+            return in.WhyRefused().AsError(anim.m_path);
+        const std::string path = SidePath(*folder, *anim.m_clips[i]);
+        // However many clips name a file, its bytes allow for their memory once.
+        if (Error error = ReadSideFile(path, anim, i, in, read.insert(path).second))
+            return error;
+    }
+    return {};
+}
+
+Error ReadBody(io::BlockReader& in, vlAnimData& anim)
+{
+    ReadHead(in, anim);
+    if (!in.Failed() && anim.m_async != 0)
+        return ReadSideFiles(in, anim);
+    ReadClips(in, anim);
+    return in.WhyRefused().AsError(anim.m_path);
 }
 
 }  // namespace
 
-bool vlAnimData::ReadAnimationFile(const unsigned char* data, std::uint32_t length, const std::string& path)
-{
-    vlAnimData read;
-    read.m_path = path;
-    const bool whole = read.ReadVersion(data, length);
-    if (!whole) {
-        vlAnimData refused;
-        refused.m_path = std::move(read.m_path);
-        refused.m_version = read.m_version;
-        read = std::move(refused);
-    }
-    *this = std::move(read);
-    return whole;
-}
-
-bool vlAnimData::ReadVersion(const unsigned char* data, std::uint32_t length)
+Error ReadHeader(const unsigned char* data, std::size_t length, vlAnimData& anim)
 {
     if (data && length >= kHeaderSize)
-        io::CopyRun(&m_version, data + 4, 1);
-    // From 2 GiB on a length counts as negative.
-    if (!data || !IsSuitable(data, static_cast<std::int32_t>(length))) {
-        LogError("Bad format in skeletal animation file!");
-        return false;
-    }
-    m_version &= 0xFFFFFF;
-
-    const unsigned char* body = data + kHeaderSize;
-    const std::uint32_t major = m_version >> 16;
-    bool whole = false;
-    if (major >= 5) {
-        io::BlockReader in(data, data + length, "header");
-        in.Seek(kHeaderSize);
-        whole = ReadFile_Version5(in);
-    } else {
-        whole = (major == 4   ? ReadFile_Version4(body)
-                 : major == 3 ? ReadFile_Version3(body)
-                              : ReadFile_Version2(body)) != nullptr;
-    }
-    if (!whole)
-        LogError("Bad format in skeletal animation, version %u.x!", major >= 5 ? 5U : major);
-    return whole;
+        io::CopyRun(&anim.m_version, data + 4, 1);
+    const auto refuse = [](ErrorKind kind, std::uint64_t offset, std::string text) {
+        return Error{kind, 0, "", "header", offset, std::move(text)};
+    };
+    // A length is a signed number of 32 bits to those who load it.
+    if (!data || length < kLeastLength || length > std::numeric_limits<std::int32_t>::max())
+        return refuse(ErrorKind::Magic, 0,
+                      "an animation has from 40 bytes to 2 GiB, and this file has " + std::to_string(length));
+    if (std::memcmp(data, kGisMagic, sizeof kGisMagic) != 0)
+        return refuse(ErrorKind::Magic, 0, "an animation begins with RGIS");
+    const unsigned branch = anim.m_version >> 24;
+    if (branch >= kBranches)
+        return refuse(ErrorKind::Version, 4,
+                      "the animation belongs to branch " + std::to_string(branch) + ", and 0 to 4 are read");
+    const std::uint32_t version = anim.m_version & 0xFFFFFF;
+    if (version >= kOldestGisVersion && version <= kNewestGisVersion)
+        anim.m_version = version;
+    if (version < kOldestReadVersion || version > kNewestGisVersion)
+        return refuse(ErrorKind::Version, 4,
+                      "animations of version 0x50000 to 0x60001 are read, and this is " + io::Hex(version));
+    return {};
 }
 
-bool vlAnimData::IsSuitable(const unsigned char* data, std::int32_t length) const
+void ReadHead(io::BlockReader& in, vlAnimData& anim)
 {
-    if (length < kLeastLength || std::memcmp(data, "RGIS", 4) != 0)
-        return false;
-    const std::uint32_t version = m_version & 0xFFFFFF;
-    if (m_version >> 24 >= kBranches) {
-        LogError("Skeletal animation file version is not suitable for current branch!");
-        return false;
+    {
+        const auto scope = in.Enter(Block::Header);
+        in.Take(1, kHeaderSize - sizeof anim.m_version);
+        in.Take(Block::VersionWord, 1, sizeof anim.m_version);
     }
-    if (version < kOldestGisVersion) {
-        LogError("Skeletal animation file version too old!");
-        return false;
+    std::uint16_t clipCount = 0;
+    {
+        const auto scope = in.Enter(Block::ClipCount);
+        clipCount = in.Value<std::uint16_t>();
+        in.Spend(clipCount * sizeof anim.m_clips[0]);
     }
-    if (version > kNewestGisVersion) {
-        LogError("Skeletal animation file version too new!");
-        return false;
-    }
-    return true;
-}
-
-bool vlAnimData::ReadFile_Version5(io::BlockReader& in)
-{
-    ReadHead(in);
-    if (in.Failed()) {
-        LogDamage(in, "");
-        return false;
-    }
-    return m_async == 0 ? ReadClips(in) : ReadSideFiles(in);
-}
-
-// Everything ahead of the clips, of which there are as many as they are counted, all null.
-void vlAnimData::ReadHead(io::BlockReader& in)
-{
-    in.Enter("clip count");
-    const auto clipCount = in.Value<std::uint16_t>();
-    in.Spend(clipCount * sizeof m_clips[0]);
-    if (m_version >= kSkeleton) {
-        ReadBonesData(in);
-        in.Enter("side files");
-        m_async = in.Value<std::uint32_t>();
-        if (m_async != 0 && m_version >= kSideFiles)
-            in.Take(1,
-                    sizeof(std::uint32_t));  // the size of a base info record, which has only ever been one
+    if (anim.m_version >= kSkeleton) {
+        ReadSkeleton(in, anim);
+        const auto scope = in.Enter(Block::SideFiles);
+        anim.m_async = in.Value<std::uint32_t>();
+        // The size of a base info record, which has only ever been one.
+        if (anim.m_async != 0 && anim.m_version >= kSideFiles)
+            in.Take(1, sizeof(std::uint32_t));
     }
     if (!in.Failed())
-        m_clips.resize(clipCount);
-}
-
-void vlAnimData::ReadBonesData(io::BlockReader& in)
-{
-    in.Enter("bones");
-    const auto boneCount = in.Value<std::uint32_t>();
-    if (boneCount > kMaxBones)
-        in.Refuse(boneCount, kMaxBones);
-    const unsigned char* names = in.Take(boneCount, 32);
-    const unsigned char* trans = in.Take(boneCount, sizeof(vlTransInfo));
-    io::ArrayBlock arrays;
-    const auto nameSlot = arrays.Plan<char[32]>(boneCount);
-    const auto transSlot = arrays.Plan<vlTransInfo>(boneCount);
-    if (!arrays.Allocate(in))
-        return;
-    m_boneCount = boneCount;
-    m_boneNames = arrays.Array(nameSlot);
-    m_boneTrans = arrays.Array(transSlot);
-    io::CopyRun(&m_boneNames[0][0], names, std::uint64_t{boneCount} * 32);
-    io::CopyRun(m_boneTrans.get(), trans, boneCount);
-    for (unsigned i = 0; i < boneCount; ++i) {
-        LowerName(m_boneNames[i]);
-        m_boneNameIds[i] = NameIDMurmur3(std::string_view(m_boneNames[i], strnlen(m_boneNames[i], 32)));
-    }
-    for (unsigned i = 0; i < boneCount; ++i)
-        if (m_boneNames[i][31] != 0)
-            LogError("incorrect gis file!");
+        anim.m_clips.resize(clipCount);
 }
 
 // All clips are measured ahead of the first that is filled, so that their arrays lie in one block: the C library
 // keeps that for the next file, where many small ones went back to the system and were faulted in anew.
-bool vlAnimData::ReadClips(io::BlockReader& in)
+void ReadClips(io::BlockReader& in, vlAnimData& anim)
 {
     io::BlockReader again = in;
     io::ArrayBlock arrays, plan;
-    for (std::size_t i = 0; i < m_clips.size(); ++i) {
-        in.Enter("clip info");
-        if (in.Spend(sizeof(vlClipData))) {
-            m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
-            clips::Measure(in, arrays, m_version, *m_clips[i]);
-        }
-        if (!arrays.IsAffordable(in)) {
-            LogDamage(in, "clip " + std::to_string(i) + ": ");
-            return false;
-        }
+    for (std::size_t i = 0; i < anim.m_clips.size() && !in.Failed(); ++i) {
+        const auto scope = in.Enter(Block::Clip, static_cast<std::int64_t>(i));
+        if (!in.Spend(sizeof(vlClipData)))
+            return;
+        anim.m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
+        clips::Measure(in, arrays, anim.m_version, *anim.m_clips[i]);
+        if (!arrays.IsAffordable(in))
+            return;
     }
     if (!arrays.Allocate(in))
-        return false;  // never: the budget was asked with the last clip, and has not changed
-    for (const auto& clip : m_clips)
-        clips::Fill(again, plan, arrays, m_version, kHeaderSize, *clip);
-    return true;
+        return;
+    for (const auto& clip : anim.m_clips)
+        clips::Fill(again, plan, arrays, anim.m_version, kHeaderSize, *clip);
 }
 
-bool vlAnimData::ReadSideFiles(io::BlockReader& in)
+void ReadBaseInfo(io::BlockReader& in, vlAnimData& anim)
 {
-    const auto folder = anim::SideFolder(m_path);
-    if (!folder) {
-        LogError("Unable to open seperate animation file %s", m_path.c_str());
-        return false;
+    for (std::size_t i = 0; i < anim.m_clips.size() && !in.Failed(); ++i) {
+        const auto scope = in.Enter(Block::BaseInfo, static_cast<std::int64_t>(i));
+        if (!in.Spend(sizeof(vlClipData)))
+            return;
+        anim.m_clips[i] = std::make_shared<vlClipData>();
+        if (anim.m_version >= kSideFiles)
+            clips::ReadBaseInfo(in, *anim.m_clips[i]);
     }
-    std::set<std::string> read;
-    for (std::size_t i = 0; i < m_clips.size(); ++i) {
-        in.Enter("base info");
-        if (in.Spend(sizeof(vlClipData))) {
-            m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
-            if (m_version >= kSideFiles)
-                clips::ReadBaseInfo(in, *m_clips[i]);
-        }
-        if (in.Failed()) {
-            LogDamage(in, "clip " + std::to_string(i) + ": ");
-            return false;
-        }
-        if (m_version >= kSideFiles) {
-            const std::string path = anim::SidePath(*folder, *m_clips[i]);
-            // However many clips name a file, its bytes allow for their memory once.
-            if (!ReadSideFile(path, i, in, read.insert(path).second))
-                return false;
-        }
-    }
-    return true;
 }
 
-bool vlAnimData::ReadSideFile(const std::string& path, std::size_t slot, io::BlockReader& load, bool isNew)
+bool LogRead(const Error& error, const vlAnimData& anim, const std::vector<Error>& warnings)
 {
-    const bool leaves = anim::LeavesFolder(anim::ClipName(*m_clips[slot]));
-    if (!leaves && !vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY)) {
-        m_clips[slot].reset();
+    const std::uint32_t version = anim.m_version & 0xFFFFFF;
+    switch (error.kind) {
+    case ErrorKind::None:
+        for (const Error& warning : warnings)
+            if (warning.kind == ErrorKind::Limit)
+                LogError("incorrect gis file!");
         return true;
-    }
-    vlio::Bytes bytes;
-    if (leaves || !vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_CLIP)) {
-        LogError("Failed to read file : %s\n", path.c_str());
+    case ErrorKind::Magic:
+        LogError("Bad format in skeletal animation file!");
         return false;
+    case ErrorKind::Version:
+        if (anim.m_version >> 24 >= kBranches)
+            LogError("Skeletal animation file version is not suitable for current branch!");
+        else if (version < kOldestGisVersion || version > kNewestGisVersion)
+            LogError("Skeletal animation file version too %s!", version < kOldestGisVersion ? "old" : "new");
+        else
+            break;
+        LogError("Bad format in skeletal animation file!");
+        return false;
+    case ErrorKind::Unreadable:
+        LogError("Failed to read file : %s\n", error.file.c_str());
+        break;
+    case ErrorKind::Reference:
+        LogError("Unable to open seperate animation file %s", error.file.c_str());
+        break;
+    default:
+        LogError("gis file is damaged: %s",
+                 error.file == anim.m_path ? io::WithoutFile(error).c_str() : error.Message().c_str());
     }
-    io::BlockReader in(bytes.data(), bytes.data() + bytes.size(), "clip info");
-    in.JoinBudget(load, isNew ? bytes.size() : 0);
-    io::BlockReader again = in;
-    io::ArrayBlock arrays, plan;
-    clips::Measure(in, arrays, m_version, *m_clips[slot]);
-    if (arrays.Allocate(in))
-        clips::Fill(again, plan, arrays, m_version, 0, *m_clips[slot]);
-    load.JoinBudget(in, 0);
-    if (in.Failed())
-        LogDamage(in, "clip " + std::to_string(slot) + " in " + path + ": ");
-    return !in.Failed();
+    LogError("Bad format in skeletal animation, version %u.x!", std::min(version >> 16, 5U));
+    return false;
+}
+
+}  // namespace anim
+
+Error Load(vlAnimData& anim, std::span<const unsigned char> file, const std::string& path,
+           const LoadOptions& options, std::vector<Error>* warnings)
+{
+    vlAnimData read;
+    read.m_path = path;
+    Error error = anim::ReadHeader(file.data(), file.size(), read);
+    if (!error) {
+        io::BlockReader in(file);
+        in.LimitMemory(options.memoryLimit);
+        error = anim::ReadBody(in, read);
+    }
+    if (error) {
+        vlAnimData refused;
+        refused.m_path = std::move(read.m_path);
+        refused.m_version = read.m_version;
+        read = std::move(refused);
+        if (error.file.empty())
+            error.file = path;
+    }
+    anim = std::move(read);
+    if (!error)
+        anim::WarnOfNames(anim, warnings);
+    return error;
+}
+
+Error Load(vlAnimData& anim, const char* path, const LoadOptions& options, std::vector<Error>* warnings)
+{
+    const std::string place = path;  // may lie in what is replaced here
+    vlio::Bytes bytes;
+    if (Error error = vlio::ReadFile(path, bytes)) {
+        anim = {};
+        return error;
+    }
+    return Load(anim, bytes, place, options, warnings);
+}
+
+bool vlAnimData::ReadAnimationFile(const unsigned char* data, std::uint32_t length, const std::string& path)
+{
+    std::vector<Error> warnings;
+    const Error error = Load(*this, {data, data ? length : 0}, path, {}, &warnings);
+    return anim::LogRead(error, *this, warnings);
 }
 
 }  // namespace vela::vlgim

@@ -3,9 +3,9 @@
 #include "Ticks.h"
 
 #include <io/ArrayBlock.h>
+#include <io/Name.h>
 #include <keys/KeyTimesBlock.h>
 #include <keys/TransKeysBlock.h>
-#include <nameid/NameID.h>
 #include <track/TrackBlock.h>
 
 #include <algorithm>
@@ -16,22 +16,16 @@ namespace vela::vlgim {
 
 namespace {
 
+using io::Block;
+
 constexpr std::uint32_t kVersionMask = 0xFFFFFF;
 
-// A bone count, which all arrays of a clip have room for.
-std::uint16_t BoneCount(io::BlockReader& in)
-{
-    const auto count = in.Value<std::uint16_t>();
-    if (count > vlClipData::kMaxBones)
-        in.Refuse(count, vlClipData::kMaxBones);
-    return count;
-}
-
+// Bytes behind a NUL are kept; the last one is always a NUL.
 void SetNames(vlClipData& clip, const unsigned char* names)
 {
-    std::memcpy(clip.m_name, names, sizeof clip.m_name);
-    std::memcpy(clip.m_name2, names + sizeof clip.m_name, sizeof clip.m_name2);
-    clip.m_name[31] = clip.m_name2[31] = 0;
+    io::CopyRun(&clip.m_name, names, 1);
+    io::CopyRun(&clip.m_name2, names + Name32::kSize, 1);
+    clip.m_name.bytes[Name32::kSize - 1] = clip.m_name2.bytes[Name32::kSize - 1] = 0;
 }
 
 // Attributes that stand together in clip info and in base info records.
@@ -52,7 +46,7 @@ Attributes ReadAttributes(io::BlockReader& in, std::uint32_t version, const vlCl
     read.attrShort = in.Value<std::uint16_t>();
     read.attrLong = in.Value<std::uint32_t>();
     read.compressFlags = version >= kCompressedKeys ? in.Value<std::uint8_t>() : clip.m_compressFlags;
-    read.keyLayout = version >= kSharedKeyTimes ? in.Value<std::uint8_t>() : KEY_LAYOUT_PER_BONE;
+    read.keyLayout = version >= kSharedKeyTimes ? in.Value<std::uint8_t>(Block::Layout) : KEY_LAYOUT_PER_BONE;
     return read;
 }
 
@@ -73,19 +67,19 @@ struct MeasuredInfo {
     const unsigned char* boneNames;  // 32 bytes each
     std::uint16_t boneCount;
     Attributes attributes;
-    io::ArrayBlock::Slot<char[32]> slot;
+    io::ArrayBlock::Slot<Name32> slot;
 };
 
 MeasuredInfo MeasureInfo(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version,
                          const vlClipData& clip)
 {
-    in.Enter("clip info");
+    const auto scope = in.Enter(Block::ClipInfo);
     MeasuredInfo info{};
-    info.names = in.Take(64, 1);
-    info.boneCount = BoneCount(in);
-    info.boneNames = in.Take(info.boneCount, 32);
+    info.names = in.Take(2, Name32::kSize);
+    info.boneCount = in.Count<std::uint16_t>(vlClipData::kMaxBones);
+    info.boneNames = in.Take(Block::BoneNames, info.boneCount, Name32::kSize);
     info.attributes = ReadAttributes(in, version & kVersionMask, clip);
-    info.slot = arrays.Plan<char[32]>(info.boneCount);
+    info.slot = arrays.Plan<Name32>(info.boneCount);
     return info;
 }
 
@@ -95,11 +89,9 @@ void FillInfo(const MeasuredInfo& info, const io::ArrayBlock& arrays, vlClipData
     SetNames(clip, info.names);
     SetAttributes(clip, info.attributes);
     clip.m_boneCount = info.boneCount;
-    io::CopyRun(&clip.m_boneNames[0][0], info.boneNames, std::uint64_t{info.boneCount} * 32);
-    for (unsigned i = 0; i < info.boneCount; ++i) {
-        const char* name = clip.m_boneNames[i];
-        clip.m_boneNameIds[i] = NameIDMurmur3(std::string_view(name, strnlen(name, 32)));
-    }
+    io::CopyRun(clip.m_boneNames.data(), info.boneNames, info.boneCount);
+    for (unsigned i = 0; i < info.boneCount; ++i)
+        clip.m_boneNameIds[i] = io::Hash(clip.m_boneNames[i]);
 }
 
 // What tells how key data lie in a file.
@@ -126,15 +118,17 @@ MeasuredTimes MeasureTimes(io::BlockReader& in)
 {
     MeasuredTimes times;
     times.count = in.Value<unsigned short>();
-    times.run = in.Take(times.count, sizeof(float));
+    times.run = in.Take(Block::Times, times.count, sizeof(float));
     return times;
 }
 
 // The times of all bones, where they have them together.
 MeasuredTimes MeasureSharedTimes(io::BlockReader& in, const KeyDataForm& form)
 {
-    in.Enter("key times");
-    return form.keyLayout == KEY_LAYOUT_SHARED ? MeasureTimes(in) : MeasuredTimes{};
+    if (form.keyLayout != KEY_LAYOUT_SHARED)
+        return {};
+    const auto scope = in.Enter(Block::KeyTimes);
+    return MeasureTimes(in);
 }
 
 // Goes through the bones of the key data, planning their arrays, and hands on the times and keys of each.
@@ -145,7 +139,7 @@ void WalkBones(io::BlockReader& in, io::ArrayBlock& arrays, const KeyDataForm& f
     if (form.keyLayout != KEY_LAYOUT_SHARED && form.keyLayout != KEY_LAYOUT_PER_BONE)
         return;
     for (unsigned i = 0; i < form.boneCount && !in.Failed(); ++i) {
-        in.Enter("bone", i);
+        const auto scope = in.Enter(Block::Bone, i);
         if (form.keyLayout == KEY_LAYOUT_PER_BONE) {
             times = MeasureTimes(in);
             times.slot = arrays.Plan<float>(times.count);
@@ -181,7 +175,7 @@ void FillBoneTimes(const MeasuredTimes& from, const io::ArrayBlock& arrays, bool
                    vlClipData& clip)
 {
     const auto times = arrays.Array(from.slot);
-    FillTimes(from, ticks, times.get());
+    FillTimes(from, ticks, times.data());
     // std::max keeps its first operand where a NaN is compared.
     for (unsigned i = 0; i < from.count; ++i)
         clip.m_length = std::max(clip.m_length, times[i]);
@@ -197,7 +191,7 @@ void FillKeyData(io::BlockReader& in, io::ArrayBlock& plan, const KeyDataForm& f
 {
     const bool isShared = form.keyLayout == KEY_LAYOUT_SHARED;
     const MeasuredTimes shared = MeasureSharedTimes(in, form);
-    auto keys = std::make_shared_for_overwrite<vlTransKeysData[]>(form.boneCount);
+    auto keys = Array<vlTransKeysData>::ForOverwrite(form.boneCount);
     clip.m_keyTimes =
         isShared ? std::make_shared<vlKeyTimes>(keys::TimesFrom(shared.run, shared.count)) : nullptr;
     clip.m_keys = std::move(keys);
@@ -219,7 +213,7 @@ void FillKeyData(io::BlockReader& in, io::ArrayBlock& plan, const KeyDataForm& f
 
 void SkipPivotTrack(io::BlockReader& in)
 {
-    in.Enter("pivot track");
+    const auto scope = in.Enter(Block::PivotTrack);
     if (in.Value<std::uint8_t>() == 0)
         return;
     in.Take(1, sizeof(std::uint32_t));
@@ -247,11 +241,20 @@ void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& array
     SkipPivotTrack(in);
 }
 
+void ReadSideFile(io::BlockReader& in, std::uint32_t version, vlClipData& clip)
+{
+    const auto scope = in.Enter(Block::Clip);
+    io::BlockReader again = in;
+    io::ArrayBlock arrays, plan;
+    Measure(in, arrays, version, clip);
+    if (arrays.Allocate(in))
+        Fill(again, plan, arrays, version, 0, clip);
+}
+
 void ReadBaseInfo(io::BlockReader& in, vlClipData& clip)
 {
-    in.Enter("base info");
-    const unsigned char* names = in.Take(64, 1);
-    const std::uint16_t boneCount = BoneCount(in);
+    const unsigned char* names = in.Take(2, Name32::kSize);
+    const auto boneCount = in.Count<std::uint16_t>(vlClipData::kMaxBones);
     const unsigned char* ids = in.Take(vlClipData::kMaxBones, sizeof(std::int32_t));
     const Attributes attributes = ReadAttributes(in, kNewestGisVersion, clip);
     const auto length = in.Value<float>();
@@ -271,7 +274,7 @@ void ReadBaseInfo(io::BlockReader& in, vlClipData& clip)
 const unsigned char* vlClipData::ReadClipInfo(const unsigned char* data, std::uint32_t version,
                                               const unsigned char* end)
 {
-    io::BlockReader in(data, end, "clip info");
+    io::BlockReader in(data, end);
     io::ArrayBlock arrays;
     const MeasuredInfo info = MeasureInfo(in, arrays, version, *this);
     if (!arrays.Allocate(in))
@@ -283,9 +286,9 @@ const unsigned char* vlClipData::ReadClipInfo(const unsigned char* data, std::ui
 const unsigned char* vlClipData::ReadKeysData(const unsigned char* data, std::uint32_t version,
                                               const unsigned char* end)
 {
-    io::BlockReader in(data, end, "key times");
     if (m_boneCount > kMaxBones)
-        in.Refuse(m_boneCount, kMaxBones);
+        return nullptr;
+    io::BlockReader in(data, end);
     const KeyDataForm form{version, m_boneCount, m_keyLayout, m_compressFlags};
     io::BlockReader again = in;
     io::ArrayBlock arrays, plan;
@@ -298,40 +301,17 @@ const unsigned char* vlClipData::ReadKeysData(const unsigned char* data, std::ui
 
 const unsigned char* vlClipData::ReadPivotTrack(const unsigned char* data, const unsigned char* end)
 {
-    io::BlockReader in(data, end, "pivot track");
+    io::BlockReader in(data, end);
     SkipPivotTrack(in);
     return in.Position();
 }
 
 void* vlClipData::ReadAsyncBaseInfo(const void* data, std::uint32_t, const unsigned char* end)
 {
-    io::BlockReader in(static_cast<const unsigned char*>(data), end, "base info");
+    io::BlockReader in(static_cast<const unsigned char*>(data), end);
+    const auto scope = in.Enter(Block::BaseInfo);
     clips::ReadBaseInfo(in, *this);
     return const_cast<unsigned char*>(in.Position());
-}
-
-bool vlClipData::HasPivotTrack() const
-{
-    constexpr std::uint16_t kMoves = 0x800;
-    if (!m_pivotTrack)
-        return false;
-    if (m_pivotTrack->m_flags & kMoves)
-        return true;
-    const vlTransKeysData* channels = m_pivotTrack->m_channels.get();
-    return channels && std::any_of(channels, channels + m_pivotTrack->m_channelCount, [](const auto& keys) {
-               return keys.m_posKeyed || keys.m_rotKeyed || keys.m_scaleKeyed;
-           });
-}
-
-void vlClipData::InitBoneKeys(std::uint16_t boneCount, vlKeyTimes* times, std::uint16_t* counts,
-                              std::shared_ptr<float[]>* arrays)
-{
-    const std::uint16_t keyCount = keys::WrittenKeyCount(*times);
-    for (unsigned i = 0; i < boneCount; ++i) {
-        counts[i] = keyCount;
-        arrays[i] = std::make_shared_for_overwrite<float[]>(keyCount);
-        std::copy_n(times->GetKeyTimes(), keyCount, arrays[i].get());
-    }
 }
 
 }  // namespace vela::vlgim

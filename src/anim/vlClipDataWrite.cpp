@@ -3,6 +3,7 @@
 #include "Ticks.h"
 
 #include <corecommon/Log.h>
+#include <io/Errors.h>
 #include <keys/KeyTimesBlock.h>
 #include <keys/TransKeysBlock.h>
 
@@ -13,20 +14,20 @@ namespace {
 constexpr std::uint32_t kVersionMask = 0xFFFFFF;
 constexpr std::uint8_t kNoPivotTrack = 0;
 
-std::string WhyBonesUnwritable(const vlClipData& clip)
+Error WhyBonesUnwritable(const vlClipData& clip)
 {
     if (clip.m_boneCount > vlClipData::kMaxBones)
-        return std::to_string(clip.m_boneCount) + " bones, and there is room for 255";
+        return io::Unwritable(std::to_string(clip.m_boneCount) + " bones, and there is room for 255");
     return {};
 }
 
-std::string WhyInfoUnwritable(const vlClipData& clip)
+Error WhyInfoUnwritable(const vlClipData& clip)
 {
-    if (clip.m_boneCount != 0 && !clip.m_boneNames)
-        return "no array holds the bone names";
+    if (Error why = io::WhyShort(clip.m_boneNames, clip.m_boneCount, "bone names"))
+        return why;
     // A reader ends them at 31 bytes, and looks for a side file of that name.
-    if (clip.m_name[31] != 0 || clip.m_name2[31] != 0)
-        return "its name has no end";
+    if (clip.m_name.bytes[Name32::kSize - 1] != 0 || clip.m_name2.bytes[Name32::kSize - 1] != 0)
+        return io::Unwritable("its name has no end");
     return WhyBonesUnwritable(clip);
 }
 
@@ -36,43 +37,45 @@ unsigned short KeyCount(const vlClipData& clip, unsigned bone)
                                                  : clip.m_boneKeyCounts[bone];
 }
 
-std::string WhyBoneUnwritable(const vlClipData& clip, unsigned bone, keys::UnsetCounts* counts)
+Error WhyBoneUnwritable(const vlClipData& clip, unsigned bone, keys::UnsetCounts* counts)
 {
-    if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE && clip.m_boneKeyCounts[bone] != 0 &&
-        !clip.m_boneKeyTimes[bone])
-        return "no array holds the key times";
+    if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE &&
+        !io::Holds(clip.m_boneKeyTimes[bone], clip.m_boneKeyCounts[bone]))
+        return io::WhyShort(clip.m_boneKeyTimes[bone], clip.m_boneKeyCounts[bone], "key times");
     return keys::WhyUnwritable(clip.m_keys[bone], KeyCount(clip, bone), counts);
 }
 
-std::string WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts)
+Error WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts)
 {
     if (version < kSharedKeyTimes && clip.m_keyLayout != KEY_LAYOUT_PER_BONE)
-        return "its version has key times per bone only";
+        return io::Unwritable("its version has key times per bone only");
     if (clip.m_keyLayout != KEY_LAYOUT_SHARED && clip.m_keyLayout != KEY_LAYOUT_PER_BONE)
         return {};
     if (clip.m_keyLayout == KEY_LAYOUT_SHARED && !clip.m_keyTimes)
-        return "no list holds the key times";
-    if (clip.m_boneCount != 0 && !clip.m_keys)
-        return "no array holds the keys";
-    if (std::string reason = WhyBonesUnwritable(clip); !reason.empty())
-        return reason;
+        return io::Unwritable("no list holds the key times");
+    if (Error why = clip.m_keyTimes ? keys::WhyUnwritable(*clip.m_keyTimes) : Error())
+        return why;
+    if (Error why = WhyBonesUnwritable(clip))
+        return why;
+    if (Error why = io::WhyShort(clip.m_keys, clip.m_boneCount, "keys of the bones"))
+        return why;
     for (unsigned i = 0; i < clip.m_boneCount; ++i)
-        if (const std::string reason = WhyBoneUnwritable(clip, i, counts); !reason.empty())
-            return "bone " + std::to_string(i) + ": " + reason;
+        if (Error why = WhyBoneUnwritable(clip, i, counts))
+            return io::Inside("bone " + std::to_string(i), std::move(why));
     return {};
 }
 
-bool Refused(const std::string& reason)
+bool IsRefused(const Error& why)
 {
-    if (!reason.empty())
-        LogError("clip can't be written: %s", reason.c_str());
-    return !reason.empty();
+    if (why)
+        LogError("clip can't be written: %s", why.Message().c_str());
+    return bool(why);
 }
 
 void WriteNames(io::BlockWriter& out, const vlClipData& clip)
 {
-    out.Run(clip.m_name, sizeof clip.m_name);
-    out.Run(clip.m_name2, sizeof clip.m_name2);
+    out.Run(&clip.m_name, 1);
+    out.Run(&clip.m_name2, 1);
     out.Value(clip.m_boneCount);
 }
 
@@ -93,7 +96,7 @@ void WriteAttributes(io::BlockWriter& out, const vlClipData& clip, std::uint32_t
 void WriteInfo(io::BlockWriter& out, std::uint32_t version, const vlClipData& clip)
 {
     WriteNames(out, clip);
-    out.Run(clip.m_boneNames.get(), clip.m_boneCount);
+    out.Run(clip.m_boneNames.data(), clip.m_boneCount);
     WriteAttributes(out, clip, version);
 }
 
@@ -117,7 +120,7 @@ void WriteKeys(io::BlockWriter& out, std::uint32_t version, vlClipData& clip)
         WriteTimes(out, clip.m_keyTimes->GetKeyTimes(), KeyCount(clip, 0), version);
     for (unsigned i = 0; i < clip.m_boneCount; ++i) {
         if (!isShared)
-            WriteTimes(out, clip.m_boneKeyTimes[i].get(), KeyCount(clip, i), version);
+            WriteTimes(out, clip.m_boneKeyTimes[i].data(), KeyCount(clip, i), version);
         vlTransKeysData& keys = clip.m_keys[i];
         keys.m_compressFlags = version < kCompressedKeys ? std::uint8_t{0} : clip.m_compressFlags;
         keys.m_keyCount = KeyCount(clip, i);  // where it was not set
@@ -129,10 +132,10 @@ void WriteKeys(io::BlockWriter& out, std::uint32_t version, vlClipData& clip)
 
 namespace clips {
 
-std::string WhyUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts)
+Error WhyUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts)
 {
-    std::string reason = WhyInfoUnwritable(clip);
-    return reason.empty() ? WhyKeysUnwritable(clip, version, counts) : reason;
+    Error why = WhyInfoUnwritable(clip);
+    return why ? why : WhyKeysUnwritable(clip, version, counts);
 }
 
 void Write(io::BlockWriter& out, std::uint32_t version, vlClipData& clip)
@@ -155,30 +158,34 @@ void WriteBaseInfo(io::BlockWriter& out, const vlClipData& clip)
 
 void vlClipData::WriteClipInfo(std::FILE* stream, std::uint32_t version) const
 {
-    if (Refused(WhyInfoUnwritable(*this)))
+    if (IsRefused(WhyInfoUnwritable(*this)))
         return;
-    io::BlockWriter out(stream);
+    vlio::StreamSink sink(stream);
+    io::BlockWriter out(sink);
     WriteInfo(out, version & kVersionMask, *this);
 }
 
 void vlClipData::WriteKeysData(std::FILE* stream, std::uint32_t version)
 {
-    if (Refused(WhyKeysUnwritable(*this, version, nullptr)))
+    if (IsRefused(WhyKeysUnwritable(*this, version, nullptr)))
         return;
-    io::BlockWriter out(stream);
+    vlio::StreamSink sink(stream);
+    io::BlockWriter out(sink);
     WriteKeys(out, version, *this);
 }
 
 void vlClipData::WritePivotTrack(std::FILE* stream)
 {
-    io::BlockWriter(stream).Value(kNoPivotTrack);
+    vlio::StreamSink sink(stream);
+    io::BlockWriter(sink).Value(kNoPivotTrack);
 }
 
 void vlClipData::WriteAsyncBaseInfo(std::FILE* stream) const
 {
-    if (Refused(WhyBonesUnwritable(*this)))
+    if (IsRefused(WhyBonesUnwritable(*this)))
         return;
-    io::BlockWriter out(stream);
+    vlio::StreamSink sink(stream);
+    io::BlockWriter out(sink);
     clips::WriteBaseInfo(out, *this);
 }
 

@@ -1,8 +1,6 @@
 #include "Check.h"
-#include "Values.h"
 
 #include <manifest/Manifest.h>
-#include <vlgim/vlMeshData.h>
 #include <vlio2/Path.h>
 #include <vlio2/XmlScan.h>
 
@@ -43,15 +41,6 @@ public:
         }
         return {block, std::nullopt, static_cast<std::uint32_t>(m_line + 1),
                 static_cast<std::uint32_t>(at - m_lineStart + 1)};
-    }
-
-    // The first character of a line, counted from 1, that is no space.
-    std::size_t StartOf(std::uint32_t line) const
-    {
-        std::size_t at = 0;
-        for (std::uint32_t i = 1; i < line && at != std::string_view::npos; ++i)
-            at = m_text.find('\n', at) + 1;
-        return std::min(m_text.find_first_not_of(" \t\r", at), m_text.size());
     }
 
 private:
@@ -96,43 +85,6 @@ private:
     Lines m_lines;
     std::unordered_map<const Element*, std::size_t> m_tags;
 };
-
-// What keeps a document from being read, in words of the one who wrote it.
-const char* WhyRefused(int error)
-{
-    switch (error) {
-    case vlio::XML_REFUSED_NUL:
-        return "a NUL byte stands in the middle";
-    case vlio::XML_REFUSED_END_TAG:
-        return "an end tag closes nothing, or has more in it than a name";
-    case vlio::XML_REFUSED_REFERENCE:
-        return "a reference \"&#...;\" names no character, or would swallow text";
-    case vlio::XML_REFUSED_AMPERSAND:
-        return "a bare '&' stands behind a reference, and would be lost";
-    case vlio::XML_REFUSED_ATTRIBUTES:
-        return "an element has more than 256 attributes";
-    case vlio::XML_REFUSED_OPEN_REFERENCES:
-        return "there are more than 256 \"&#\" without an end";
-    case vlio::XML_REFUSED_MARKUP:
-        return "the markup is broken here, or ends too early";
-    case tinyxml2::XML_ERROR_EMPTY_DOCUMENT:
-        return "there is no root element";
-    case tinyxml2::XML_ERROR_MISMATCHED_ELEMENT:
-        return "an end tag has another name than its start tag";
-    case tinyxml2::XML_ELEMENT_DEPTH_EXCEEDED:
-        return "elements are nested too deep";
-    default:
-        return "the document can't be parsed";
-    }
-}
-
-// The line that the parser gives up in; 0 where it does not.
-std::uint32_t LineOfError(std::string_view text)
-{
-    tinyxml2::XMLDocument document;
-    document.Parse(text.data(), text.size());
-    return static_cast<std::uint32_t>(std::max(document.ErrorLineNum(), 0));
-}
 
 // A submesh record: what the loader asks for, and a material that exists.
 // materials  how many there are, if that is known
@@ -242,15 +194,11 @@ bool CheckDocument(Session& session, FileReport& report, const vlio::Bytes& imag
         return false;
     }
     const std::string_view text = TextOf(image);
-    const int error = document.Parse(text.data(), text.size());
+    const Error error = document.ParseText(text);
     session.Step(report);
-    if (error == 0)
+    if (!error)
         return true;
-    Lines lines(text);
-    const vlio::XmlScan scan = vlio::ScanXml(text);
-    // What the scan has nothing against the parser refuses, which knows the line.
-    const std::size_t at = scan.error != 0 ? scan.at : lines.StartOf(LineOfError(text));
-    report.Add(Code::BadXml, lines.Of("", at), WhyRefused(scan.error != 0 ? scan.error : error));
+    report.Add(Code::BadXml, Lines(text).Of("", *error.offset), error.text);
     return false;
 }
 
@@ -277,13 +225,7 @@ void CheckMeshAlone(Session& session, FileReport& report, const vlio::Bytes& ima
         return CheckMesh(session, report, image, *session.Options().submeshCount);
     if (const std::uint32_t count = withManifest ? CountBeside(session, report.Path()) : 0)
         return CheckMesh(session, report, image, count);
-    const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(image.data(), image.size());
-    if (fitting.size() == 1)
-        return CheckMesh(session, report, image, fitting[0]);
-    CheckMeshUncounted(session, report, image,
-                       fitting.empty()
-                           ? "how many submeshes it has is not in the file, and can't be worked out"
-                           : std::to_string(fitting.size()) + " numbers of submeshes fit the file");
+    CheckMeshWithoutCount(session, report, image);
 }
 
 }  // namespace vela::vlgim::check

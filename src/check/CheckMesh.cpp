@@ -1,9 +1,10 @@
 #include "Check.h"
-#include "Inside.h"
+#include "Values.h"
 
+#include <io/Errors.h>
+#include <mesh/MeshBlocks.h>
 #include <mesh/MeshVersions.h>
-#include <vlgim/vlDataShareTable.h>
-#include <vlgim/vlMeshData.h>
+#include <mesh/VertexBlock.h>
 
 #include <algorithm>
 #include <cmath>
@@ -14,216 +15,177 @@ namespace vela::vlgim::check {
 
 namespace {
 
-constexpr std::uint16_t kNone = 0xFFFF;  // no bone, no parent; as a count of bones: none
+constexpr std::uint16_t kNone = 0xFFFF;  // no bone, no parent
 constexpr std::uint64_t kSlots = 4;      // bone references of a vertex
 
-// A mesh that was read, with where its blocks lie.
-struct MeshFile {
-    FileReport& report;
-    const vlio::Bytes& image;
-    const Places& places;
-    const vlMeshData& mesh;
-    std::uint64_t vertexCount =
-        mesh.m_vertexData->m_vertexCount;  // which hold when the vertices are gone, too
-    std::uint64_t triangleCount = mesh.m_vertexData->m_triangleCount;
-
-    const vlMeshVertexData& Vertices() const { return *mesh.m_vertexData; }
-    bool HasHalves() const { return mesh.m_packMode == 1; }
-    std::uint64_t At(const char* block) const { return places.Offset(block); }
-    std::uint16_t BoneCount() const
-    {
-        return mesh.m_boneCount == kNone ? std::uint16_t{0} : mesh.m_boneCount;
-    }
-
-    bool HasBones() const { return mesh.m_skeletonFlag == kSkinned && BoneCount() != 0; }
-
-    void Add(Code code, const char* block, std::uint64_t offset, const std::string& text) const
-    {
-        report.Add(code, {block, offset}, text);
-    }
-};
-
-const float* Floats(const geomath::_Vector3<float>* vectors)
+const float* Floats(const Array<geomath::_Vector3<float>>& vectors, std::uint64_t first = 0)
 {
-    return &vectors->x;
+    return reinterpret_cast<const float*>(vectors.data() + first);
 }
 
-void CheckFrames(const MeshFile& file)
+bool HasHalves(const vlMeshData& mesh)
 {
-    const vlMeshVertexData& v = file.Vertices();
-    const std::uint64_t count = 3 * std::uint64_t{v.m_vertexCount};
-    if (count == 0)
-        return;
-    const auto check = [&](const char* block, const std::string& what, const float* values,
-                           std::uint64_t offset, std::uint64_t stride) {
-        CheckFinite(file.report, block, {what, "vertex", values, count, 3, offset, stride});
-    };
-    const std::uint64_t perFrame = count * sizeof(float), frames = file.At("morph frames");
-    check("positions", "positions", Floats(v.m_positions.get()), file.At("positions"),
-          file.HasHalves() ? 2 : 4);
-    check("normals", "normals", Floats(v.m_normals.get()), file.At("normals"), 4);
-    for (std::uint64_t frame = 1; frame < v.m_frameCount; ++frame) {
-        const std::uint64_t start = frames + (frame - 1) * 2 * perFrame, first = frame * v.m_vertexCount;
-        check("morph frames", "positions of frame " + std::to_string(frame),
-              Floats(v.m_positions.get() + first), start, 4);
-        check("morph frames", "normals of frame " + std::to_string(frame), Floats(v.m_normals.get() + first),
-              start + perFrame, 4);
-    }
-    if (v.m_tangents)
-        CheckFinite(file.report, "tangents",
-                    {"tangents", "entry", Floats(v.m_tangents.get()), count * v.m_frameCount, 3,
-                     file.At("tangents"), 4});
+    return mesh.m_packMode == 1;
 }
 
-void CheckUvs(const MeshFile& file)
+void CheckCounts(const File& file, const vlMeshVertexData& v)
 {
-    const vlMeshVertexData& v = file.Vertices();
-    const std::uint64_t stride = file.HasHalves() ? 2 : 4;
-    std::uint64_t offset = file.At("uvs");
-    for (std::uint32_t i = 0; i < v.m_subCount; ++i) {
-        const SubmeshRecord& record = v.m_subRecords[i];
-        const std::uint64_t count = 2 * std::uint64_t{record.vertexCount};
-        for (std::uint8_t set = 0; count != 0 && set < record.uvSetCount; ++set) {
-            CheckFinite(file.report, "uvs",
-                        {"uvs of set " + std::to_string(set) + " of submesh " + std::to_string(i),
-                         "its vertex", &v.m_uvSets[set][record.firstVertex].u, count, 2, offset, stride});
-            offset += count * stride;
-        }
-    }
-}
-
-void CheckTriangles(const MeshFile& file)
-{
-    const vlMeshVertexData& v = file.Vertices();
-    const std::uint16_t* const indices = v.m_indices.get();
-    const std::uint64_t count = 3 * std::uint64_t{v.m_triangleCount};
-    std::uint16_t largest = 0;
-    for (std::uint64_t i = 0; i < count; ++i)
-        largest = std::max(largest, indices[i]);
-    if (count == 0 || largest < v.m_vertexCount)
-        return;
-    Tally bad;
-    for (std::uint64_t i = 0; i < count; ++i)
-        if (indices[i] >= v.m_vertexCount)
-            bad.Add(i);
-    file.Add(Code::IndexRange, "triangles", file.At("triangles") + 2 * bad.first,
-             Counted(bad.count, "index is", "indices are") + " beyond the last of " +
-                 Counted(v.m_vertexCount, "vertex", "vertices") + ", up to " + std::to_string(largest) +
-                 ", the first in triangle " + std::to_string(bad.first / 3));
-}
-
-void CheckCounts(const MeshFile& file)
-{
-    const vlMeshVertexData& v = file.Vertices();
     std::uint64_t vertices = 0, triangles = 0;
-    for (std::uint32_t i = 0; i < v.m_subCount; ++i) {
-        vertices += v.m_subRecords[i].vertexCount;
-        triangles += v.m_subRecords[i].triangleCount;
+    for (const SubmeshRecord& record : v.m_subRecords) {
+        vertices += record.vertexCount;
+        triangles += record.triangleCount;
     }
     if (vertices != v.m_vertexCount || triangles != v.m_triangleCount)
-        file.Add(Code::SubmeshRange, "submesh entries", file.At("submesh entries"),
+        file.Add(Code::SubmeshRange, file.places.Find(Block::SubmeshEntries),
                  "the submeshes have " + std::to_string(vertices) + " vertices and " +
                      std::to_string(triangles) + " triangles together, and the mesh has " +
                      std::to_string(v.m_vertexCount) + " and " + std::to_string(v.m_triangleCount));
     constexpr std::uint32_t kMost = std::numeric_limits<std::uint16_t>::max();
     if (std::max(v.m_vertexCount, v.m_triangleCount) > kMost)
-        file.Add(Code::Count16Bit, "vertex counts", file.At("vertex counts") + 2,
+        file.Add(Code::Count16Bit, file.places.Find(Block::Totals),
                  Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
                      Counted(v.m_triangleCount, "triangle", "triangles") + ", of which a query hands out " +
                      std::to_string(v.m_vertexCount & kMost) + " and " +
                      std::to_string(v.m_triangleCount & kMost));
 }
 
-void CheckVertices(const MeshFile& file)
+void CheckFrames(const File& file, const vlMeshData& mesh)
 {
-    const vlMeshVertexData& v = file.Vertices();
-    CheckCounts(file);
-    if (file.places.Find("positions") != Places::kNone) {
-        CheckFrames(file);
-        CheckTriangles(file);
-        CheckUvs(file);
-    } else if (v.m_vertexCount != 0 || v.m_triangleCount != 0) {
-        file.Add(Code::NoVertexData, "vertex counts", file.At("vertex counts"),
-                 "the data flag is 0, and " + Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
-                     Counted(v.m_triangleCount, "triangle", "triangles") + " are declared");
+    const vlMeshVertexData& v = *mesh.m_vertexData;
+    const std::size_t positions = file.places.Find(Block::Positions),
+                      normals = file.places.Find(Block::Normals);
+    // Half floats lie close together in the room of floats.
+    CheckFinite(file, positions,
+                {"positions", "vertex", Floats(v.m_positions), v.m_vertexCount, 3,
+                 file.places.Offset(positions), HasHalves(mesh) ? 6U : 12U});
+    CheckFinite(file, normals, normals, "normals", "vertex", Floats(v.m_normals), 3);
+    const std::size_t frames = file.places.Find(Block::MorphFrames);
+    file.places.ForEachIn(frames, [&](std::size_t field) {
+        const auto frame = static_cast<std::uint64_t>(file.places[field].step.number);
+        const bool isNormals = file.places.BlockAt(field) == Block::FrameNormals;
+        const std::string what =
+            (isNormals ? "normals of frame " : "positions of frame ") + std::to_string(frame);
+        CheckFinite(file, frames, field, what.c_str(), "vertex",
+                    Floats(isNormals ? v.m_normals : v.m_positions, frame * v.m_vertexCount), 3);
+    });
+    if (v.m_tangents) {
+        const std::size_t tangents = file.places.Find(Block::Tangents);
+        CheckFinite(file, tangents, tangents, "tangents", "entry", Floats(v.m_tangents), 3);
     }
+}
+
+void CheckUvs(const File& file, const vlMeshVertexData& v)
+{
+    const std::size_t uvs = file.places.Find(Block::Uvs);
+    file.places.ForEachIn(uvs, [&](std::size_t run) {
+        const auto number = static_cast<std::uint64_t>(file.places[run].step.number);
+        const std::uint64_t submesh = number / mesh::kMostUvSets, set = number % mesh::kMostUvSets;
+        const SubmeshRecord& record = v.m_subRecords[submesh];
+        CheckFinite(file, uvs,
+                    {"uvs of set " + std::to_string(set) + " of submesh " + std::to_string(submesh),
+                     "its vertex", &v.m_uvSets[set][record.firstVertex].u, record.vertexCount, 2,
+                     file.places.Offset(run), file.places.Size(run) / record.vertexCount});
+    });
+}
+
+void CheckIndices(const File& file, std::size_t block, std::size_t field, const Array<std::uint16_t>& indices,
+                  std::uint64_t vertexCount, const std::function<std::string(const Tally&)>& which)
+{
+    // One pass without a branch first.
+    std::uint16_t largest = 0;
+    for (const std::uint16_t index : indices)
+        largest = std::max(largest, index);
+    Tally bad;
+    for (std::size_t i = 0; largest >= vertexCount && i < indices.size(); ++i)
+        if (indices[i] >= vertexCount)
+            bad.Add(i);
+    if (bad.count != 0)
+        file.Add(Code::IndexRange, block, file.places.Offset(field) + sizeof(std::uint16_t) * bad.first,
+                 Counted(bad.count, "index is", "indices are") + " beyond the last of " +
+                     Counted(vertexCount, "vertex", "vertices") + which(bad));
+}
+
+void CheckTriangles(const File& file, const vlMeshVertexData& v)
+{
+    const std::size_t triangles = file.places.Find(Block::Triangles);
+    CheckIndices(file, triangles, triangles, v.m_indices, v.m_vertexCount, [&v](const Tally& bad) {
+        return ", up to " + std::to_string(*std::max_element(v.m_indices.begin(), v.m_indices.end())) +
+               ", the first in triangle " + std::to_string(bad.first / 3);
+    });
 }
 
 constexpr float kWeightTolerance = 1e-3F;
 
-void CheckSkin(const MeshFile& file)
-{
-    const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(&file.Vertices());
-    if (!skin)
-        return;
-    const std::uint16_t* const bones = skin->m_boneIndices.get();
-    const float* const weights = skin->m_boneWeights.get();
-    const std::uint16_t boneCount = file.BoneCount();
-    const bool hasBones =
-        file.mesh.m_skeletonFlag == kSkinned;  // under another flag those of another mesh are meant
-    const std::uint64_t vertexCount = skin->m_vertexCount;
-    CheckFinite(
-        file.report, "bone weights",
-        {"bone weights", "vertex", weights, kSlots * vertexCount, kSlots, file.At("bone weights"), 4});
+// What holds for the bone slots of all vertices.
+struct SlotTally {
     Tally badBones, badSums;
     float farthest = 1;
-    for (std::uint64_t v = 0; v < vertexCount; ++v) {
-        float sum = 0;
-        for (std::uint64_t slot = kSlots * v; slot < kSlots * (v + 1); ++slot) {
-            sum += bones[slot] != kNone ? weights[slot] : 0;
-            if (hasBones && bones[slot] >= boneCount && bones[slot] != kNone && weights[slot] != 0)
-                badBones.Add(slot);
-        }
-        if (std::fabs(sum - 1) > kWeightTolerance) {
-            badSums.Add(v);
-            farthest = std::fabs(sum - 1) > std::fabs(farthest - 1) ? sum : farthest;
-        }
-    }
-    const std::uint64_t referenceSize = file.mesh.m_version >= kWideParentVersion ? 2 : 1;
-    if (badBones.count != 0)
-        file.Add(Code::BoneRange, "bone references",
-                 file.At("bone references") + badBones.first * referenceSize,
-                 Counted(badBones.count, "reference", "references") +
-                     " with a weight to bones beyond the last of " + std::to_string(boneCount) +
-                     ", the first is bone " + std::to_string(bones[badBones.first]) + " at vertex " +
-                     std::to_string(badBones.first / kSlots));
-    if (badSums.count != 0)
-        file.Add(Code::WeightSum, "bone weights",
-                 file.At("bone weights") + badSums.first * kSlots * sizeof(float),
-                 "the weights of " + Counted(badSums.count, "vertex", "vertices") + " of " +
-                     std::to_string(vertexCount) + " sum to something else than 1, the farthest to " +
-                     std::to_string(farthest) + ", the first is vertex " + std::to_string(badSums.first));
-}
 
-// Where the parts of the bones block lie in the file.
-struct BonePlaces {
-    std::uint64_t parents, names, boundsFlag, bounds, matrices;
-    bool hasBounds;
-
-    explicit BonePlaces(const MeshFile& file)
+    // boneCount  of the mesh; none: the bones of another are meant
+    SlotTally(const vlMeshSkelVertexData& skin, std::optional<std::uint16_t> boneCount)
     {
-        const std::uint64_t count = file.BoneCount();
-        parents = file.At("bones block") + 2;
-        names = parents + count * (file.mesh.m_version >= kWideParentVersion ? 2 : 1);
-        boundsFlag = names + 32 * count;
-        bounds = boundsFlag + 1;
-        hasBounds = file.image[boundsFlag] != 0;
-        matrices = bounds + (hasBounds ? count * sizeof(BoundingInfo) : 0);
+        const std::uint16_t* const bones = skin.m_boneIndices.data();
+        const float* const weights = skin.m_boneWeights.data();
+        for (std::uint64_t v = 0; v < skin.m_vertexCount; ++v) {
+            float sum = 0;
+            for (std::uint64_t slot = kSlots * v; slot < kSlots * (v + 1); ++slot) {
+                sum += bones[slot] != kNone ? weights[slot] : 0;
+                if (boneCount && bones[slot] >= *boneCount && bones[slot] != kNone && weights[slot] != 0)
+                    badBones.Add(slot);
+            }
+            if (std::fabs(sum - 1) > kWeightTolerance) {
+                badSums.Add(v);
+                farthest = std::fabs(sum - 1) > std::fabs(farthest - 1) ? sum : farthest;
+            }
+        }
     }
 };
 
-// Follows the parents of each bone once: a bone that is met again on its own way up is its own ancestor.
-void CheckParents(const MeshFile& file, std::uint64_t offset)
+void CheckSkin(const File& file, const vlMeshData& mesh)
 {
-    const std::vector<std::uint16_t>& parents = file.mesh.m_boneParents;
-    const std::uint64_t size = file.mesh.m_version >= kWideParentVersion ? 2 : 1;
+    const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(mesh.m_vertexData.get());
+    if (!skin)
+        return;
+    const std::size_t references = file.places.Find(Block::BoneReferences);
+    const std::size_t weights = file.places.Find(Block::BoneWeights);
+    const std::uint64_t vertexCount = skin->m_vertexCount;
+    CheckFinite(file, weights, weights, "bone weights", "vertex", skin->m_boneWeights.data(), kSlots);
+    std::optional<std::uint16_t> boneCount;
+    if (mesh.m_skeletonFlag == kSkinned)
+        boneCount = mesh::BoneCount(mesh);
+    const SlotTally slots(*skin, boneCount);
+    if (slots.badBones.count != 0) {
+        const std::uint64_t first = slots.badBones.first;
+        const std::uint64_t size = file.places.Size(references) / (kSlots * vertexCount);
+        file.Add(Code::BoneRange, references, file.places.Offset(references) + first * size,
+                 Counted(slots.badBones.count, "reference", "references") +
+                     " with a weight to bones beyond the last of " + std::to_string(*boneCount) +
+                     ", the first is bone " + std::to_string(skin->m_boneIndices[first]) + " at vertex " +
+                     std::to_string(first / kSlots));
+    }
+    if (slots.badSums.count != 0)
+        file.Add(Code::WeightSum, weights,
+                 file.places.Offset(weights) + slots.badSums.first * kSlots * sizeof(float),
+                 "the weights of " + Counted(slots.badSums.count, "vertex", "vertices") + " of " +
+                     std::to_string(vertexCount) + " sum to something else than 1, the farthest to " +
+                     std::to_string(slots.farthest) + ", the first is vertex " +
+                     std::to_string(slots.badSums.first));
+}
+
+// Follows the parents of each bone once: a bone that is met again on its own way up is its own ancestor.
+void CheckParents(const File& file, std::size_t block, const std::vector<std::uint16_t>& parents)
+{
+    const std::size_t field = file.places.FindIn(block, Block::Parents);
+    const std::uint64_t size = file.places.Size(field) / parents.size();
+    const auto add = [&](std::size_t bone, const std::string& text) {
+        file.Add(Code::BoneParent, block, file.places.Offset(field) + bone * size,
+                 "bone " + std::to_string(bone) + text);
+    };
     std::vector<std::uint32_t> visitedBy(parents.size(), 0);  // by the walk of this bone, counted from 1
     for (std::size_t i = 0; i < parents.size(); ++i) {
-        const std::string who = "bone " + std::to_string(i);
         if (parents[i] != kNone && parents[i] >= parents.size())
-            file.Add(Code::BoneParent, "bones block", offset + i * size,
-                     who + " has the parent " + std::to_string(parents[i]) + ", and there are " +
-                         std::to_string(parents.size()) + " bones");
+            add(i, " has the parent " + std::to_string(parents[i]) + ", and there are " +
+                       std::to_string(parents.size()) + " bones");
         const auto walk = static_cast<std::uint32_t>(i + 1);
         std::size_t bone = i;
         while (bone < parents.size() && visitedBy[bone] == 0) {
@@ -231,157 +193,45 @@ void CheckParents(const MeshFile& file, std::uint64_t offset)
             bone = parents[bone];
         }
         if (bone < parents.size() && visitedBy[bone] == walk)
-            file.Add(Code::BoneParent, "bones block", offset + bone * size,
-                     "bone " + std::to_string(bone) + " is among its own ancestors");
+            add(bone, " is among its own ancestors");
     }
 }
 
-void CheckBones(const MeshFile& file)
+void CheckAnimationBlock(const File& file, const vlMeshData& mesh)
 {
-    const vlMeshData& mesh = file.mesh;
-    const std::uint16_t count = file.BoneCount();
-    if (!file.HasBones())
-        return;
-    const BonePlaces at(file);
-    CheckParents(file, at.parents);
-    CheckBoneNames(file.report, "bones block", file.image, at.names, mesh.m_boneNames.get(), count);
-    if (mesh.m_boneBounds)
-        CheckFinite(file.report, "bones block",
-                    {"bounds of the bones", "bone", mesh.m_boneBounds[0].m_extents, 7 * std::uint64_t{count},
-                     7, at.bounds, 4});
-    CheckFinite(file.report, "bones block",
-                {"matrices of the bones", "bone", &mesh.m_boneMatrices[0].m[0][0], 16 * std::uint64_t{count},
-                 16, at.matrices, 4});
-}
-
-void CheckAnimationBlock(const MeshFile& file)
-{
-    const vlMeshData& mesh = file.mesh;
     if (mesh.m_morph)
-        CheckTimes(file.report, "morph data", mesh.m_morph->m_times.GetKeyTimes(),
-                   mesh.m_morph->m_times.GetKeyCount(), file.At("morph data") + 3);
+        CheckTimes(file, file.places.Find(Block::MorphData), mesh.m_morph->m_times.GetKeyTimes(),
+                   mesh.m_morph->m_times.GetKeyCount());
     std::size_t place = 0;
-    for (std::uint32_t i = 0; mesh.m_tracks && i < mesh.m_submeshCount; ++i) {
-        place = file.places.Find("track", place);
-        CheckTrackBlock(file.report, file.places, place, mesh.m_tracks[i]);
-        ++place;
+    for (const vlTrackData& track : mesh.m_tracks) {
+        place = file.places.Find(Block::Track, place);
+        CheckTrackBlock(file, place++, track);
     }
 }
 
-void CheckOriginalData(const MeshFile& file)
+void CheckOriginalData(const File& file, const vlMeshData& mesh)
 {
-    std::size_t place = 0;
-    for (const auto& data : file.mesh.m_originalData) {
-        place = file.places.Find("original data", place);
-        const std::string block = file.places.Path(place);
-        const std::uint64_t count = data->m_origVertexCount, start = file.places[place++].offset;
-        const std::uint64_t indices = start + 8 + 12 * count;
-        if (count != 0)
-            CheckFinite(
-                file.report, block,
-                {"positions", "vertex", Floats(data->m_origPositions.get()), 3 * count, 3, start + 4, 4});
-        Tally bad;
-        for (std::uint32_t i = 0; i < data->m_origIndexCount; ++i)
-            if (data->m_origIndices[i] >= count)
-                bad.Add(i);
-        if (bad.count != 0)
-            file.report.Add(Code::IndexRange, {block, indices + 2 * bad.first},
-                            Counted(bad.count, "index is", "indices are") + " beyond the last of " +
-                                Counted(count, "vertex", "vertices") + ", the first is index " +
-                                std::to_string(bad.first));
-        const std::uint64_t weights = indices + 2 * std::uint64_t{data->m_origIndexCount} + 4 +
-                                      4 * std::uint64_t{data->m_origExtraCount} + 1 + kSlots * count;
+    std::size_t block = 0;
+    for (const auto& data : mesh.m_originalData) {
+        block = file.places.Find(Block::OriginalData, block);
+        const auto field = [&](Block of) { return file.places.FindIn(block, of); };
+        CheckFinite(file, block, field(Block::FramePositions), "positions", "vertex",
+                    Floats(data->m_origPositions), 3);
+        CheckIndices(file, block, field(Block::Indices), data->m_origIndices, data->m_origVertexCount,
+                     [](const Tally& bad) { return ", the first is index " + std::to_string(bad.first); });
         if (data->m_origWeights)
-            CheckFinite(file.report, block,
-                        {"weights", "vertex", data->m_origWeights.get(), kSlots * count, kSlots, weights, 4});
+            CheckFinite(file, block, field(Block::Weights), "weights", "vertex", data->m_origWeights.data(),
+                        kSlots);
+        ++block;
     }
-}
-
-// The blocks that the table gives to vertices and no reader reads: all such but the first.
-std::vector<std::uint32_t> PassedOver(const MeshFile& file)
-{
-    vlDataShareTable table;
-    table.ReadData(file.image.data() + file.At("share table"), file.image.data() + file.image.size());
-    const auto isVertex = [](const DataPair& pair) { return pair.type == MESH_DATA_VERTEX; };
-    const auto pairs = std::count_if(table.m_pairs.begin(), table.m_pairs.end(), isVertex);
-    const auto end = std::clamp<std::ptrdiff_t>(pairs, 1, std::ssize(table.m_blocks));
-    return {table.m_blocks.begin() + 1, table.m_blocks.begin() + end};
-}
-
-std::uint64_t SizeOf(const MeshFile& file, const char* block)
-{
-    const std::size_t place = file.places.Find(block);
-    return place == Places::kNone ? 0 : file.places[place].end - file.places[place].offset;
-}
-
-bool DropsBounds(const MeshFile& file)
-{
-    return BonePlaces(file).hasBounds && !file.mesh.m_boneBounds;
-}
-
-// What a save does not take along.
-void CheckDrops(const MeshFile& file)
-{
-    if (const std::uint64_t size = SizeOf(file, "key records"))
-        file.Add(Code::SaveDropsKeyRecords, "key records", file.At("key records"),
-                 std::to_string(size) + " bytes of records for the keys of the animation are not kept");
-    if (const std::uint64_t size = SizeOf(file, "anim-BI block"); size > 1)
-        file.Add(Code::SaveDropsAnimBI, "anim-BI block", file.At("anim-BI block"),
-                 "the anim-BI block of " + std::to_string(size) + " bytes is not kept");
-    if (file.HasBones() && DropsBounds(file))
-        file.Add(Code::SaveDropsBounds, "bones block", BonePlaces(file).boundsFlag,
-                 "the bounds of all bones are not kept, since the radius of one is NaN");
-    const std::vector<std::uint32_t> passedOver = PassedOver(file);
-    for (std::size_t i = 0; i < passedOver.size(); ++i)  // entry 0 of the table, behind its count, is read
-        file.Add(Code::SaveDropsBlocks, "share table", file.At("share table") + 2 + 4 * (i + 1),
-                 "a further vertex block, which begins at byte " + std::to_string(passedOver[i]) +
-                     ", is neither read nor kept");
-    ReportUnread(file.report, file.places, file.image.size(), passedOver);
-}
-
-void CheckUpgrade(const MeshFile& file)
-{
-    if (file.mesh.m_version < kNewestVersion)
-        file.Add(Code::SaveVersion, "header", 4,
-                 "a save writes version " + Hex(kNewestVersion) + " in place of " + Hex(file.mesh.m_version));
-    if (file.HasHalves())
-        file.Add(Code::SaveFloats, "header", 7,
-                 "a save writes positions and uvs as floats, and the file has half floats");
-    else if (file.mesh.m_packMode != 0)
-        file.Add(Code::SaveHeader, "header", 7,
-                 "a save writes pack mode 0 in place of " + std::to_string(file.mesh.m_packMode) +
-                     ", which means the same");
-}
-
-bool HasOurMagic(const vlio::Bytes& image)
-{
-    return std::memcmp(image.data(), &kMeshMagic, sizeof kMeshMagic) == 0;
-}
-
-bool HasChangedNames(const MeshFile& file)
-{
-    return ChangedNames(file.image, BonePlaces(file).names, file.mesh.m_boneNames.get(), file.BoneCount())
-               .count != 0;
-}
-
-// Blocks of which a save drops something, or whose names it changes.
-bool IsToldOf(const MeshFile& file, std::string_view block)
-{
-    return block == "key records" || block == "anim-BI block" ||
-           (block == "bones block" && (HasChangedNames(file) || DropsBounds(file)));
-}
-
-bool HasOldLayout(const vlMeshData& mesh)
-{
-    return mesh.m_version < kNewestVersion || mesh.m_packMode == 1;
 }
 
 // Whether a table tells the same of as many blocks once it is written, wherever these lie by then.
-bool IsTableKept(const unsigned char* old, const unsigned char* now, std::uint64_t size)
+bool IsTableKept(ByteSpan old, ByteSpan now)
 {
     vlDataShareTable oldTable, newTable;
-    oldTable.ReadData(old, old + size);
-    newTable.ReadData(now);
+    oldTable.ReadData(old.data(), old.data() + old.size());
+    newTable.ReadData(now.data(), now.data() + now.size());
     const auto tells = [](const DataPair& a, const DataPair& b) {
         return a.type == b.type && a.index == b.index && a.reserved == b.reserved;
     };
@@ -391,151 +241,234 @@ bool IsTableKept(const unsigned char* old, const unsigned char* now, std::uint64
 }
 
 // Blocks whose bytes are the same in every version; those of the vertices are not, in part.
-bool KeepsLayout(std::string_view block)
+bool KeepsLayout(Block block)
 {
-    return block == "channel" || block == "track" || block == "vertex counts" || block == "original data" ||
-           block == "share table" || block == "tangent flag";
+    constexpr Block kAll[] = {Block::Channel,      Block::Track,      Block::VertexCounts,
+                              Block::OriginalData, Block::ShareTable, Block::TangentFlag};
+    return std::find(std::begin(kAll), std::end(kAll), block) != std::end(kAll);
 }
 
-// One block that is written with other bytes than it was read from.
-void ReportChange(const MeshFile& file, std::size_t place, ByteSpan bytes, ByteSpan now)
-{
-    const io::BlockMap::Place& old = file.places[place];
-    const std::string_view block = old.block;
-    if (HasOldLayout(file.mesh) && (!KeepsLayout(block) || old.end == old.offset))
-        return;
-    const Where where{file.places.Path(place), old.offset};
-    const auto add = [&](Code code, const char* text) { file.report.Add(code, where, text); };
-    if (block == "header")
-        add(Code::SaveHeader, "a save writes the magic word of a mesh");
-    else if (block == "channel")
-        ReportChangedKeys(file.report, where, bytes.data(), now.data());
-    else if (block == "track")
-        ReportChangedTrack(file.report, where, bytes.data(), now.data());
-    else if (block == "vertex counts" && file.places.Find("positions") == Places::kNone &&
-             file.vertexCount + file.triangleCount != 0)
-        add(Code::SaveFillsData, "a save writes zeros for the data that the mesh declares and does not hold");
-    else if (block == "used bones")
-        add(Code::SaveMask, "a save brings the mask of used bones up to date");
-    else if (block == "share table" && !IsTableKept(bytes.data(), now.data(), bytes.size()))
-        add(Code::SaveTable, "a save writes the table of blocks anew");
-    else if (block != "table offset" && block != "share table" && !IsToldOf(file, block))
-        add(Code::SaveChanges, "a save writes this block in its own form");
-}
+class MeshCheck final : public ImageCheck {
+public:
+    MeshCheck(Session& session, FileReport& report, const vlio::Bytes& image, std::uint32_t submeshCount)
+        : ImageCheck(session, report, image), m_submeshCount(submeshCount)
+    {
+    }
 
-// Why a mesh could not be read. A count that does not fit shows as damage somewhere in the vertices, so the file is
-// asked which would.
-void ReportUnreadMesh(FileReport& report, const vlio::Bytes& image, std::uint32_t submeshCount,
-                      const io::BlockReader& in, const Places& places)
+private:
+    Error Read(io::BlockReader& in, const vlio::Bytes&) override
+    {
+        m_mesh.m_submeshCount = m_submeshCount;
+        return mesh::ReadFile(in, m_mesh, &m_blocks);
+    }
+    void ReportRefusal(const File& file, const Error& error) override;
+    void CheckValues(const File& file) override;
+    bool IsWritable() override { return Allows(WhyUnwritable(m_mesh)); }
+    std::uint64_t WrittenSize() const override
+    {
+        const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(m_mesh.m_vertexData.get());
+        return skin ? mesh::WrittenSize(*skin) : mesh::WrittenSize(*m_mesh.m_vertexData);
+    }
+    Error Write(vlio::Sink& sink) override { return mesh::WriteFile(sink, m_mesh); }
+    void Drop() override { m_mesh = {}; }
+    void ReportChange(const Change& change) override;
+    void ReportOtherChange(const File& file) override;
+
+    void CheckBones(const File& file);
+    void CheckVertices(const File& file);
+    void CheckUpgrade(const File& file);
+    void CheckDrops(const File& file);
+
+    std::uint32_t m_submeshCount;
+    vlMeshData m_mesh;
+    mesh::BlockList m_blocks{};
+    bool m_hasOldLayout = false;
+    bool m_fillsData = false;     // a save writes data that the mesh declares and does not hold
+    bool m_tellsOfBones = false;  // what a save changes in the bones block
+};
+
+// A count that does not fit shows as damage somewhere in the vertices, so the file is asked which would.
+void MeshCheck::ReportRefusal(const File&, const Error& error)
 {
-    const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(image.data(), image.size());
-    if (in.HitLimit() || fitting.empty() ||
-        std::find(fitting.begin(), fitting.end(), submeshCount) != fitting.end())
-        return ReportRefusal(report, in, places, image.size());
+    const auto fitting = vlMeshData::FittingSubmeshCounts(m_image.data(), m_image.size());
+    if (error.kind == ErrorKind::MemoryLimit || fitting.empty() ||
+        std::find(fitting.begin(), fitting.end(), m_submeshCount) != fitting.end())
+        return m_report.Add(error);
     std::string counts = std::to_string(fitting[0]);
     if (fitting.size() > 1)
         counts += fitting.size() == 2 ? " or " + std::to_string(fitting[1])
                                       : " and " + std::to_string(fitting.size() - 1) + " larger numbers";
-    report.Add(Code::SubmeshCount, {places.Path(places.Count() - 1), in.WhyRefused().offset},
-               "the mesh does not fit " + std::to_string(submeshCount) + " submeshes, and fits " + counts);
+    m_report.Add(Code::SubmeshCount, {error.block, error.offset},
+                 "the mesh does not fit " + std::to_string(m_submeshCount) + " submeshes, and fits " +
+                     counts);
 }
 
-void ReportVersion(FileReport& report, const vlMeshData& mesh)
+void MeshCheck::CheckValues(const File& file)
 {
-    report.Add(Code::BadVersion, {"header", 4},
-               "meshes of version 0x50000 to 0x50004 are read, and this is " + Hex(mesh.m_version));
+    if (std::memcmp(m_image.data(), &kMeshMagic, sizeof kMeshMagic) != 0)
+        file.Add(Code::MeshMagic, file.places.Find(Block::Header),
+                 "the file does not begin with 34 80 C8 BB");
+    CheckAnimationBlock(file, m_mesh);
+    CheckBones(file);
+    CheckVertices(file);
+    CheckSkin(file, m_mesh);
+    CheckOriginalData(file, m_mesh);
+    m_session.Step(m_report);
+    CheckUpgrade(file);
+    CheckDrops(file);
 }
 
-// Whether all that was read depends on no submesh count: tracks, and the key records of old files, are as many as that.
-bool IsCountless(const Places& places, std::uint32_t version)
+void MeshCheck::CheckBones(const File& file)
 {
-    std::size_t flags = Places::kNone;
-    for (std::size_t i = places.Find("animation block"); i != Places::kNone;
-         i = places.Find("animation block", i + 1))
-        flags = i;
-    if (flags == Places::kNone || places.Count() == flags + 1)
-        return true;
-    const bool hasTracks = places[flags].end - places[flags].offset > 1;
-    const bool hasRecords = version < kNoKeyRecordsVersion && places.Find("morph data") != Places::kNone;
-    return !hasTracks && (!hasRecords || places.Count() == flags + 2);
+    const std::size_t block = file.places.Find(Block::BonesBlock);
+    const std::uint16_t count = mesh::BoneCount(m_mesh);
+    if (block == Places::kNone || count == 0)
+        return;
+    const auto field = [&](Block of) { return file.places.FindIn(block, of); };
+    CheckParents(file, block, m_mesh.m_boneParents);
+    CheckBoneNames(file, block, m_mesh.m_boneNames, count);
+    if (m_mesh.m_boneBounds)
+        CheckFinite(file, block, field(Block::Bounds), "bounds of the bones", "bone",
+                    m_mesh.m_boneBounds[0].m_extents, 7);
+    CheckFinite(file, block, field(Block::Matrices), "matrices of the bones", "bone",
+                &m_mesh.m_boneMatrices[0].m[0][0], 16);
+    m_tellsOfBones =
+        file.places.Has(Block::Bounds) != bool(m_mesh.m_boneBounds) ||
+        ChangedNames(file.places.Bytes(field(Block::Names)), m_mesh.m_boneNames, count).count != 0;
 }
 
-}  // namespace
-
-void CheckMeshUncounted(const Session& session, FileReport& report, const vlio::Bytes& image,
-                        const std::string& why)
+void MeshCheck::CheckVertices(const File& file)
 {
-    io::BlockReader in(image.data(), image.data() + image.size(), "header");
-    in.LimitMemory(session.Left(image.size()));
+    const vlMeshVertexData& v = *m_mesh.m_vertexData;
+    CheckCounts(file, v);
+    if (file.places.Has(Block::Positions)) {
+        CheckFrames(file, m_mesh);
+        CheckTriangles(file, v);
+        CheckUvs(file, v);
+        return;
+    }
+    m_fillsData = v.m_vertexCount != 0 || v.m_triangleCount != 0;
+    if (m_fillsData)
+        file.Add(Code::NoVertexData, file.places.Find(Block::VertexCounts),
+                 "the data flag is 0, and " + Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
+                     Counted(v.m_triangleCount, "triangle", "triangles") + " are declared");
+}
+
+void MeshCheck::CheckUpgrade(const File& file)
+{
+    const std::size_t version = file.places.Find(Block::VersionWord);
+    const std::uint64_t packMode = file.places[version].end - 1;
+    m_hasOldLayout = m_mesh.m_version < kNewestVersion || HasHalves(m_mesh);
+    if (m_mesh.m_version < kNewestVersion)
+        file.Add(Code::SaveVersion, version,
+                 "a save writes version " + io::Hex(kNewestVersion) + " in place of " +
+                     io::Hex(m_mesh.m_version));
+    if (HasHalves(m_mesh))
+        file.Add(Code::SaveFloats, version, packMode,
+                 "a save writes positions and uvs as floats, and the file has half floats");
+    else if (m_mesh.m_packMode != 0)
+        file.Add(Code::SaveHeader, version, packMode,
+                 "a save writes pack mode 0 in place of " + std::to_string(m_mesh.m_packMode) +
+                     ", which means the same");
+}
+
+// What a save does not take along.
+void MeshCheck::CheckDrops(const File& file)
+{
+    const std::size_t records = file.places.Find(Block::KeyRecords), animBI = file.places.Find(Block::AnimBI);
+    if (const std::uint64_t size = file.places.Size(records))
+        file.Add(Code::SaveDropsKeyRecords, records,
+                 std::to_string(size) + " bytes of records for the keys of the animation are not kept");
+    if (const std::uint64_t size = file.places.Size(animBI); size > 1)
+        file.Add(Code::SaveDropsAnimBI, animBI,
+                 "the anim-BI block of " + std::to_string(size) + " bytes is not kept");
+    if (file.places.Has(Block::Bounds) && !m_mesh.m_boneBounds)
+        file.Add(Code::SaveDropsBounds, file.places.Find(Block::BoundsFlag),
+                 "the bounds of all bones are not kept, since the radius of one is NaN");
+    const std::size_t table = file.places.Find(Block::ShareTable);
+    const std::size_t entries = file.places.FindIn(table, Block::Indices);
+    std::uint64_t entry = file.places.Offset(entries);
+    for (const std::uint32_t offset : m_blocks.passedOver)
+        file.Add(Code::SaveDropsBlocks, table, entry += sizeof offset,
+                 "a further vertex block, which begins at byte " + std::to_string(offset) +
+                     ", is neither read nor kept");
+    ReportUnread(file, m_image.size(), m_blocks.passedOver);
+}
+
+void MeshCheck::ReportChange(const Change& change)
+{
+    const Block block = change.Of();
+    if (m_hasOldLayout && !KeepsLayout(block))
+        return;
+    switch (block) {
+    case Block::Channel:
+        return ReportChangedKeys(change);
+    case Block::Track:
+        return ReportChangedTrack(change);
+    case Block::Header:
+        return change.Add(Code::SaveHeader, "a save writes the magic word of a mesh");
+    case Block::UsedBones:
+        return change.Add(Code::SaveMask, "a save brings the mask of used bones up to date");
+    case Block::ShareTable:
+        if (!IsTableKept(change.Old(), change.New()))
+            change.Add(Code::SaveTable, "a save writes the table of blocks anew");
+        return;
+    case Block::TableOffset:
+    case Block::KeyRecords:
+    case Block::AnimBI:
+        return;
+    default:
+        break;
+    }
+    if (block == Block::VertexCounts && m_fillsData)
+        change.Add(Code::SaveFillsData,
+                   "a save writes zeros for the data that the mesh declares and does not hold");
+    else if (block != Block::BonesBlock || !m_tellsOfBones)
+        change.Add(Code::SaveChanges, "a save writes this block in its own form");
+}
+
+// All blocks are the same, and have another order or no longer lie on one another.
+void MeshCheck::ReportOtherChange(const File& file)
+{
+    file.Add(Code::SaveTable, file.places.Find(Block::ShareTable),
+             "a save writes the blocks one behind the other");
+}
+
+// A mesh whose submeshes nobody can count: what is damaged whatever their number, or that it was not read.
+void CheckUncounted(const Session& session, FileReport& report, const vlio::Bytes& image,
+                    const std::string& why)
+{
+    io::BlockReader in(image);
     io::BlockMap map;
     in.Trace(map);
+    in.LimitMemory(session.Left(image.size()));
     vlMeshData mesh;
-    const bool isWhole = Inside::Read(mesh, in);
-    map.End(in.Offset());
-    const Places places(map);
-    if (!isWhole && !in.Failed())
-        ReportVersion(report, mesh);
-    else if (!isWhole && places.Find("submesh entries") == Places::kNone &&
-             IsCountless(places, mesh.m_version))
-        ReportRefusal(report, in, places, image.size());
+    const Error error = mesh::ReadFile(in, mesh);
+    const Places places(image, map);
+    // Tracks, and the key records of old files, are as many as the submeshes.
+    const bool dependsOnCount =
+        places.Has(Block::TrackVersion) || places.Has(Block::KeyRecords) || places.Has(Block::SubmeshEntries);
+    if (error && !dependsOnCount)
+        report.Add(error);
     else
         report.Add(Code::MeshAlone, {}, why);
 }
 
+}  // namespace
+
 void CheckMesh(Session& session, FileReport& report, const vlio::Bytes& image, std::uint32_t submeshCount)
 {
-    const std::uint64_t limit = session.Left(image.size());
-    io::BlockReader in(image.data(), image.data() + image.size(), "header");
-    io::BlockMap map;
-    in.Trace(map);
-    in.LimitMemory(limit);
-    vlMeshData mesh;
-    mesh.m_submeshCount = submeshCount;
-    const bool isWhole = Inside::Read(mesh, in);
-    map.End(in.Offset());
-    session.Step(report);
-    const Places places(map);
-    if (!isWhole && !in.Failed())
-        return report.Add(Code::BadVersion, {"header", 4},
-                          "meshes of version 0x50000 to 0x50004 are read, and this is " +
-                              Hex(mesh.m_version));
-    if (!isWhole)
-        return ReportUnreadMesh(report, image, submeshCount, in, places);
+    MeshCheck(session, report, image, submeshCount).Run();
+}
 
-    const MeshFile file{report, image, places, mesh};
-    if (!HasOurMagic(image))
-        file.Add(Code::MeshMagic, "header", 0, "the file does not begin with 34 80 C8 BB");
-    CheckAnimationBlock(file);
-    CheckBones(file);
-    CheckVertices(file);
-    CheckSkin(file);
-    CheckOriginalData(file);
-    session.Step(report);
-    CheckUpgrade(file);
-    CheckDrops(file);
-
-    if (const std::string obstacle = mesh.WriteObstacle(); !obstacle.empty())
-        return report.Add(Code::SaveRefused, {}, obstacle);
-    SavedImage saved(image.data(), image.size(),
-                     std::max<std::uint64_t>(image.size(), file.Vertices().WrittenSize()),
-                     Left(limit, in.Spent()), file.At("table offset"));
-    mesh.WriteMeshFile(saved.Stream());
-    // Two images and one mesh at a time.
-    mesh.m_vertexData.reset();
-    mesh.m_tracks.reset();
-    mesh.m_originalData.clear();
-    const auto read = [submeshCount](io::BlockReader& back) {
-        vlMeshData again;
-        again.m_submeshCount = submeshCount;
-        Inside::Read(again, back);
-    };
-    const bool isRead = CheckSaved(
-        session, report, image, places, saved, image.size(), read,
-        [&file](std::size_t place, ByteSpan old, ByteSpan now) { ReportChange(file, place, old, now); });
-    // All blocks are the same, and have another order or no longer lie on one another.
-    if (isRead && !saved.IsSame() && !report.TellsOfSave())
-        file.Add(Code::SaveTable, "share table", file.At("share table"),
-                 "a save writes the blocks one behind the other");
+void CheckMeshWithoutCount(Session& session, FileReport& report, const vlio::Bytes& image)
+{
+    const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(image.data(), image.size());
+    if (fitting.size() == 1)
+        return CheckMesh(session, report, image, fitting[0]);
+    CheckUncounted(session, report, image,
+                   fitting.empty() ? "how many submeshes it has is not in the file, and can't be worked out"
+                                   : std::to_string(fitting.size()) + " numbers of submeshes fit the file");
 }
 
 }  // namespace vela::vlgim::check

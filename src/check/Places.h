@@ -1,52 +1,87 @@
 #pragma once
 
-#include <io/BlockMap.h>
+#include <io/Block.h>
+#include <vlio2/FileStream.h>
 
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace vela::vlgim::check {
 
-/// The blocks of a file that was read, under the names that people know them by.
+using io::Block;
+using ByteSpan = std::span<const unsigned char>;
+
+/// A file image with its blocks and their fields, which lie behind the block that they are in.
 class Places {
 public:
     static constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
 
-    explicit Places(const io::BlockMap& map);
+    Places(const vlio::Bytes& image, const io::BlockMap& map) : m_image(image), m_map(map) {}
 
     const io::BlockMap::Place& operator[](std::size_t index) const { return m_map.places[index]; }
-    std::size_t Count() const { return m_map.places.size(); }
+    Block BlockAt(std::size_t index) const { return m_map.places[index].step.block; }
 
-    /// The next place of a block, at or behind place `from`; kNone if there is none.
-    std::size_t Find(std::string_view block, std::size_t from = 0) const;
+    /// The next place of a block or field, at or behind place `from`; kNone if there is none.
+    std::size_t Find(Block block, std::size_t from = 0) const
+    {
+        return Find(block, from, m_map.places.size());
+    }
 
-    /// First byte of the first block of the name; 0 where there is none.
-    std::uint64_t Offset(std::string_view block) const;
+    /// The first of a block or field inside of a place.
+    std::size_t FindIn(std::size_t place, Block block) const
+    {
+        return Find(block, place + 1, m_map.places[place].behind);
+    }
 
-    /// Number of the clip that a place belongs to.
-    std::size_t Clip(std::size_t index) const { return m_owners[index].clip; }
+    bool Has(Block block) const { return Find(block) != kNone; }
+
+    /// First byte and size; 0 for kNone.
+    std::uint64_t Offset(std::size_t index) const { return index == kNone ? 0 : m_map.places[index].offset; }
+    std::uint64_t Size(std::size_t index) const
+    {
+        return index == kNone ? 0 : m_map.places[index].end - m_map.places[index].offset;
+    }
+    ByteSpan Bytes(std::size_t index) const { return ByteSpan(m_image).subspan(Offset(index), Size(index)); }
+
+    /// Calls visit(index) for what lies directly inside of a place.
+    template <class Visit>
+    void ForEachIn(std::size_t place, Visit visit) const
+    {
+        for (std::size_t i = place + 1; i < m_map.places[place].behind; i = m_map.places[i].behind)
+            visit(i);
+    }
 
     /// As in "clip 2 / bone 5".
     std::string Path(std::size_t index) const;
 
-private:
-    // Numbers of the clip and of the track that a place belongs to, counted in the file.
-    struct Owner {
-        std::uint32_t clip = 0, track = 0;
-        bool isPivot = false;
+    /// Bytes that are a block's own: in none of the blocks inside of it.
+    struct Run {
+        std::size_t place;
+        std::uint64_t offset, end;
+
+        std::uint64_t Size() const { return end - offset; }
     };
 
+    /// All of them, in the order of the file's reader. A block without bytes has an empty one.
+    std::vector<Run> Runs() const;
+
+    ByteSpan Bytes(const Run& run) const { return ByteSpan(m_image).subspan(run.offset, run.Size()); }
+
+private:
+    std::size_t Find(Block block, std::size_t from, std::size_t behind) const;
+    void AddRuns(std::size_t place, std::vector<Run>& runs) const;
+
+    const vlio::Bytes& m_image;
     const io::BlockMap& m_map;
-    std::vector<Owner> m_owners;
 };
 
-/// Calls visit(old, now) for each place whose bytes are others in a second image of the file: `now` is kNone where the
-/// second image has no such block. Both images were read whole.
-void ForEachChange(const unsigned char* oldImage, const Places& old, const unsigned char* newImage,
-                   const Places& now, const std::function<void(std::size_t old, std::size_t now)>& visit);
+/// Calls visit(old, now) for each run whose bytes are others in a second image of the file that has the same block. Both
+/// images were read whole.
+void ForEachChange(const Places& old, const Places& now,
+                   const std::function<void(const Places::Run& old, const Places::Run& now)>& visit);
 
 }  // namespace vela::vlgim::check

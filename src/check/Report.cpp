@@ -14,12 +14,45 @@ std::size_t CheckResult::Count(Severity severity) const
 
 namespace check {
 
+namespace {
+
+Code CodeOf(ErrorKind kind)
+{
+    switch (kind) {
+    case ErrorKind::NotFound:
+        return Code::MissingFile;
+    case ErrorKind::Unreadable:
+        return Code::Unreadable;
+    case ErrorKind::Document:
+        return Code::BadXml;
+    case ErrorKind::Magic:
+        return Code::BadHeader;
+    case ErrorKind::Version:
+        return Code::BadVersion;
+    case ErrorKind::MemoryLimit:
+        return Code::MemoryLimit;
+    case ErrorKind::Unwritable:
+    case ErrorKind::NotCreated:
+    case ErrorKind::NotWritten:
+        return Code::SaveRefused;
+    default:
+        return Code::Damaged;
+    }
+}
+
+}  // namespace
+
 void FileReport::Add(Code code, const Where& where, const std::string& text)
 {
     const auto index = static_cast<std::size_t>(code);
     if (++m_counts[index] <= kMost)
         m_findings.push_back(
             {&FindingCodes()[index], m_path, where.block, where.offset, where.line, where.column, text});
+}
+
+void FileReport::Add(const Error& error)
+{
+    Add(CodeOf(error.kind), {error.block, error.offset}, error.text);
 }
 
 bool FileReport::TellsOfSave() const

@@ -2,6 +2,7 @@
 
 #include "Codes.h"
 
+#include <vlgim/Error.h>
 #include <vlgim/Findings.h>
 
 #include <algorithm>
@@ -27,6 +28,9 @@ public:
     /// The first kMost of a code are kept, the others counted.
     void Add(Code code, const Where& where, const std::string& text);
 
+    /// Why the file was refused, or something in it can't be written.
+    void Add(const Error& error);
+
     /// Whether one more of a code would be kept: its text and place are worth working out.
     bool Keeps(Code code) const { return m_counts[static_cast<std::size_t>(code)] < kMost; }
 
@@ -46,12 +50,6 @@ private:
     std::array<std::uint64_t, kCodeCount> m_counts{};
 };
 
-/// Bytes that are left of a limit once some are taken.
-inline std::uint64_t Left(std::uint64_t limit, std::uint64_t taken)
-{
-    return limit - std::min(limit, taken);
-}
-
 /// Ends a check, from the callback up to the operation that was called.
 struct Cancelled {};
 
@@ -64,7 +62,10 @@ public:
     const char* Base() const { return m_options.base ? m_options.base->c_str() : nullptr; }
 
     /// Bytes that may be held beside `taken`.
-    std::uint64_t Left(std::uint64_t taken) const { return check::Left(m_options.memoryLimit, taken); }
+    std::uint64_t Left(std::uint64_t taken) const
+    {
+        return m_options.memoryLimit - std::min(m_options.memoryLimit, taken);
+    }
 
     /// Begins with a file, whose bytes count as read; the reference holds to the end of the session.
     FileReport& Begin(const std::string& path, std::uint64_t bytes);

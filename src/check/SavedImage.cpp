@@ -4,7 +4,6 @@
 #include <cstring>
 #include <exception>
 #include <limits>
-#include <new>
 
 namespace vela::vlgim::check {
 
@@ -17,19 +16,8 @@ constexpr std::uint64_t kWord = 4;
 
 SavedImage::SavedImage(const unsigned char* old, std::uint64_t size, std::uint64_t expected,
                        std::uint64_t limit, std::optional<std::uint64_t> patched)
-    : m_old(old), m_size(size), m_expected(expected), m_limit(limit), m_patched(patched.value_or(kNowhere)),
-      m_stream(::fopencookie(this, "wb",
-                             {.read = nullptr, .write = WriteCall, .seek = SeekCall, .close = nullptr}))
+    : m_old(old), m_size(size), m_expected(expected), m_limit(limit), m_patched(patched.value_or(kNowhere))
 {
-    if (!m_stream)
-        throw std::bad_alloc();
-    // Writers come with large pieces, and those are looked at where they lie.
-    std::setvbuf(m_stream, nullptr, _IONBF, 0);
-}
-
-SavedImage::~SavedImage()
-{
-    std::fclose(m_stream);
 }
 
 bool SavedImage::IsSame() const
@@ -37,52 +25,43 @@ bool SavedImage::IsSame() const
     return !m_differs && !m_isCut && m_end == m_size;
 }
 
-ssize_t SavedImage::WriteCall(void* self, const char* bytes, std::size_t size)
-{
-    auto& image = *static_cast<SavedImage*>(self);
-    try {
-        image.Write(reinterpret_cast<const unsigned char*>(bytes), size);
-    } catch (const std::exception&) {
-        image.m_isCut = true;  // stdio calls this, and no exception may pass through it
-    }
-    return static_cast<ssize_t>(size);
-}
-
-int SavedImage::SeekCall(void* self, off64_t* offset, int whence)
-{
-    auto& image = *static_cast<SavedImage*>(self);
-    const std::uint64_t from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? image.m_position : image.m_end;
-    const std::uint64_t reached = from + static_cast<std::uint64_t>(*offset);
-    if (reached > image.m_end)
-        return -1;
-    image.m_position = reached;
-    *offset = static_cast<off64_t>(reached);
-    return 0;
-}
-
-void SavedImage::Write(const unsigned char* bytes, std::uint64_t size)
-{
+void SavedImage::Write(const void* data, std::size_t size)
+try {
     if (m_isCut)
         return;
+    const auto* bytes = static_cast<const unsigned char*>(data);
     if (!m_differs && !Matches(bytes, size))
         Differ();
     if (m_differs)
         Keep(bytes, size);
-    m_position += size;
-    m_end = std::max(m_end, m_position);
+    m_end += size;
+} catch (const std::exception&) {
+    m_isCut = true;  // writers hand over their last piece where nothing may be thrown
+}
+
+void SavedImage::Patch(std::uint64_t position, std::uint32_t value)
+try {
+    if (m_isCut)
+        return;
+    if (!m_differs && std::memcmp(m_old + position, &value, sizeof value) != 0)
+        Differ();
+    if (m_differs)
+        std::memcpy(m_bytes.data() + position, &value, sizeof value);
+} catch (const std::exception&) {
+    m_isCut = true;
 }
 
 bool SavedImage::Matches(const unsigned char* bytes, std::uint64_t size) const
 {
-    const std::uint64_t end = m_position + size;
+    const std::uint64_t end = m_end + size;
     if (end > m_size)
         return false;
-    const unsigned char* const old = m_old + m_position;
+    const unsigned char* const old = m_old + m_end;
     constexpr unsigned char kNotYet[kWord] = {};
-    if (m_patched < m_position || m_patched + kWord > end ||
-        std::memcmp(bytes + (m_patched - m_position), kNotYet, kWord) != 0)
+    if (m_patched < m_end || m_patched + kWord > end ||
+        std::memcmp(bytes + (m_patched - m_end), kNotYet, kWord) != 0)
         return std::memcmp(old, bytes, size) == 0;
-    const std::uint64_t ahead = m_patched - m_position, behind = ahead + kWord;
+    const std::uint64_t ahead = m_patched - m_end, behind = ahead + kWord;
     return std::memcmp(old, bytes, ahead) == 0 &&
            std::memcmp(old + behind, bytes + behind, size - behind) == 0;
 }
@@ -104,7 +83,7 @@ const vlio::Bytes& SavedImage::Whole()
 
 void SavedImage::Keep(const unsigned char* bytes, std::uint64_t size)
 {
-    const std::uint64_t end = std::max<std::uint64_t>(m_bytes.size(), m_position + size);
+    const std::uint64_t end = m_bytes.size() + size;
     if (end > m_limit) {
         m_isCut = true;
         m_bytes = {};
@@ -113,7 +92,7 @@ void SavedImage::Keep(const unsigned char* bytes, std::uint64_t size)
     if (end > m_bytes.capacity())
         m_bytes.reserve(std::min(m_limit, end + end / 8));
     m_bytes.resize(end);
-    std::memcpy(m_bytes.data() + m_position, bytes, size);
+    std::memcpy(m_bytes.data() + end - size, bytes, size);
 }
 
 }  // namespace vela::vlgim::check

@@ -1,14 +1,15 @@
 #pragma once
 
-#include "Places.h"
-#include "Report.h"
+#include "ImageCheck.h"
 
-#include <vlgim/vlTransKeysData.h>
+#include <vlgim/Array.h>
+#include <vlgim/Name32.h>
+#include <vlgim/vlTrackData.h>
 
 #include <cstdint>
 #include <string>
 
-// What holds for numbers wherever they stand.
+// What holds for numbers and names wherever they stand.
 namespace vela::vlgim::check {
 
 /// How many elements of a run are bad, and which is the first.
@@ -25,33 +26,43 @@ struct Tally {
 /// Floats that are NaN or infinite.
 Tally NotFinite(const float* values, std::uint64_t count);
 
-/// A run of floats in memory and in the file.
-struct Run {
+/// A run of elements in memory and in the file.
+struct FloatRun {
     std::string what;     ///< as in "positions"
     const char* element;  ///< what an index counts, as in "vertex"
     const float* values;
-    std::uint64_t count;            ///< floats
-    std::uint64_t width;            ///< floats an element
-    std::uint64_t offset;           ///< of the first, in the file
-    std::uint64_t stride;           ///< bytes from one float to the next, in the file; 0: they are packed
-    std::uint64_t elementSize = 0;  ///< bytes of an element in the file; 0: width floats
+    std::uint64_t count, width;  ///< elements, and floats of each
+    std::uint64_t offset;        ///< of the first, in the file
+    std::uint64_t size;          ///< bytes of an element in the file: of floats, half floats or a code
 };
-void CheckFinite(FileReport& report, const std::string& block, const Run& run);
+void CheckFinite(const File& file, std::size_t block, const FloatRun& run);
 
-/// A list of key times, 4 bytes each from `offset` on: finite and ascending.
-void CheckTimes(FileReport& report, const std::string& block, const float* times, std::uint64_t count,
-                std::uint64_t offset);
+/// The same for a run that is a field of the block.
+void CheckFinite(const File& file, std::size_t block, std::size_t field, const char* what,
+                 const char* element, const float* values, std::uint64_t width);
 
-/// Quaternions (x, y, z, w) from `offset` on, `stride` bytes from one to the next: neither zero nor far from unit length.
-void CheckQuaternions(FileReport& report, const std::string& block, const std::string& what,
-                      const float* values, std::uint64_t count, std::uint64_t offset, std::uint64_t stride);
+/// The key times of a block: finite and ascending.
+void CheckTimes(const File& file, std::size_t block, const float* times, std::uint64_t count);
 
-/// A channel whose record begins at `offset`, with its keys in the form that compressFlags tell.
-void CheckChannel(FileReport& report, const std::string& block, const vlTransKeysData& keys,
-                  unsigned char compressFlags, std::uint64_t offset);
+/// Quaternions (x, y, z, w) from `offset` on, `size` bytes from one to the next: neither zero nor far from unit length.
+void CheckQuaternions(const File& file, std::size_t block, const std::string& what, const float* values,
+                      std::uint64_t count, std::uint64_t offset, std::uint64_t size);
 
-/// "0x50004".
-std::string Hex(std::uint32_t number);
+/// The transform keys of a channel or of a bone.
+void CheckChannel(const File& file, std::size_t block, const vlTransKeysData& keys);
+
+/// A track with its channels.
+void CheckTrackBlock(const File& file, std::size_t block, const vlTrackData& track);
+
+/// Says what becomes of a track, its channels aside, or of the keys of a channel or a bone.
+void ReportChangedTrack(const Change& change);
+void ReportChangedKeys(const Change& change);
+
+/// Names of bones, a field of a block: none twice, and whether a reader made them lower-case.
+void CheckBoneNames(const File& file, std::size_t block, const Array<Name32>& names, std::uint32_t count);
+
+/// Names that a reader has changed.
+Tally ChangedNames(ByteSpan stored, const Array<Name32>& names, std::uint32_t count);
 
 /// "1 vertex", "12 vertices": a count with its word, which takes an s or has a form of its own.
 std::string Counted(std::uint64_t count, const char* one, const char* many);

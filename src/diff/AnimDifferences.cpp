@@ -10,7 +10,8 @@ namespace {
 // Under an unknown layout a clip has neither times nor keys.
 bool HasKeys(const vlClipData& clip)
 {
-    return clip.m_keys && (clip.m_keyLayout == KEY_LAYOUT_SHARED || clip.m_keyLayout == KEY_LAYOUT_PER_BONE);
+    return clip.m_keys.size() >= clip.m_boneCount && clip.m_boneCount <= vlClipData::kMaxBones &&
+           (clip.m_keyLayout == KEY_LAYOUT_SHARED || clip.m_keyLayout == KEY_LAYOUT_PER_BONE);
 }
 
 bool AreShared(const vlClipData& clip)
@@ -22,14 +23,16 @@ Times BoneTimes(const vlClipData& clip, std::size_t bone)
 {
     if (AreShared(clip))
         return clip.m_keyTimes ? TimesOf(*clip.m_keyTimes) : Times{};
-    return {clip.m_boneKeyTimes[bone].get(), clip.m_boneKeyCounts[bone]};
+    const unsigned count = clip.m_boneKeyCounts[bone];
+    return count <= clip.m_boneKeyTimes[bone].size() ? Times{clip.m_boneKeyTimes[bone].data(), count}
+                                                     : Times{};
 }
 
-Names NamesOf(const std::shared_ptr<char[][32]>& fields, std::size_t count)
+Names NamesOf(const Array<Name32>& fields, std::size_t count)
 {
     Names names;
-    for (std::size_t i = 0; fields && i < count; ++i)
-        names.push_back(NameOf(fields[static_cast<std::ptrdiff_t>(i)]));
+    for (std::size_t i = 0; i < std::min(count, fields.size()); ++i)
+        names.push_back(fields[i].View());
     return names;
 }
 
@@ -49,15 +52,14 @@ bool CompareBones(Comparer& out, const vlClipData& a, const vlClipData& b)
         const Times timesA = BoneTimes(a, i), timesB = BoneTimes(b, j);
         if (!areShared && !CompareTimes(out, timesA, timesB))
             areSame = false;
-        CompareChannels(out, a.m_keys[static_cast<std::ptrdiff_t>(i)],
-                        b.m_keys[static_cast<std::ptrdiff_t>(j)], timesA, timesB);
+        CompareChannels(out, a.m_keys[i], b.m_keys[j], timesA, timesB);
     });
     return areSame;
 }
 
 void CompareClips(Comparer& out, const vlClipData& a, const vlClipData& b)
 {
-    out.Text("second name", NameOf(a.m_name2), NameOf(b.m_name2));
+    out.Text("second name", a.m_name2, b.m_name2);
     out.Code("attribute word", a.m_attrWord, b.m_attrWord);
     out.Number("attribute byte 0", a.m_attrByte0, b.m_attrByte0);
     out.Number("attribute byte 1", a.m_attrByte1, b.m_attrByte1);
@@ -76,8 +78,9 @@ void CompareSkeletons(Comparer& out, const vlAnimData& a, const vlAnimData& b)
                 namesB = NamesOf(b.m_boneNames, b.m_boneCount);
     Pairs bones(namesA, namesB);
     CompareLists(out, "bone", namesA, namesB, bones, [&](std::size_t i, std::size_t j) {
-        const vlTransInfo& transA = a.m_boneTrans[static_cast<std::ptrdiff_t>(i)];
-        const vlTransInfo& transB = b.m_boneTrans[static_cast<std::ptrdiff_t>(j)];
+        if (!out.Both("reference transform", i < a.m_boneTrans.size(), j < b.m_boneTrans.size()))
+            return;
+        const vlTransInfo &transA = a.m_boneTrans[i], &transB = b.m_boneTrans[j];
         const auto compare = [&out](const char* field, const float* x, const float* y, unsigned width,
                                     auto apart) {
             out.Runs(
@@ -95,7 +98,7 @@ Names ClipNames(const vlAnimData& anim)
 {
     Names names;
     for (const auto& clip : anim.m_clips)
-        names.push_back(clip ? NameOf(clip->m_name) : std::string_view());
+        names.push_back(clip ? clip->m_name.View() : std::string_view());
     return names;
 }
 

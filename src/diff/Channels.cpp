@@ -8,10 +8,11 @@ namespace diff {
 
 namespace {
 
-Run<float> ComponentOf(unsigned char keyed, const std::shared_ptr<float[]>& array, unsigned width,
-                       Times times)
+Run<float> ComponentOf(unsigned char keyed, const Array<float>& array, unsigned width, Times times)
 {
-    return {array.get(), keyed ? times.count : 1, width, keyed == 0};
+    Run<float> run = RunOf(array, keyed ? times.count : 1, width);
+    run.isSingle = keyed == 0;
+    return run;
 }
 
 }  // namespace
@@ -34,8 +35,8 @@ void CompareChannels(Comparer& out, const vlTransKeysData& a, const vlTransKeysD
                      Times timesB)
 {
     const auto compare = [&](const char* component, unsigned char keyedA, unsigned char keyedB,
-                             const std::shared_ptr<float[]>& arrayA, const std::shared_ptr<float[]>& arrayB,
-                             unsigned width, auto apart) {
+                             const Array<float>& arrayA, const Array<float>& arrayB, unsigned width,
+                             auto apart) {
         out.Number(std::string(component) + " keyed", keyedA, keyedB);
         const auto where = [&](std::uint64_t key) {
             const Times times = keyedA ? timesA : timesB;
@@ -59,14 +60,16 @@ void CompareChannels(Comparer& out, const vlTransKeysData& a, const vlTransKeysD
 
 void CompareTracks(Comparer& out, const vlTrackData& a, const vlTrackData& b)
 {
-    out.Text("name", NameOf(a.m_name), NameOf(b.m_name));
+    out.Text("name", a.m_name, b.m_name);
     out.Runs("options", Run<unsigned char>{a.m_options, 1, 4}, Run<unsigned char>{b.m_options, 1, 4},
              [](std::uint64_t) { return std::string(); });
     out.Code("flags", a.m_flags, b.m_flags);
     const Times timesA = TimesOf(a.m_times), timesB = TimesOf(b.m_times);
     CompareTimes(out, timesA, timesB);
     out.Number("channel count", a.m_channelCount, b.m_channelCount);
-    for (unsigned i = 0; i < std::min(a.m_channelCount, b.m_channelCount); ++i) {
+    const std::size_t count =
+        std::min<std::size_t>({a.m_channelCount, b.m_channelCount, a.m_channels.size(), b.m_channels.size()});
+    for (std::size_t i = 0; i < count; ++i) {
         const Comparer::Scope scope(out, "channel " + std::to_string(i));
         CompareChannels(out, a.m_channels[i], b.m_channels[i], timesA, timesB);
     }

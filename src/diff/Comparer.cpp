@@ -1,7 +1,6 @@
 #include "Comparer.h"
 
 #include <charconv>
-#include <cstring>
 
 namespace vela::vlgim::diff {
 
@@ -66,11 +65,6 @@ std::string HexText(std::uint32_t value)
 {
     char text[16] = "0x";
     return {text, std::to_chars(text + 2, text + sizeof text, value, 16).ptr};
-}
-
-std::string_view NameOf(const char (&field)[32])
-{
-    return {field, strnlen(field, sizeof field)};
 }
 
 std::string Quoted(std::string_view kind, std::string_view name)

@@ -35,9 +35,6 @@ std::string EntryText(const T* entry, unsigned width)
 
 std::string HexText(std::uint32_t value);
 
-/// A name field up to its NUL.
-std::string_view NameOf(const char (&field)[32]);
-
 /// As in "bone 'hip'".
 std::string Quoted(std::string_view kind, std::string_view name);
 

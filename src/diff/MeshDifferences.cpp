@@ -21,9 +21,9 @@ auto Nth(const char* kind)
     return [kind](std::uint64_t entry) { return kind + (" " + std::to_string(entry)); };
 }
 
-Run<float> Floats(const geomath::_Vector3<float>* vectors, std::uint64_t count)
+Run<float> Floats(const Array<geomath::_Vector3<float>>& vectors, std::uint64_t count)
 {
-    return {vectors ? &vectors->x : nullptr, count, 3};
+    return {count != 0 && count <= vectors.size() ? &vectors[0].x : nullptr, count, 3};
 }
 
 // The bones of both meshes.
@@ -57,6 +57,8 @@ void CompareReferences(Comparer& out, Run<T> a, Run<T> b, const Bones& bones)
                 return Distant{1, i};
         return Distant{};
     };
+    if (!a.data || !b.data)
+        return;
     Largest first;
     Scan(a, b, 0, apart, 0, bones.pairs.IsIdentity(), first);
     if (first.count != 0)
@@ -84,10 +86,11 @@ void CompareTracks(Comparer& out, const vlMeshData& a, const vlMeshData& b, cons
     if (!out.Both("tracks", a.m_hasTracks && a.m_tracks, b.m_hasTracks && b.m_tracks))
         return;
     out.Number("track flag", a.m_hasTracks, b.m_hasTracks);
-    const std::uint32_t count = std::min(a.m_submeshCount, b.m_submeshCount);
+    const std::size_t count =
+        std::min<std::size_t>({a.m_submeshCount, b.m_submeshCount, a.m_tracks.size(), b.m_tracks.size()});
     if (count != 0)
         out.Code("track version", a.m_tracks[0].m_version, b.m_tracks[0].m_version);
-    for (std::uint32_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         const Comparer::Scope scope(out, "track of " + SubmeshText(i, names));
         CompareTracks(out, a.m_tracks[i], b.m_tracks[i]);
     }
@@ -96,8 +99,10 @@ void CompareTracks(Comparer& out, const vlMeshData& a, const vlMeshData& b, cons
 Names BoneNames(const vlMeshData& mesh)
 {
     Names names;
-    for (std::size_t i = 0; mesh.m_boneNames && mesh.m_boneMatrices && i < mesh.m_boneParents.size(); ++i)
-        names.push_back(NameOf(mesh.m_boneNames[static_cast<std::ptrdiff_t>(i)]));
+    const std::size_t count =
+        std::min({mesh.m_boneParents.size(), mesh.m_boneNames.size(), mesh.m_boneMatrices.size()});
+    for (std::size_t i = 0; i < count; ++i)
+        names.push_back(mesh.m_boneNames[i].View());
     return names;
 }
 
@@ -109,26 +114,31 @@ Bones CompareBones(Comparer& out, const vlMeshData& a, const vlMeshData& b)
         out.Number("bone count", a.m_boneCount, b.m_boneCount);
         return bones;
     }
-    const bool haveBounds = a.m_boneBounds && b.m_boneBounds;
+    const bool haveBounds = a.m_boneBounds.size() >= namesA.size() && b.m_boneBounds.size() >= namesB.size();
     CompareLists(out, "bone", namesA, namesB, bones.pairs, [&](std::size_t i, std::size_t j) {
-        const auto x = static_cast<std::ptrdiff_t>(i), y = static_cast<std::ptrdiff_t>(j);
         if (!bones.pairs.MeanTheSame(a.m_boneParents[i], b.m_boneParents[j]))
             out.Text("parent", BoneText(a.m_boneParents[i], namesA), BoneText(b.m_boneParents[j], namesB));
         if (haveBounds)
-            out.Runs("bounds", Run<float>{a.m_boneBounds[x].m_extents, 1, kFloatsOfBounds},
-                     Run<float>{b.m_boneBounds[y].m_extents, 1, kFloatsOfBounds}, kNowhere);
-        out.Runs("matrix", Run<float>{a.m_boneMatrices[x].m[0], 1, 16},
-                 Run<float>{b.m_boneMatrices[y].m[0], 1, 16}, kNowhere);
+            out.Runs("bounds", Run<float>{a.m_boneBounds[i].m_extents, 1, kFloatsOfBounds},
+                     Run<float>{b.m_boneBounds[j].m_extents, 1, kFloatsOfBounds}, kNowhere);
+        out.Runs("matrix", Run<float>{a.m_boneMatrices[i].m[0], 1, 16},
+                 Run<float>{b.m_boneMatrices[j].m[0], 1, 16}, kNowhere);
     });
     if (!namesA.empty() && !namesB.empty())
-        out.Both("bone bounds", a.m_boneBounds != nullptr, b.m_boneBounds != nullptr);
+        out.Both("bone bounds", bool(a.m_boneBounds), bool(b.m_boneBounds));
     return bones;
+}
+
+std::size_t SubmeshesOfBoth(const vlMeshVertexData& a, const vlMeshVertexData& b)
+{
+    return std::min<std::size_t>({a.m_subCount, b.m_subCount, a.m_subRecords.size(), b.m_subRecords.size()});
 }
 
 std::uint8_t UvSets(const vlMeshVertexData& mesh, const SubmeshRecord& record)
 {
     std::uint8_t sets = 0;
-    while (sets < record.uvSetCount && sets < std::size(mesh.m_uvSets) && mesh.m_uvSets[sets])
+    while (sets < record.uvSetCount && sets < std::size(mesh.m_uvSets) &&
+           mesh.m_uvSets[sets].size() >= mesh.m_vertexCount)
         ++sets;
     return sets;
 }
@@ -138,15 +148,15 @@ void CompareRuns(Comparer& out, const vlMeshVertexData& a, const vlMeshVertexDat
 {
     const auto uvs = [](const vlMeshVertexData& mesh, unsigned set, std::uint64_t first,
                         std::uint64_t count) {
-        return Run<float>{&mesh.m_uvSets[set].get()[first].u, count, 2};
+        return Run<float>{&mesh.m_uvSets[set].data()[first].u, count, 2};
     };
     const auto colors = [](const vlMeshVertexData& mesh, std::uint64_t first, std::uint64_t count) {
-        return Run<unsigned char>{reinterpret_cast<const unsigned char*>(mesh.m_colors.get() + first), count,
+        return Run<unsigned char>{reinterpret_cast<const unsigned char*>(mesh.m_colors.data() + first), count,
                                   4};
     };
     Largest uvsApart[4], colorsApart;
     std::uint64_t firstA = 0, firstB = 0;
-    for (std::uint32_t i = 0; i < std::min(a.m_subCount, b.m_subCount); ++i) {
+    for (std::size_t i = 0; i < SubmeshesOfBoth(a, b); ++i) {
         const SubmeshRecord &recordA = a.m_subRecords[i], &recordB = b.m_subRecords[i];
         const std::uint64_t first = firstA, count = recordA.vertexCount;
         const bool isSamePlace = firstA == firstB && count == recordB.vertexCount &&
@@ -158,7 +168,8 @@ void CompareRuns(Comparer& out, const vlMeshVertexData& a, const vlMeshVertexDat
         const unsigned sets = std::min(UvSets(a, recordA), UvSets(b, recordB));
         for (unsigned set = 0; set < sets; ++set)
             out.Measure(uvs(a, set, first, count), uvs(b, set, first, count), first, uvsApart[set]);
-        if (recordA.hasColors && recordB.hasColors && a.m_colors && b.m_colors)
+        if (recordA.hasColors && recordB.hasColors &&
+            first + count <= std::min(a.m_colors.size(), b.m_colors.size()))
             out.Measure(colors(a, first, count), colors(b, first, count), first, colorsApart);
     }
     for (unsigned set = 0; set < std::size(uvsApart); ++set)
@@ -172,7 +183,7 @@ void CompareRuns(Comparer& out, const vlMeshVertexData& a, const vlMeshVertexDat
 void CompareSubmeshes(Comparer& out, const vlMeshVertexData& a, const vlMeshVertexData& b,
                       const SubmeshNames& names)
 {
-    for (std::uint32_t i = 0; i < std::min(a.m_subCount, b.m_subCount); ++i) {
+    for (std::size_t i = 0; i < SubmeshesOfBoth(a, b); ++i) {
         const SubmeshRecord &recordA = a.m_subRecords[i], &recordB = b.m_subRecords[i];
         const Comparer::Scope scope(out, SubmeshText(i, names));
         out.Number("vertex count", recordA.vertexCount, recordB.vertexCount);
@@ -191,8 +202,7 @@ void CompareFrames(Comparer& out, const vlMeshVertexData& a, const vlMeshVertexD
         return frames > 1 ? vertex + ", frame " + std::to_string(entry / vertices) : vertex;
     };
     const auto compare = [&](const char* field, const auto& arrayA, const auto& arrayB) {
-        out.Runs(field, Floats(arrayA.get(), frames * vertices), Floats(arrayB.get(), frames * vertices),
-                 where);
+        out.Runs(field, Floats(arrayA, frames * vertices), Floats(arrayB, frames * vertices), where);
     };
     compare("positions", a.m_positions, b.m_positions);
     compare("normals", a.m_normals, b.m_normals);
@@ -206,10 +216,10 @@ void CompareVertices(Comparer& out, const vlMeshVertexData& a, const vlMeshVerte
     CompareSubmeshes(out, a, b, names);
     if (out.Number("vertex count", a.m_vertexCount, b.m_vertexCount))
         CompareFrames(out, a, b);
-    out.Both("tangents", a.m_tangents != nullptr, b.m_tangents != nullptr);
+    out.Both("tangents", bool(a.m_tangents), bool(b.m_tangents));
     if (out.Number("triangle count", a.m_triangleCount, b.m_triangleCount))
-        out.Runs("triangles", Run<std::uint16_t>{a.m_indices.get(), a.m_triangleCount, 3},
-                 Run<std::uint16_t>{b.m_indices.get(), b.m_triangleCount, 3}, Nth("triangle"));
+        out.Runs("triangles", RunOf(a.m_indices, a.m_triangleCount, 3),
+                 RunOf(b.m_indices, b.m_triangleCount, 3), Nth("triangle"));
     CompareRuns(out, a, b);
 }
 
@@ -253,10 +263,10 @@ void CompareSkins(Comparer& out, const vlMeshData& meshA, const vlMeshData& mesh
     const unsigned width = a->m_maxBoneRefCount;
     if (out.Number("bone references of a vertex", width, b->m_maxBoneRefCount) &&
         a->m_vertexCount == b->m_vertexCount && a->m_vertexCount != 0 && width != 0) {
-        CompareReferences(out, Run<std::uint16_t>{a->m_boneIndices.get(), a->m_vertexCount, width},
-                          Run<std::uint16_t>{b->m_boneIndices.get(), b->m_vertexCount, width}, bones);
-        out.Runs("bone weights", Run<float>{a->m_boneWeights.get(), a->m_vertexCount, width},
-                 Run<float>{b->m_boneWeights.get(), b->m_vertexCount, width}, Nth("vertex"));
+        CompareReferences(out, RunOf(a->m_boneIndices, a->m_vertexCount, width),
+                          RunOf(b->m_boneIndices, b->m_vertexCount, width), bones);
+        out.Runs("bone weights", RunOf(a->m_boneWeights, a->m_vertexCount, width),
+                 RunOf(b->m_boneWeights, b->m_vertexCount, width), Nth("vertex"));
     }
     CompareMasks(out, *a, *b, bones);
 }
@@ -267,22 +277,22 @@ void CompareOriginalData(Comparer& out, const vlOriginalData& a, const vlOrigina
     const std::uint32_t vertices = a.m_origVertexCount;
     const bool areAsMany = out.Number("vertex count", vertices, b.m_origVertexCount);
     if (areAsMany)
-        out.Runs("positions", Floats(a.m_origPositions.get(), vertices),
-                 Floats(b.m_origPositions.get(), vertices), Nth("vertex"));
+        out.Runs("positions", Floats(a.m_origPositions, vertices), Floats(b.m_origPositions, vertices),
+                 Nth("vertex"));
     if (out.Number("index count", a.m_origIndexCount, b.m_origIndexCount))
-        out.Runs("indices", Run<std::uint16_t>{a.m_origIndices.get(), a.m_origIndexCount},
-                 Run<std::uint16_t>{b.m_origIndices.get(), b.m_origIndexCount}, Nth("index"));
+        out.Runs("indices", RunOf(a.m_origIndices, a.m_origIndexCount),
+                 RunOf(b.m_origIndices, b.m_origIndexCount), Nth("index"));
     if (out.Number("extra count", a.m_origExtraCount, b.m_origExtraCount))
-        out.Runs("extra values", Run<std::uint32_t>{a.m_origExtra.get(), a.m_origExtraCount},
-                 Run<std::uint32_t>{b.m_origExtra.get(), b.m_origExtraCount}, Nth("value"));
-    const bool hasSkinA = a.m_origBones && a.m_origWeights && a.m_origVertexCount;
-    const bool hasSkinB = b.m_origBones && b.m_origWeights && b.m_origVertexCount;
-    if (!areAsMany || !out.Both("skin", hasSkinA, hasSkinB))
+        out.Runs("extra values", RunOf(a.m_origExtra, a.m_origExtraCount),
+                 RunOf(b.m_origExtra, b.m_origExtraCount), Nth("value"));
+    const auto hasSkin = [](const vlOriginalData& data) {
+        return data.m_origBones && data.m_origWeights && data.m_origVertexCount != 0;
+    };
+    if (!areAsMany || !out.Both("skin", hasSkin(a), hasSkin(b)))
         return;
-    CompareReferences(out, Run<unsigned char>{a.m_origBones.get(), vertices, 4},
-                      Run<unsigned char>{b.m_origBones.get(), vertices, 4}, bones);
-    out.Runs("bone weights", Run<float>{a.m_origWeights.get(), vertices, 4},
-             Run<float>{b.m_origWeights.get(), vertices, 4}, Nth("vertex"));
+    CompareReferences(out, RunOf(a.m_origBones, vertices, 4), RunOf(b.m_origBones, vertices, 4), bones);
+    out.Runs("bone weights", RunOf(a.m_origWeights, vertices, 4), RunOf(b.m_origWeights, vertices, 4),
+             Nth("vertex"));
 }
 
 }  // namespace

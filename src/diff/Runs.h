@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vlgim/Array.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -19,6 +21,13 @@ struct Run {
 
     const T* At(std::uint64_t entry) const { return isSingle ? data : data + entry * width; }
 };
+
+/// The first entries of an array; none, as of an array that is not there, where it is shorter.
+template <class T>
+Run<T> RunOf(const Array<T>& array, std::uint64_t count, unsigned width = 1)
+{
+    return {count * width <= array.size() ? array.data() : nullptr, count, width};
+}
 
 /// Of two entries: how far they are apart at most, and in which component.
 struct Distant {

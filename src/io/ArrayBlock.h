@@ -1,13 +1,15 @@
 #pragma once
 
 #include "BlockReader.h"
+#include "SharedBlock.h"
 
 #include <basekit/AddressSanitizer.h>
 #include <basekit/BlockAllocator.h>
+#include <vlgim/Array.h>
 
 #include <cstdint>
-#include <memory>
 #include <new>
+#include <utility>
 
 namespace vela::vlgim::io {
 
@@ -21,21 +23,30 @@ class ArrayBlock {
 public:
     template <class T>
     struct Slot {
-        std::uint64_t offset = 0;  ///< in bytes
+        std::uint64_t offset = 0;  ///< of the first element, in bytes
         std::uint64_t count = 0;   ///< in elements
     };
+
+    ArrayBlock() = default;
+    ArrayBlock(const ArrayBlock&) = delete;
+    ArrayBlock& operator=(const ArrayBlock&) = delete;
+    ~ArrayBlock()
+    {
+        if (m_block && detail::RemoveOwner(m_block))
+            detail::FreeBlock(m_block);
+    }
 
     /// Makes room for count elements. Sizes that pass 64 bits stay at the largest, which nothing can
     /// allocate.
     template <class T>
     Slot<T> Plan(std::uint64_t count)
     {
-        static_assert(alignof(T) <= sizeof(Chunk));
-        const Slot<T> slot{m_size, count};
-        const std::uint64_t most = UINT64_MAX - sizeof(Chunk) - m_size;
-        m_size = count > most / sizeof(T)
-                     ? UINT64_MAX - sizeof(Chunk)
-                     : (m_size + count * sizeof(T) + sizeof(Chunk) - 1) & ~(sizeof(Chunk) - 1);
+        static_assert(alignof(T) <= kElementsAlignment && std::is_trivially_destructible_v<T>);
+        constexpr std::uint64_t kMost = UINT64_MAX - 2 * kElementsAlignment;
+        const Slot<T> slot{m_size + sizeof(ElementsHead), count};
+        m_size = m_size > kMost || count > (kMost - m_size) / sizeof(T)
+                     ? UINT64_MAX
+                     : (slot.offset + count * sizeof(T) + kElementsAlignment - 1) & ~(kElementsAlignment - 1);
         return slot;
     }
 
@@ -51,39 +62,35 @@ public:
         if (m_size > PTRDIFF_MAX)
             throw std::bad_alloc();
 #ifndef VLGIM_ADDRESS_SANITIZER
-        // One more chunk, so that an empty array at the end has an address inside the block.
-        m_block = std::allocate_shared_for_overwrite<Chunk[]>(kit::BlockAllocator<Chunk>(),
-                                                              m_size / sizeof(Chunk) + 1);
+        m_block = new (kit::AllocateBlock(m_size)) detail::SharedBlock{1, m_size};
 #endif
         return true;
     }
 
     /// The array of a slot: never null, even without elements. Once for each slot.
     template <class T>
-    std::shared_ptr<T[]> Array(Slot<T> slot) const
+    vlgim::Array<T> Array(Slot<T> slot) const
     {
 #ifdef VLGIM_ADDRESS_SANITIZER
-        // Not make_shared, which pads the array with bytes that the sanitizer takes for the array's own.
-        return std::shared_ptr<T[]>(new T[static_cast<std::size_t>(slot.count)]);
+        return vlgim::Array<T>::ForOverwrite(static_cast<std::size_t>(slot.count));
 #else
-        return {m_block, reinterpret_cast<T*>(reinterpret_cast<unsigned char*>(m_block.get()) + slot.offset)};
+        // No other thread has any of the arrays yet.
+        m_block->owners.store(m_block->owners.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        auto* const elements = reinterpret_cast<unsigned char*>(m_block) + slot.offset;
+        new (elements - sizeof(ElementsHead)) ElementsHead{0, static_cast<std::size_t>(slot.count)};
+        return vlgim::Array<T>::Adopt(reinterpret_cast<T*>(elements), m_block);
 #endif
     }
 
 private:
-    struct alignas(16) Chunk {
-        unsigned char bytes[16];
-    };
-
-    // With the chunk at its end and the counts of its owners.
+    // With what stands around each array under the sanitizer.
     std::uint64_t Footprint() const
     {
-        constexpr std::uint64_t kAround = 8 * sizeof(Chunk);
-        return m_size > PTRDIFF_MAX ? m_size : kit::BlockFootprint(m_size + kAround);
+        return m_size > PTRDIFF_MAX ? m_size : kit::BlockFootprint(m_size);
     }
 
-    std::uint64_t m_size = 0;
-    std::shared_ptr<Chunk[]> m_block;
+    std::uint64_t m_size = sizeof(detail::SharedBlock);
+    detail::SharedBlock* m_block = nullptr;
 };
 
 }  // namespace vela::vlgim::io

@@ -1,39 +1,41 @@
 #pragma once
 
-#include "BlockMap.h"
+#include "Block.h"
+
+#include <vlgim/Error.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
+#include <span>
 #include <string>
-#include <string_view>
 #include <type_traits>
 
 namespace vela::vlgim::io {
 
-/// Why a file was refused: at byte `offset` of it, `block` needed more than there was.
+/// Why a file was refused, and where.
 struct Refusal {
-    enum Kind { kBytes, kMostOf, kMemory };  // what there was too little of; of a count: it passed its limit
+    ErrorKind kind = ErrorKind::None;  ///< Bytes, Limit, Memory, MemoryLimit or Reference
+    std::uint64_t offset = 0;          ///< from the first byte of the file
+    std::uint64_t needed = 0;          ///< bytes, or the count that passed a limit
+    std::uint64_t left = 0;            ///< bytes up to the end, or the limit
+    std::uint64_t fileSize = 0;
 
-    const char* block = nullptr;  ///< null: nothing was refused
-    std::uint64_t offset = 0;     ///< from the first byte of the file
-    std::uint64_t needed = 0;     ///< bytes, or the value that passed a limit
-    std::uint64_t left = 0;       ///< bytes up to the end, or the limit
-    std::int64_t number = -1;     ///< of the block, counted from 0, where there are several of the name
-    Kind kind = kMostOf;
+    // The blocks around the byte, from the outermost on. No file has them deeper.
+    static constexpr std::size_t kDeepest = 4;
+    Step steps[kDeepest] = {};
+    std::size_t depth = 0;
+
+    /// As in "clip 2 / bone 5".
+    std::string Path() const;
+
+    /// One sentence, as in "needs 16 bytes, and the file has 3 left".
+    std::string Text() const;
+
+    /// The same for callers; no error where nothing was refused.
+    Error AsError(std::string file = {}) const;
 };
-
-/// "bone 5 at byte 99 needs 16, and 3 is left": for the log.
-inline std::string Describe(const Refusal& why)
-{
-    std::string text = why.block;
-    if (why.number >= 0)
-        text.append(1, ' ').append(std::to_string(why.number));
-    return text + " at byte " + std::to_string(why.offset) + " needs " + std::to_string(why.needed) +
-           ", and " + std::to_string(why.left) + " is left";
-}
 
 /// Copies a run of values out of a file image, from any alignment. Nothing is copied from or to null.
 template <class T>
@@ -41,7 +43,7 @@ void CopyRun(T* to, const unsigned char* from, std::uint64_t count)
 {
     static_assert(std::is_trivially_copyable_v<T>);
     if (count)
-        std::memcpy(to, from, static_cast<std::size_t>(count) * sizeof(T));
+        std::memcpy(static_cast<void*>(to), from, static_cast<std::size_t>(count) * sizeof(T));
 }
 
 /// The only way to the bytes of a file image. One reader goes through all blocks of a file: it has one
@@ -58,43 +60,67 @@ public:
     /// data   first byte of the file or block; null fails at once
     /// end    one past the last readable byte; null if the caller vouches for all that is read, which also
     ///        lifts the memory limit
-    /// block  the name that a refusal carries until Enter is called; constant text
-    BlockReader(const unsigned char* data, const unsigned char* end, const char* block)
-        : m_start(data), m_size(SizeOf(data, end)), m_block(block)
+    BlockReader(const unsigned char* data, const unsigned char* end)
+        : m_start(data), m_size(SizeOf(data, end))
     {
         if (!data)
-            Refuse(1, 0);
+            RefuseAt(0, ErrorKind::Bytes, 1, 0);
     }
 
-    /// Names the block that is read from here on, with its number where there are several of the name.
-    void Enter(const char* block, std::int64_t number = -1)
+    /// A whole file, which may be empty: its first block is refused then.
+    explicit BlockReader(std::span<const unsigned char> file)
+        : m_start(file.empty() ? &kNothing : file.data()), m_size(file.size())
     {
-        m_block = block;
-        m_number = number;
-        if (m_tracing.map && !Failed())  // the last place is where it failed
-            m_tracing.map->Enter(block, number, m_offset);
+    }
+
+    /// A block while it is read: what is refused, and what is noted, is inside of it. Scopes nest.
+    class Scope {
+    public:
+        Scope(BlockReader& in, Block block, std::int64_t number) : m_in(in), m_isNoted(in.IsTraced())
+        {
+            in.m_steps[in.m_depth++] = {block, number};
+            if (m_isNoted)
+                in.m_map->Enter({block, number}, in.m_offset);
+        }
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+        ~Scope()
+        {
+            --m_in.m_depth;
+            if (m_isNoted)
+                m_in.m_map->Leave(m_in.m_offset);
+        }
+
+    private:
+        BlockReader& m_in;
+        bool m_isNoted;  // behind a refusal nothing is
+    };
+
+    /// Enters a block, until the result ends; `number` where there are several of it.
+    [[nodiscard]] Scope Enter(Block block, std::int64_t number = Step::kOnly)
+    {
+        return {*this, block, number};
     }
 
     /// Moves to a byte of the file. An offset outside of it is refused by the next read.
-    void Seek(std::uint64_t offset)
-    {
-        if (m_tracing.map)
-            m_tracing.map->End(m_offset);
-        m_offset = offset;
-    }
+    void Seek(std::uint64_t offset) { m_offset = offset; }
 
-    /// Notes in `map`, from here on, where each block lies; the map outlives the reader.
-    void Trace(BlockMap& map)
+    /// Notes in `map`, from here on, where each block lies; the map outlives the reader. A copy notes nothing: it goes
+    /// over bytes that were noted before.
+    void Trace(BlockMap& map) { m_map = &map; }
+
+    /// Whether places are noted, so that it is worth working them out.
+    bool IsTraced() const { return m_map && !Failed(); }
+
+    /// Notes bytes that were taken as a block, or as a field of the one that is entered.
+    void Note(Block block, std::uint64_t offset, std::uint64_t end, std::int64_t number = Step::kOnly)
     {
-        m_tracing.map = &map;
-        map.Enter(m_block, m_number, m_offset);
+        if (IsTraced())
+            m_map->Note({block, number}, offset, end);
     }
 
     /// Keeps the budget below `bytes`, whatever the file has a right to.
     void LimitMemory(std::uint64_t bytes) { m_limit = bytes; }
-
-    /// Whether the limit has refused what the file has a right to.
-    bool HitLimit() const { return m_hitLimit; }
 
     /// Bytes that were asked for, with their bookkeeping.
     std::uint64_t Spent() const { return m_spent; }
@@ -102,14 +128,30 @@ public:
     /// The next count * size bytes, or null.
     const unsigned char* Take(std::uint64_t count, std::uint64_t size)
     {
-        // Dividing keeps the file's count out of any sum or product that could wrap.
-        if (!Failed() && (m_offset > m_size || count > (m_size - m_offset) / size))
-            RefuseAt(m_offset, count > UINT64_MAX / size ? UINT64_MAX : count * size,
-                     m_offset > m_size ? 0 : m_size - m_offset, Refusal::kBytes);
         if (Failed())
             return nullptr;
+        // Dividing keeps the file's count out of any sum or product that could wrap.
+        if (m_offset > m_size || count > (m_size - m_offset) / size) {
+            RefuseAt(m_offset, ErrorKind::Bytes, count > UINT64_MAX / size ? UINT64_MAX : count * size,
+                     m_offset > m_size ? 0 : m_size - m_offset);
+            return nullptr;
+        }
         const unsigned char* run = m_start + m_offset;
         m_offset += count * size;
+        return run;
+    }
+
+    /// The same for a block or a field that is one run.
+    const unsigned char* Take(Block block, std::uint64_t count, std::uint64_t size)
+    {
+        if (Failed())
+            return nullptr;
+        const std::uint64_t start = m_offset;
+        const unsigned char* run = Take(count, size);
+        if (run)
+            Note(block, start, m_offset);
+        else
+            NameRefused(block);
         return run;
     }
 
@@ -124,37 +166,24 @@ public:
         return value;
     }
 
-    /// An aligned copy of the next count values; null after a failure.
     template <class T>
-    std::shared_ptr<T[]> Array(std::uint64_t count)
+    T Value(Block block)
     {
-        const unsigned char* run = Take(count, sizeof(T));
-        if (!run || !Spend(count * sizeof(T)))
-            return nullptr;
-        auto values = std::make_shared_for_overwrite<T[]>(static_cast<std::size_t>(count));
-        CopyRun(values.get(), run, count);
-        return values;
-    }
-
-    /// The next name: a field of 32 bytes that a NUL ends, or its own end. Empty after a failure. Valid as
-    /// long as the file image.
-    std::string_view Name()
-    {
-        const unsigned char* field = Take(1, 32);
-        if (!field)
-            return {};
-        const auto* text = reinterpret_cast<const char*>(field);
-        return {text, strnlen(text, 32)};
+        T value{};
+        if (const unsigned char* bytes = Take(block, 1, sizeof(T)))
+            std::memcpy(&value, bytes, sizeof(T));
+        return value;
     }
 
     /// False and failed where the file has no right to so much memory more.
     bool Affords(std::uint64_t bytes)
     {
         const std::uint64_t left = Budget() - m_spent;
-        if (!Failed() && bytes > left) {
-            m_hitLimit = m_limit < FileBudget() && bytes <= FileBudget() - m_spent;
-            RefuseAt(m_offset, bytes, left, Refusal::kMemory);
-        }
+        if (!Failed() && bytes > left)
+            RefuseAt(m_offset,
+                     m_limit < FileBudget() && bytes <= FileBudget() - m_spent ? ErrorKind::MemoryLimit
+                                                                               : ErrorKind::Memory,
+                     bytes, left);
         return !Failed();
     }
 
@@ -173,22 +202,26 @@ public:
     void JoinBudget(const BlockReader& load, std::uint64_t imageBytes)
     {
         m_spent = load.m_spent;
+        m_limit = load.m_limit;
         m_imageBytes =
             load.m_imageBytes > kUnknownSize - imageBytes ? kUnknownSize : load.m_imageBytes + imageBytes;
     }
 
-    /// Fails at a byte that asks for `needed` where only `limit` is allowed.
-    void RefuseAt(std::uint64_t offset, std::uint64_t needed, std::uint64_t limit,
-                  Refusal::Kind kind = Refusal::kMostOf)
+    /// Fails at a byte of the file; see Refusal.
+    void RefuseAt(std::uint64_t offset, ErrorKind kind, std::uint64_t needed, std::uint64_t left);
+
+    /// A value that stands for a count, and fails where it is above its limit.
+    template <class T>
+    T Count(std::uint64_t limit)
     {
-        if (!Failed())
-            m_refusal = {m_block, offset, needed, limit, m_number, kind};
+        const std::uint64_t at = m_offset;
+        const T count = Value<T>();
+        if (count > limit)
+            RefuseAt(at, ErrorKind::Limit, count, limit);
+        return count;
     }
 
-    /// The same at the current byte.
-    void Refuse(std::uint64_t needed, std::uint64_t limit) { RefuseAt(m_offset, needed, limit); }
-
-    bool Failed() const { return m_refusal.block != nullptr; }
+    bool Failed() const { return m_refusal.kind != ErrorKind::None; }
     const Refusal& WhyRefused() const { return m_refusal; }
 
     /// From the first byte of the file.
@@ -198,10 +231,11 @@ public:
     const unsigned char* Position() const { return Failed() ? nullptr : m_start + m_offset; }
 
 private:
+    static constexpr unsigned char kNothing = 0;
     static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
     static constexpr std::uint64_t kBookkeeping = 64;  // reference counts, an owner, rounding
 
-    // An end ahead of the start leaves nothing to read.
+    // An end in front of the start leaves nothing to read.
     static std::uint64_t SizeOf(const unsigned char* data, const unsigned char* end)
     {
         if (!end)
@@ -219,13 +253,23 @@ private:
                    : m_imageBytes * kMemoryPerByte + kMemoryBase;
     }
 
-    // A copy goes over bytes that were noted before.
+    // Adds the block to a refusal of its own run.
+    void NameRefused(Block block);
+
+    // Not copied.
     struct Tracing {
         BlockMap* map = nullptr;
 
         Tracing() = default;
         Tracing(const Tracing&) {}
         Tracing& operator=(const Tracing&) = delete;
+        Tracing& operator=(BlockMap* to)
+        {
+            map = to;
+            return *this;
+        }
+        explicit operator bool() const { return map != nullptr; }
+        BlockMap* operator->() const { return map; }
     };
 
     const unsigned char* m_start;
@@ -234,10 +278,9 @@ private:
     std::uint64_t m_offset = 0;
     std::uint64_t m_spent = 0;
     std::uint64_t m_limit = UINT64_MAX;
-    bool m_hitLimit = false;
-    Tracing m_tracing;
-    const char* m_block;
-    std::int64_t m_number = -1;
+    Step m_steps[Refusal::kDeepest];  // of the scopes
+    std::size_t m_depth = 0;
+    Tracing m_map;
     Refusal m_refusal;
 };
 

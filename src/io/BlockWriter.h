@@ -1,24 +1,25 @@
 #pragma once
 
+#include <vlio2/Sink.h>
+
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <type_traits>
 
 namespace vela::vlgim::io {
 
-/// Values and runs of values out to a stdio stream, little-endian, nothing aligned or padded. One writer goes through
-/// all blocks of a file. Nothing is checked here: the owner of the stream does that once, when it closes it.
+/// Values and runs of values out to a sink, little-endian, nothing aligned or padded. One writer goes through
+/// all blocks of a file. Nothing is checked here: the owner of the sink does that once, at the end.
 ///
-/// Bytes are gathered and go to the stream in pieces of 256 KB, the rest with Flush or at the writer's end: a small
+/// Bytes are gathered and go to the sink in pieces of 256 KB, the rest with Flush or at the writer's end: a small
 /// run costs its copy alone, which makes a file of channels of 30 keys four times as fast. Larger pieces would no
 /// longer lie in the cache, smaller ones cost system calls.
 class BlockWriter {
 public:
-    /// start  where the stream stands, for those who ask for positions
-    explicit BlockWriter(std::FILE* stream, std::uint64_t start = 0)
-        : m_stream(stream), m_buffer(std::make_unique_for_overwrite<unsigned char[]>(kCapacity)),
+    /// start  bytes that the sink has already, for those who ask for positions
+    explicit BlockWriter(vlio::Sink& sink, std::uint64_t start = 0)
+        : m_sink(sink), m_buffer(std::make_unique_for_overwrite<unsigned char[]>(kCapacity)),
           m_handedOver(start)
     {
     }
@@ -41,28 +42,25 @@ public:
             Put(values, static_cast<std::size_t>(count) * sizeof(T));
     }
 
-    /// Hands over what was gathered. Without anything gathered the stream is not touched, and may be closed.
+    /// Hands over what was gathered. Without anything gathered the sink is not touched, and may be gone.
     void Flush()
     {
         HandOver(m_buffer.get(), m_used);
         m_used = 0;
     }
 
-    /// In bytes from the start of the stream.
+    /// In bytes from the first of the sink.
     std::uint64_t Position() const { return m_handedOver + m_used; }
 
-    /// Replaces a value, as the last thing to be written: the stream is left behind the value. What has been handed
-    /// over stays as it is where the stream can't go there.
+    /// Replaces a value that was written: among what is gathered, or else in the sink.
     void Patch(std::uint64_t position, std::uint32_t value)
     {
-        const bool gathered = position >= m_handedOver;
-        if (gathered)
+        if (position >= m_handedOver) {
             std::memcpy(m_buffer.get() + (position - m_handedOver), &value, sizeof value);
+            return;
+        }
         Flush();
-        if (gathered)
-            fseeko(m_stream, static_cast<off_t>(position + sizeof value), SEEK_SET);
-        else if (fseeko(m_stream, static_cast<off_t>(position), SEEK_SET) == 0)
-            std::fwrite(&value, sizeof value, 1, m_stream);
+        m_sink.Patch(position, value);
     }
 
 private:
@@ -93,11 +91,11 @@ private:
     void HandOver(const unsigned char* bytes, std::size_t size)
     {
         if (size != 0)
-            std::fwrite(bytes, 1, size, m_stream);
+            m_sink.Write(bytes, size);
         m_handedOver += size;
     }
 
-    std::FILE* m_stream;
+    vlio::Sink& m_sink;
     std::unique_ptr<unsigned char[]> m_buffer;
     std::size_t m_used = 0;
     std::uint64_t m_handedOver;  // the position of what is gathered

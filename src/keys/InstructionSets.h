@@ -1,12 +1,13 @@
 #pragma once
 
+#include <platform/Processor.h>
+
 // Which of the wide code, compiled once for each instruction set, runs on this machine. Highway would choose by itself,
 // but its library measures a clock when it is loaded, at the start of every process, for as long as ten meshes of
 // 144 KB take. So its headers alone are used.
 namespace vela::vlgim::keys {
 
-/// Each has what the one ahead of it has. kBase is what the compiler was told that every machine has.
-enum class InstructionSet { kBase, kSse4, kAvx2, kAvx512 };
+using platform::InstructionSet;
 
 /// The best one of this machine.
 InstructionSet BestInstructionSet();

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <io/BlockReader.h>
+#include <io/Errors.h>
 #include <vlgim/vlKeyTimes.h>
 
+#include <algorithm>
 #include <cstdint>
 
 // Key times as containers read and write them: a count of 16 bits, then the times of the keys alone.
@@ -24,10 +26,20 @@ inline vlKeyTimes TimesFrom(const unsigned char* run, unsigned short keyCount)
     return times;
 }
 
-/// Keys that a writer has to write. A list whose array was cleared has none.
+/// Keys that a writer has to write. A list whose array was cleared has none, and none has more than its array.
 inline unsigned short WrittenKeyCount(const vlKeyTimes& times)
 {
-    return times.GetKeyTimes() ? times.GetKeyCount() : static_cast<unsigned short>(0);
+    const std::size_t held = std::max<std::size_t>(times.m_times.size(), 1) - 1;  // without the trailing time
+    return static_cast<unsigned short>(std::min<std::size_t>(held, times.GetKeyCount()));
+}
+
+/// Why a list can't be written: it counts more keys than it holds.
+inline Error WhyUnwritable(const vlKeyTimes& times)
+{
+    if (times.m_times && times.m_times.size() <= times.m_count)
+        return io::WhyShort(times.m_times, std::uint64_t{times.m_count} + 1,
+                            "key times, with the trailing one,");
+    return {};
 }
 
 }  // namespace vela::vlgim::keys

@@ -5,9 +5,9 @@
 #include <io/ArrayBlock.h>
 #include <io/BlockReader.h>
 #include <io/BlockWriter.h>
+#include <vlgim/Error.h>
 #include <vlgim/vlTransKeysData.h>
 
-#include <string>
 #include <unordered_map>
 
 // Transform channels as containers read and write them: many from one file, into one allocation.
@@ -42,6 +42,7 @@ inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, uns
     block.scaleKeyed = head[2];
     block.rotOrder = head[3];
     block.keyCount = keyCount;
+    const std::uint64_t start = in.Offset();
     const auto measure = [&](MeasuredComponent& component, const KeyForm& form, unsigned char keyed) {
         component.form = &form;
         component.count = ComponentKeys(keyed, keyCount);
@@ -49,16 +50,41 @@ inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, uns
         return std::uint64_t{component.count} * form.recordSize;
     };
     // Counts of 16 bits and records of 16 bytes: no sum can wrap.
-    std::uint64_t size = measure(block.pos, PositionForm(), block.posKeyed);
-    size += measure(block.rot, RotationForm(block.rotOrder, compressFlags), block.rotKeyed);
-    size += measure(block.scale, ScaleForm(compressFlags), block.scaleKeyed);
+    const std::uint64_t rotations = measure(block.pos, PositionForm(), block.posKeyed);
+    const std::uint64_t scales =
+        rotations + measure(block.rot, RotationForm(block.rotOrder, compressFlags), block.rotKeyed);
+    const std::uint64_t size = scales + measure(block.scale, ScaleForm(compressFlags), block.scaleKeyed);
     block.records = in.Take(size, 1);
+    const auto note = [&](io::Block keys, std::uint64_t from, std::uint64_t to) {
+        if (from != to)
+            in.Note(keys, start + from, start + to);
+    };
+    if (in.IsTraced()) {
+        note(io::Block::PositionKeys, 0, rotations);
+        note(io::Block::RotationKeys, rotations, scales);
+        note(io::Block::ScaleKeys, scales, size);
+    }
     return block;
 }
 
 /// Fills a channel from the measured block and the arrays, which have been allocated meanwhile. Nothing else
 /// of the channel's earlier content stays.
 void FillKeys(const MeasuredKeys& block, const io::ArrayBlock& arrays, vlTransKeysData& keys);
+
+/// Floats of a key in memory.
+inline std::uint32_t RotationWidth(const vlTransKeysData& keys)
+{
+    return keys.m_rotOrder != 0 ? 3 : 4;
+}
+
+/// Calls visit(name, array, keyed, width) for the positions, rotations and scales.
+template <class Keys, class Visit>
+void VisitComponents(Keys& keys, Visit visit)
+{
+    visit("positions", keys.m_pos, keys.m_posKeyed, std::uint32_t{3});
+    visit("rotations", keys.m_rot, keys.m_rotKeyed, RotationWidth(keys));
+    visit("scales", keys.m_scale, keys.m_scaleKeyed, std::uint32_t{3});
+}
 
 /// The key counts that containers of one file give to channels whose own is not set. The first write sets it, so
 /// containers that share a channel have to agree, or all but one would be refused in the middle of the file.
@@ -73,10 +99,16 @@ private:
     std::unordered_map<const vlTransKeysData*, unsigned short> m_counts;
 };
 
-/// Why a channel can't be written with as many keys as its container has times; empty: it can. An m_keyCount
+/// Why a channel can't be written with as many keys as its container has times. An m_keyCount
 /// of 0 counts as not set. To be asked before a file is opened, with the `counts` of all its containers.
-std::string WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount,
-                          UnsetCounts* counts = nullptr);
+Error WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount, UnsetCounts* counts = nullptr);
+
+/// Makes the packed arrays of the components whose form has some. Rotations whose sign a packed form turns are turned
+/// in a new array, since copies may show the old one.
+void PackTransData(vlTransKeysData& keys);
+
+/// Reduces each component whose keys are all alike to one key, in a new array.
+void PackKeys(vlTransKeysData& keys);
 
 /// Writes a channel that WhyUnwritable has nothing against, and changes it as vlTransKeysData::WriteData says.
 void Write(io::BlockWriter& out, vlTransKeysData& keys);

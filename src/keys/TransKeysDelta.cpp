@@ -3,6 +3,9 @@
 
 #include <vlgim/vlTransKeysData.h>
 
+#include <cstring>
+#include <span>
+
 namespace vela::vlgim {
 
 namespace {
@@ -10,53 +13,46 @@ namespace {
 using geomath::_Rotation;
 using geomath::_Vector3;
 
-// Keys that an operation goes over: none of a component without an array.
-std::uint32_t Count(const std::shared_ptr<float[]>& keys, unsigned char keyed, unsigned short keyCount)
+// A component of its own to work on, since copies may show the old array; and the floats of its keys: none of a component
+// without an array, or whose array is shorter than its count.
+std::span<float> OwnKeys(Array<float>& keys, unsigned char keyed, unsigned short keyCount,
+                         std::uint32_t width)
 {
-    return keys ? keys::ComponentKeys(keyed, keyCount) : 0;
+    const std::size_t floats = std::size_t{keys::ComponentKeys(keyed, keyCount)} * width;
+    if (floats > keys.size())
+        return {};
+    keys = keys.Clone();
+    return {keys.data(), floats};
 }
 
 template <class Operation>
-void ForEachVector(float* keys, std::uint32_t count, const _Vector3<float>& ref, Operation operation)
+void ForEachVector(std::span<float> keys, const _Vector3<float>& ref, Operation operation)
 {
-    for (float* key = keys; key != keys + std::size_t{count} * 3; key += 3) {
-        key[0] = operation(key[0], ref.x);
-        key[1] = operation(key[1], ref.y);
-        key[2] = operation(key[2], ref.z);
+    for (; !keys.empty(); keys = keys.subspan(3)) {
+        keys[0] = operation(keys[0], ref.x);
+        keys[1] = operation(keys[1], ref.y);
+        keys[2] = operation(keys[2], ref.z);
     }
 }
 
-// Each key becomes left times key.
-void MultiplyRotations(float* keys, std::uint32_t count, const _Rotation<float>& left)
-{
-    for (float* key = keys; key != keys + std::size_t{count} * 4; key += 4) {
-        _Rotation<float> q{key[0], key[1], key[2], key[3]};
-        keys::RotationMultiply(left, q, &q);
-        key[0] = q.x;
-        key[1] = q.y;
-        key[2] = q.z;
-        key[3] = q.w;
-    }
-}
-
-// Deltas of angles have always been taken in this order, so the ones in files are.
-void MultiplyAngles(float* keys, std::uint32_t count, const _Rotation<float>& left)
-{
-    for (float* key = keys; key != keys + std::size_t{count} * 3; key += 3) {
-        _Rotation<float> q{};
-        keys::EulerToRotation(key, &q, EULER_YZX);
-        keys::RotationMultiply(left, q, &q);
-        keys::RotationToEuler(q, key, EULER_YZX);
-    }
-}
-
+// Each key becomes left times key. Deltas of angles have always been taken in one order, so the ones in files are.
 void Multiply(vlTransKeysData& data, const _Rotation<float>& left)
 {
-    const std::uint32_t count = Count(data.m_rot, data.m_rotKeyed, data.m_keyCount);
-    if (data.m_rotOrder == 0)
-        MultiplyRotations(data.m_rot.get(), count, left);
-    else
-        MultiplyAngles(data.m_rot.get(), count, left);
+    const bool hasAngles = data.m_rotOrder != 0;
+    const std::uint32_t width = hasAngles ? 3 : 4;
+    std::span<float> keys = OwnKeys(data.m_rot, data.m_rotKeyed, data.m_keyCount, width);
+    for (; !keys.empty(); keys = keys.subspan(width)) {
+        _Rotation<float> q{};
+        if (hasAngles)
+            keys::EulerToRotation(keys.data(), &q, EULER_YZX);
+        else
+            q = {keys[0], keys[1], keys[2], keys[3]};
+        keys::RotationMultiply(left, q, &q);
+        if (hasAngles)
+            keys::RotationToEuler(q, keys.data(), EULER_YZX);
+        else
+            std::memcpy(keys.data(), &q, sizeof q);
+    }
 }
 
 bool IsZero(const _Vector3<float>& v)
@@ -68,21 +64,21 @@ bool IsZero(const _Vector3<float>& v)
 
 void vlTransKeysData::ConvertToDelta(const vlTransInfo& ref)
 {
-    ForEachVector(m_pos.get(), Count(m_pos, m_posKeyed, m_keyCount), ref.m_pos,
+    ForEachVector(OwnKeys(m_pos, m_posKeyed, m_keyCount, 3), ref.m_pos,
                   [](float key, float reference) { return key - reference; });
     Multiply(*this, {-ref.m_rot.x, -ref.m_rot.y, -ref.m_rot.z, ref.m_rot.w});
     if (!IsZero(ref.m_scale))
-        ForEachVector(m_scale.get(), Count(m_scale, m_scaleKeyed, m_keyCount), ref.m_scale,
+        ForEachVector(OwnKeys(m_scale, m_scaleKeyed, m_keyCount, 3), ref.m_scale,
                       [](float key, float reference) { return key / reference; });
 }
 
 void vlTransKeysData::ConvertFromDelta(const vlTransInfo& ref)
 {
-    ForEachVector(m_pos.get(), Count(m_pos, m_posKeyed, m_keyCount), ref.m_pos,
+    ForEachVector(OwnKeys(m_pos, m_posKeyed, m_keyCount, 3), ref.m_pos,
                   [](float key, float reference) { return key + reference; });
     Multiply(*this, ref.m_rot);
     if (!IsZero(ref.m_scale))
-        ForEachVector(m_scale.get(), Count(m_scale, m_scaleKeyed, m_keyCount), ref.m_scale,
+        ForEachVector(OwnKeys(m_scale, m_scaleKeyed, m_keyCount, 3), ref.m_scale,
                       [](float key, float reference) { return key * reference; });
 }
 

@@ -8,14 +8,14 @@ namespace {
 
 // Decodes the next run of records, and goes on to the one behind it.
 void Decode(const MeasuredComponent& component, const io::ArrayBlock& arrays, const unsigned char*& records,
-            std::shared_ptr<float[]>& keys)
+            Array<float>& keys)
 {
     if (component.count == 0) {
         keys = nullptr;
         return;
     }
     keys = arrays.Array(component.slot);
-    component.form->decode(records, component.count, keys.get());
+    component.form->decode(records, component.count, keys.data());
     records += std::size_t{component.count} * component.form->recordSize;
 }
 
@@ -41,7 +41,8 @@ void FillKeys(const MeasuredKeys& block, const io::ArrayBlock& arrays, vlTransKe
 
 const unsigned char* vlTransKeysData::ReadData(const void* src, const unsigned char* end)
 {
-    io::BlockReader in(static_cast<const unsigned char*>(src), end, "transform keys");
+    io::BlockReader in(static_cast<const unsigned char*>(src), end);
+    const auto scope = in.Enter(io::Block::TransformKeys);
     io::ArrayBlock arrays;
     const keys::MeasuredKeys block = keys::MeasureKeys(in, arrays, m_keyCount, m_compressFlags);
     if (!arrays.Allocate(in))

@@ -1,4 +1,4 @@
-#include <vlgim/vlKeyTimes.h>
+#include "KeyTimesBlock.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,9 +18,9 @@ constexpr float kOnKey = 1e-6F;
 // A time has to be above the length by this factor to be appended where no interval holds it.
 constexpr double kBehindLast = 1 + 0x1p-20;
 
-std::unique_ptr<float[]> NewTimes(unsigned keyCount)
+Array<float> NewTimes(unsigned keyCount)
 {
-    return std::make_unique_for_overwrite<float[]>(keyCount + 1);
+    return Array<float>::ForOverwrite(keyCount + 1);
 }
 
 // Entries may move within one array.
@@ -32,7 +32,7 @@ void MoveTimes(float* to, const float* from, unsigned count)
 
 unsigned KeyCount(const vlKeyTimes& list)
 {
-    return list.m_times ? list.m_count : 0;
+    return keys::WrittenKeyCount(list);
 }
 
 bool Holds(const float* interval, float time)
@@ -66,22 +66,23 @@ unsigned short Search(const vlKeyTimes& list, float time, unsigned start, float*
 
 void SetTrailingTime(vlKeyTimes& list)
 {
-    list.m_times[list.m_count] = static_cast<float>(2.0 * list.m_length);
+    list.m_times[KeyCount(list)] = static_cast<float>(2.0 * list.m_length);
 }
 
 // Length and trailing time follow the last key.
 void Refresh(vlKeyTimes& list)
 {
-    list.m_length = list.m_count ? list.m_times[list.m_count - 1] : 0.0F;
+    const unsigned count = KeyCount(list);
+    list.m_length = count ? list.m_times[count - 1] : 0.0F;
     SetTrailingTime(list);
 }
 
 // The array for a new set of keys is the old one where that is long enough. Returns an old one that was replaced:
 // the new times may still have to be copied out of it.
-std::unique_ptr<float[]> Settle(vlKeyTimes& list, unsigned short keyCount)
+Array<float> Settle(vlKeyTimes& list, unsigned short keyCount)
 {
-    std::unique_ptr<float[]> old;
-    if (keyCount > list.m_count || !list.m_times)
+    Array<float> old;
+    if (keyCount >= list.m_times.size())
         old = std::exchange(list.m_times, NewTimes(keyCount));
     list.m_count = keyCount;
     return old;
@@ -89,12 +90,9 @@ std::unique_ptr<float[]> Settle(vlKeyTimes& list, unsigned short keyCount)
 
 }  // namespace
 
-vlKeyTimes::vlKeyTimes(const vlKeyTimes& other) : m_count(other.m_count), m_length(other.m_length)
+vlKeyTimes::vlKeyTimes(const vlKeyTimes& other)
+    : m_times(other.m_times.Clone()), m_count(other.m_count), m_length(other.m_length)
 {
-    if (!other.m_times)
-        return;
-    m_times = NewTimes(m_count);
-    MoveTimes(m_times.get(), other.m_times.get(), m_count + 1U);
 }
 
 vlKeyTimes& vlKeyTimes::operator=(const vlKeyTimes& other)
@@ -130,7 +128,7 @@ void vlKeyTimes::Clear()
 
 void vlKeyTimes::ClearTimes()
 {
-    m_times.reset();
+    m_times = nullptr;
 }
 
 bool vlKeyTimes::AddKeyTime(float time)
@@ -164,7 +162,7 @@ bool vlKeyTimes::RemoveKeyTime(unsigned short index)
     if (index == 0 || index >= count || count <= 2)
         return false;
     MoveTimes(m_times.get() + index, m_times.get() + index + 1, count - index);
-    --m_count;
+    m_count = static_cast<unsigned short>(count - 1);
     if (index == m_count)
         Refresh(*this);
     return true;
@@ -219,7 +217,7 @@ void vlKeyTimes::SetKeyTimes(const unsigned int* times, unsigned short count)
 
 void vlKeyTimes::SetKeyTimes(const float* times, unsigned short count)
 {
-    const std::unique_ptr<float[]> old = Settle(*this, count);
+    const Array<float> old = Settle(*this, count);
     MoveTimes(m_times.get(), times, count);
     Refresh(*this);
 }

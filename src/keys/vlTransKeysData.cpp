@@ -11,13 +11,12 @@ using geomath::_Rotation;
 using geomath::_Vector3;
 
 // The floats of a component's key, or null where it has none. A component of one key gives it for all.
-const float* KeyAt(const float* keys, unsigned char keyed, unsigned short keyCount, unsigned key,
+const float* KeyAt(const Array<float>& keys, unsigned char keyed, unsigned short keyCount, unsigned key,
                    unsigned width)
 {
     const std::uint32_t count = keys::ComponentKeys(keyed, keyCount);
-    if (!keys || count == 0)
-        return nullptr;
-    return keys + std::size_t{key < count ? key : count - 1} * width;
+    const std::size_t at = std::size_t{key < count ? key : count - 1} * width;
+    return count != 0 && at + width <= keys.size() ? keys.data() + at : nullptr;
 }
 
 _Vector3<float> VectorOr(const float* key, float none)
@@ -31,17 +30,17 @@ void vlTransKeysData::GetKeyPRS(unsigned short key, _Vector3<float>* position, _
                                 _Vector3<float>* scale) const
 {
     if (position)
-        *position = VectorOr(KeyAt(m_pos.get(), m_posKeyed, m_keyCount, key, 3), 0.0F);
+        *position = VectorOr(KeyAt(m_pos, m_posKeyed, m_keyCount, key, 3), 0.0F);
     if (rotation) {
         *rotation = {0.0F, 0.0F, 0.0F, 1.0F};
-        const float* rot = KeyAt(m_rot.get(), m_rotKeyed, m_keyCount, key, m_rotOrder ? 3 : 4);
+        const float* rot = KeyAt(m_rot, m_rotKeyed, m_keyCount, key, m_rotOrder ? 3 : 4);
         if (rot && m_rotOrder)
             keys::EulerToRotation(rot, rotation, m_rotOrder);
         else if (rot)
             *rotation = {rot[0], rot[1], rot[2], rot[3]};
     }
     if (scale)
-        *scale = VectorOr(KeyAt(m_scale.get(), m_scaleKeyed, m_keyCount, key, 3), 1.0F);
+        *scale = VectorOr(KeyAt(m_scale, m_scaleKeyed, m_keyCount, key, 3), 1.0F);
 }
 
 }  // namespace vela::vlgim

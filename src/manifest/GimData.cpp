@@ -3,17 +3,95 @@
 #include "Manifest.h"
 
 #include <corecommon/Log.h>
-#include <vlio2/FileStream.h>
+#include <io/Errors.h>
+#include <io/SaveFile.h>
+#include <mesh/MeshBlocks.h>
 #include <vlio2/FileWriter.h>
 #include <vlio2/Path.h>
 
 #include <tinyxml2.h>
 
-#include <cerrno>
-
 namespace vela::vlgim {
 
 namespace {
+
+Error Missing(const char* block, std::string text)
+{
+    return {ErrorKind::Reference, 0, "", block, std::nullopt, std::move(text)};
+}
+
+// The mesh file does not say how many submeshes it has, and can't be read without it.
+Error LoadMesh(GimData& model, const char* path, const LoadOptions& options, std::vector<Error>* warnings)
+{
+    model.m_meshPath = manifest::MeshPath(model.m_gimXml, path, nullptr);
+    if (!model.m_gimXml.FindElement("Vela/SubMesh", nullptr))
+        return Missing("Vela", "No Vela SubMesh element in gim file.");
+    model.m_mesh.m_submeshCount = static_cast<std::uint32_t>(manifest::Submeshes(model.m_gimXml).size());
+    if (model.m_mesh.m_submeshCount == 0)
+        return Missing("Vela/SubMesh", "SubMesh list is empty.");
+    model.m_meshPath =
+        manifest::MeshPath(model.m_gimXml, path, options.base ? options.base->c_str() : nullptr);
+    LoadOptions meshOptions;
+    meshOptions.memoryLimit = options.memoryLimit;
+    return Load(model.m_mesh, model.m_meshPath.c_str(), meshOptions, warnings);
+}
+
+// The records up to the first that lacks something.
+Error ReadSubmeshes(const vlio::XmlData& gim, std::vector<SubmeshMessage>& submeshes)
+{
+    for (const tinyxml2::XMLElement* element : manifest::Submeshes(gim)) {
+        const char* name = element->Attribute("Name");
+        const tinyxml2::XMLAttribute* mtlIdx = element->FindAttribute("MtlIdx");
+        if (!name || !mtlIdx)
+            return io::Inside("Vela/SubMesh", Missing(element->Name(), std::string("the submesh has no ") +
+                                                                           (name ? "MtlIdx" : "Name")));
+        int index = 0;
+        mtlIdx->QueryIntValue(&index);
+        submeshes.push_back({name, index});
+    }
+    return {};
+}
+
+// The materials up to the first that has no parameters.
+void ReadMaterials(const vlio::XmlData& mtg, std::vector<MaterialMessage>& materials)
+{
+    for (const tinyxml2::XMLElement* element : manifest::Materials(mtg)) {
+        const tinyxml2::XMLElement* table = manifest::Parameters(mtg, element);
+        if (!table)
+            return;
+        MaterialMessage material{element->Name(), {}};
+        manifest::Elements params;
+        mtg.GetChildElementList(params, table, nullptr);
+        for (const tinyxml2::XMLElement* param : params)
+            if (const char* value = param->Attribute("Value"))
+                material.params.emplace(param->Name(), value);
+        materials.push_back(std::move(material));
+    }
+}
+
+// The manifest alone tells a reader how many submeshes there are: with another number the mesh reads as rubbish.
+Error WhyMeshUnwritable(const GimData& model)
+{
+    if (Error why = WhyUnwritable(model.m_mesh))
+        return why;
+    const std::size_t told = manifest::Submeshes(model.m_gimXml).size(),
+                      held = model.m_mesh.m_vertexData->m_subCount;
+    if (told == 0 || told == held)
+        return {};
+    return io::Unwritable("it has " + std::to_string(held) + " submeshes, and the manifest has " +
+                          std::to_string(told));
+}
+
+Error AddMesh(vlio::FileWriter& files, const GimData& model, std::vector<Error>* warnings)
+{
+    vlio::Sink* sink = nullptr;
+    Error error = files.Open(model.m_meshPath.c_str(), sink);
+    if (!error)
+        error = mesh::WriteFile(*sink, model.m_mesh);
+    if (Error warning = error ? Error() : mesh::WarnOfVertexTypes(model.m_mesh))
+        io::Append(warnings, {std::move(warning)});
+    return error;
+}
 
 template <class T>
 T RecordAt(const std::vector<T>& records, int index)
@@ -25,127 +103,104 @@ T RecordAt(const std::vector<T>& records, int index)
 
 }  // namespace
 
-int GimData::Load(const char* path, const char* basePath)
+Error Load(GimData& model, const char* path, const LoadOptions& options, std::vector<Error>* warnings)
 {
-    m_submeshes.clear();
-    m_materials.clear();
-    m_meshPath.clear();
-    m_mesh = {};
-    m_mtgXml.Clear();
-    m_musicXml.Clear();
+    const char* const base = options.base ? options.base->c_str() : nullptr;
+    model.m_submeshes.clear();
+    model.m_materials.clear();
+    model.m_meshPath.clear();
+    model.m_mesh = {};
+    model.m_mtgXml.Clear();
+    model.m_musicXml.Clear();
 
-    if (const int error = m_gimXml.Load(path)) {
-        LogError("Failed to load file: %s\n", path);
+    Error error = model.m_gimXml.LoadFile(path);
+    if (!error)
+        error = LoadMesh(model, path, options, warnings);
+    if (error) {
+        if (error.file.empty())
+            error.file = path;
         return error;
     }
-    if (ReadMesh(path, basePath) != 0)
-        return 1;
-
-    const std::string materialPath = manifest::MaterialPath(m_gimXml, path, basePath);
-    if (m_mtgXml.Load(materialPath.c_str()) == 0)
-        LoadMaterialGroupInfo();
+    if (Error missing = model.m_mtgXml.LoadFile(manifest::MaterialPath(model.m_gimXml, path, base).c_str()))
+        io::Append(warnings, {std::move(missing)});
     else
-        LogError("Failed to load file: %s\n", materialPath.c_str());
-
-    if (m_musicXml.Load(vlio::ReplaceFileExtension(path, "_music.ags").c_str()) != 0)
-        LogWarning("Failed to read music ags data!\n");
-
-    return LoadSubMeshInfo() ? 0 : -1;
+        ReadMaterials(model.m_mtgXml, model.m_materials);
+    if (Error missing = model.m_musicXml.LoadFile(vlio::ReplaceFileExtension(path, "_music.ags").c_str()))
+        io::Append(warnings, {std::move(missing)});
+    error = ReadSubmeshes(model.m_gimXml, model.m_submeshes);
+    error.file = path;
+    return error;
 }
 
-int GimData::ReadMesh(const char* path, const char* basePath)
+int GimData::Load(const char* path, const char* basePath)
 {
-    m_meshPath = manifest::MeshPath(m_gimXml, path, nullptr);
-    if (!m_gimXml.FindElement("Vela/SubMesh", nullptr)) {
-        LogError("No Vela SubMesh element in gim file.\n");
-        return 1;
+    LoadOptions options;
+    if (basePath)
+        options.base = basePath;
+    std::vector<Error> warnings;
+    const Error error = vlgim::Load(*this, path, options, &warnings);
+    if (m_gimXml.IsEmpty()) {
+        LogError("Failed to load file: %s\n", path);
+        return error.code;
     }
-    // The mesh file does not say how many submeshes it has, and can't be read without it.
-    m_mesh.m_submeshCount = static_cast<std::uint32_t>(manifest::Submeshes(m_gimXml).size());
-    if (m_mesh.m_submeshCount == 0) {
-        LogError("SubMesh list is empty.\n");
-        return 1;
-    }
-    m_meshPath = manifest::MeshPath(m_gimXml, path, basePath);
-    vlio::Bytes bytes;
-    if (!vlio::FileStream::ReadAllBinary(m_meshPath.c_str(), bytes, vlio::FILE_SYSTEM_MODEL)) {
+    // A submesh record that lacks something comes behind everything else that can fail.
+    const bool hasMesh = m_mesh.m_vertexData != nullptr;
+    if (!hasMesh && error.kind == ErrorKind::Reference && error.file == path)
+        LogError("%s\n", error.text.c_str());
+    else if (error.kind == ErrorKind::NotFound || error.kind == ErrorKind::Unreadable)
         LogError("Failed to read file : %s\n", m_meshPath.c_str());
+    else if (!hasMesh)
+        mesh::LogRead(error, m_mesh);
+    if (!hasMesh)
         return 1;
+    const std::string musicPath = vlio::ReplaceFileExtension(path, "_music.ags");
+    for (const Error& warning : warnings) {
+        if (warning.kind == ErrorKind::Limit)
+            mesh::LogReadWarning(warning);
+        else if (warning.file == musicPath)
+            LogWarning("Failed to read music ags data!\n");
+        else
+            LogError("Failed to load file: %s\n", warning.file.c_str());
     }
-    return m_mesh.ReadMeshFile(bytes.data(), bytes.size()) ? 0 : 1;
+    return error ? -1 : 0;
 }
 
-bool GimData::LoadSubMeshInfo()
+Error Save(const GimData& model, const char* path, const SaveOptions& options, std::vector<Error>* warnings)
 {
-    for (const tinyxml2::XMLElement* element : manifest::Submeshes(m_gimXml)) {
-        const char* name = element->Attribute("Name");
-        const tinyxml2::XMLAttribute* mtlIdx = element->FindAttribute("MtlIdx");
-        if (!name || !mtlIdx)
-            return false;
-        int index = 0;
-        mtlIdx->QueryIntValue(&index);
-        m_submeshes.push_back({name, index});
+    const bool hasMesh = model.m_mesh.m_submeshCount > 0;
+    if (Error why = hasMesh ? WhyMeshUnwritable(model) : Error()) {
+        why.file = model.m_meshPath;
+        return why;
     }
-    return true;
-}
-
-bool GimData::LoadMaterialGroupInfo()
-{
-    if (!m_mtgXml.FindElement("Vela/MaterialGroup", nullptr))
-        return false;
-    for (const tinyxml2::XMLElement* element : manifest::Materials(m_mtgXml)) {
-        const tinyxml2::XMLElement* table = manifest::Parameters(m_mtgXml, element);
-        if (!table)
-            return false;
-        MaterialMessage material{element->Name(), {}};
-        manifest::Elements params;
-        m_mtgXml.GetChildElementList(params, table, nullptr);
-        for (const tinyxml2::XMLElement* param : params)
-            if (const char* value = param->Attribute("Value"))
-                material.params.emplace(param->Name(), value);
-        m_materials.push_back(std::move(material));
-    }
-    return true;
-}
-
-std::string GimData::MeshObstacle() const
-{
-    std::string obstacle = m_mesh.WriteObstacle();
-    const std::size_t submeshes = manifest::Submeshes(m_gimXml).size();
-    // The manifest alone tells a reader how many submeshes there are: with another number the mesh reads as rubbish.
-    if (obstacle.empty() && submeshes != 0 && submeshes != m_mesh.m_vertexData->m_subCount)
-        obstacle = "it has " + std::to_string(m_mesh.m_vertexData->m_subCount) +
-                   " submeshes, and the manifest has " + std::to_string(submeshes);
-    return obstacle;
+    // The manifest is opened first, so it is put in place last: it names the others.
+    vlio::FileWriter files;
+    const auto add = [&files](const vlio::XmlData& document, const std::string& place) {
+        return document.IsEmpty() ? Error() : document.AddTo(files, place.c_str());
+    };
+    Error error = add(model.m_gimXml, vlio::ReplaceFileExtension(path, ".gim"));
+    if (!error && hasMesh)
+        error = AddMesh(files, model, warnings);
+    if (!error)
+        error = add(model.m_mtgXml, manifest::MaterialPath(model.m_gimXml, path,
+                                                           options.base ? options.base->c_str() : nullptr));
+    if (!error)
+        error = add(model.m_musicXml, vlio::ReplaceFileExtension(path, "_music.ags"));
+    if (!error)
+        error = files.Commit();
+    io::Append(warnings, files.Warnings());
+    return error;
 }
 
 int GimData::Save(const char* path, const char* basePath)
 {
-    const bool hasMesh = m_mesh.m_submeshCount > 0;
-    const std::string obstacle = hasMesh ? MeshObstacle() : std::string();
-    if (!obstacle.empty()) {
-        LogError("mesh file %s can't be written: %s", m_meshPath.c_str(), obstacle.c_str());
-        return 1;
-    }
-    // The manifest is opened first, so it is put in place last: it names the others.
-    vlio::FileWriter files;
-    if (!m_gimXml.IsEmpty() && m_gimXml.Save(vlio::ReplaceFileExtension(path, ".gim").c_str(), files) != 0)
-        return 1;
-    if (hasMesh) {
-        std::FILE* stream = files.Open(m_meshPath.c_str());
-        if (!stream && files.OpenError() != EEXIST)  // of which the set has told
-            LogError("unable to open %s", m_meshPath.c_str());
-        if (!stream)
-            return 1;
-        m_mesh.WriteMeshFile(stream);
-    }
-    if (!m_mtgXml.IsEmpty() &&
-        m_mtgXml.Save(manifest::MaterialPath(m_gimXml, path, basePath).c_str(), files) != 0)
-        return 1;
-    if (!m_musicXml.IsEmpty() &&
-        m_musicXml.Save(vlio::ReplaceFileExtension(path, "_music.ags").c_str(), files) != 0)
-        return 1;
-    return files.Commit() ? 0 : 1;
+    SaveOptions options;
+    if (basePath)
+        options.base = basePath;
+    std::vector<Error> warnings;
+    const Error error = vlgim::Save(*this, path, options, &warnings);
+    const bool hasFailed = io::LogFailure(error, error.file == m_meshPath ? "mesh file" : nullptr);
+    io::LogWarnings(warnings, "mesh file");
+    return hasFailed ? 1 : 0;
 }
 
 std::string GimData::GetSkeletonName() const

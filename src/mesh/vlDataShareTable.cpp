@@ -1,9 +1,8 @@
 #include <vlgim/vlDataShareTable.h>
 
-#include <corecommon/Log.h>
+#include "MeshBlocks.h"
 
-#include "io/BlockReader.h"
-#include "io/BlockWriter.h"
+#include <corecommon/Log.h>
 
 #include <limits>
 
@@ -12,15 +11,6 @@ namespace vela::vlgim {
 namespace {
 
 constexpr std::uint16_t kMostEntries = std::numeric_limits<std::int16_t>::max();
-
-std::uint16_t ReadCount(io::BlockReader& in)
-{
-    const std::uint64_t at = in.Offset();
-    const auto count = in.Value<std::uint16_t>();
-    if (count > kMostEntries)
-        in.RefuseAt(at, count, kMostEntries);
-    return count;
-}
 
 }  // namespace
 
@@ -37,26 +27,10 @@ void vlDataShareTable::PushDataPair(MESH_DATA_TYPE type, short index)
 
 const unsigned char* vlDataShareTable::ReadData(const unsigned char* data, const unsigned char* end)
 {
-    io::BlockReader in(data, end, "share table");
-    Read(in);
+    io::BlockReader in(data, end);
+    const auto scope = in.Enter(io::Block::ShareTable);
+    mesh::Read(in, *this);
     return in.Position();
-}
-
-void vlDataShareTable::Read(io::BlockReader& in)
-{
-    const std::uint16_t blockCount = ReadCount(in);
-    const unsigned char* blocks = in.Take(blockCount, sizeof(std::uint32_t));
-    const std::uint16_t pairCount = ReadCount(in);
-    const unsigned char* pairs = in.Take(pairCount, sizeof(DataPair));
-    if (in.Failed())
-        return;
-
-    vlDataShareTable table;
-    table.m_blocks.resize(blockCount);
-    io::CopyRun(table.m_blocks.data(), blocks, blockCount);
-    table.m_pairs.resize(pairCount);
-    io::CopyRun(table.m_pairs.data(), pairs, pairCount);
-    *this = std::move(table);
 }
 
 void vlDataShareTable::WriteData(std::FILE* stream) const
@@ -66,19 +40,41 @@ void vlDataShareTable::WriteData(std::FILE* stream) const
                  m_blocks.size(), m_pairs.size(), kMostEntries);
         return;
     }
-    io::BlockWriter out(stream);
-    Write(out);
+    vlio::StreamSink sink(stream);
+    io::BlockWriter out(sink);
+    mesh::Write(out, *this);
 }
 
-void vlDataShareTable::Write(io::BlockWriter& out) const
+namespace mesh {
+
+void Read(io::BlockReader& in, vlDataShareTable& table)
 {
-    out.Value(static_cast<std::uint16_t>(m_blocks.size()));
-    out.Run(m_blocks.data(), m_blocks.size());
-    out.Value(static_cast<std::uint16_t>(m_pairs.size()));
-    for (const DataPair& pair : m_pairs) {
+    const auto blockCount = in.Count<std::uint16_t>(kMostEntries);
+    const unsigned char* blocks = in.Take(io::Block::Indices, blockCount, sizeof(std::uint32_t));
+    const auto pairCount = in.Count<std::uint16_t>(kMostEntries);
+    const unsigned char* pairs = in.Take(pairCount, sizeof(DataPair));
+    if (in.Failed())
+        return;
+
+    vlDataShareTable read;
+    read.m_blocks.resize(blockCount);
+    io::CopyRun(read.m_blocks.data(), blocks, blockCount);
+    read.m_pairs.resize(pairCount);
+    io::CopyRun(read.m_pairs.data(), pairs, pairCount);
+    table = std::move(read);
+}
+
+void Write(io::BlockWriter& out, const vlDataShareTable& table)
+{
+    out.Value(static_cast<std::uint16_t>(table.m_blocks.size()));
+    out.Run(table.m_blocks.data(), table.m_blocks.size());
+    out.Value(static_cast<std::uint16_t>(table.m_pairs.size()));
+    for (const DataPair& pair : table.m_pairs) {
         const DataPair clean{pair.type, pair.index};
         out.Run(&clean, 1);
     }
 }
+
+}  // namespace mesh
 
 }  // namespace vela::vlgim

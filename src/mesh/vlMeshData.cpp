@@ -1,26 +1,23 @@
 #include <vlgim/vlMeshData.h>
 
-#include <corecommon/Log.h>
-#include <vlgim/vlDataShareTable.h>
+#include "MeshBlocks.h"
+#include "MeshVersions.h"
+#include "VertexBlock.h"
 
-#include "io/BlockReader.h"
-#include "mesh/MeshVersions.h"
-#include "mesh/VertexBlock.h"
+#include <corecommon/Log.h>
+#include <io/Errors.h>
+#include <io/SaveFile.h>
+#include <vlio2/FileStream.h>
 
 #include <algorithm>
 
 namespace vela::vlgim {
 
-// Which blocks of the file are read as what, and what the table says of them.
-struct BlockList {
-    std::uint32_t vertexBlock;
-    std::ptrdiff_t vertexPairs;  // how many vertex blocks the table tells of
-    std::vector<std::uint32_t> passedOver;
-    std::vector<std::uint32_t> originalData;
-    std::vector<MESH_DATA_TYPE> originalTypes;
-};
+namespace mesh {
 
 namespace {
+
+using io::Block;
 
 // What the first pair of each block says it is; original data where there is none, or where it says a vertex block,
 // so that a block that was read is read again once it is written.
@@ -39,6 +36,123 @@ std::vector<MESH_DATA_TYPE> TypesOf(const vlDataShareTable& table)
     return types;
 }
 
+// The magic word is passed over: files of this format have always been read whatever it says.
+void ReadHeader(io::BlockReader& in, vlMeshData& mesh)
+{
+    const auto scope = in.Enter(Block::Header);
+    in.Take(1, 4);
+    const auto version = in.Value<std::uint32_t>(Block::VersionWord);
+    const auto skeletonFlag = in.Value<std::uint16_t>();
+    if (in.Failed())
+        return;
+    mesh.m_version = version & 0xFFFFFF;
+    mesh.m_packMode = version >> 24;
+    mesh.m_skeletonFlag = skeletonFlag;
+}
+
+bool HasReadVersion(const vlMeshData& mesh)
+{
+    return mesh.m_version >= kOldestVersion && mesh.m_version <= kNewestVersion;
+}
+
+vlDataShareTable ReadTable(io::BlockReader& in)
+{
+    const auto offset = in.Value<std::uint32_t>(Block::TableOffset);
+    in.Seek(offset);
+    const auto scope = in.Enter(Block::ShareTable);
+    vlDataShareTable table;
+    Read(in, table);
+    if (table.m_blocks.empty())
+        in.RefuseAt(offset, ErrorKind::Reference, 1, 0);
+    return table;
+}
+
+// The submesh count is not in the file, nor is the frame count in the block.
+std::uint32_t FrameCount(const vlMeshData& mesh)
+{
+    return mesh.m_morph && mesh.m_morph->m_singleFrame == 0 ? mesh.m_morph->m_times.GetKeyCount() : 1;
+}
+
+void ReadVertices(io::BlockReader& in, vlMeshData& mesh)
+{
+    const auto read = [&](auto vertices) {
+        vertices->m_subCount = mesh.m_submeshCount;
+        vertices->m_frameCount = FrameCount(mesh);
+        Read(in, *vertices, mesh.m_version, mesh.m_packMode);
+        mesh.m_vertexData = vertices;
+        return vertices;
+    };
+    if (mesh.m_skeletonFlag == 0) {
+        read(std::make_shared<vlMeshVertexData>());
+        return;
+    }
+    mesh.m_skelVertexBlocks = 1;
+    const auto skin = read(std::make_shared<vlMeshSkelVertexData>());
+    // The mask is as long as the skeleton, whatever the vertex block says of it.
+    if (mesh.m_skeletonFlag == kSkinned)
+        skin->m_usedBoneBits = mesh.m_boneCount;
+}
+
+void ReadOriginalData(io::BlockReader& in, const BlockList& blocks, vlMeshData& mesh)
+{
+    constexpr std::size_t objectSize = sizeof(vlOriginalData) + 64;  // with its owner and its count of owners
+    if (in.Spend(blocks.originalData.size() * objectSize))
+        mesh.m_originalData.reserve(blocks.originalData.size());
+    for (std::size_t i = 0; i < blocks.originalData.size() && !in.Failed(); ++i) {
+        in.Seek(blocks.originalData[i]);
+        const auto scope = in.Enter(Block::OriginalData, static_cast<std::int64_t>(i));
+        auto data = std::make_shared<vlOriginalData>();
+        data->m_type = blocks.originalTypes[i];
+        Read(in, *data, true);
+        mesh.m_originalData.push_back(std::move(data));
+    }
+}
+
+// Everything behind the header.
+Error ReadBlocks(io::BlockReader& in, vlMeshData& mesh, BlockList* blocks)
+{
+    ReadAnimation(in, mesh);
+    ReadBones(in, mesh);
+    ReadAnimBI(in, mesh);
+    const vlDataShareTable table = ReadTable(in);
+    if (!in.Failed()) {
+        BlockList list = Sort(table);
+        in.Seek(list.vertexBlock);
+        ReadVertices(in, mesh);
+        ReadOriginalData(in, list, mesh);
+        if (blocks)
+            *blocks = std::move(list);
+    }
+    return in.WhyRefused().AsError();
+}
+
+// The documented read, which logs.
+bool ReadAndLog(io::BlockReader in, vlMeshData& mesh)
+{
+    BlockList blocks{};
+    const Error error = ReadFile(in, mesh, &blocks);
+    if (error)
+        LogRead(error, mesh);
+    else if (const Error warning = WarnOfPassedOver(blocks))
+        LogReadWarning(warning);
+    return !error;
+}
+
+}  // namespace
+
+void LogRead(const Error& error, const vlMeshData& mesh)
+{
+    if (error.kind == ErrorKind::Version)
+        LogError("gim file version is too %s", mesh.m_version > kNewestVersion ? "new" : "old");
+    else
+        LogError("gim file is damaged: %s", io::WithoutFile(error).c_str());
+}
+
+void LogReadWarning(const Error& warning)
+{
+    LogWarning("gim file %s", warning.text.c_str());
+}
+
 BlockList Sort(const vlDataShareTable& table)
 {
     const auto isVertex = [](const DataPair& pair) { return pair.type == MESH_DATA_VERTEX; };
@@ -54,152 +168,99 @@ BlockList Sort(const vlDataShareTable& table)
             {types.begin() + originals, types.end()}};
 }
 
-void WarnOfPassedOver(const BlockList& blocks)
+Error WarnOfPassedOver(const BlockList& blocks)
 {
     if (blocks.vertexPairs <= 1)
-        return;
+        return {};
     std::string places;
     for (const std::uint32_t offset : blocks.passedOver)
         places += (places.empty() ? ": at byte " : ", ") + std::to_string(offset);
-    LogWarning("gim file tells of %td vertex blocks, of which the first is read and the others are lost at a "
-               "write%s",
-               blocks.vertexPairs, places.c_str());
+    Error warning;
+    warning.kind = ErrorKind::Limit;
+    warning.block = "share table";
+    warning.text = "tells of " + std::to_string(blocks.vertexPairs) +
+                   " vertex blocks, of which the first is read and the others are lost at a write" + places;
+    return warning;
 }
 
-}  // namespace
+Error ReadFile(io::BlockReader& in, vlMeshData& mesh, BlockList* blocks)
+{
+    vlMeshData header;
+    header.m_submeshCount = mesh.m_submeshCount;
+    header.m_spareIndex = mesh.m_spareIndex;
+    ReadHeader(in, header);
+    vlMeshData read = header;
+    Error error;
+    if (!in.Failed() && !HasReadVersion(read))
+        error = {ErrorKind::Version,
+                 0,
+                 {},
+                 "header",
+                 4,
+                 "meshes of version 0x50000 to 0x50004 are read, and this is " + io::Hex(read.m_version)};
+    else
+        error = ReadBlocks(in, read, blocks);
+    mesh = std::move(error ? header : read);
+    return error;
+}
+
+}  // namespace mesh
+
+Error Load(vlMeshData& mesh, std::span<const unsigned char> file, const LoadOptions& options,
+           std::vector<Error>* warnings)
+{
+    io::BlockReader in(file);
+    in.LimitMemory(options.memoryLimit);
+    if (options.submeshCount)
+        mesh.m_submeshCount = *options.submeshCount;
+    mesh::BlockList blocks{};
+    if (Error error = mesh::ReadFile(in, mesh, &blocks))
+        return error;
+    if (Error warning = mesh::WarnOfPassedOver(blocks))
+        io::Append(warnings, {std::move(warning)});
+    return {};
+}
+
+Error Load(vlMeshData& mesh, const char* path, const LoadOptions& options, std::vector<Error>* warnings)
+{
+    vlio::Bytes bytes;
+    const std::size_t before = warnings ? warnings->size() : 0;
+    Error error = vlio::ReadFile(path, bytes);
+    if (!error)
+        error = Load(mesh, bytes, options, warnings);
+    for (std::size_t i = before; warnings && i < warnings->size(); ++i)
+        (*warnings)[i].file = path;
+    error.file = path;
+    return error;
+}
 
 bool vlMeshData::ReadMeshFile(const unsigned char* data)
 {
-    io::BlockReader in(data, nullptr, "header");
-    return Read(in);
+    return mesh::ReadAndLog({data, nullptr}, *this);
 }
 
 bool vlMeshData::ReadMeshFile(const unsigned char* data, std::size_t length)
 {
-    io::BlockReader in(data, data ? data + length : nullptr, "header");
-    return Read(in);
-}
-
-bool vlMeshData::Read(io::BlockReader& in)
-{
-    vlMeshData read;
-    read.m_submeshCount = m_submeshCount;
-    read.m_spareIndex = m_spareIndex;
-    read.ReadMeshHeader(in);
-    vlMeshData header = read;
-
-    const bool whole = read.ReadBlocks(in);
-    if (in.Failed())
-        LogError("gim file is damaged: %s", Describe(in.WhyRefused()).c_str());
-    *this = std::move(whole ? read : header);
-    return whole;
-}
-
-bool vlMeshData::ReadBlocks(io::BlockReader& in)
-{
-    if (in.Failed())
-        return false;
-    if (m_version > kNewestVersion) {
-        LogError("%s", "gim file version is too new");
-        return false;
-    }
-    if (m_version < kOldestVersion) {
-        LogError("%s", "gim file version is too old");
-        return false;
-    }
-    if (m_skeletonFlag != 0)
-        m_vertexData = std::make_shared<vlMeshSkelVertexData>();
-    else
-        m_vertexData = std::make_shared<vlMeshVertexData>();
-    m_skelVertexBlocks = m_skeletonFlag != 0 ? 1 : 0;
-    m_vertexData->m_subCount = m_submeshCount;
-    ReadAnimDataNew(in);
-    ReadBonesData(in);
-    ReadAnimBIData(in);
-    ReadVertexData(in);
-    return !in.Failed();
-}
-
-// The magic word is passed over: files of this format have always been read whatever it says.
-void vlMeshData::ReadMeshHeader(io::BlockReader& in)
-{
-    in.Take(1, 4);
-    const auto version = in.Value<std::uint32_t>();
-    const auto skeletonFlag = in.Value<std::uint16_t>();
-    if (in.Failed())
-        return;
-    m_version = version & 0xFFFFFF;
-    m_packMode = version >> 24;
-    m_skeletonFlag = skeletonFlag;
-}
-
-vlDataShareTable vlMeshData::ReadTable(io::BlockReader& in)
-{
-    in.Enter("table offset");
-    const auto offset = in.Value<std::uint32_t>();
-    in.Seek(offset);
-    in.Enter("share table");
-    vlDataShareTable table;
-    table.Read(in);
-    if (table.m_blocks.empty())
-        in.RefuseAt(offset, 1, 0);
-    return table;
-}
-
-void vlMeshData::ReadVertexData(io::BlockReader& in)
-{
-    const vlDataShareTable table = ReadTable(in);
-    if (in.Failed())
-        return;
-    const BlockList blocks = Sort(table);
-    m_vertexData->m_frameCount = FrameCount();
-    in.Seek(blocks.vertexBlock);
-    m_vertexData->Read(in, m_version, m_packMode);
-    // The mask is as long as the skeleton, whatever the vertex block says of it.
-    if (m_skeletonFlag == kSkinned)
-        static_cast<vlMeshSkelVertexData&>(*m_vertexData).m_usedBoneBits = m_boneCount;
-    ReadOriginalData(in, blocks);
-    if (!in.Failed())
-        WarnOfPassedOver(blocks);
-}
-
-std::uint32_t vlMeshData::FrameCount() const
-{
-    return m_morph && m_morph->m_singleFrame == 0 ? m_morph->m_times.GetKeyCount() : 1;
-}
-
-void vlMeshData::ReadOriginalData(io::BlockReader& in, const BlockList& blocks)
-{
-    constexpr std::size_t objectSize = sizeof(vlOriginalData) + 64;  // with its owner and its count of owners
-    if (in.Spend(blocks.originalData.size() * objectSize))
-        m_originalData.reserve(blocks.originalData.size());
-    for (std::size_t i = 0; i < blocks.originalData.size() && !in.Failed(); ++i) {
-        in.Seek(blocks.originalData[i]);
-        in.Enter("original data", static_cast<std::int64_t>(i));
-        auto data = std::make_shared<vlOriginalData>();
-        data->m_type = blocks.originalTypes[i];
-        data->Read(in, true);
-        m_originalData.push_back(std::move(data));
-    }
+    return mesh::ReadAndLog({data, data ? data + length : nullptr}, *this);
 }
 
 std::vector<std::uint32_t> vlMeshData::FittingSubmeshCounts(const unsigned char* data, std::size_t length)
 {
-    io::BlockReader in(data, data ? data + length : nullptr, "header");
+    io::BlockReader in(data, data ? data + length : nullptr);
     vlMeshData mesh;
-    mesh.ReadMeshHeader(in);
-    if (mesh.m_version < kOldestVersion || mesh.m_version > kNewestVersion)
+    mesh::ReadHeader(in, mesh);
+    if (!mesh::HasReadVersion(mesh))
         return {};
-    mesh.ReadAnimDataNew(in);
+    mesh::ReadAnimation(in, mesh);
     // How far tracks, and the records that old files have for each key, reach depends on the count itself.
     if (mesh.m_hasTracks || (mesh.m_version < kNoKeyRecordsVersion && mesh.m_hasMorph))
         return {};
-    mesh.ReadBonesData(in);
-    mesh.ReadAnimBIData(in);
+    mesh::ReadBones(in, mesh);
+    mesh::ReadAnimBI(in, mesh);
     const std::uint64_t tableAt = in.Offset();
     const auto tableOffset = in.Value<std::uint32_t>();
     in.Seek(tableAt);
-    const vlDataShareTable table = ReadTable(in);
+    const vlDataShareTable table = mesh::ReadTable(in);
     if (in.Failed() || table.m_blocks[0] > length)
         return {};
 
@@ -208,8 +269,8 @@ std::vector<std::uint32_t> vlMeshData::FittingSubmeshCounts(const unsigned char*
     for (const std::uint32_t offset : table.m_blocks)
         if (offset > table.m_blocks[0])
             end = std::min<std::uint64_t>(end, offset);
-    return FittingSubCounts(data + table.m_blocks[0], data + end,
-                            {mesh.m_version, mesh.FrameCount(), mesh.m_skeletonFlag != 0});
+    return mesh::FittingSubCounts(data + table.m_blocks[0], data + end,
+                                  {mesh.m_version, mesh::FrameCount(mesh), mesh.m_skeletonFlag != 0});
 }
 
 }  // namespace vela::vlgim

@@ -1,56 +1,59 @@
-#include <vlgim/vlMeshData.h>
+#include "MeshBlocks.h"
+#include "MeshVersions.h"
 
-#include "io/BlockReader.h"
-#include "io/BlockWriter.h"
-#include "mesh/MeshVersions.h"
-#include "track/TrackBlock.h"
-#include "track/TrackVersions.h"
+#include <io/Errors.h>
+#include <keys/KeyTimesBlock.h>
+#include <track/TrackBlock.h>
+#include <track/TrackVersions.h>
 
-// The animation block, which says what moves the vertices, and the anim-BI block of skinned meshes, of which nothing
-// is kept.
-namespace vela::vlgim {
+namespace vela::vlgim::mesh {
+
+using io::Block;
 
 namespace {
 
 constexpr std::uint64_t kKeyRecordSize = 28;
 
-}  // namespace
-
-void vlMeshData::ReadAnimDataNew(io::BlockReader& in)
+void ReadTracks(io::BlockReader& in, vlMeshData& mesh)
 {
-    in.Enter("animation block");
-    unsigned short keyCount = 0;
-    m_hasMorph = in.Value<std::uint8_t>();
-    if (m_hasMorph != 0) {
-        in.Enter("morph data");
-        m_morph = std::make_shared<vlMorphData>();
-        m_morph->Read(in);
-        keyCount = m_morph->m_times.GetKeyCount();
+    const auto version = in.Value<std::uint32_t>(Block::TrackVersion);
+    if (!in.Spend(std::uint64_t{mesh.m_submeshCount} * sizeof(vlTrackData)))
+        return;
+    mesh.m_tracks = Array<vlTrackData>(mesh.m_submeshCount);
+    for (std::uint32_t i = 0; i < mesh.m_submeshCount && !in.Failed(); ++i) {
+        mesh.m_tracks[i].m_version = version;
+        tracks::Read(in, mesh.m_tracks[i], i);
     }
-    in.Enter("animation block");
-    m_hasTracks = in.Value<std::uint8_t>();
-    if (m_hasTracks != 0) {
-        const auto version = in.Value<std::uint32_t>();
-        if (!in.Spend(std::uint64_t{m_submeshCount} * sizeof(vlTrackData)))
-            return;
-        m_tracks = std::make_shared<vlTrackData[]>(m_submeshCount);
-        for (std::uint32_t i = 0; i < m_submeshCount && !in.Failed(); ++i) {
-            m_tracks[i].m_version = version;
-            tracks::Read(in, m_tracks[i]);
-        }
-        if (m_submeshCount != 0)
-            keyCount = m_tracks[0].GetKeyCount();
-    }
-    in.Enter("key records");
-    if (m_version < kNoKeyRecordsVersion && (m_hasMorph || m_hasTracks))
-        in.Take(keyCount, kKeyRecordSize * (1 + std::uint64_t{m_submeshCount}));
 }
 
-void vlMeshData::ReadAnimBIData(io::BlockReader& in) const
+}  // namespace
+
+void ReadAnimation(io::BlockReader& in, vlMeshData& mesh)
 {
-    if (m_skeletonFlag != kSkinned)
+    unsigned short keyCount = 0;
+    {
+        const auto scope = in.Enter(Block::AnimationBlock);
+        mesh.m_hasMorph = in.Value<std::uint8_t>();
+        if (mesh.m_hasMorph != 0) {
+            mesh.m_morph = std::make_shared<vlMorphData>();
+            Read(in, *mesh.m_morph);
+            keyCount = mesh.m_morph->m_times.GetKeyCount();
+        }
+        mesh.m_hasTracks = in.Value<std::uint8_t>();
+        if (mesh.m_hasTracks != 0)
+            ReadTracks(in, mesh);
+        if (mesh.m_tracks && mesh.m_submeshCount != 0)
+            keyCount = mesh.m_tracks[0].GetKeyCount();
+    }
+    if (mesh.m_version < kNoKeyRecordsVersion && (mesh.m_hasMorph || mesh.m_hasTracks))
+        in.Take(Block::KeyRecords, keyCount, kKeyRecordSize * (1 + std::uint64_t{mesh.m_submeshCount}));
+}
+
+void ReadAnimBI(io::BlockReader& in, const vlMeshData& mesh)
+{
+    if (mesh.m_skeletonFlag != kSkinned)
         return;
-    in.Enter("anim-BI block");
+    const auto scope = in.Enter(Block::AnimBI);
     if (in.Value<std::uint8_t>() == 0)
         return;
     in.Take(1, 4);
@@ -59,42 +62,49 @@ void vlMeshData::ReadAnimBIData(io::BlockReader& in) const
         in.Take(in.Value<std::uint16_t>(), kKeyRecordSize);
 }
 
-std::string vlMeshData::AnimObstacle() const
+Error WhyAnimationUnwritable(const vlMeshData& mesh)
 {
-    if (m_hasMorph && !m_morph)
-        return "the morph flag is set, and there is no morph";
-    if (m_hasTracks && !m_tracks)
-        return "the track flag is set, and there are no tracks";
+    if (mesh.m_hasMorph && !mesh.m_morph)
+        return io::Unwritable("the morph flag is set, and there is no morph");
+    if (Error why = mesh.m_hasMorph ? keys::WhyUnwritable(mesh.m_morph->m_times) : Error())
+        return io::Inside("morph data", std::move(why));
+    if (!mesh.m_hasTracks)
+        return {};
+    if (!mesh.m_tracks)
+        return io::Unwritable("the track flag is set, and there are no tracks");
+    const std::uint32_t count = mesh.m_vertexData->m_subCount;
+    if (Error why = io::WhyShort(mesh.m_tracks, count, "tracks of the submeshes"))
+        return why;
     keys::UnsetCounts counts;
-    for (std::uint32_t i = 0; m_hasTracks && i < m_vertexData->m_subCount; ++i) {
-        std::string obstacle = tracks::WhyUnwritable(m_tracks[i], &counts);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        Error why = tracks::WhyUnwritable(mesh.m_tracks[i], &counts);
         // The version of the first track is stored for all of them.
-        if (FlagsReadAt(m_tracks[0].m_version, m_tracks[i].m_flags) != m_tracks[i].m_flags)
-            obstacle = "the version of the first track has no place for its flags";
-        if (!obstacle.empty())
-            return "track " + std::to_string(i) + ": " + obstacle;
+        if (FlagsReadAt(mesh.m_tracks[0].m_version, mesh.m_tracks[i].m_flags) != mesh.m_tracks[i].m_flags)
+            why = io::Unwritable("the version of the first track has no place for its flags");
+        if (why)
+            return io::Inside("track " + std::to_string(i), std::move(why));
     }
     return {};
 }
 
-void vlMeshData::WriteAnimData(io::BlockWriter& out) const
+void WriteAnimation(io::BlockWriter& out, const vlMeshData& mesh)
 {
-    out.Value(m_hasMorph);
-    if (m_hasMorph)
-        m_morph->Write(out);
-    out.Value(m_hasTracks);
-    if (!m_hasTracks)
+    out.Value(mesh.m_hasMorph);
+    if (mesh.m_hasMorph)
+        Write(out, *mesh.m_morph);
+    out.Value(mesh.m_hasTracks);
+    if (!mesh.m_hasTracks)
         return;
-    const std::uint32_t subCount = m_vertexData->m_subCount;
-    out.Value(subCount ? m_tracks[0].m_version : kNewestTrackVersion);
-    for (std::uint32_t i = 0; i < subCount; ++i)
-        tracks::Write(out, m_tracks[i]);
+    const std::uint32_t count = mesh.m_vertexData->m_subCount;
+    out.Value(count ? mesh.m_tracks[0].m_version : kNewestTrackVersion);
+    for (std::uint32_t i = 0; i < count; ++i)
+        tracks::Write(out, mesh.m_tracks[i]);
 }
 
-void vlMeshData::WriteAnimBIData(io::BlockWriter& out) const
+void WriteAnimBI(io::BlockWriter& out, const vlMeshData& mesh)
 {
-    if (m_skeletonFlag == kSkinned)
+    if (mesh.m_skeletonFlag == kSkinned)
         out.Value(std::uint8_t{0});
 }
 
-}  // namespace vela::vlgim
+}  // namespace vela::vlgim::mesh

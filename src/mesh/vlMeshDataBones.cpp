@@ -1,23 +1,20 @@
-#include <vlgim/vlMeshData.h>
+#include "MeshBlocks.h"
+#include "MeshVersions.h"
 
-#include <basekit/StringAlgo.h>
-#include <nameid/NameID.h>
-
-#include "io/ArrayBlock.h"
-#include "io/BlockReader.h"
-#include "io/BlockWriter.h"
-#include "mesh/MeshVersions.h"
+#include <io/ArrayBlock.h>
+#include <io/Errors.h>
+#include <io/Name.h>
 
 #include <algorithm>
 #include <cmath>
 
 // The bones block of a skinned mesh.
-namespace vela::vlgim {
+namespace vela::vlgim::mesh {
 
 namespace {
 
+using io::Block;
 using Matrix = geomath::_Matrix<float>;
-using Name = char[32];
 
 constexpr std::uint16_t kNoParent = 0xFFFF;
 constexpr std::uint16_t kNoBones = 0xFFFF;  // like 0
@@ -33,20 +30,10 @@ std::vector<std::uint16_t> Parents(const unsigned char* source, std::uint16_t co
     return parents;
 }
 
-// Lower-cases a name and hashes it. One that fills its field has no NUL to stop at.
-std::int32_t LowerAndHash(Name& name)
-{
-    char text[sizeof name + 1] = {};
-    std::memcpy(text, name, sizeof name);
-    kit::StringAlgo::ToLower(text);
-    std::memcpy(name, text, sizeof name);
-    return NameIDMurmur3(text);
-}
-
 // Bounds of which any is unknown are of no use.
-bool AllKnown(const BoundingInfo* bounds, std::uint16_t count)
+bool AllKnown(const Array<BoundingInfo>& bounds, std::uint16_t count)
 {
-    return bounds && std::none_of(bounds, bounds + count,
+    return bounds && std::none_of(bounds.begin(), bounds.begin() + count,
                                   [](const BoundingInfo& info) { return std::isnan(info.m_radius); });
 }
 
@@ -61,77 +48,82 @@ std::uint16_t RootOf(const std::vector<std::uint16_t>& parents)
 
 }  // namespace
 
-void vlMeshData::ReadBonesData(io::BlockReader& in)
+void ReadBones(io::BlockReader& in, vlMeshData& mesh)
 {
-    if (m_skeletonFlag != kSkinned)
+    if (mesh.m_skeletonFlag != kSkinned)
         return;
-    in.Enter("bones block");
+    const auto scope = in.Enter(Block::BonesBlock);
     const auto count = in.Value<std::uint16_t>();
-    m_boneCount = count;
+    mesh.m_boneCount = count;
     if (count == 0 || count == kNoBones)
         return;
-    const bool wide = m_version >= kWideParentVersion;
-    const unsigned char* parents = in.Take(count, wide ? 2 : 1);
-    const unsigned char* names = in.Take(count, sizeof(Name));
-    const unsigned char* bounds = in.Value<std::uint8_t>() ? in.Take(count, sizeof(BoundingInfo)) : nullptr;
-    const unsigned char* matrices = in.Take(count, sizeof(Matrix));
+    const bool wide = mesh.m_version >= kWideParentVersion;
+    const unsigned char* parents = in.Take(Block::Parents, count, wide ? 2 : 1);
+    const unsigned char* names = in.Take(Block::Names, count, sizeof(Name32));
+    const bool hasBounds = in.Value<std::uint8_t>(Block::BoundsFlag) != 0;
+    const unsigned char* bounds = hasBounds ? in.Take(Block::Bounds, count, sizeof(BoundingInfo)) : nullptr;
+    const unsigned char* matrices = in.Take(Block::Matrices, count, sizeof(Matrix));
     if (in.Failed())
         return;
 
     io::ArrayBlock block;
-    const auto nameSlot = block.Plan<Name>(count);
+    const auto nameSlot = block.Plan<Name32>(count);
     const auto boundSlot = block.Plan<BoundingInfo>(bounds ? count : 0);
     const auto matrixSlot = block.Plan<Matrix>(count);
     if (!block.Allocate(in))
         return;
-    m_boneParents = Parents(parents, count, wide);
-    m_rootBone = RootOf(m_boneParents);
-    m_boneNames = block.Array(nameSlot);
-    io::CopyRun(m_boneNames.get(), names, count);
-    m_boneNameIds.resize(count);
+    mesh.m_boneParents = Parents(parents, count, wide);
+    mesh.m_rootBone = RootOf(mesh.m_boneParents);
+    mesh.m_boneNames = block.Array(nameSlot);
+    io::CopyRun(mesh.m_boneNames.data(), names, count);
+    mesh.m_boneNameIds.resize(count);
     for (std::uint16_t i = 0; i < count; ++i)
-        m_boneNameIds[i] = LowerAndHash(m_boneNames[i]);
+        mesh.m_boneNameIds[i] = io::LowerAndHash(mesh.m_boneNames[i]);
     if (bounds) {
-        m_boneBounds = block.Array(boundSlot);
-        io::CopyRun(m_boneBounds.get(), bounds, count);
-        if (!AllKnown(m_boneBounds.get(), count))
-            m_boneBounds = nullptr;
+        mesh.m_boneBounds = block.Array(boundSlot);
+        io::CopyRun(mesh.m_boneBounds.data(), bounds, count);
+        if (!AllKnown(mesh.m_boneBounds, count))
+            mesh.m_boneBounds = nullptr;
     }
-    m_boneMatrices = block.Array(matrixSlot);
-    io::CopyRun(m_boneMatrices.get(), matrices, count);
+    mesh.m_boneMatrices = block.Array(matrixSlot);
+    io::CopyRun(mesh.m_boneMatrices.data(), matrices, count);
 }
 
-// How many bones the arrays hold.
-std::uint16_t vlMeshData::StoredBones() const
+std::uint16_t BoneCount(const vlMeshData& mesh)
 {
-    return m_boneCount == kNoBones ? static_cast<std::uint16_t>(0) : m_boneCount;
+    return mesh.m_boneCount == kNoBones ? static_cast<std::uint16_t>(0) : mesh.m_boneCount;
 }
 
-std::string vlMeshData::BonesObstacle() const
+Error WhyBonesUnwritable(const vlMeshData& mesh)
 {
-    if (m_skeletonFlag != kSkinned || StoredBones() == 0)
+    const std::uint16_t count = BoneCount(mesh);
+    if (mesh.m_skeletonFlag != kSkinned || count == 0)
         return {};
-    if (m_boneParents.size() != m_boneCount)
-        return "there are " + std::to_string(m_boneCount) + " bones and " +
-               std::to_string(m_boneParents.size()) + " parents";
-    return m_boneNames && m_boneMatrices ? "" : "the bone names or matrices are missing";
+    if (mesh.m_boneParents.size() != count)
+        return io::Unwritable("there are " + std::to_string(count) + " bones and " +
+                              std::to_string(mesh.m_boneParents.size()) + " parents");
+    if (Error why = io::WhyShort(mesh.m_boneNames, count, "bone names"))
+        return why;
+    if (Error why = io::WhyShort(mesh.m_boneBounds, mesh.m_boneBounds ? count : 0, "bone bounds"))
+        return why;
+    return io::WhyShort(mesh.m_boneMatrices, count, "bone matrices");
 }
 
-void vlMeshData::WriteBonesData(io::BlockWriter& out) const
+void WriteBones(io::BlockWriter& out, const vlMeshData& mesh)
 {
-    if (m_skeletonFlag != kSkinned)
+    if (mesh.m_skeletonFlag != kSkinned)
         return;
-    out.Value(m_boneCount);
-    const std::uint16_t count = StoredBones();
+    out.Value(mesh.m_boneCount);
+    const std::uint16_t count = BoneCount(mesh);
     if (count == 0)
         return;
-    out.Run(m_boneParents.data(), count);
-    out.Run(m_boneNames.get(), count);
-    const bool hasBounds = AllKnown(m_boneBounds.get(), count);
+    out.Run(mesh.m_boneParents.data(), count);
+    out.Run(mesh.m_boneNames.data(), count);
+    const bool hasBounds = AllKnown(mesh.m_boneBounds, count);
     out.Value(std::uint8_t{hasBounds});
     if (hasBounds)
-        out.Run(m_boneBounds.get(), count);
-    out.Run(m_boneMatrices.get(), count);
+        out.Run(mesh.m_boneBounds.data(), count);
+    out.Run(mesh.m_boneMatrices.data(), count);
 }
 
-}  // namespace vela::vlgim
+}  // namespace vela::vlgim::mesh

@@ -1,7 +1,8 @@
 #include <vlgim/vlMeshData.h>
 
+#include "MeshBlocks.h"
+
 #include <algorithm>
-#include <cstring>
 
 namespace vela::vlgim {
 
@@ -9,8 +10,9 @@ namespace {
 
 const SubmeshRecord* RecordAt(const std::shared_ptr<vlMeshVertexData>& vertices, std::uint32_t submesh)
 {
-    const bool exists = vertices && vertices->m_subRecords && submesh < vertices->m_subCount;
-    return exists ? &vertices->m_subRecords.get()[submesh] : nullptr;
+    const bool exists =
+        vertices && submesh < std::min<std::size_t>(vertices->m_subCount, vertices->m_subRecords.size());
+    return exists ? &vertices->m_subRecords[submesh] : nullptr;
 }
 
 }  // namespace
@@ -26,13 +28,13 @@ void vlMeshData::CollectSegGeometryInfo(std::vector<geomath::_Vector3<float>*>& 
     if (!m_vertexData)
         return;
     const vlMeshVertexData& mesh = *m_vertexData;
-    positions.push_back(mesh.m_positions.get());
-    normals.push_back(mesh.m_normals.get());
-    const std::uint16_t* values = mesh.m_indices.get();
-    const std::uint64_t count = values ? 3 * std::uint64_t{mesh.m_triangleCount} : 0;
-    indices.emplace_back(values, values + count);
-    uvs0.push_back(mesh.m_uvSets[0].get());
-    uvs1.push_back(mesh.m_uvSets[1].get());
+    positions.push_back(mesh.m_positions.data());
+    normals.push_back(mesh.m_normals.data());
+    const std::size_t count =
+        std::min<std::size_t>(3 * std::size_t{mesh.m_triangleCount}, mesh.m_indices.size());
+    indices.emplace_back(mesh.m_indices.begin(), mesh.m_indices.begin() + count);
+    uvs0.push_back(mesh.m_uvSets[0].data());
+    uvs1.push_back(mesh.m_uvSets[1].data());
     vertexCounts.push_back(static_cast<std::uint16_t>(mesh.m_vertexCount));
     triangleCounts.push_back(static_cast<std::uint16_t>(mesh.m_triangleCount));
 }
@@ -44,15 +46,16 @@ bool vlMeshData::CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std
     const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(m_vertexData.get());
     if (!skin)
         return false;
-    const bool hasSlots = skin->m_boneIndices && skin->m_boneWeights;
-    const std::uint64_t slots =
-        hasSlots ? std::min(skin->m_maxBoneRefCount, 4U) * std::uint64_t{skin->m_vertexCount} : 0;
-    boneIndices.insert(boneIndices.end(), skin->m_boneIndices.get(), skin->m_boneIndices.get() + slots);
-    weights.insert(weights.end(), skin->m_boneWeights.get(), skin->m_boneWeights.get() + slots);
-    for (std::uint16_t bone = 0; m_boneMatrices && bone < StoredBones(); ++bone)
-        matrices[bone] = m_boneMatrices.get()[bone];
-    for (std::uint16_t bone = 0; m_boneNames && bone < StoredBones(); ++bone)
-        names.emplace_back(m_boneNames[bone], strnlen(m_boneNames[bone], sizeof m_boneNames[bone]));
+    const std::size_t slots = std::min<std::size_t>(
+        {std::size_t{std::min(skin->m_maxBoneRefCount, 4U)} * std::size_t{skin->m_vertexCount},
+         skin->m_boneIndices.size(), skin->m_boneWeights.size()});
+    boneIndices.insert(boneIndices.end(), skin->m_boneIndices.begin(), skin->m_boneIndices.begin() + slots);
+    weights.insert(weights.end(), skin->m_boneWeights.begin(), skin->m_boneWeights.begin() + slots);
+    const std::uint16_t bones = mesh::BoneCount(*this);
+    for (std::uint16_t bone = 0; bone < std::min<std::size_t>(bones, m_boneMatrices.size()); ++bone)
+        matrices[bone] = m_boneMatrices[bone];
+    for (std::uint16_t bone = 0; bone < std::min<std::size_t>(bones, m_boneNames.size()); ++bone)
+        names.emplace_back(m_boneNames[bone].View());
     return true;
 }
 

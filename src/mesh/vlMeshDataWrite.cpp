@@ -1,153 +1,249 @@
 #include <vlgim/vlMeshData.h>
 
-#include <corecommon/Log.h>
-#include <vlgim/vlDataShareTable.h>
-#include <vlio2/FileWriter.h>
+#include "MeshBlocks.h"
+#include "MeshVersions.h"
+#include "VertexBlock.h"
 
-#include "io/BlockWriter.h"
-#include "mesh/MeshVersions.h"
+#include <corecommon/Log.h>
+#include <io/Errors.h>
+#include <io/SaveFile.h>
+#include <track/TrackBlock.h>
 
 #include <algorithm>
 #include <limits>
+#include <memory>
+#include <typeinfo>
 
 namespace vela::vlgim {
 
 namespace {
 
 constexpr std::size_t kMostOriginalData = 32766;  // with the vertex block, as many as the table's counts hold
+constexpr std::uint32_t kSlots = 4;               // bone references of a vertex in a file
 
-// A track in full, before any component collapses to one key.
-std::uint64_t LargestSize(const vlTrackData& track)
+// Whether an object is of one of the library's classes and no caller's, whose writer may put out what it likes.
+template <class Vertices>
+bool IsExactly(const vlMeshVertexData& vertices)
 {
-    const std::uint64_t keys = track.GetKeyCount();
-    return 42 + 4 * keys + std::uint64_t{track.m_channelCount} * (4 + 40 * std::max<std::uint64_t>(keys, 1));
+    return typeid(vertices) == typeid(Vertices);
+}
+
+Error WhyVerticesUnwritable(const vlMeshData& mesh)
+{
+    const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(mesh.m_vertexData.get());
+    if (mesh.m_skeletonFlag != 0 && !skin)
+        return io::Unwritable("the skeleton flag is set, and the vertex object has no skin");
+    if (mesh.m_skeletonFlag == 0 && skin)
+        return io::Unwritable("the vertex object has a skin, and the skeleton flag is not set");
+    if (skin && skin->m_maxBoneRefCount != kSlots)
+        return io::Unwritable("a vertex has " + std::to_string(skin->m_maxBoneRefCount) +
+                              " bone slots, and files have 4");
+    return {};
+}
+
+// A reader takes the frame count from the morph's keys; the single-frame word is not in the file.
+Error WhyFramesUnwritable(const vlMeshData& mesh)
+{
+    const std::uint32_t keys =
+        mesh.m_hasMorph && mesh.m_morph->m_times.GetKeyTimes() ? mesh.m_morph->m_times.GetKeyCount() : 1U;
+    const std::uint32_t frames = mesh.m_vertexData->m_frameCount;
+    if (frames == std::max(keys, 1U))
+        return {};
+    return io::Unwritable(
+        "the vertex object has " + std::to_string(frames) + " frames, and " +
+        (mesh.m_hasMorph ? "the morph has " + std::to_string(keys) + " keys" : "there is no morph"));
+}
+
+Error WhyOriginalDataUnwritable(const vlMeshData& mesh)
+{
+    if (mesh.m_originalData.size() > kMostOriginalData)
+        return io::Unwritable("there are " + std::to_string(mesh.m_originalData.size()) +
+                              " blocks of original data, and 32766 is the most");
+    for (std::size_t i = 0; i < mesh.m_originalData.size(); ++i) {
+        const auto& data = mesh.m_originalData[i];
+        if (Error why = data ? WhyUnwritable(*data) : io::Unwritable("the object is null"))
+            return io::Inside("original data " + std::to_string(i), std::move(why));
+    }
+    return {};
+}
+
+// Of the vertex block; of a caller's class nobody knows.
+std::uint64_t VertexSize(const vlMeshVertexData& vertices)
+{
+    if (IsExactly<vlMeshSkelVertexData>(vertices))
+        return mesh::WrittenSize(static_cast<const vlMeshSkelVertexData&>(vertices));
+    return IsExactly<vlMeshVertexData>(vertices) ? mesh::WrittenSize(vertices) : 0;
+}
+
+// Of the share table, which stands last.
+std::uint64_t LargestOffset(const vlMeshData& mesh)
+{
+    std::uint64_t offset = 16 + VertexSize(*mesh.m_vertexData);  // header, flags, table offset
+    if (mesh.m_hasMorph)
+        offset += 3 + 4 * std::uint64_t{mesh.m_morph->m_times.GetKeyCount()};
+    for (std::uint32_t i = 0; mesh.m_hasTracks && i < mesh.m_vertexData->m_subCount; ++i)
+        offset += tracks::LargestSize(mesh.m_tracks[i]);
+    offset += mesh.m_hasTracks ? 4 : 0;
+    offset +=
+        mesh.m_skeletonFlag == kSkinned ? 4 + mesh::BoneCount(mesh) * std::uint64_t{2 + 32 + 28 + 64} : 0;
+    for (const auto& data : mesh.m_originalData)
+        offset += mesh::WrittenSize(*data);
+    return offset;
+}
+
+Error PassesOffsets()
+{
+    return io::Unwritable("the file passes 4 GiB, and offsets in it have 32 bits");
+}
+
+// What the writer of a caller's class puts into a stream, by way of a file of its own: it may seek.
+Error WriteForeign(io::BlockWriter& out, vlMeshVertexData& vertices)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
+    if (file)
+        vertices.WriteData(file.get());
+    if (!file || std::fflush(file.get()) != 0 || std::ferror(file.get()) != 0)
+        return io::Unwritable("the vertex block could not be put into a temporary file");
+    std::rewind(file.get());
+    std::vector<unsigned char> piece(std::size_t{256} << 10);
+    const std::uint64_t start = out.Position();
+    while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), file.get()))
+        out.Run(piece.data(), size);
+    if (out.Position() == start)
+        return io::Unwritable("the vertex object has written nothing");
+    return {};
+}
+
+Error WriteVertices(io::BlockWriter& out, vlMeshVertexData& vertices)
+{
+    if (IsExactly<vlMeshSkelVertexData>(vertices))
+        mesh::Write(out, static_cast<vlMeshSkelVertexData&>(vertices));
+    else if (IsExactly<vlMeshVertexData>(vertices))
+        mesh::Write(out, vertices);
+    else
+        return WriteForeign(out, vertices);
+    return {};
+}
+
+bool LogUnwritable(const Error& why)
+{
+    if (why)
+        LogError("mesh can't be written: %s", why.Message().c_str());
+    return bool(why);
 }
 
 }  // namespace
 
-std::string vlMeshData::WriteObstacle() const
+namespace mesh {
+
+Error WarnOfVertexTypes(const vlMeshData& mesh)
 {
-    if (!m_vertexData)
-        return "there is no vertex object";
-    const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(m_vertexData.get());
-    if (m_skeletonFlag != 0 && !skin)
-        return "the skeleton flag is set, and the vertex object has no skin";
-    if (m_skeletonFlag == 0 && skin)
-        return "the vertex object has a skin, and the skeleton flag is not set";
-    if (skin && skin->m_maxBoneRefCount != 4)
-        return "a vertex has " + std::to_string(skin->m_maxBoneRefCount) + " bone slots, and files have 4";
-    if (std::string obstacle = AnimObstacle(); !obstacle.empty())
-        return obstacle;
-    if (std::string obstacle = BonesObstacle(); !obstacle.empty())
-        return obstacle;
-    // A reader takes the frame count from the morph's keys; the single-frame word is not in the file.
-    const std::uint32_t keys =
-        m_hasMorph && m_morph->m_times.GetKeyTimes() ? m_morph->m_times.GetKeyCount() : 1U;
-    if (m_vertexData->m_frameCount != std::max(keys, 1U))
-        return "the vertex object has " + std::to_string(m_vertexData->m_frameCount) + " frames, and " +
-               (m_hasMorph ? "the morph has " + std::to_string(keys) + " keys" : "there is no morph");
-    if (std::string obstacle = m_vertexData->WriteObstacle(); !obstacle.empty())
-        return obstacle;
-    if (m_originalData.size() > kMostOriginalData)
-        return "there are " + std::to_string(m_originalData.size()) +
-               " blocks of original data, and 32766 is the most";
-    for (const auto& data : m_originalData)
-        if (std::string obstacle = data ? data->WriteObstacle() : "an object of original data is null";
-            !obstacle.empty())
-            return obstacle;
-    if (LargestOffset() > std::numeric_limits<std::uint32_t>::max())
-        return "the file passes 4 GiB, and offsets in it have 32 bits";
-    return {};
+    const auto asVertex = std::count_if(mesh.m_originalData.begin(), mesh.m_originalData.end(),
+                                        [](const auto& data) { return data->m_type == MESH_DATA_VERTEX; });
+    if (asVertex == 0)
+        return {};
+    Error warning;
+    warning.kind = ErrorKind::Limit;
+    warning.text = std::to_string(asVertex) +
+                   " blocks of original data are marked as vertex data: a reader passes over as many blocks";
+    return warning;
 }
 
-// Of the share table, which stands last.
-std::uint64_t vlMeshData::LargestOffset() const
+Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOffset)
 {
-    std::uint64_t offset = 16 + m_vertexData->WrittenSize();  // header, flags, table offset
-    if (m_hasMorph)
-        offset += 3 + 4 * std::uint64_t{m_morph->m_times.GetKeyCount()};
-    for (std::uint32_t i = 0; m_hasTracks && i < m_vertexData->m_subCount; ++i)
-        offset += LargestSize(m_tracks[i]);
-    offset += m_hasTracks ? 4 : 0;
-    offset += m_skeletonFlag == kSkinned ? 4 + StoredBones() * std::uint64_t{2 + 32 + 28 + 64} : 0;
-    for (const auto& data : m_originalData)
-        offset += data->WrittenSize();
-    return offset;
-}
-
-int vlMeshData::WriteMeshFile(const char* path)
-{
-    if (const std::string obstacle = WriteObstacle(); !obstacle.empty()) {
-        LogError("mesh file %s can't be written: %s", path, obstacle.c_str());
-        return 1;
-    }
-    vlio::FileWriter file;
-    std::FILE* stream = file.Open(path);
-    if (!stream) {
-        LogError("unable to open %s", path);
-        return 1;
-    }
-    WriteBlocks(stream, 0);
-    return file.Commit() ? 0 : 1;
-}
-
-int vlMeshData::WriteMeshFile(std::FILE* stream)
-{
-    if (const std::string obstacle = WriteObstacle(); !obstacle.empty()) {
-        LogError("mesh can't be written: %s", obstacle.c_str());
-        return 0;
-    }
-    const off_t start = ftello(stream);
-    if (start < 0) {
-        LogError("mesh can't be written: the stream can't seek");
-        return 0;
-    }
-    WriteBlocks(stream, static_cast<std::uint64_t>(start));
-    return 0;
-}
-
-void vlMeshData::WriteBlocks(std::FILE* stream, std::uint64_t start) const
-{
-    io::BlockWriter out(stream, start);
-    WriteMeshHeader(out);
-    WriteAnimData(out);
-    WriteBonesData(out);
-    WriteAnimBIData(out);
-    WriteMeshVertexData(out);
-}
-
-void vlMeshData::WriteMeshHeader(io::BlockWriter& out) const
-{
+    io::BlockWriter out(sink);
     out.Value(kMeshMagic);
     out.Value(kNewestVersion);
-    out.Value(m_skeletonFlag);
-}
+    out.Value(mesh.m_skeletonFlag);
+    WriteAnimation(out, mesh);
+    WriteBones(out, mesh);
+    WriteAnimBI(out, mesh);
 
-void vlMeshData::WriteMeshVertexData(io::BlockWriter& out) const
-{
-    const std::uint64_t tableOffset = out.Position();
+    const std::uint64_t offsetAt = out.Position();
+    if (tableOffset)
+        *tableOffset = offsetAt;
     out.Value(std::uint32_t{0});
-
     vlDataShareTable table;
     const auto push = [&](MESH_DATA_TYPE type) {
         table.PushDataPair(type, table.PushBlockInfo(static_cast<std::uint32_t>(out.Position())));
     };
     push(MESH_DATA_VERTEX);
-    m_vertexData->WriteBlock(out);
-    std::size_t asVertex = 0;
-    for (const auto& data : m_originalData) {
+    if (Error error = WriteVertices(out, *mesh.m_vertexData))
+        return error;
+    for (const auto& data : mesh.m_originalData) {
         push(data->m_type);
-        asVertex += data->m_type == MESH_DATA_VERTEX ? 1 : 0;
-        data->Write(out);
+        Write(out, *data);
     }
-    if (asVertex != 0)
-        LogWarning(
-            "%zu blocks of original data are marked as vertex data: a reader passes over as many blocks",
-            asVertex);
-
+    if (out.Position() > std::numeric_limits<std::uint32_t>::max())
+        return PassesOffsets();
     const auto tableAt = static_cast<std::uint32_t>(out.Position());
-    table.Write(out);
-    out.Patch(tableOffset, tableAt);
+    Write(out, table);
+    out.Patch(offsetAt, tableAt);
+    return {};
+}
+
+}  // namespace mesh
+
+Error WhyUnwritable(const vlMeshData& mesh)
+{
+    if (!mesh.m_vertexData)
+        return io::Unwritable("there is no vertex object");
+    const vlMeshVertexData& vertices = *mesh.m_vertexData;
+    const bool isOurs = IsExactly<vlMeshVertexData>(vertices) || IsExactly<vlMeshSkelVertexData>(vertices);
+    if (Error why = WhyVerticesUnwritable(mesh))
+        return why;
+    if (Error why = mesh::WhyAnimationUnwritable(mesh))
+        return why;
+    if (Error why = mesh::WhyBonesUnwritable(mesh))
+        return why;
+    if (Error why = WhyFramesUnwritable(mesh))
+        return why;
+    if (Error why = isOurs ? WhyUnwritable(vertices) : Error())
+        return why;
+    if (Error why = WhyOriginalDataUnwritable(mesh))
+        return why;
+    return LargestOffset(mesh) > std::numeric_limits<std::uint32_t>::max() ? PassesOffsets() : Error();
+}
+
+Error Save(const vlMeshData& mesh, const char* path, std::vector<Error>* warnings)
+{
+    Error error = WhyUnwritable(mesh);
+    if (!error)
+        error =
+            io::SaveFile(path, warnings, [&mesh](vlio::Sink& sink) { return mesh::WriteFile(sink, mesh); });
+    if (Error warning = error ? Error() : mesh::WarnOfVertexTypes(mesh))
+        io::Append(warnings, {std::move(warning)});
+    error.file = path;
+    return error;
+}
+
+int vlMeshData::WriteMeshFile(const char* path)
+{
+    std::vector<Error> warnings;
+    const bool hasFailed = io::LogFailure(Save(*this, path, &warnings), "mesh file");
+    io::LogWarnings(warnings, "mesh file");
+    return hasFailed ? 1 : 0;
+}
+
+int vlMeshData::WriteMeshFile(std::FILE* stream)
+{
+    if (LogUnwritable(WhyUnwritable(*this)))
+        return 0;
+    // Offsets in the file count from the start of the stream.
+    if (const long start = std::ftell(stream); start != 0) {
+        LogError("mesh can't be written: the stream %s",
+                 start < 0 ? "can't seek" : "does not stand at its start");
+        return 0;
+    }
+    vlio::StreamSink sink(stream);
+    std::uint64_t tableOffset = 0;
+    if (LogUnwritable(mesh::WriteFile(sink, *this, &tableOffset)))
+        return 0;
+    // The word that was written last, wherever the writer patched it.
+    std::fseek(stream, static_cast<long>(tableOffset + sizeof(std::uint32_t)), SEEK_SET);
+    if (const Error warning = mesh::WarnOfVertexTypes(*this))
+        LogWarning("%s", warning.text.c_str());
+    return 0;
 }
 
 }  // namespace vela::vlgim

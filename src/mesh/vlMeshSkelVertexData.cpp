@@ -1,12 +1,18 @@
-#include "io/ArrayBlock.h"
-#include "io/BlockWriter.h"
-#include "mesh/VertexBlock.h"
+#include "VertexBlock.h"
 
 #include <corecommon/Log.h>
+#include <io/ArrayBlock.h>
+#include <vlio2/Sink.h>
+
+#include <utility>
 
 namespace vela::vlgim {
 
+namespace mesh {
+
 namespace {
+
+using io::Block;
 
 constexpr unsigned int kMaskVersion = 0x50003;           // the mask of used bones arrived
 constexpr unsigned int kWideReferenceVersion = 0x50004;  // references of two bytes, and the mask's bit count
@@ -39,29 +45,18 @@ SkinSource MeasureSkin(io::BlockReader& in, std::uint64_t vertexCount, unsigned 
     SkinSource source{};
     source.slots = version == kEightSlotVersion ? 8 : 4;
     const std::uint64_t count = vertexCount * source.slots;
-    in.Enter("bone references");
-    source.references = in.Take(count, version >= kWideReferenceVersion ? 2 : 1);
-    in.Enter("bone weights");
-    source.weights = in.Take(count, sizeof(float));
-    in.Enter("used bones");
-    const std::uint64_t at = in.Offset();
-    source.bits = version >= kWideReferenceVersion ? in.Value<std::uint32_t>() : kBitsWithoutCount;
-    if (source.bits > kMostBits)
-        in.RefuseAt(at, source.bits, kMostBits);
+    source.references = in.Take(Block::BoneReferences, count, version >= kWideReferenceVersion ? 2 : 1);
+    source.weights = in.Take(Block::BoneWeights, count, sizeof(float));
+    const auto scope = in.Enter(Block::UsedBones);
+    source.bits = version >= kWideReferenceVersion ? in.Count<std::uint32_t>(kMostBits) : kBitsWithoutCount;
     if (version >= kMaskVersion)
         source.mask = in.Take((source.bits + 7) / 8, 1);
     return source;
 }
 
-const unsigned char* vlMeshSkelVertexData::ReadDataNew(const unsigned char* data, unsigned int version,
-                                                       unsigned int packMode, const unsigned char* end)
+void Read(io::BlockReader& in, vlMeshSkelVertexData& mesh, unsigned int version, unsigned int packMode)
 {
-    return vlMeshVertexData::ReadDataNew(data, version, packMode, end);  // which calls Read
-}
-
-void vlMeshSkelVertexData::Read(io::BlockReader& in, unsigned int version, unsigned int packMode)
-{
-    const VertexSource vertices = MeasureVertices(in, m_subCount, m_frameCount, version);
+    const VertexSource vertices = MeasureVertices(in, mesh.m_subCount, mesh.m_frameCount, version, packMode);
     const SkinSource skin = MeasureSkin(in, vertices.vertexCount, version);
     if (in.Failed())
         return;
@@ -70,67 +65,77 @@ void vlMeshSkelVertexData::Read(io::BlockReader& in, unsigned int version, unsig
     io::ArrayBlock block;
     const auto indices = block.Plan<std::uint16_t>(count);
     const auto weights = block.Plan<float>(count);
-    if (!block.Allocate(in))
-        return;
+    {
+        const auto scope = in.Enter(Block::VertexBlock);
+        if (!block.Allocate(in))
+            return;
+    }
     vlMeshSkelVertexData read;
     read.m_boneIndices = block.Array(indices);
-    FillReferences(read.m_boneIndices.get(), skin.references, count, version);
+    FillReferences(read.m_boneIndices.data(), skin.references, count, version);
     read.m_boneWeights = block.Array(weights);
-    io::CopyRun(read.m_boneWeights.get(), skin.weights, count);
+    io::CopyRun(read.m_boneWeights.data(), skin.weights, count);
     read.m_usedBoneBits = skin.bits;
     read.m_usedBones = MaskBits(skin);
 
-    read.m_subCount = m_subCount;
-    read.m_frameCount = m_frameCount;
+    read.m_subCount = mesh.m_subCount;
+    read.m_frameCount = mesh.m_frameCount;
     read.m_maxBoneRefCount = skin.slots;
     BuildVertices(in, vertices, packMode, read);
     if (!in.Failed())
-        *this = std::move(read);
+        mesh = std::move(read);
 }
 
-std::string vlMeshSkelVertexData::WriteObstacle() const
+std::uint64_t WrittenSize(const vlMeshSkelVertexData& mesh)
 {
-    std::string obstacle = vlMeshVertexData::WriteObstacle();
-    if (!obstacle.empty())
-        return obstacle;
-    if (m_vertexCount != 0 && m_maxBoneRefCount != 0 && (!m_boneIndices || !m_boneWeights))
-        return "the bone references or weights are missing";
-    if (m_usedBoneBits > kMostBits)
-        return "the mask of used bones has " + std::to_string(m_usedBoneBits) +
-               " bits, and 65535 is the most";
-    return {};
+    const std::uint64_t slots = std::uint64_t{mesh.m_maxBoneRefCount} * mesh.m_vertexCount;
+    return WrittenSize(static_cast<const vlMeshVertexData&>(mesh)) + slots * 6 + 4 +
+           (mesh.m_usedBoneBits + 7) / 8;
 }
 
-std::uint64_t vlMeshSkelVertexData::WrittenSize() const
+void Write(io::BlockWriter& out, vlMeshSkelVertexData& mesh)
 {
-    const std::uint64_t slots = std::uint64_t{m_maxBoneRefCount} * m_vertexCount;
-    return vlMeshVertexData::WrittenSize() + slots * 6 + 4 + (m_usedBoneBits + 7) / 8;
-}
-
-void vlMeshSkelVertexData::WriteData(std::FILE* stream)
-{
-    vlMeshVertexData::WriteData(stream);  // which calls WriteBlock
-}
-
-void vlMeshSkelVertexData::WriteBlock(io::BlockWriter& out)
-{
-    vlMeshVertexData::WriteBlock(out);
-    const std::uint64_t count = std::uint64_t{m_maxBoneRefCount} * m_vertexCount;
-    out.Run(m_boneIndices.get(), count);
-    out.Run(m_boneWeights.get(), count);
+    Write(out, static_cast<const vlMeshVertexData&>(mesh));
+    const std::uint64_t count = std::uint64_t{mesh.m_maxBoneRefCount} * mesh.m_vertexCount;
+    const std::uint16_t* const bones = mesh.m_boneIndices.data();
+    const float* const weights = mesh.m_boneWeights.data();
+    out.Run(bones, count);
+    out.Run(weights, count);
 
     // Stores alone, at no bone's place where the weight is 0: slots are too many for a branch or for single bits.
     std::vector<unsigned char> used(kNoBone + 1U);
     for (std::uint64_t slot = 0; slot < count; ++slot)
-        used[m_boneWeights.get()[slot] != 0.0F ? m_boneIndices.get()[slot] : kNoBone] = 1;
-    m_usedBones.resize(m_usedBoneBits);
-    std::vector<unsigned char> mask((m_usedBoneBits + 7) / 8);
-    for (std::uint32_t bit = 0; bit < m_usedBoneBits; ++bit) {
-        m_usedBones[bit] = m_usedBones[bit] || used[bit] != 0;
-        mask[bit / 8] = static_cast<unsigned char>(mask[bit / 8] | unsigned{m_usedBones[bit]} << bit % 8);
+        used[weights[slot] != 0.0F ? bones[slot] : kNoBone] = 1;
+    mesh.m_usedBones.resize(mesh.m_usedBoneBits);
+    std::vector<unsigned char> mask((mesh.m_usedBoneBits + 7) / 8);
+    for (std::uint32_t bit = 0; bit < mesh.m_usedBoneBits; ++bit) {
+        mesh.m_usedBones[bit] = mesh.m_usedBones[bit] || used[bit] != 0;
+        mask[bit / 8] =
+            static_cast<unsigned char>(mask[bit / 8] | unsigned{mesh.m_usedBones[bit]} << bit % 8);
     }
-    out.Value(m_usedBoneBits);
+    out.Value(mesh.m_usedBoneBits);
     out.Run(mask.data(), mask.size());
+}
+
+}  // namespace mesh
+
+const unsigned char* vlMeshSkelVertexData::ReadDataNew(const unsigned char* data, unsigned int version,
+                                                       unsigned int packMode, const unsigned char* end)
+{
+    io::BlockReader in(data, end);
+    mesh::Read(in, *this, version, packMode);
+    return in.Position();
+}
+
+void vlMeshSkelVertexData::WriteData(std::FILE* stream)
+{
+    if (const Error why = WhyUnwritable(*this)) {
+        LogError("vertex block can't be written: %s", why.Message().c_str());
+        return;
+    }
+    vlio::StreamSink sink(stream);
+    io::BlockWriter out(sink);
+    mesh::Write(out, *this);
 }
 
 }  // namespace vela::vlgim

@@ -1,21 +1,26 @@
 #include <vlgim/vlMeshVertexData.h>
 
-#include "io/ArrayBlock.h"
-#include "mesh/HalfToFloat.h"
-#include "mesh/VertexBlock.h"
+#include "HalfToFloat.h"
+#include "VertexBlock.h"
+
+#include <io/ArrayBlock.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace vela::vlgim {
 
+namespace mesh {
+
 namespace {
+
+using io::Block;
 
 using Vector3 = geomath::_Vector3<float>;
 using Point2 = geomath::_Point2<float>;
 
 constexpr unsigned int kTangentVersion = 0x50001;  // the tangent stream arrived
 constexpr unsigned int kHalfPackMode = 1;          // positions and uvs are half floats
-constexpr std::uint8_t kMostUvSets = 4;            // as many as there are members for
 constexpr std::uint64_t kEntrySize = 10;           // u32 vertices, u32 triangles, u8 uv sets, u8 colours
 
 SubmeshRecord EntryAt(const unsigned char* entries, std::uint64_t index)
@@ -37,7 +42,7 @@ SubmeshSums Survey(io::BlockReader& in, const unsigned char* entries, std::uint3
         const SubmeshRecord record = EntryAt(entries, i);
         all.Add(record);
         if (record.uvSetCount > kMostUvSets)
-            in.RefuseAt(start + i * kEntrySize + 8, record.uvSetCount, kMostUvSets);
+            in.RefuseAt(start + i * kEntrySize + 8, ErrorKind::Limit, record.uvSetCount, kMostUvSets);
     }
     return all;
 }
@@ -84,12 +89,12 @@ void FillRecords(SubmeshRecord* records, const unsigned char* entries, std::uint
 // The uv runs of half floats stand one behind the other, at half the stride of the float runs.
 void FillUvs(vlMeshVertexData& mesh, const unsigned char* source, bool half)
 {
-    RunFiller<Point2> fillers[] = {{mesh.m_uvSets[0].get(), 0},
-                                   {mesh.m_uvSets[1].get(), 0},
-                                   {mesh.m_uvSets[2].get(), 0},
-                                   {mesh.m_uvSets[3].get(), 0}};
+    RunFiller<Point2> fillers[] = {{mesh.m_uvSets[0].data(), 0},
+                                   {mesh.m_uvSets[1].data(), 0},
+                                   {mesh.m_uvSets[2].data(), 0},
+                                   {mesh.m_uvSets[3].data(), 0}};
     for (std::uint32_t i = 0; source && i < mesh.m_subCount; ++i) {
-        const SubmeshRecord& record = mesh.m_subRecords.get()[i];
+        const SubmeshRecord& record = mesh.m_subRecords[i];
         const std::uint64_t count = record.vertexCount;
         for (std::uint8_t set = 0; count && set < record.uvSetCount; ++set) {
             Point2* target = fillers[set].Run(record.firstVertex, count);
@@ -106,9 +111,9 @@ void FillUvs(vlMeshVertexData& mesh, const unsigned char* source, bool half)
 
 void FillColors(vlMeshVertexData& mesh, const unsigned char* source)
 {
-    RunFiller<std::uint32_t> filler(mesh.m_colors.get(), 0xFF);
+    RunFiller<std::uint32_t> filler(mesh.m_colors.data(), 0xFF);
     for (std::uint32_t i = 0; source && i < mesh.m_subCount; ++i) {
-        const SubmeshRecord& record = mesh.m_subRecords.get()[i];
+        const SubmeshRecord& record = mesh.m_subRecords[i];
         if (record.hasColors && record.vertexCount) {
             io::CopyRun(filler.Run(record.firstVertex, record.vertexCount), source, record.vertexCount);
             source += std::uint64_t{record.vertexCount} * sizeof(std::uint32_t);
@@ -117,32 +122,69 @@ void FillColors(vlMeshVertexData& mesh, const unsigned char* source)
     filler.FillTo(mesh.m_vertexCount);
 }
 
-// Goes from the data flag to the end of the block.
-void MeasureData(io::BlockReader& in, VertexSource& source, std::uint64_t frameCount, unsigned int version)
+// The runs of the uvs, for whoever has to say where one of them lies.
+void NoteUvs(io::BlockReader& in, const VertexSource& source, std::uint32_t subCount, bool half)
 {
-    in.Enter("vertex counts");
+    const std::uint64_t stride = half ? sizeof(Point2) / 2 : sizeof(Point2);
+    std::uint64_t offset = in.Offset() - source.submeshes.uvs * sizeof(Point2);
+    for (std::uint32_t i = 0; i < subCount; ++i) {
+        const SubmeshRecord record = EntryAt(source.entries, i);
+        for (std::uint8_t set = 0; record.vertexCount != 0 && set < record.uvSetCount; ++set) {
+            const std::uint64_t end = offset + record.vertexCount * stride;
+            in.Note(Block::UvRun, offset, end, std::int64_t{i} * kMostUvSets + set);
+            offset = end;
+        }
+    }
+}
+
+// The frames behind the first, each of positions and normals.
+void NoteFrames(io::BlockReader& in, const VertexSource& source, std::uint64_t frameCount)
+{
+    const std::uint64_t size = source.vertexCount * sizeof(Vector3);
+    std::uint64_t offset = in.Offset() - (frameCount - 1) * 2 * size;
+    for (std::uint64_t frame = 1; size != 0 && frame < frameCount; ++frame, offset += 2 * size) {
+        in.Note(Block::FramePositions, offset, offset + size, static_cast<std::int64_t>(frame));
+        in.Note(Block::FrameNormals, offset + size, offset + 2 * size, static_cast<std::int64_t>(frame));
+    }
+}
+
+void MeasureCounts(io::BlockReader& in, VertexSource& source)
+{
+    const auto scope = in.Enter(Block::VertexCounts);
     source.hasData = in.Value<std::uint16_t>() != 0;
+    const std::uint64_t at = in.Offset();
     source.vertexCount = in.Value<std::uint32_t>();
     source.triangleCount = in.Value<std::uint32_t>();
+    in.Note(Block::Totals, at, in.Offset());
     if (source.submeshes.runEnd > source.vertexCount)
-        in.RefuseAt(in.Offset() - 8, source.submeshes.runEnd, source.vertexCount);
+        in.RefuseAt(at, ErrorKind::Limit, source.submeshes.runEnd, source.vertexCount);
+}
+
+// Goes from the data flag to the end of the block.
+// subCount  of which the runs are noted
+void MeasureData(io::BlockReader& in, VertexSource& source, std::uint64_t frameCount, unsigned int version,
+                 std::uint32_t subCount, bool half)
+{
+    MeasureCounts(in, source);
     if (!source.hasData)
         return;
-
-    const auto take = [&in](const char* attribute, std::uint64_t count, std::uint64_t size) {
-        in.Enter(attribute);
-        return in.Take(count, size);
-    };
     using Data = vlMeshVertexData;
-    source.positions = take("positions", source.vertexCount, Data::m_v_sz);
-    source.normals = take("normals", source.vertexCount, Data::m_v_sz);
-    in.Enter("tangent flag");
-    if (version >= kTangentVersion && in.Value<std::uint16_t>() != 0)
-        source.tangents = take("tangents", frameCount * source.vertexCount, Data::m_v_sz);
-    source.indices = take("triangles", source.triangleCount, Data::m_tri_sz);
-    source.uvs = take("uvs", source.submeshes.uvs, Data::m_uv_sz);
-    source.colors = take("colours", source.submeshes.colors, Data::m_c_sz);
-    source.frames = take("morph frames", (frameCount - 1) * source.vertexCount, 2 * sizeof(Vector3));
+    source.positions = in.Take(Block::Positions, source.vertexCount, Data::m_v_sz);
+    source.normals = in.Take(Block::Normals, source.vertexCount, Data::m_v_sz);
+    if (version >= kTangentVersion && in.Value<std::uint16_t>(Block::TangentFlag) != 0)
+        source.tangents = in.Take(Block::Tangents, frameCount * source.vertexCount, Data::m_v_sz);
+    source.indices = in.Take(Block::Triangles, source.triangleCount, Data::m_tri_sz);
+    {
+        const auto scope = in.Enter(Block::Uvs);
+        source.uvs = in.Take(source.submeshes.uvs, Data::m_uv_sz);
+        if (in.IsTraced())
+            NoteUvs(in, source, subCount, half);
+    }
+    source.colors = in.Take(Block::Colors, source.submeshes.colors, Data::m_c_sz);
+    const auto scope = in.Enter(Block::MorphFrames);
+    source.frames = in.Take((frameCount - 1) * source.vertexCount, 2 * sizeof(Vector3));
+    if (in.IsTraced())
+        NoteFrames(in, source, frameCount);
 }
 
 void FillFrames(Vector3* positions, Vector3* normals, const VertexSource& source, std::uint64_t frameCount,
@@ -172,45 +214,33 @@ void FillZero(T* array, std::uint64_t count)
 void Fill(vlMeshVertexData& mesh, const VertexSource& source, bool half)
 {
     const std::uint64_t allFrames = std::uint64_t{mesh.m_frameCount} * mesh.m_vertexCount;
-    FillRecords(mesh.m_subRecords.get(), source.entries, mesh.m_subCount);
+    FillRecords(mesh.m_subRecords.data(), source.entries, mesh.m_subCount);
     if (source.hasData) {
-        FillFrames(mesh.m_positions.get(), mesh.m_normals.get(), source, mesh.m_frameCount, half);
-        io::CopyRun(mesh.m_indices.get(), source.indices, 3 * source.triangleCount);
+        FillFrames(mesh.m_positions.data(), mesh.m_normals.data(), source, mesh.m_frameCount, half);
+        io::CopyRun(mesh.m_indices.data(), source.indices, 3 * source.triangleCount);
     } else {
-        FillZero(mesh.m_positions.get(), allFrames);
-        FillZero(mesh.m_normals.get(), allFrames);
-        FillZero(mesh.m_indices.get(), 3 * source.triangleCount);
+        FillZero(mesh.m_positions.data(), allFrames);
+        FillZero(mesh.m_normals.data(), allFrames);
+        FillZero(mesh.m_indices.data(), 3 * source.triangleCount);
     }
     if (source.tangents)
-        io::CopyRun(mesh.m_tangents.get(), source.tangents, allFrames);
+        io::CopyRun(mesh.m_tangents.data(), source.tangents, allFrames);
     FillUvs(mesh, source.uvs, half);
     FillColors(mesh, source.colors);
 }
 
 }  // namespace
 
-const unsigned char* vlMeshVertexData::ReadDataNew(const unsigned char* data, unsigned int version,
-                                                   unsigned int packMode, const unsigned char* end)
-{
-    io::BlockReader in(data, end, "vertex block");
-    Read(in, version, packMode);
-    return in.Position();
-}
-
-void vlMeshVertexData::Read(io::BlockReader& in, unsigned int version, unsigned int packMode)
-{
-    const VertexSource source = MeasureVertices(in, m_subCount, m_frameCount, version);
-    BuildVertices(in, source, packMode, *this);
-}
-
 VertexSource MeasureVertices(io::BlockReader& in, std::uint32_t subCount, std::uint32_t frameCount,
-                             unsigned int version)
+                             unsigned int version, unsigned int packMode)
 {
     VertexSource source{};
-    in.Enter("submesh entries");
-    source.entries = in.Take(subCount, kEntrySize);
-    source.submeshes = Survey(in, source.entries, subCount);
-    MeasureData(in, source, std::max(frameCount, 1U), version);
+    {
+        const auto scope = in.Enter(Block::SubmeshEntries);
+        source.entries = in.Take(subCount, kEntrySize);
+        source.submeshes = Survey(in, source.entries, subCount);
+    }
+    MeasureData(in, source, std::max(frameCount, 1U), version, subCount, packMode == kHalfPackMode);
     return source;
 }
 
@@ -234,9 +264,11 @@ void BuildVertices(io::BlockReader& in, const VertexSource& source, unsigned int
     io::ArrayBlock::Slot<Point2> uvs[kMostUvSets];
     for (std::uint8_t set = 0; set < uvSetCount; ++set)
         uvs[set] = block.Plan<Point2>(vertexCount);
-    in.Enter("vertex block");
-    if (!block.Allocate(in))
-        return;
+    {
+        const auto scope = in.Enter(Block::VertexBlock);
+        if (!block.Allocate(in))
+            return;
+    }
 
     vlMeshVertexData read;
     read.m_subRecords = block.Array(records);
@@ -257,7 +289,13 @@ void BuildVertices(io::BlockReader& in, const VertexSource& source, unsigned int
         read.m_tangents = block.Array(tangents);
     read.m_maxBoneRefCount = target.m_maxBoneRefCount;
     Fill(read, source, packMode == kHalfPackMode);
-    target = read;
+    target = std::move(read);
+}
+
+void Read(io::BlockReader& in, vlMeshVertexData& mesh, unsigned int version, unsigned int packMode)
+{
+    const VertexSource source = MeasureVertices(in, mesh.m_subCount, mesh.m_frameCount, version, packMode);
+    BuildVertices(in, source, packMode, mesh);
 }
 
 std::vector<std::uint32_t> FittingSubCounts(const unsigned char* data, const unsigned char* end,
@@ -267,9 +305,9 @@ std::vector<std::uint32_t> FittingSubCounts(const unsigned char* data, const uns
     const auto size = static_cast<std::uint64_t>(end - data);
     VertexSource source{};
     for (std::uint32_t count = 0; source.submeshes.uvSetCount <= kMostUvSets; ++count) {
-        io::BlockReader in(data, end, "vertex block");
+        io::BlockReader in(data, end);
         in.Seek(count * kEntrySize);
-        MeasureData(in, source, std::max(kind.frameCount, 1U), kind.version);
+        MeasureData(in, source, std::max(kind.frameCount, 1U), kind.version, 0, false);
         if (kind.skinned)
             MeasureSkin(in, source.vertexCount, kind.version);
         if (!in.Failed() && in.Offset() == size)
@@ -279,6 +317,16 @@ std::vector<std::uint32_t> FittingSubCounts(const unsigned char* data, const uns
         source.submeshes.Add(EntryAt(data, count));
     }
     return fitting;
+}
+
+}  // namespace mesh
+
+const unsigned char* vlMeshVertexData::ReadDataNew(const unsigned char* data, unsigned int version,
+                                                   unsigned int packMode, const unsigned char* end)
+{
+    io::BlockReader in(data, end);
+    mesh::Read(in, *this, version, packMode);
+    return in.Position();
 }
 
 }  // namespace vela::vlgim

@@ -1,7 +1,9 @@
 #include <vlgim/vlMorphData.h>
 
-#include "io/BlockReader.h"
-#include "io/BlockWriter.h"
+#include "MeshBlocks.h"
+
+#include <corecommon/Log.h>
+#include <keys/KeyTimesBlock.h>
 
 namespace vela::vlgim {
 
@@ -15,41 +17,31 @@ constexpr unsigned int kNewestVersion = 0x20013;      // the single-frame word w
 
 const unsigned char* vlMorphData::ReadDataNew(const unsigned char* data, const unsigned char* end)
 {
-    io::BlockReader in(data, end, "morph data");
-    Read(in);
+    io::BlockReader in(data, end);
+    mesh::Read(in, *this);
     return in.Position();
-}
-
-void vlMorphData::Read(io::BlockReader& in)
-{
-    const auto mode = in.Value<unsigned char>();
-    const auto keyCount = in.Value<unsigned short>();
-    const auto times = in.Array<float>(keyCount);
-    if (in.Failed())
-        return;
-
-    m_times.SetKeyTimes(times.get(), keyCount);  // may throw, so it goes first
-    m_morphMode = mode;
 }
 
 const unsigned char* vlMorphData::ReadData(const unsigned char* data, unsigned int version,
                                            const unsigned char* end)
 {
-    io::BlockReader in(data, end, "morph data");
+    io::BlockReader in(data, end);
+    const auto scope = in.Enter(io::Block::MorphData);
     const auto mode = version >= kModeVersion ? in.Value<unsigned char>() : m_morphMode;
     const auto singleFrame =
         version < kNewestVersion ? in.Value<unsigned short>() : static_cast<unsigned short>(0);
     const auto keyCount = in.Value<unsigned short>();
-    const bool hasFloats = version >= kFloatTimesVersion;
-    const auto floats = in.Array<float>(hasFloats ? keyCount : 0);
-    const auto integers = in.Array<unsigned int>(hasFloats ? 0 : keyCount);
-    if (in.Failed())
+    const unsigned char* times = in.Take(keyCount, sizeof(float));
+    if (!in.Spend(keys::TimesSize(keyCount)))
         return nullptr;
 
-    if (hasFloats)
-        m_times.SetKeyTimes(floats.get(), keyCount);
-    else
-        m_times.SetKeyTimes(integers.get(), keyCount);
+    if (version >= kFloatTimesVersion) {
+        m_times = keys::TimesFrom(times, keyCount);
+    } else {
+        std::vector<unsigned int> integers(keyCount);
+        io::CopyRun(integers.data(), times, keyCount);
+        m_times.SetKeyTimes(integers.data(), keyCount);
+    }
     m_morphMode = mode;
     m_singleFrame = singleFrame;
     return in.Position();
@@ -57,17 +49,38 @@ const unsigned char* vlMorphData::ReadData(const unsigned char* data, unsigned i
 
 void vlMorphData::WriteData(std::FILE* stream) const
 {
-    io::BlockWriter out(stream);
-    Write(out);
+    if (const Error why = keys::WhyUnwritable(m_times)) {
+        LogError("morph data can't be written: %s", why.Message().c_str());
+        return;
+    }
+    vlio::StreamSink sink(stream);
+    io::BlockWriter out(sink);
+    mesh::Write(out, *this);
 }
 
-void vlMorphData::Write(io::BlockWriter& out) const
+namespace mesh {
+
+void Read(io::BlockReader& in, vlMorphData& morph)
 {
-    const unsigned short keyCount =
-        m_times.GetKeyTimes() ? m_times.GetKeyCount() : static_cast<unsigned short>(0);
-    out.Value(m_morphMode);
-    out.Value(keyCount);
-    out.Run(m_times.GetKeyTimes(), keyCount);
+    const auto scope = in.Enter(io::Block::MorphData);
+    const auto mode = in.Value<unsigned char>();
+    const auto keyCount = in.Value<unsigned short>();
+    const unsigned char* times = in.Take(io::Block::Times, keyCount, sizeof(float));
+    if (!in.Spend(keys::TimesSize(keyCount)))
+        return;
+
+    morph.m_times = keys::TimesFrom(times, keyCount);  // may throw, so it goes first
+    morph.m_morphMode = mode;
 }
+
+void Write(io::BlockWriter& out, const vlMorphData& morph)
+{
+    const unsigned short keyCount = keys::WrittenKeyCount(morph.m_times);
+    out.Value(morph.m_morphMode);
+    out.Value(keyCount);
+    out.Run(morph.m_times.GetKeyTimes(), keyCount);
+}
+
+}  // namespace mesh
 
 }  // namespace vela::vlgim

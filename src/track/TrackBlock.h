@@ -5,22 +5,29 @@
 #include <keys/TransKeysBlock.h>
 #include <vlgim/vlTrackData.h>
 
-#include <string>
-
 // Tracks as containers read and write them: many from one file.
 namespace vela::vlgim::tracks {
 
 /// Reads a block into `track`, whose m_version says how. Where `in` fails, the track is as it was.
-void Read(io::BlockReader& in, vlTrackData& track);
+/// number  of the track in its file
+void Read(io::BlockReader& in, vlTrackData& track, std::int64_t number = io::Step::kOnly);
 
 /// Passes over a block and allocates nothing.
 void Skip(io::BlockReader& in);
 
-/// Why a track can't be written, with the number of the channel; empty: it can. To be asked before a file is
-/// opened, with the `counts` of all its tracks.
-std::string WhyUnwritable(const vlTrackData& track, keys::UnsetCounts* counts = nullptr);
+/// Reads a whole track file. What fails otherwise than in the reader gives an error here.
+Error ReadFile(io::BlockReader& in, vlTrackData& track);
+
+/// Why a track can't be written. To be asked before a file is opened, with the `counts` of all its tracks.
+Error WhyUnwritable(const vlTrackData& track, keys::UnsetCounts* counts = nullptr);
+
+/// Bytes of a block in full, before any component collapses to one key.
+std::uint64_t LargestSize(const vlTrackData& track);
 
 /// Writes a block, of a track that WhyUnwritable has nothing against.
 void Write(io::BlockWriter& out, vlTrackData& track);
+
+/// Writes a whole track file.
+void WriteFile(io::BlockWriter& out, vlTrackData& track);
 
 }  // namespace vela::vlgim::tracks

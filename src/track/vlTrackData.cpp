@@ -3,22 +3,27 @@
 
 #include <corecommon/Log.h>
 #include <io/ArrayBlock.h>
+#include <io/Errors.h>
+#include <io/SaveFile.h>
 #include <keys/KeyTimesBlock.h>
 #include <keys/TransKeysBlock.h>
 #include <vlio2/FileStream.h>
 
 #include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
+#include <system_error>
 #include <utility>
 
 namespace vela::vlgim {
 
+namespace tracks {
+
 namespace {
 
-// Everything of a block ahead of the channels.
+using io::Block;
+
+// Everything of a block in front of the channels.
 struct Head {
-    std::string_view name;
+    const unsigned char* name;
     const unsigned char* options;
     std::uint16_t flags;
     unsigned short keyCount;
@@ -28,13 +33,12 @@ struct Head {
 
 Head ReadHead(io::BlockReader& in)
 {
-    in.Enter("track");
     Head head{};
-    head.name = in.Name();
+    head.name = in.Take(Block::Names, 1, Name32::kSize);
     head.options = in.Take(4, 1);
     head.flags = in.Value<std::uint16_t>();
     head.keyCount = in.Value<unsigned short>();
-    head.times = in.Take(head.keyCount, sizeof(float));
+    head.times = in.Take(Block::Times, head.keyCount, sizeof(float));
     head.channelCount = in.Value<std::uint16_t>();
     return head;
 }
@@ -44,7 +48,7 @@ template <class Visit>
 void WalkChannels(io::BlockReader& in, io::ArrayBlock& arrays, const Head& head, Visit visit)
 {
     for (unsigned i = 0; i < head.channelCount && !in.Failed(); ++i) {
-        in.Enter("channel", i);
+        const auto scope = in.Enter(Block::Channel, i);
         visit(i, keys::MeasureKeys(in, arrays, head.keyCount, 0));
     }
 }
@@ -52,25 +56,19 @@ void WalkChannels(io::BlockReader& in, io::ArrayBlock& arrays, const Head& head,
 constexpr auto kMeasureOnly = [](unsigned, const keys::MeasuredKeys&) {};
 
 // Version and header word; the magic has been looked at by whoever cares.
-std::pair<std::uint32_t, std::uint16_t> HeaderFields(io::BlockReader& in)
+std::pair<std::uint32_t, std::uint16_t> ReadHeader(io::BlockReader& in)
 {
+    const auto scope = in.Enter(Block::Header);
     in.Take(1, sizeof kTrackMagic);
-    const auto version = in.Value<std::uint32_t>();
+    const auto version = in.Value<std::uint32_t>(Block::VersionWord);
     return {version, in.Value<std::uint16_t>()};
-}
-
-// fopen would tell the same, but wait for the writer of a pipe.
-bool CanOpen(const char* path)
-{
-    return ::faccessat(AT_FDCWD, path, R_OK, AT_EACCESS) == 0;
 }
 
 }  // namespace
 
-namespace tracks {
-
-void Read(io::BlockReader& in, vlTrackData& track)
+void Read(io::BlockReader& in, vlTrackData& track, std::int64_t number)
 {
+    const auto scope = in.Enter(Block::Track, number);
     const Head head = ReadHead(in);
     io::BlockReader again = in;
     io::ArrayBlock arrays;
@@ -80,7 +78,7 @@ void Read(io::BlockReader& in, vlTrackData& track)
         return;
 
     // The second walk plans the same arrays, so that nothing has to be kept of the first.
-    const auto channels = std::make_shared_for_overwrite<vlTransKeysData[]>(head.channelCount);
+    const auto channels = Array<vlTransKeysData>::ForOverwrite(head.channelCount);
     io::ArrayBlock plan;
     WalkChannels(again, plan, head, [&](unsigned i, const keys::MeasuredKeys& block) {
         keys::FillKeys(block, arrays, channels[i]);
@@ -88,8 +86,9 @@ void Read(io::BlockReader& in, vlTrackData& track)
     track.m_times = keys::TimesFrom(head.times, head.keyCount);
     track.m_channels = channels;
     track.m_channelCount = head.channelCount;
-    std::memset(track.m_name, 0, sizeof track.m_name);
-    head.name.copy(track.m_name, sizeof track.m_name - 1);
+    Name32 name;
+    io::CopyRun(&name, head.name, 1);
+    track.m_name = Name32(name.View().substr(0, Name32::kSize - 1));
     std::memcpy(track.m_options, head.options, sizeof track.m_options);
     track.m_flags = FlagsReadAt(track.m_version, head.flags);
 }
@@ -101,62 +100,81 @@ void Skip(io::BlockReader& in)
     WalkChannels(in, none, head, kMeasureOnly);
 }
 
+Error ReadFile(io::BlockReader& in, vlTrackData& track)
+{
+    io::BlockReader magic = in;
+    const unsigned char* const start = magic.Take(1, sizeof kTrackMagic);
+    if (!start || std::memcmp(start, kTrackMagic, sizeof kTrackMagic) != 0)
+        return {ErrorKind::Magic, 0, {}, "header", 0, "a track begins with VTRK"};
+    const auto version = magic.Value<std::uint32_t>();
+    if (!magic.Failed())
+        track.m_version = version;
+    if (!magic.Failed() && (version < kOldestTrackVersion || version > kNewestTrackVersion))
+        return {ErrorKind::Version,
+                0,
+                {},
+                "header",
+                sizeof kTrackMagic,
+                "tracks of version 0x10000 and 0x10001 are read, and this is " + io::Hex(version)};
+    const std::uint16_t word = ReadHeader(in).second;
+    if (!in.Failed() && word != kTrackHeaderWord)
+        return {ErrorKind::Magic, 0, {},
+                "header",         8, "the header ends with " + std::to_string(word) + " in place of 256"};
+    vlTrackData read;
+    read.m_version = track.m_version;
+    Read(in, read, 0);
+    if (in.Failed())
+        return in.WhyRefused().AsError();
+    track = std::move(read);
+    return {};
+}
+
 }  // namespace tracks
+
+Error Load(vlTrackData& track, std::span<const unsigned char> file, const LoadOptions& options)
+{
+    io::BlockReader in(file);
+    in.LimitMemory(options.memoryLimit);
+    return tracks::ReadFile(in, track);
+}
+
+Error Load(vlTrackData& track, const char* path, const LoadOptions& options)
+{
+    vlio::Bytes bytes;
+    Error error = vlio::ReadFile(path, bytes);
+    if (!error)
+        error = Load(track, bytes, options);
+    error.file = path;
+    return error;
+}
 
 bool vlTrackData::Load(const char* path)
 {
-    vlio::Bytes bytes;
-    if (!vlio::FileStream::ReadAllBinary(path, bytes, vlio::FILE_SYSTEM_ANY) && !CanOpen(path)) {
+    const Error error = vlgim::Load(*this, path);
+    const bool isDenied = error.code == static_cast<int>(std::errc::permission_denied);
+    switch (error.kind) {
+    case ErrorKind::None:
+        return true;
+    case ErrorKind::NotFound:
         LogError("Track file %s is not found!", path);
         return false;
-    }
-    if (!IsValidTrackFile(bytes.data(), bytes.size())) {
-        LogError("Bad format in track file %s!", path);
+    case ErrorKind::Version:
+        LogError("Track file %s version too %s!", path, m_version < kOldestTrackVersion ? "old" : "new");
         return false;
+    case ErrorKind::Magic:
+    case ErrorKind::Unreadable:
+        break;
+    default:
+        LogError("track file is damaged: %s", io::WithoutFile(error).c_str());
     }
-    io::BlockReader in(bytes.data(), bytes.data() + bytes.size(), "header");
-    in.Seek(sizeof kTrackMagic);
-    const auto version = in.Value<std::uint32_t>();
-    if (!in.Failed()) {
-        m_version = version;
-        if (version < kOldestTrackVersion) {
-            LogError("Track file %s version too old!", path);
-            return false;
-        }
-        if (version > kNewestTrackVersion) {
-            LogError("Track file %s version too new!", path);
-            return false;
-        }
-    }
-    in.Seek(0);
-    if (ReadFile(in))
-        return true;
-    if (in.Failed())
-        LogError("track file is damaged: %s", Describe(in.WhyRefused()).c_str());
-    LogError("Bad format in track file %s!", path);
+    LogError(isDenied ? "Track file %s is not found!" : "Bad format in track file %s!", path);
     return false;
-}
-
-bool vlTrackData::IsValidTrackFile(const void* data, std::size_t size)
-{
-    return size >= sizeof kTrackMagic && std::memcmp(data, kTrackMagic, sizeof kTrackMagic) == 0;
-}
-
-bool vlTrackData::ReadFile(io::BlockReader& in)
-{
-    if (HeaderFields(in).second != kTrackHeaderWord)
-        return false;
-    vlTrackData read;
-    read.m_version = m_version;
-    tracks::Read(in, read);
-    *this = std::move(read);
-    return !in.Failed();
 }
 
 const unsigned char* vlTrackData::ReadHeader(const unsigned char* data, const unsigned char* end)
 {
-    io::BlockReader in(data, end, "header");
-    const auto [version, word] = HeaderFields(in);
+    io::BlockReader in(data, end);
+    const auto [version, word] = tracks::ReadHeader(in);
     if (in.Failed())
         return nullptr;
     m_version = version;
@@ -165,7 +183,7 @@ const unsigned char* vlTrackData::ReadHeader(const unsigned char* data, const un
 
 const unsigned char* vlTrackData::ReadData(const unsigned char* data, const unsigned char* end)
 {
-    io::BlockReader in(data, end, "track");
+    io::BlockReader in(data, end);
     tracks::Read(in, *this);
     return in.Position();
 }

@@ -2,30 +2,40 @@
 #include "TrackVersions.h"
 
 #include <corecommon/Log.h>
+#include <io/Errors.h>
+#include <io/SaveFile.h>
 #include <keys/KeyTimesBlock.h>
 #include <keys/TransKeysBlock.h>
-#include <vlio2/FileWriter.h>
+
+#include <algorithm>
 
 namespace vela::vlgim {
 
 namespace tracks {
 
-std::string WhyUnwritable(const vlTrackData& track, keys::UnsetCounts* counts)
+Error WhyUnwritable(const vlTrackData& track, keys::UnsetCounts* counts)
 {
-    if (!track.m_channels && track.m_channelCount != 0)
-        return "no array holds its channels";
+    if (Error why = keys::WhyUnwritable(track.m_times))
+        return why;
+    if (Error why = io::WhyShort(track.m_channels, track.m_channelCount, "channels"))
+        return why;
     const unsigned short keyCount = keys::WrittenKeyCount(track.m_times);
     for (unsigned i = 0; i < track.m_channelCount; ++i)
-        if (const std::string reason = keys::WhyUnwritable(track.m_channels[i], keyCount, counts);
-            !reason.empty())
-            return "channel " + std::to_string(i) + ": " + reason;
+        if (Error why = keys::WhyUnwritable(track.m_channels[i], keyCount, counts))
+            return io::Inside("channel " + std::to_string(i), std::move(why));
     return {};
+}
+
+std::uint64_t LargestSize(const vlTrackData& track)
+{
+    const std::uint64_t keys = track.GetKeyCount();
+    return 42 + 4 * keys + std::uint64_t{track.m_channelCount} * (4 + 40 * std::max<std::uint64_t>(keys, 1));
 }
 
 void Write(io::BlockWriter& out, vlTrackData& track)
 {
     const unsigned short keyCount = keys::WrittenKeyCount(track.m_times);
-    out.Run(track.m_name, sizeof track.m_name);
+    out.Run(&track.m_name, 1);
     out.Run(track.m_options, sizeof track.m_options);
     out.Value(track.m_flags);
     out.Value(keyCount);
@@ -39,45 +49,49 @@ void Write(io::BlockWriter& out, vlTrackData& track)
     }
 }
 
-}  // namespace tracks
-
-void vlTrackData::Save(const char* path)
-{
-    if (const std::string reason = tracks::WhyUnwritable(*this); !reason.empty()) {
-        LogError("track file %s can't be written: %s", path, reason.c_str());
-        return;
-    }
-    vlio::FileWriter file;
-    std::FILE* stream = file.Open(path);
-    if (!stream) {
-        LogError("unable to open %s", path);
-        return;
-    }
-    WriteFile(stream);
-    file.Commit();  // says itself what went wrong
-}
-
-void vlTrackData::WriteFile(std::FILE* stream)
-{
-    io::BlockWriter out(stream);
-    WriteHeader(out);
-    tracks::Write(out, *this);
-}
-
-void vlTrackData::WriteHeader(io::BlockWriter& out)
+void WriteFile(io::BlockWriter& out, vlTrackData& track)
 {
     out.Run(kTrackMagic, sizeof kTrackMagic);
     out.Value(kNewestTrackVersion);
     out.Value(kTrackHeaderWord);
+    Write(out, track);
+}
+
+}  // namespace tracks
+
+Error WhyUnwritable(const vlTrackData& track)
+{
+    return tracks::WhyUnwritable(track);
+}
+
+Error Save(vlTrackData& track, const char* path, std::vector<Error>* warnings)
+{
+    if (Error why = WhyUnwritable(track)) {
+        why.file = path;
+        return why;
+    }
+    return io::SaveFile(path, warnings, [&track](vlio::Sink& sink) {
+        io::BlockWriter out(sink);
+        tracks::WriteFile(out, track);
+        return Error();
+    });
+}
+
+void vlTrackData::Save(const char* path)
+{
+    std::vector<Error> warnings;
+    io::LogFailure(vlgim::Save(*this, path, &warnings), "track file");
+    io::LogWarnings(warnings, "track file");
 }
 
 void vlTrackData::WriteData(std::FILE* stream)
 {
-    if (const std::string reason = tracks::WhyUnwritable(*this); !reason.empty()) {
-        LogError("track can't be written: %s", reason.c_str());
+    if (const Error why = tracks::WhyUnwritable(*this)) {
+        LogError("track can't be written: %s", why.Message().c_str());
         return;
     }
-    io::BlockWriter out(stream);
+    vlio::StreamSink sink(stream);
+    io::BlockWriter out(sink);
     tracks::Write(out, *this);
 }
 

@@ -1,5 +1,6 @@
 #include "ModelFolder.h"
 
+#include <anim/AnimFile.h>
 #include <corecommon/Log.h>
 #include <vlgim/GimData.h>
 #include <vlgim/GisData.h>
@@ -306,7 +307,11 @@ TEST_F(FaultTest, EveryByteOfAStreamFails)
     const std::function<void(std::FILE*)> writers[] = {
         [&](std::FILE* stream) { EXPECT_EQ(gim.m_mesh.WriteMeshFile(stream), 0); },
         [&](std::FILE* stream) {
-            EXPECT_EQ(gis.m_anim.WriteAnimationFile(stream, [stream](const char*) { return stream; }), 0);
+            vlio::StreamSink all(stream);
+            EXPECT_FALSE(anim::WriteFile(all, gis.m_anim, [&](const std::string&, vlio::Sink*& sink) {
+                sink = &all;
+                return Error();
+            }));
         },
         [&](std::FILE* stream) { track.WriteData(stream); },
     };

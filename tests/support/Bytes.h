@@ -1,9 +1,12 @@
 #pragma once
 
+#include <vlio2/Sink.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -89,21 +92,46 @@ void ForEachByteChange(const Bytes& whole, Read read)
             read(With(whole, at, {static_cast<unsigned char>(lie)}));
 }
 
-/// What write(stream), or else the WriteData of an object, leaves in an empty file.
+/// A file in memory.
+class MemorySink final : public vlio::Sink {
+public:
+    void Write(const void* bytes, std::size_t size) override
+    {
+        const auto* raw = static_cast<const unsigned char*>(bytes);
+        content.insert(content.end(), raw, raw + size);
+        pieces.push_back(size);
+    }
+
+    void Patch(std::uint64_t position, std::uint32_t value) override
+    {
+        std::memcpy(content.data() + position, &value, sizeof value);
+    }
+
+    Bytes content;
+    std::vector<std::size_t> pieces;  ///< the size of each Write
+};
+
+/// What write(sink), write(stream), or else the WriteData of an object, leaves in an empty file.
 template <class Write>
 Bytes Written(Write&& write)
 {
-    std::FILE* stream = std::tmpfile();
-    if constexpr (std::is_invocable_v<Write&, std::FILE*>)
-        write(stream);
-    else
-        write.WriteData(stream);
-    std::fseek(stream, 0, SEEK_END);
-    Bytes bytes(static_cast<std::size_t>(std::ftell(stream)));
-    std::rewind(stream);
-    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), stream));
-    std::fclose(stream);
-    return bytes;
+    if constexpr (std::is_invocable_v<Write&, vlio::Sink&>) {
+        MemorySink sink;
+        write(static_cast<vlio::Sink&>(sink));
+        return sink.content;
+    } else {
+        std::FILE* stream = std::tmpfile();
+        if constexpr (std::is_invocable_v<Write&, std::FILE*>)
+            write(stream);
+        else
+            write.WriteData(stream);
+        std::fseek(stream, 0, SEEK_END);
+        Bytes bytes(static_cast<std::size_t>(std::ftell(stream)));
+        std::rewind(stream);
+        bytes.resize(std::fread(bytes.data(), 1, bytes.size(), stream));
+        std::fclose(stream);
+        return bytes;
+    }
 }
 
 }  // namespace vela::vlgim::test

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "batch/Interrupt.h"
+#include <platform/Interrupt.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -22,7 +22,7 @@ public:
     explicit InOrder(unsigned jobs) : m_jobs(jobs), m_waiting(std::size_t{jobs} * kAheadPerJob) {}
 
     /// Calls work(i) for each i below count, on the threads, and take(i, result) on the calling one, in ascending order
-    /// of i. Once Interruptible has noted a signal, no further work is begun; what was begun is finished and taken.
+    /// of i. Once the program is interrupted, no further work is begun; what was begun is finished and taken.
     /// work  does not throw; after an exception of take or idle what was begun is finished and dropped
     /// idle  called about ten times a second while there is nothing to take
     template <class Work, class Take, class Idle>
@@ -33,11 +33,11 @@ public:
         m_isAbandoned = false;
         std::vector<std::jthread> threads;
         const Abandon abandon{*this};  // ahead of the end of the threads, which wait for it
-        {
-            const NoSignals noSignals;
-            for (unsigned job = 0; job < m_jobs && job < count; ++job)
-                threads.emplace_back([&] { RunWorker(work); });
-        }
+        for (unsigned job = 0; job < m_jobs && job < count; ++job)
+            threads.emplace_back([&] {
+                platform::ShieldThread();
+                RunWorker(work);
+            });
         std::unique_lock lock(m_mutex);
         while (m_taken < m_begun || (m_taken < m_count && !IsStopped())) {
             std::optional<Result>& slot = Slot(m_taken);
@@ -67,7 +67,7 @@ private:
         }
     };
 
-    bool IsStopped() const { return m_isAbandoned || Interruptible::Signal() != 0; }
+    bool IsStopped() const { return m_isAbandoned || platform::IsInterrupted(); }
 
     std::optional<Result>& Slot(std::size_t index) { return m_waiting[index % m_waiting.size()]; }
 

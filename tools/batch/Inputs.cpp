@@ -1,15 +1,14 @@
 #include "batch/Inputs.h"
 
 #include <basekit/StringAlgo.h>
+#include <platform/Files.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <fcntl.h>
 #include <filesystem>
 #include <iostream>
 #include <system_error>
-#include <unistd.h>
 
 namespace vela::vlgim::tools {
 
@@ -28,12 +27,11 @@ FileKind KindOf(const std::string& path)
     if (const FileKind kind = KindByName(path); kind != FileKind::Unknown)
         return kind;
     std::array<unsigned char, 4> start{};
-    const int file = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file < 0)
-        return FileKind::Unknown;
-    const ssize_t size = ::read(file, start.data(), start.size());
-    ::close(file);
-    return KindOfFile(path, start.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+    std::size_t size = 0;
+    platform::File file;
+    if (file.OpenToRead(path.c_str()) == 0)
+        file.Read(start.data(), start.size(), size);
+    return KindOfFile(path, start.data(), size);
 }
 
 bool HasAnimationName(const std::string& path)

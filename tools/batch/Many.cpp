@@ -8,16 +8,6 @@
 
 namespace vela::vlgim::tools {
 
-namespace {
-
-void EndBy(int number)
-{
-    ::signal(number, SIG_DFL);
-    ::raise(number);
-}
-
-}  // namespace
-
 unsigned DefaultJobs()
 {
     return std::max(1U, std::thread::hardware_concurrency());
@@ -31,23 +21,22 @@ void AddJobs(CLI::App& command, unsigned& jobs)
 
 void EndIfReaderIsGone()
 {
-    if (Interruptible::Signal() == SIGPIPE)
-        EndBy(SIGPIPE);
+    if (platform::IsReaderGone())
+        platform::EndInterrupted();
 }
 
 void EndIfInterrupted()
 {
-    const int number = Interruptible::Signal();
-    if (number == 0)
+    if (!platform::IsInterrupted())
         return;
     std::fflush(stdout);
     std::fprintf(stderr, "vlgim: interrupted\n");
-    EndBy(number);
+    platform::EndInterrupted();
 }
 
 void RequireOutput()
 {
-    if (std::ferror(stdout) && Interruptible::Signal() == 0)
+    if (std::ferror(stdout) && !platform::IsInterrupted())
         throw std::runtime_error("the output can't be written");
 }
 

@@ -32,7 +32,7 @@ public:
         const auto begin = std::chrono::steady_clock::now();
         Inputs inputs =
             FindInputs(m_options.paths, [this](std::size_t files) { m_all.Status().Found(files); });
-        const Interruptible interruptible;
+        const platform::Interruptible interruptible;
         std::vector<Input> leaders, followers;
         for (Input& input : inputs.files)
             (input.role == Role::Leader ? leaders : followers).push_back(std::move(input));
@@ -81,7 +81,7 @@ private:
     void PrintSummary(double seconds) const
     {
         if (m_options.format.isJson)
-            PrintJson(m_summary, Interruptible::Signal() != 0);
+            PrintJson(m_summary, platform::IsInterrupted());
         else
             PrintText(m_summary, seconds);
     }

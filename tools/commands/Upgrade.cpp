@@ -82,12 +82,12 @@ public:
         const Inputs inputs =
             FindInputs(m_options.paths, [&finding](std::size_t files) { finding.Found(files); });
         finding.Erase();
-        const Interruptible interruptible;
+        const platform::Interruptible interruptible;
         UpgradePlan plan(inputs.roots);
         // Manifests first, which tell the submeshes of the meshes.
         for (const Role role : {Role::Leader, Role::Follower})
             Plan(inputs, role, plan);
-        if (Interruptible::Signal() == 0)
+        if (!platform::IsInterrupted())
             UpgradeAll(plan);
         EndIfReaderIsGone();
         PrintSummary();

@@ -35,10 +35,10 @@ void BuildMesh(vlMeshVertexData& mesh)
 vlTrackData Track(const char* name, unsigned short keyCount, unsigned length)
 {
     vlTrackData track;
-    SetName(track.m_name, name);
+    track.m_name = Name32(name);
     track.m_times.SetKeyTimes(keyCount, length);
     track.m_channelCount = 1;
-    track.m_channels = std::make_shared<vlTransKeysData[]>(1);
+    track.m_channels = Array<vlTransKeysData>(1);
     return track;
 }
 
@@ -80,7 +80,7 @@ void BuildHouse(GimData& model)
     mesh.m_vertexData = std::make_shared<vlMeshVertexData>();
     BuildMesh(*mesh.m_vertexData);
     mesh.m_hasTracks = 1;
-    mesh.m_tracks = std::make_shared<vlTrackData[]>(std::size(kSubmeshes));
+    mesh.m_tracks = Array<vlTrackData>(std::size(kSubmeshes));
     mesh.m_tracks[0] = StillTrack(kSubmeshes[0]);
     mesh.m_tracks[1] = StillTrack(kSubmeshes[1]);
     mesh.m_tracks[2] = SwingTrack(kSubmeshes[2]);

@@ -24,9 +24,9 @@ vlTransKeysData Angles()
     channel.m_rotKeyed = 1;
     channel.m_rotOrder = EULER_XYZ;
     channel.m_keyCount = kKeys;
-    channel.m_pos = std::make_shared<float[]>(3);
-    channel.m_rot = std::make_shared<float[]>(std::size_t{kKeys} * 3);
-    channel.m_scale = std::make_shared<float[]>(3, 1.0F);
+    channel.m_pos = Array<float>(3);
+    channel.m_rot = Array<float>(std::size_t{kKeys} * 3);
+    channel.m_scale = Array<float>(3, 1.0F);
     float* angles = channel.m_rot.get();
     for (int key = 0; key < kKeys; ++key) {
         const float phase = static_cast<float>(key) * (2 * std::numbers::pi_v<float> / kKeys);
@@ -48,7 +48,7 @@ vlTransKeysData Quaternions(const vlTransKeysData& angles)
 {
     vlTransKeysData channel = angles;
     channel.m_rotOrder = 0;
-    channel.m_rot = std::make_shared<float[]>(std::size_t{kKeys} * 4);
+    channel.m_rot = Array<float>(std::size_t{kKeys} * 4);
     for (unsigned short key = 0; key < kKeys; ++key) {
         const Rotation q = RotationAt(angles, key);
         const float components[] = {q.x, q.y, q.z, q.w};

@@ -80,22 +80,22 @@ void MeshBuilder::AddFrame(const MeshBuilder& frame)
 
 void MeshBuilder::Fill(vlMeshVertexData& mesh) const
 {
-    mesh.m_subRecords = Shared(m_records);
+    mesh.m_subRecords = m_records;
     mesh.m_subCount = static_cast<std::uint32_t>(m_records.size());
     mesh.m_vertexCount = static_cast<std::uint32_t>(m_colors.size());
     mesh.m_frameCount = static_cast<std::uint32_t>(m_positions.size() / m_colors.size());
     mesh.m_triangleCount = static_cast<std::uint32_t>(m_indices.size() / 3);
     mesh.m_colorSetCount = 1;
     mesh.m_hasTangents = 1;
-    mesh.m_positions = Shared(m_positions);
-    mesh.m_normals = Shared(m_normals);
-    mesh.m_tangents = Shared(m_tangents);
-    mesh.m_indices = Shared(m_indices);
+    mesh.m_positions = m_positions;
+    mesh.m_normals = m_normals;
+    mesh.m_tangents = m_tangents;
+    mesh.m_indices = m_indices;
     for (const SubmeshRecord& record : m_records)
         mesh.m_uvSetCount = std::max(mesh.m_uvSetCount, record.uvSetCount);
     for (std::uint8_t set = 0; set < mesh.m_uvSetCount; ++set)
-        mesh.m_uvSets[set] = Shared(m_uvs[set]);
-    mesh.m_colors = Shared(m_colors);
+        mesh.m_uvSets[set] = m_uvs[set];
+    mesh.m_colors = m_colors;
 }
 
 }  // namespace vela::vlgim::tools

@@ -2,11 +2,9 @@
 
 #include <vlgim/vlMeshVertexData.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <memory>
 #include <vector>
 
 namespace vela::vlgim::tools {
@@ -22,15 +20,6 @@ inline Vector3 operator+(Vector3 a, Vector3 b)
 inline Vector3 operator-(Vector3 a, Vector3 b)
 {
     return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-
-/// A copy of the values in an array of its own.
-template <class T>
-std::shared_ptr<T[]> Shared(const std::vector<T>& values)
-{
-    auto array = std::make_shared<T[]>(values.size());
-    std::copy(values.begin(), values.end(), array.get());
-    return array;
 }
 
 /// Collects the flat faces of a mesh, submesh by submesh; metres, y upwards.

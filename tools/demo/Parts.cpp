@@ -1,14 +1,8 @@
 #include "demo/Parts.h"
 
-#include <cstring>
 #include <string>
 
 namespace vela::vlgim::tools {
-
-void SetName(char (&field)[32], const char* name)
-{
-    std::strncpy(field, name, sizeof field - 1);
-}
 
 vlTransKeysData RestingChannel(unsigned short keyCount, bool posKeyed, bool rotKeyed)
 {
@@ -17,11 +11,11 @@ vlTransKeysData RestingChannel(unsigned short keyCount, bool posKeyed, bool rotK
     channel.m_keyCount = keyCount;
     channel.m_posKeyed = posKeyed;
     channel.m_rotKeyed = rotKeyed;
-    channel.m_pos = std::make_shared<float[]>(posKeyed ? std::size_t{keyCount} * 3 : 3);
-    channel.m_rot = std::make_shared<float[]>(rotations * 4);
+    channel.m_pos = Array<float>(posKeyed ? std::size_t{keyCount} * 3 : 3);
+    channel.m_rot = Array<float>(rotations * 4);
     for (std::size_t i = 0; i < rotations; ++i)
         channel.m_rot.get()[i * 4 + 3] = 1;
-    channel.m_scale = std::make_shared<float[]>(3, 1.0F);
+    channel.m_scale = Array<float>(3, 1.0F);
     return channel;
 }
 

@@ -10,9 +10,6 @@
 // Pieces that the demo's models have in common.
 namespace vela::vlgim::tools {
 
-/// Fills a name field with text of at most 31 bytes; the field is zeros so far.
-void SetName(char (&field)[32], const char* name);
-
 /// A channel of keyCount keys at rest: position 0, no rotation as a quaternion, scale 1; keyed ones once a key.
 vlTransKeysData RestingChannel(unsigned short keyCount, bool posKeyed, bool rotKeyed);
 

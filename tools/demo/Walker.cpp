@@ -44,14 +44,14 @@ vlTransKeysData Channel(const Bone& bone, unsigned short keyCount, float swing)
 std::shared_ptr<vlClipData> NewClip(const char* name, unsigned char layout, unsigned char form)
 {
     auto clip = std::make_shared<vlClipData>();
-    SetName(clip->m_name, name);
+    clip->m_name = Name32(name);
     clip->m_boneCount = kBoneCount;
-    clip->m_boneNames = std::make_shared<char[][32]>(kBoneCount);
-    clip->m_keys = std::make_shared<vlTransKeysData[]>(kBoneCount);
+    clip->m_boneNames = Array<Name32>(kBoneCount);
+    clip->m_keys = Array<vlTransKeysData>(kBoneCount);
     clip->m_keyLayout = layout;
     clip->m_compressFlags = form;
     for (std::uint16_t i = 0; i < kBoneCount; ++i) {
-        SetName(clip->m_boneNames[i], kBones[i].name);
+        clip->m_boneNames[i] = Name32(kBones[i].name);
         clip->m_boneNameIds[i] = NameIDMurmur3(kBones[i].name);
     }
     return clip;
@@ -78,7 +78,7 @@ std::shared_ptr<vlClipData> WaveClip()
         const bool waves = std::strstr(kBones[i].name, "arm_r") != nullptr;
         const unsigned short keyCount = waves ? 24 : 1;
         clip->m_boneKeyCounts[i] = keyCount;
-        clip->m_boneKeyTimes[i] = std::make_shared<float[]>(keyCount);
+        clip->m_boneKeyTimes[i] = Array<float>(keyCount);
         for (unsigned short key = 0; key < keyCount; ++key)
             clip->m_boneKeyTimes[i][key] = static_cast<float>(key) * 1.5F;
         clip->m_keys[i] = Channel(kBones[i], keyCount, waves ? 1.2F : 0.0F);
@@ -100,11 +100,11 @@ void BuildWalker(GisData& skeleton)
     vlAnimData& anim = skeleton.m_anim;
     anim.m_version = 0x60001;
     anim.m_boneCount = kBoneCount;
-    anim.m_boneNames = std::make_shared<char[][32]>(kBoneCount);
-    anim.m_boneTrans = std::make_shared<vlTransInfo[]>(kBoneCount);
+    anim.m_boneNames = Array<Name32>(kBoneCount);
+    anim.m_boneTrans = Array<vlTransInfo>(kBoneCount);
     for (std::uint16_t i = 0; i < kBoneCount; ++i) {
         const Bone& bone = kBones[i];
-        SetName(anim.m_boneNames[i], bone.name);
+        anim.m_boneNames[i] = Name32(bone.name);
         anim.m_boneNameIds[i] = NameIDMurmur3(bone.name);
         anim.m_boneTrans[i] = {bone.position, {0, 0, 0, 1}, {1, 1, 1}};
     }

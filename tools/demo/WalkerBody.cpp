@@ -80,8 +80,8 @@ void BuildVertices(vlMeshVertexData& mesh)
 void BuildSkin(vlMeshSkelVertexData& mesh)
 {
     const std::size_t slots = std::size_t{kSlots} * mesh.m_vertexCount;
-    mesh.m_boneIndices = Shared(std::vector<std::uint16_t>(slots, kNoBone));
-    mesh.m_boneWeights = Shared(std::vector<float>(slots, 0.0F));
+    mesh.m_boneIndices = Array<std::uint16_t>(slots, kNoBone);
+    mesh.m_boneWeights = Array<float>(slots);
     mesh.m_usedBoneBits = static_cast<std::uint32_t>(WalkerBones().size());
     const std::size_t perLimb = mesh.m_vertexCount / std::size(kLimbs);
     for (std::size_t v = 0; v < mesh.m_vertexCount; ++v) {
@@ -122,13 +122,13 @@ void BuildBones(vlMeshData& mesh, const vlMeshSkelVertexData& skin)
 {
     const auto bones = WalkerBones();
     mesh.m_boneCount = static_cast<std::uint16_t>(bones.size());
-    mesh.m_boneNames = std::make_shared<char[][32]>(bones.size());
-    mesh.m_boneBounds = std::make_shared<BoundingInfo[]>(bones.size());
-    mesh.m_boneMatrices = std::make_shared<geomath::_Matrix<float>[]>(bones.size());
+    mesh.m_boneNames = Array<Name32>(bones.size());
+    mesh.m_boneBounds = Array<BoundingInfo>(bones.size());
+    mesh.m_boneMatrices = Array<geomath::_Matrix<float>>(bones.size());
     for (std::uint16_t i = 0; i < mesh.m_boneCount; ++i) {
         const Vector3 origin = Origin(i);
         mesh.m_boneParents.push_back(static_cast<std::uint16_t>(bones[i].parent));  // -1 is 0xFFFF
-        SetName(mesh.m_boneNames[i], bones[i].name);
+        mesh.m_boneNames[i] = Name32(bones[i].name);
         mesh.m_boneNameIds.push_back(NameIDMurmur3(bones[i].name));
         mesh.m_boneBounds[i] = Bounds(skin, i);
         mesh.m_boneMatrices[i] = {
@@ -167,11 +167,11 @@ std::shared_ptr<vlOriginalData> Welded(const vlMeshSkelVertexData& mesh)
     original->m_origVertexCount = static_cast<std::uint32_t>(corners.size());
     original->m_origIndexCount = static_cast<std::uint32_t>(indices.size());
     original->m_origExtraCount = static_cast<std::uint32_t>(cornerOf.size());
-    original->m_origPositions = Shared(corners);
-    original->m_origIndices = Shared(indices);
-    original->m_origExtra = Shared(cornerOf);
-    original->m_origBones = Shared(bones);
-    original->m_origWeights = Shared(weights);
+    original->m_origPositions = corners;
+    original->m_origIndices = indices;
+    original->m_origExtra = cornerOf;
+    original->m_origBones = bones;
+    original->m_origWeights = weights;
     return original;
 }
 

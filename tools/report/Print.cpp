@@ -104,9 +104,4 @@ std::string Shown(std::string_view text)
     return shown;
 }
 
-std::string Shown(const char (&field)[32])
-{
-    return Shown(std::string_view(field, strnlen(field, sizeof field)));
-}
-
 }  // namespace vela::vlgim::tools

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vlgim/Export.h>
+
 #include <cstdint>
 #include <span>
 #include <string>
@@ -8,7 +10,7 @@
 namespace vela::vlgim::tools {
 
 /// Prints one line of an account: a label and a printf-style value, aligned.
-void Row(const char* label, const char* format, ...) __attribute__((format(printf, 2, 3)));
+void Row(const char* label, const char* format, ...) VLGIM_PRINTF(2, 3);
 
 /// 327684 as "0x50004".
 std::string Hex(std::uint32_t number);
@@ -26,8 +28,5 @@ std::string Counted(std::uint64_t number, const char* one, const char* many);
 /// control character (C0, DEL, C1), and each byte that is no UTF-8, as \xHH. A backslash stays one, so that the text
 /// can't be turned back for certain.
 std::string Shown(std::string_view text);
-
-/// The same for a name field, NUL-terminated or full.
-std::string Shown(const char (&field)[32]);
 
 }  // namespace vela::vlgim::tools

@@ -1,15 +1,16 @@
 #include "report/Terminal.h"
 
+#include <platform/Console.h>
+
 #include <cstdlib>
 #include <string_view>
-#include <unistd.h>
 
 namespace vela::vlgim::tools {
 
 bool CanRewrite(std::FILE* stream)
 {
     const char* kind = std::getenv("TERM");
-    return ::isatty(::fileno(stream)) == 1 && kind && std::string_view(kind) != "dumb";
+    return platform::IsTerminal(stream) && kind && std::string_view(kind) != "dumb";
 }
 
 bool CanColor(std::FILE* stream)

@@ -1,11 +1,15 @@
-#include "batch/Interrupt.h"
+#include <platform/Interrupt.h>
 
 #include <atomic>
+#include <csignal>
 #include <iterator>
 
-namespace vela::vlgim::tools {
+namespace platform {
 
 namespace {
+
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+struct sigaction before[std::size(kSignals)];
 
 std::atomic<int> first{0};
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may use nothing else");
@@ -26,8 +30,8 @@ Interruptible::Interruptible()
     // A write to stdout that is cut short would lose what it was about to print.
     note.sa_flags = SA_RESTART;
     for (std::size_t i = 0; i < std::size(kSignals); ++i) {
-        ::sigaction(kSignals[i], nullptr, &m_old[i]);
-        if (m_old[i].sa_handler != SIG_IGN)
+        ::sigaction(kSignals[i], nullptr, &before[i]);
+        if (before[i].sa_handler != SIG_IGN)
             ::sigaction(kSignals[i], &note, nullptr);
     }
 }
@@ -35,26 +39,32 @@ Interruptible::Interruptible()
 Interruptible::~Interruptible()
 {
     for (std::size_t i = 0; i < std::size(kSignals); ++i)
-        ::sigaction(kSignals[i], &m_old[i], nullptr);
+        ::sigaction(kSignals[i], &before[i], nullptr);
 }
 
-int Interruptible::Signal()
+bool IsInterrupted()
 {
-    return first;
+    return first != 0;
 }
 
-NoSignals::NoSignals()
+bool IsReaderGone()
+{
+    return first == SIGPIPE;
+}
+
+void EndInterrupted()
+{
+    ::signal(first, SIG_DFL);
+    ::raise(first);
+}
+
+void ShieldThread()
 {
     sigset_t all;
     ::sigfillset(&all);
     for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
         ::sigdelset(&all, fault);
-    ::pthread_sigmask(SIG_SETMASK, &all, &m_old);
+    ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
 }
 
-NoSignals::~NoSignals()
-{
-    ::pthread_sigmask(SIG_SETMASK, &m_old, nullptr);
-}
-
-}  // namespace vela::vlgim::tools
+}  // namespace platform

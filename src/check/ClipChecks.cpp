@@ -1,0 +1,96 @@
+#include "ClipChecks.h"
+
+#include <anim/AnimVersions.h>
+#include <basekit/StringAlgo.h>
+#include <nameid/NameID.h>
+
+#include <algorithm>
+
+namespace vela::vlgim::check {
+
+namespace {
+
+// Bones of clips are found in a skeleton by the hash of their names, in their own case.
+void CheckClipBones(const File& file, std::size_t info, const vlAnimData& skeleton, const vlClipData& clip)
+{
+    const std::int32_t* const ids = skeleton.m_boneNameIds;
+    const std::int32_t* const end = ids + skeleton.m_boneCount;
+    const std::uint64_t names = file.places.Offset(file.places.FindIn(info, Block::BoneNames));
+    for (std::uint16_t i = 0; skeleton.m_boneCount != 0 && i < clip.m_boneCount; ++i) {
+        if (std::find(ids, end, clip.m_boneNameIds[i]) != end)
+            continue;
+        const std::string name(clip.m_boneNames[i].View());
+        std::string lower = name;
+        kit::StringAlgo::ToLower(lower.data());
+        const bool isCase = std::find(ids, end, NameIDMurmur3(lower)) != end;
+        file.Add(Code::ClipBone, info, names + sizeof(Name32) * i,
+                 "bone " + name +
+                     (isCase
+                          ? " is in the skeleton as " + lower + ", and names of a skeleton are in lower case"
+                          : " is not in the skeleton"));
+    }
+}
+
+// Whether a record of base info differs in nothing but the ends of its names.
+bool DiffersInNameEnds(ByteSpan old, ByteSpan now)
+{
+    std::vector<unsigned char> ended(old.begin(), old.end());
+    ended[sizeof(Name32) - 1] = ended[2 * sizeof(Name32) - 1] = 0;
+    return std::equal(ended.begin(), ended.end(), now.begin(), now.end());
+}
+
+}  // namespace
+
+void CheckClip(const File& file, std::size_t block, const vlAnimData& skeleton, const vlClipData& clip)
+{
+    const std::size_t info = file.places.FindIn(block, Block::ClipInfo);
+    CheckClipBones(file, info, skeleton, clip);
+    if (clip.m_keyLayout != KEY_LAYOUT_SHARED && clip.m_keyLayout != KEY_LAYOUT_PER_BONE)
+        return file.Add(Code::ClipLayout, info, file.places.Offset(file.places.FindIn(info, Block::Layout)),
+                        "the layout of the key times is " + std::to_string(clip.m_keyLayout) +
+                            ", and 0 (shared) and 1 (per bone) are known");
+    std::uint16_t bone = 0;
+    file.places.ForEachIn(block, [&](std::size_t inner) {
+        if (file.places.BlockAt(inner) == Block::KeyTimes)
+            CheckTimes(file, inner, clip.m_keyTimes->GetKeyTimes(), clip.m_keyTimes->GetKeyCount());
+        if (file.places.BlockAt(inner) != Block::Bone)
+            return;
+        if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE)
+            CheckTimes(file, inner, clip.m_boneKeyTimes[bone].data(), clip.m_boneKeyCounts[bone]);
+        CheckChannel(file, inner, clip.m_keys[bone++]);
+    });
+}
+
+void CheckPivotTracks(const File& file)
+{
+    for (std::size_t i = file.places.Find(Block::PivotTrack); i != Places::kNone;
+         i = file.places.Find(Block::PivotTrack, i + 1))
+        if (file.places.Size(i) > 1)
+            file.Add(Code::SaveDropsPivotTrack, i, "the pivot track is neither read nor kept");
+}
+
+void ReportChangedClip(const Change& change)
+{
+    const Block block = change.Of();
+    if (block == Block::Bone)
+        ReportChangedKeys(change);
+    else if (block == Block::ClipInfo ||
+             (block == Block::BaseInfo && DiffersInNameEnds(change.Old(), change.New())))
+        change.Add(Code::SaveEndsNames, "a save cuts a name of the clip at 31 bytes");
+    else if (block == Block::BaseInfo)
+        change.Add(Code::SaveBaseInfo, "the record of the clip differs from the clip in its side file");
+    else if (block == Block::SideFiles)
+        change.Add(Code::SaveHeader, "a save writes 1108 as the size of a record");
+}
+
+bool ClipNames::Add(FileReport* report, const Where& where, const vlClipData& clip, std::size_t number)
+{
+    const auto [other, isNew] = m_first.emplace(clip.m_name.View(), number);
+    if (!isNew && report)
+        report->Add(Code::ClipName, where,
+                    "clips " + std::to_string(other->second) + " and " + std::to_string(number) +
+                        " are both named " + other->first);
+    return isNew;
+}
+
+}  // namespace vela::vlgim::check

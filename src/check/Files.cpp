@@ -1,0 +1,94 @@
+#include "Check.h"
+
+#include <basekit/StringAlgo.h>
+
+#include <filesystem>
+#include <system_error>
+
+// Files that belong to others, and those that are not there.
+namespace vela::vlgim::check {
+
+namespace {
+
+bool EqualsIgnoringCase(std::string a, std::string b)
+{
+    kit::StringAlgo::ToLower(a.data());
+    kit::StringAlgo::ToLower(b.data());
+    return a == b;
+}
+
+// The name in a folder that is spelled as `name` but for upper and lower case; empty where there is none, or not among the
+// first so many: each of the models in a large folder may miss a file.
+std::string InFolderIgnoringCase(const std::filesystem::path& folder, const std::string& name)
+{
+    constexpr int kMostEntries = 4096;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder, error);
+    for (int i = 0; !error && i < kMostEntries && entry != std::filesystem::directory_iterator(); ++i) {
+        std::string found = entry->path().filename().string();
+        if (EqualsIgnoringCase(found, name))
+            return found;
+        entry.increment(error);
+    }
+    return {};
+}
+
+// The path of an existing file that is spelled as `path` but for upper and lower case; empty where there is none.
+std::string FindIgnoringCase(const std::filesystem::path& path)
+{
+    std::filesystem::path found;
+    std::error_code error;
+    for (const std::filesystem::path& component : path) {
+        if (std::filesystem::exists(found / component, error)) {
+            found /= component;
+            continue;
+        }
+        const std::string name = InFolderIgnoringCase(found.empty() ? "." : found, component.string());
+        if (name.empty())
+            return {};
+        found /= name;
+    }
+    return found.string();
+}
+
+std::uint64_t SizeOf(const std::string& path)
+{
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    return error ? 0 : size;
+}
+
+}  // namespace
+
+void ReportMissing(FileReport& by, const Where& where, const std::string& path)
+{
+    if (!by.Keeps(Code::MissingFile))
+        return by.Add(Code::MissingFile, where, "");
+    const std::string other = FindIgnoringCase(path);
+    by.Add(Code::MissingFile, where,
+           path + " is not there" +
+               (other.empty() ? "" : "; there is " + other + ", which differs in upper and lower case"));
+}
+
+FileReport* ReadFile(Session& session, const std::string& path, vlio::Bytes& image, FileReport* by,
+                     const Where& where)
+{
+    const bool exists = vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY);
+    if (!exists && by)
+        ReportMissing(*by, where, path);
+    if (!exists)
+        return nullptr;
+    if (SizeOf(path) > session.Options().memoryLimit) {
+        session.BeginUnread(path).Add(Code::MemoryLimit, {},
+                                      "the file is larger than a check may take memory");
+        return nullptr;
+    }
+    if (Error error = vlio::ReadFile(path.c_str(), image)) {
+        error.text.insert(0, "the file can't be read: ");
+        session.BeginUnread(path).Add(error);
+        return nullptr;
+    }
+    return &session.Begin(path, image.size());
+}
+
+}  // namespace vela::vlgim::check

@@ -1,0 +1,109 @@
+#include "ImageCheck.h"
+
+#include "SavedImage.h"
+
+#include <io/SaveFile.h>
+
+#include <algorithm>
+
+namespace vela::vlgim::check {
+
+bool Change::Changes(Block field) const
+{
+    const std::size_t old = file.places.FindIn(run.place, field), now = saved.FindIn(savedRun.place, field);
+    if (old == Places::kNone || now == Places::kNone)
+        return old != now;
+    const ByteSpan before = file.places.Bytes(old), after = saved.Bytes(now);
+    return !std::equal(before.begin(), before.end(), after.begin(), after.end());
+}
+
+bool ImageCheck::Run()
+{
+    io::BlockReader in(m_image);
+    io::BlockMap map;
+    in.Trace(map);
+    in.LimitMemory(m_session.Left(m_held));
+    const Error error = Read(in, m_image);
+    m_session.Step(m_report);
+    const Places places(m_image, map);
+    const File file{m_report, places};
+    if (error) {
+        ReportRefusal(file, error);
+        return false;
+    }
+    m_spent = in.Spent();
+    CheckValues(file);
+    m_session.Step(m_report);
+    if (IsWritable())
+        CheckSaved(file);
+    return true;
+}
+
+bool ImageCheck::Allows(const Error& whyUnwritable)
+{
+    if (whyUnwritable)
+        m_report.Add(Code::SaveRefused, {}, io::WithoutFile(whyUnwritable));
+    return !whyUnwritable;
+}
+
+void ImageCheck::CheckSaved(const File& file)
+{
+    std::optional<std::uint64_t> patched;
+    if (const std::size_t place = file.places.Find(Block::TableOffset); place != Places::kNone)
+        patched = file.places.Offset(place);
+    SavedImage saved(m_image.data(), m_image.size(), std::max<std::uint64_t>(m_image.size(), WrittenSize()),
+                     m_session.Left(m_held + m_spent), patched);
+    const Error error = Write(saved);
+    Drop();
+    m_session.Step(m_report);
+    if (!Allows(error) || saved.IsSame())
+        return;
+    if (saved.IsCut())
+        m_report.Add(Code::MemoryLimit, {}, "what a save would write takes too much memory");
+    else
+        CheckWritten(file, saved.Whole());
+}
+
+void ImageCheck::CheckWritten(const File& file, const vlio::Bytes& written)
+{
+    io::BlockReader in(written);
+    io::BlockMap map;
+    in.Trace(map);
+    in.LimitMemory(m_session.Left(m_held + written.size()));
+    const Error error = Read(in, written);
+    m_session.Step(m_report);
+    if (error.kind == ErrorKind::MemoryLimit)
+        return m_report.Add(Code::MemoryLimit, {}, "reading what a save would write takes too much memory");
+    if (error)
+        return m_report.Add(Code::SaveRefused, {}, "what a save would write could not be read again");
+    const Places saved(written, map);
+    ForEachChange(file.places, saved, [&](const Places::Run& old, const Places::Run& now) {
+        ReportChange({file, saved, old, now});
+    });
+    if (!m_report.TellsOfSave())
+        ReportOtherChange(file);
+}
+
+void ReportUnread(const File& file, std::uint64_t size, const std::vector<std::uint32_t>& known)
+{
+    std::vector<Places::Run> runs = file.places.Runs();
+    std::stable_sort(runs.begin(), runs.end(),
+                     [](const auto& a, const auto& b) { return a.offset < b.offset; });
+    runs.push_back({Places::kNone, size, size});
+    std::uint64_t covered = 0;
+    for (const Places::Run& run : runs) {
+        if (run.offset < covered && run.Size() != 0) {
+            const std::string name = io::NameOf(file.places.BlockAt(run.place));
+            file.report.Add(Code::BlocksOverlap, {name, run.offset},
+                            "the block " + name + " begins inside of another, which ends at byte " +
+                                std::to_string(covered));
+        }
+        if (run.offset > covered && std::find(known.begin(), known.end(), covered) == known.end())
+            file.report.Add(Code::SaveDropsBytes, {"", covered},
+                            std::to_string(run.offset - covered) + " bytes from here on belong to no block" +
+                                (run.offset == size ? ", up to the end of the file" : ""));
+        covered = std::max(covered, run.end);
+    }
+}
+
+}  // namespace vela::vlgim::check

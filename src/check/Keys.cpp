@@ -1,0 +1,148 @@
+#include "Values.h"
+
+#include <keys/TransKeysBlock.h>
+
+#include <algorithm>
+#include <cmath>
+
+// Key times, channels and tracks.
+namespace vela::vlgim::check {
+
+namespace {
+
+// Of a squared length: half floats and packed forms stay well within.
+constexpr float kUnitTolerance = 0.01F;
+
+// From the first byte of a channel's head on, behind the times that a bone may have of its own.
+ByteSpan KeysIn(const Places& places, std::size_t block)
+{
+    const std::size_t times = places.FindIn(block, Block::Times);
+    const ByteSpan bytes = places.Bytes(block);
+    return times == Places::kNone ? bytes : bytes.subspan(places[times].end - places[block].offset);
+}
+
+std::uint64_t HeadOffset(const Places& places, std::size_t block)
+{
+    return places[block].end - KeysIn(places, block).size();
+}
+
+// The keys of one component.
+void CheckComponent(const File& file, std::size_t block, const FloatRun& run, bool isKeyed)
+{
+    CheckFinite(file, block, run);
+    // A difference of NaN counts as none.
+    const bool areFloats = run.size == run.width * sizeof(float);
+    if (isKeyed && areFloats &&
+        keys::FloatsConstant(run.values, run.count, static_cast<std::uint32_t>(run.width)) &&
+        NotFinite(run.values, run.count * run.width).count != 0)
+        file.Add(Code::SaveDropsKeys, block, run.offset,
+                 "some " + run.what + " are NaN, so that a save keeps the first alone");
+}
+
+}  // namespace
+
+void CheckTimes(const File& file, std::size_t block, const float* times, std::uint64_t count)
+{
+    const std::uint64_t offset = file.places.Offset(file.places.FindIn(block, Block::Times));
+    if (NotFinite(times, count).count != 0)
+        return CheckFinite(file, block, {"key times", "key", times, count, 1, offset, sizeof(float)});
+    Tally tally;
+    for (std::uint64_t i = 1; i < count; ++i)
+        if (times[i] <= times[i - 1])
+            tally.Add(i);
+    if (tally.count != 0)
+        file.Add(Code::TimeOrder, block, offset + tally.first * sizeof(float),
+                 Counted(tally.count, "key is", "keys are") +
+                     " not later than the one ahead, the first key " + std::to_string(tally.first) + " of " +
+                     std::to_string(count));
+}
+
+void CheckQuaternions(const File& file, std::size_t block, const std::string& what, const float* values,
+                      std::uint64_t count, std::uint64_t offset, std::uint64_t size)
+{
+    Tally zero, off;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const float* q = values + 4 * i;
+        const float square = q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3];
+        if (!(std::fabs(square - 1) > kUnitTolerance))
+            continue;  // a NaN has been told of already
+        const bool isZero = std::all_of(q, q + 4, [](float number) { return number == 0; });
+        (isZero ? zero : off).Add(i);
+    }
+    const auto add = [&](Code code, const Tally& tally, const char* fault) {
+        if (tally.count == 0)
+            return;
+        const std::string which = count == 1
+                                      ? "the " + what
+                                      : std::to_string(tally.count) + " of " + std::to_string(count) + ' ' +
+                                            what + "s, the first at key " + std::to_string(tally.first) + ',';
+        file.Add(code, block, offset + tally.first * size,
+                 which + (tally.count == 1 ? " is" : " are") + fault);
+    };
+    add(Code::QuaternionZero, zero, " of length 0");
+    add(Code::QuaternionLength, off, " not of unit length");
+}
+
+void CheckChannel(const File& file, std::size_t block, const vlTransKeysData& keys)
+{
+    constexpr unsigned char kLastOrder = EULER_ZYX;
+    if (keys.m_rotOrder > kLastOrder)
+        file.Add(Code::RotationOrder, block, HeadOffset(file.places, block) + 3,
+                 "the order of the rotation's angles is " + std::to_string(keys.m_rotOrder) +
+                     ", and there are 1 to 6, and 0 for quaternions");
+    constexpr Block kFields[] = {Block::PositionKeys, Block::RotationKeys, Block::ScaleKeys};
+    std::size_t component = 0;
+    FloatRun rotations{};
+    keys::VisitComponents(
+        keys, [&](const char* what, const Array<float>& values, bool isKeyed, std::uint32_t width) {
+            const std::size_t field = file.places.FindIn(block, kFields[component++]);
+            const std::uint64_t count = values.size() / width;
+            if (field == Places::kNone || count == 0)
+                return;
+            const FloatRun run{what,
+                               "key",
+                               values.data(),
+                               count,
+                               width,
+                               file.places.Offset(field),
+                               file.places.Size(field) / count};
+            CheckComponent(file, block, run, isKeyed);
+            if (width == 4)
+                rotations = run;
+        });
+    CheckQuaternions(file, block, "rotation", rotations.values, rotations.count, rotations.offset,
+                     rotations.size);
+}
+
+void CheckTrackBlock(const File& file, std::size_t block, const vlTrackData& track)
+{
+    CheckTimes(file, block, track.m_times.GetKeyTimes(), track.GetKeyCount());
+    std::size_t channel = 0;
+    file.places.ForEachIn(block, [&](std::size_t inner) {
+        if (file.places.BlockAt(inner) == Block::Channel)
+            CheckChannel(file, inner, track.m_channels[channel++]);
+    });
+}
+
+void ReportChangedTrack(const Change& change)
+{
+    if (change.Changes(Block::Names))
+        change.Add(Code::SaveEndsNames, "a save sets the bytes behind the end of the track's name to 0");
+    else
+        change.Add(Code::SaveChanges, "a save writes the flags that the old ones of the track stand for");
+}
+
+void ReportChangedKeys(const Change& change)
+{
+    constexpr std::size_t kKeyedBytes = 3;
+    if (change.Changes(Block::Times))
+        change.Add(Code::SaveMovesTimes, "a save moves key times, which are whole ticks in this version");
+    const ByteSpan old = KeysIn(change.file.places, change.run.place);
+    const ByteSpan now = KeysIn(change.saved, change.savedRun.place);
+    if (!std::equal(old.begin(), old.begin() + kKeyedBytes, now.begin()))
+        change.Add(Code::SaveCollapsesKeys, "a save writes keys once that are all alike");
+    else if (!std::equal(old.begin(), old.end(), now.begin(), now.end()))
+        change.Add(Code::SaveRecodesKeys, "a save works the codes of keys out anew");
+}
+
+}  // namespace vela::vlgim::check

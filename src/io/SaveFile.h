@@ -1,0 +1,43 @@
+#pragma once
+
+#include <vlgim/Error.h>
+#include <vlio2/FileWriter.h>
+
+#include <vector>
+
+// What the documented operations do with an Error: they log it, in the words that callers know.
+namespace vela::vlgim::io {
+
+/// Appends to a list that may be null.
+inline void Append(std::vector<Error>* list, const std::vector<Error>& more)
+{
+    if (list)
+        list->insert(list->end(), more.begin(), more.end());
+}
+
+/// Writes one file, whole or not at all: write(sink) puts out its bytes, or gives an error that ends the save.
+template <class Write>
+Error SaveFile(const char* path, std::vector<Error>* warnings, Write write)
+{
+    vlio::FileWriter file;
+    vlio::Sink* sink = nullptr;
+    Error error = file.Open(path, sink);
+    if (!error)
+        error = write(*sink);
+    if (!error)
+        error = file.Commit();
+    Append(warnings, file.Warnings());
+    return error;
+}
+
+/// Logs why a file was not saved. Returns whether there was an error.
+/// what  the kind of file, as in "mesh file"; null for a document, whose failures have one message
+bool LogFailure(const Error& error, const char* what);
+
+/// Logs what a save that went well has to say: of files that are written in place, and of the kind `what`.
+void LogWarnings(const std::vector<Error>& warnings, const char* what);
+
+/// Place and text alone: for messages that name the file themselves.
+std::string WithoutFile(Error error);
+
+}  // namespace vela::vlgim::io
