@@ -18,6 +18,13 @@
 #define VLGIM_API __attribute__((visibility("default")))
 #endif
 
+/// Marks what is declared inside of an exported class and is not exported with it.
+#if defined(__GNUC__) && !defined(_WIN32)
+#define VLGIM_HIDDEN __attribute__((visibility("hidden")))
+#else
+#define VLGIM_HIDDEN
+#endif
+
 /// Marks a function whose parameter number format_at is a printf format for those from number first on.
 #if defined(__GNUC__)
 #define VLGIM_PRINTF(format_at, first) __attribute__((format(printf, format_at, first)))

@@ -51,7 +51,7 @@ public:
     const std::vector<vela::vlgim::Error>& Warnings() const noexcept { return m_warnings; }
 
 private:
-    struct File;
+    struct VLGIM_HIDDEN File;
 
     bool IsInSet(const std::string& target);
     void CloseLast();

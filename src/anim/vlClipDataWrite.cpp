@@ -2,8 +2,8 @@
 #include "ClipBlock.h"
 #include "Ticks.h"
 
-#include <corecommon/Log.h>
 #include <io/Errors.h>
+#include <io/SaveFile.h>
 #include <keys/KeyTimesBlock.h>
 #include <keys/TransKeysBlock.h>
 
@@ -65,12 +65,7 @@ Error WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version, keys::Uns
     return {};
 }
 
-bool IsRefused(const Error& why)
-{
-    if (why)
-        LogError("clip can't be written: %s", why.Message().c_str());
-    return bool(why);
-}
+constexpr const char* kCantBeWritten = "clip can't be written";
 
 void WriteNames(io::BlockWriter& out, const vlClipData& clip)
 {
@@ -158,35 +153,25 @@ void WriteBaseInfo(io::BlockWriter& out, const vlClipData& clip)
 
 void vlClipData::WriteClipInfo(std::FILE* stream, std::uint32_t version) const
 {
-    if (IsRefused(WhyInfoUnwritable(*this)))
-        return;
-    vlio::StreamSink sink(stream);
-    io::BlockWriter out(sink);
-    WriteInfo(out, version & kVersionMask, *this);
+    io::WriteStream(stream, kCantBeWritten, WhyInfoUnwritable(*this),
+                    [&](io::BlockWriter& out) { WriteInfo(out, version & kVersionMask, *this); });
 }
 
 void vlClipData::WriteKeysData(std::FILE* stream, std::uint32_t version)
 {
-    if (IsRefused(WhyKeysUnwritable(*this, version, nullptr)))
-        return;
-    vlio::StreamSink sink(stream);
-    io::BlockWriter out(sink);
-    WriteKeys(out, version, *this);
+    io::WriteStream(stream, kCantBeWritten, WhyKeysUnwritable(*this, version, nullptr),
+                    [&](io::BlockWriter& out) { WriteKeys(out, version, *this); });
 }
 
 void vlClipData::WritePivotTrack(std::FILE* stream)
 {
-    vlio::StreamSink sink(stream);
-    io::BlockWriter(sink).Value(kNoPivotTrack);
+    io::WriteStream(stream, kCantBeWritten, {}, [](io::BlockWriter& out) { out.Value(kNoPivotTrack); });
 }
 
 void vlClipData::WriteAsyncBaseInfo(std::FILE* stream) const
 {
-    if (IsRefused(WhyBonesUnwritable(*this)))
-        return;
-    vlio::StreamSink sink(stream);
-    io::BlockWriter out(sink);
-    clips::WriteBaseInfo(out, *this);
+    io::WriteStream(stream, kCantBeWritten, WhyBonesUnwritable(*this),
+                    [this](io::BlockWriter& out) { clips::WriteBaseInfo(out, *this); });
 }
 
 }  // namespace vela::vlgim

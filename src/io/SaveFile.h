@@ -1,8 +1,12 @@
 #pragma once
 
+#include "BlockWriter.h"
+
+#include <corecommon/Log.h>
 #include <vlgim/Error.h>
 #include <vlio2/FileWriter.h>
 
+#include <cstdio>
 #include <vector>
 
 // What the documented operations do with an Error: they log it, in the words that callers know.
@@ -28,6 +32,20 @@ Error SaveFile(const char* path, std::vector<Error>* warnings, Write write)
         error = file.Commit();
     Append(warnings, file.Warnings());
     return error;
+}
+
+/// What the documented stream forms do: write(out) puts out an object, unless `why` says that it can't be written, which is
+/// logged behind the message. Failures of the stream are left to its owner.
+template <class Write>
+void WriteStream(std::FILE* stream, const char* message, const Error& why, Write write)
+{
+    if (why) {
+        LogError("%s: %s", message, why.Message().c_str());
+        return;
+    }
+    vlio::StreamSink sink(stream);
+    BlockWriter out(sink);
+    write(out);
 }
 
 /// Logs why a file was not saved. Returns whether there was an error.

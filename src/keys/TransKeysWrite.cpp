@@ -1,7 +1,7 @@
 #include "TransKeysBlock.h"
 
-#include <corecommon/Log.h>
 #include <io/Errors.h>
+#include <io/SaveFile.h>
 
 #include <cstring>
 #include <utility>
@@ -116,13 +116,8 @@ void Write(io::BlockWriter& out, vlTransKeysData& keys)
 
 void vlTransKeysData::WriteData(std::FILE* stream)
 {
-    if (const Error why = keys::WhyUnwritable(*this, m_keyCount)) {
-        LogError("unable to write transform keys: %s", why.Message().c_str());
-        return;
-    }
-    vlio::StreamSink sink(stream);
-    io::BlockWriter out(sink);
-    keys::Write(out, *this);
+    io::WriteStream(stream, "unable to write transform keys", keys::WhyUnwritable(*this, m_keyCount),
+                    [this](io::BlockWriter& out) { keys::Write(out, *this); });
 }
 
 }  // namespace vela::vlgim

@@ -2,8 +2,10 @@
 
 #include "MeshBlocks.h"
 
-#include <corecommon/Log.h>
+#include <io/Errors.h>
+#include <io/SaveFile.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace vela::vlgim {
@@ -35,14 +37,12 @@ const unsigned char* vlDataShareTable::ReadData(const unsigned char* data, const
 
 void vlDataShareTable::WriteData(std::FILE* stream) const
 {
-    if (m_blocks.size() > kMostEntries || m_pairs.size() > kMostEntries) {
-        LogError("share table can't be written: it has %zu blocks and %zu pairs, and %d is the most",
-                 m_blocks.size(), m_pairs.size(), kMostEntries);
-        return;
-    }
-    vlio::StreamSink sink(stream);
-    io::BlockWriter out(sink);
-    mesh::Write(out, *this);
+    Error why;
+    if (std::max(m_blocks.size(), m_pairs.size()) > kMostEntries)
+        why = io::Unwritable("it has " + std::to_string(m_blocks.size()) + " blocks and " +
+                             std::to_string(m_pairs.size()) + " pairs, and 32767 is the most");
+    io::WriteStream(stream, "share table can't be written", why,
+                    [this](io::BlockWriter& out) { mesh::Write(out, *this); });
 }
 
 namespace mesh {

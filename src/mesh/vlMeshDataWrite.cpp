@@ -28,7 +28,7 @@ bool IsExactly(const vlMeshVertexData& vertices)
     return typeid(vertices) == typeid(Vertices);
 }
 
-Error WhyVerticesUnwritable(const vlMeshData& mesh)
+Error WhyKindUnwritable(const vlMeshData& mesh)
 {
     const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(mesh.m_vertexData.get());
     if (mesh.m_skeletonFlag != 0 && !skin)
@@ -52,6 +52,13 @@ Error WhyFramesUnwritable(const vlMeshData& mesh)
     return io::Unwritable(
         "the vertex object has " + std::to_string(frames) + " frames, and " +
         (mesh.m_hasMorph ? "the morph has " + std::to_string(keys) + " keys" : "there is no morph"));
+}
+
+Error WhyVerticesUnwritable(const vlMeshData& mesh)
+{
+    const vlMeshVertexData& vertices = *mesh.m_vertexData;
+    const bool isOurs = IsExactly<vlMeshVertexData>(vertices) || IsExactly<vlMeshSkelVertexData>(vertices);
+    return isOurs ? WhyUnwritable(vertices) : Error();
 }
 
 Error WhyOriginalDataUnwritable(const vlMeshData& mesh)
@@ -94,6 +101,11 @@ std::uint64_t LargestOffset(const vlMeshData& mesh)
 Error PassesOffsets()
 {
     return io::Unwritable("the file passes 4 GiB, and offsets in it have 32 bits");
+}
+
+Error WhyTooLarge(const vlMeshData& mesh)
+{
+    return LargestOffset(mesh) > std::numeric_limits<std::uint32_t>::max() ? PassesOffsets() : Error();
 }
 
 // What the writer of a caller's class puts into a stream, by way of a file of its own: it may seek.
@@ -188,21 +200,12 @@ Error WhyUnwritable(const vlMeshData& mesh)
 {
     if (!mesh.m_vertexData)
         return io::Unwritable("there is no vertex object");
-    const vlMeshVertexData& vertices = *mesh.m_vertexData;
-    const bool isOurs = IsExactly<vlMeshVertexData>(vertices) || IsExactly<vlMeshSkelVertexData>(vertices);
-    if (Error why = WhyVerticesUnwritable(mesh))
-        return why;
-    if (Error why = mesh::WhyAnimationUnwritable(mesh))
-        return why;
-    if (Error why = mesh::WhyBonesUnwritable(mesh))
-        return why;
-    if (Error why = WhyFramesUnwritable(mesh))
-        return why;
-    if (Error why = isOurs ? WhyUnwritable(vertices) : Error())
-        return why;
-    if (Error why = WhyOriginalDataUnwritable(mesh))
-        return why;
-    return LargestOffset(mesh) > std::numeric_limits<std::uint32_t>::max() ? PassesOffsets() : Error();
+    for (const auto ask :
+         {WhyKindUnwritable, mesh::WhyAnimationUnwritable, mesh::WhyBonesUnwritable, WhyFramesUnwritable,
+          WhyVerticesUnwritable, WhyOriginalDataUnwritable, WhyTooLarge})
+        if (Error why = ask(mesh))
+            return why;
+    return {};
 }
 
 Error Save(const vlMeshData& mesh, const char* path, std::vector<Error>* warnings)

@@ -1,8 +1,7 @@
 #include "VertexBlock.h"
 
-#include <corecommon/Log.h>
 #include <io/ArrayBlock.h>
-#include <vlio2/Sink.h>
+#include <io/SaveFile.h>
 
 #include <utility>
 
@@ -129,13 +128,8 @@ const unsigned char* vlMeshSkelVertexData::ReadDataNew(const unsigned char* data
 
 void vlMeshSkelVertexData::WriteData(std::FILE* stream)
 {
-    if (const Error why = WhyUnwritable(*this)) {
-        LogError("vertex block can't be written: %s", why.Message().c_str());
-        return;
-    }
-    vlio::StreamSink sink(stream);
-    io::BlockWriter out(sink);
-    mesh::Write(out, *this);
+    io::WriteStream(stream, "vertex block can't be written", WhyUnwritable(*this),
+                    [this](io::BlockWriter& out) { mesh::Write(out, *this); });
 }
 
 }  // namespace vela::vlgim

@@ -1,8 +1,7 @@
 #include "VertexBlock.h"
 
-#include <corecommon/Log.h>
 #include <io/Errors.h>
-#include <vlio2/Sink.h>
+#include <io/SaveFile.h>
 
 namespace vela::vlgim {
 
@@ -82,13 +81,8 @@ Error WhyUnwritable(const vlMeshVertexData& mesh)
 // The block of this class alone: a derived class has a writer of its own.
 void vlMeshVertexData::WriteData(std::FILE* stream)
 {
-    if (const Error why = WhyVerticesUnwritable(*this)) {
-        LogError("vertex block can't be written: %s", why.Message().c_str());
-        return;
-    }
-    vlio::StreamSink sink(stream);
-    io::BlockWriter out(sink);
-    mesh::Write(out, *this);
+    io::WriteStream(stream, "vertex block can't be written", WhyVerticesUnwritable(*this),
+                    [this](io::BlockWriter& out) { mesh::Write(out, *this); });
 }
 
 namespace mesh {

@@ -2,7 +2,7 @@
 
 #include "MeshBlocks.h"
 
-#include <corecommon/Log.h>
+#include <io/SaveFile.h>
 #include <keys/KeyTimesBlock.h>
 
 namespace vela::vlgim {
@@ -49,13 +49,8 @@ const unsigned char* vlMorphData::ReadData(const unsigned char* data, unsigned i
 
 void vlMorphData::WriteData(std::FILE* stream) const
 {
-    if (const Error why = keys::WhyUnwritable(m_times)) {
-        LogError("morph data can't be written: %s", why.Message().c_str());
-        return;
-    }
-    vlio::StreamSink sink(stream);
-    io::BlockWriter out(sink);
-    mesh::Write(out, *this);
+    io::WriteStream(stream, "morph data can't be written", keys::WhyUnwritable(m_times),
+                    [this](io::BlockWriter& out) { mesh::Write(out, *this); });
 }
 
 namespace mesh {

@@ -2,9 +2,9 @@
 
 #include "MeshBlocks.h"
 
-#include <corecommon/Log.h>
 #include <io/ArrayBlock.h>
 #include <io/Errors.h>
+#include <io/SaveFile.h>
 
 namespace vela::vlgim {
 
@@ -63,13 +63,8 @@ const unsigned char* vlOriginalData::ReadData(const unsigned char* data, unsigne
 
 void vlOriginalData::WriteData(std::FILE* stream, unsigned int)
 {
-    if (const Error why = WhyUnwritable(*this)) {
-        LogError("original data can't be written: %s", why.Message().c_str());
-        return;
-    }
-    vlio::StreamSink sink(stream);
-    io::BlockWriter out(sink);
-    mesh::Write(out, *this);
+    io::WriteStream(stream, "original data can't be written", WhyUnwritable(*this),
+                    [this](io::BlockWriter& out) { mesh::Write(out, *this); });
 }
 
 Error WhyUnwritable(const vlOriginalData& data)

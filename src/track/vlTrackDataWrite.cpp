@@ -1,7 +1,6 @@
 #include "TrackBlock.h"
 #include "TrackVersions.h"
 
-#include <corecommon/Log.h>
 #include <io/Errors.h>
 #include <io/SaveFile.h>
 #include <keys/KeyTimesBlock.h>
@@ -86,13 +85,8 @@ void vlTrackData::Save(const char* path)
 
 void vlTrackData::WriteData(std::FILE* stream)
 {
-    if (const Error why = tracks::WhyUnwritable(*this)) {
-        LogError("track can't be written: %s", why.Message().c_str());
-        return;
-    }
-    vlio::StreamSink sink(stream);
-    io::BlockWriter out(sink);
-    tracks::Write(out, *this);
+    io::WriteStream(stream, "track can't be written", tracks::WhyUnwritable(*this),
+                    [this](io::BlockWriter& out) { tracks::Write(out, *this); });
 }
 
 }  // namespace vela::vlgim
