@@ -13,36 +13,36 @@ namespace {
 
 void CheckSkeleton(const File& file, const vlAnimData& anim)
 {
-    const std::size_t block = file.places.Find(Block::Skeleton);
+    const std::size_t block = file.Find(Block::Skeleton);
     if (block == Places::kNone)
         return;
-    CheckBoneNames(file, block, anim.m_boneNames, anim.m_boneCount);
-    const std::uint64_t names = file.places.Offset(file.places.FindIn(block, Block::Names));
-    const std::uint64_t transforms = file.places.Offset(file.places.FindIn(block, Block::Transforms));
+    const std::size_t names = file.FindIn(block, Block::Names),
+                      transforms = file.FindIn(block, Block::Transforms);
+    CheckBoneNames(file, names, anim.m_boneNames, anim.m_boneCount);
     for (std::uint32_t i = 0; i < anim.m_boneCount; ++i) {
         const Name32& bone = anim.m_boneNames[i];
         const std::string name(bone.View());
         const vlTransInfo& info = anim.m_boneTrans[i];
-        const std::uint64_t transform = transforms + sizeof info * i;
+        const std::uint64_t behind = sizeof info * i;
         if (bone.bytes[Name32::kSize - 1] != 0)
-            file.Add(Code::SkeletonName, block, names + sizeof bone * i,
+            file.Add(Code::SkeletonName, names, sizeof bone * i,
                      "the name of bone " + std::to_string(i) + " fills its 32 bytes: " + name);
-        CheckFinite(file, block,
+        CheckFinite(file, transforms,
                     {"reference transform of bone " + name, "number", &info.m_pos.x,
-                     sizeof info / sizeof(float), 1, transform, sizeof(float)});
-        CheckQuaternions(file, block, "reference rotation of bone " + name, &info.m_rot.x, 1,
-                         transform + sizeof info.m_pos, 0);
+                     sizeof info / sizeof(float), 1, sizeof(float), behind});
+        CheckQuaternions(file, transforms, "reference rotation of bone " + name,
+                         {"", "", &info.m_rot.x, 1, 4, sizeof info.m_rot, behind + sizeof info.m_pos});
     }
 }
 
 // The version's last byte.
 void CheckBranch(const File& file)
 {
-    const std::size_t version = file.places.Find(Block::VersionWord);
-    if (version == Places::kNone || file.places.Bytes(version).back() == 0)
+    const std::size_t version = file.Find(Block::VersionWord);
+    if (version == Places::kNone || file.Bytes(version).back() == 0)
         return;
-    file.Add(Code::SaveHeader, version, file.places[version].end - 1,
-             "a save writes branch 0 in place of " + std::to_string(file.places.Bytes(version).back()));
+    file.Add(Code::SaveHeader, version, file.Size(version) - 1,
+             "a save writes branch 0 in place of " + std::to_string(file.Bytes(version).back()));
 }
 
 class AnimationCheck final : public ImageCheck {
@@ -112,11 +112,11 @@ void AnimationCheck::CheckClips(const File& file)
     ClipNames names;
     std::size_t place = 0;
     for (std::size_t i = 0; i < m_anim.m_clips.size(); ++i) {
-        place = file.places.Find(Block::Clip, place);
+        place = file.Find(Block::Clip, place);
         const vlClipData& clip = *m_anim.m_clips[i];
-        names.Add(&m_report, file.At(place, file.places.Offset(place)), clip, i);
+        names.Add(&m_report, file.At(place), clip, i);
         CheckClip(file, place, m_anim, clip);
-        place = file.places[place].behind;
+        place = file[place].behind;
     }
     CheckPivotTracks(file);
 }
@@ -124,7 +124,7 @@ void AnimationCheck::CheckClips(const File& file)
 void AnimationCheck::CheckSideFiles(const File& file)
 {
     if (!HasRecords() && !m_anim.m_clips.empty())
-        file.Add(Code::ClipsWithoutPlace, file.places.Find(Block::SideFiles),
+        file.Add(Code::ClipsWithoutPlace, file.Find(Block::SideFiles),
                  Counted(m_anim.m_clips.size(), "clip is", "clips are") +
                      " counted, and this version tells nothing of them");
     const auto folder = anim::SideFolder(m_anim.m_path);

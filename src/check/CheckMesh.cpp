@@ -36,13 +36,13 @@ void CheckCounts(const File& file, const vlMeshVertexData& v)
         triangles += record.triangleCount;
     }
     if (vertices != v.m_vertexCount || triangles != v.m_triangleCount)
-        file.Add(Code::SubmeshRange, file.places.Find(Block::SubmeshEntries),
+        file.Add(Code::SubmeshRange, file.Find(Block::SubmeshEntries),
                  "the submeshes have " + std::to_string(vertices) + " vertices and " +
                      std::to_string(triangles) + " triangles together, and the mesh has " +
                      std::to_string(v.m_vertexCount) + " and " + std::to_string(v.m_triangleCount));
     constexpr std::uint32_t kMost = std::numeric_limits<std::uint16_t>::max();
     if (std::max(v.m_vertexCount, v.m_triangleCount) > kMost)
-        file.Add(Code::Count16Bit, file.places.Find(Block::Totals),
+        file.Add(Code::Count16Bit, file.Find(Block::Totals),
                  Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
                      Counted(v.m_triangleCount, "triangle", "triangles") + ", of which a query hands out " +
                      std::to_string(v.m_vertexCount & kMost) + " and " +
@@ -52,43 +52,39 @@ void CheckCounts(const File& file, const vlMeshVertexData& v)
 void CheckFrames(const File& file, const vlMeshData& mesh)
 {
     const vlMeshVertexData& v = *mesh.m_vertexData;
-    const std::size_t positions = file.places.Find(Block::Positions),
-                      normals = file.places.Find(Block::Normals);
     // Half floats lie close together in the room of floats.
-    CheckFinite(file, positions,
-                {"positions", "vertex", Floats(v.m_positions), v.m_vertexCount, 3,
-                 file.places.Offset(positions), HasHalves(mesh) ? 6U : 12U});
-    CheckFinite(file, normals, normals, "normals", "vertex", Floats(v.m_normals), 3);
-    const std::size_t frames = file.places.Find(Block::MorphFrames);
-    file.places.ForEachIn(frames, [&](std::size_t field) {
-        const auto frame = static_cast<std::uint64_t>(file.places[field].step.number);
-        const bool isNormals = file.places.BlockAt(field) == Block::FrameNormals;
-        const std::string what =
-            (isNormals ? "normals of frame " : "positions of frame ") + std::to_string(frame);
-        CheckFinite(file, frames, field, what.c_str(), "vertex",
-                    Floats(isNormals ? v.m_normals : v.m_positions, frame * v.m_vertexCount), 3);
+    CheckFinite(
+        file, file.Find(Block::Positions),
+        {"positions", "vertex", Floats(v.m_positions), v.m_vertexCount, 3, HasHalves(mesh) ? 6U : 12U});
+    CheckFinite(file, file.Find(Block::Normals),
+                {"normals", "vertex", Floats(v.m_normals), v.m_vertexCount, 3});
+    file.ForEachIn(file.Find(Block::MorphFrames), [&](std::size_t field) {
+        const auto frame = static_cast<std::uint64_t>(file[field].step.number);
+        const bool isNormals = file.BlockAt(field) == Block::FrameNormals;
+        CheckFinite(file, field,
+                    {(isNormals ? "normals of frame " : "positions of frame ") + std::to_string(frame),
+                     "vertex", Floats(isNormals ? v.m_normals : v.m_positions, frame * v.m_vertexCount),
+                     v.m_vertexCount, 3});
     });
-    if (v.m_tangents) {
-        const std::size_t tangents = file.places.Find(Block::Tangents);
-        CheckFinite(file, tangents, tangents, "tangents", "entry", Floats(v.m_tangents), 3);
-    }
+    if (v.m_tangents)
+        CheckFinite(file, file.Find(Block::Tangents),
+                    {"tangents", "entry", Floats(v.m_tangents), v.m_tangents.size(), 3});
 }
 
 void CheckUvs(const File& file, const vlMeshVertexData& v)
 {
-    const std::size_t uvs = file.places.Find(Block::Uvs);
-    file.places.ForEachIn(uvs, [&](std::size_t run) {
-        const auto number = static_cast<std::uint64_t>(file.places[run].step.number);
+    file.ForEachIn(file.Find(Block::Uvs), [&](std::size_t run) {
+        const auto number = static_cast<std::uint64_t>(file[run].step.number);
         const std::uint64_t submesh = number / mesh::kMostUvSets, set = number % mesh::kMostUvSets;
         const SubmeshRecord& record = v.m_subRecords[submesh];
-        CheckFinite(file, uvs,
+        CheckFinite(file, run,
                     {"uvs of set " + std::to_string(set) + " of submesh " + std::to_string(submesh),
                      "its vertex", &v.m_uvSets[set][record.firstVertex].u, record.vertexCount, 2,
-                     file.places.Offset(run), file.places.Size(run) / record.vertexCount});
+                     file.Size(run) / record.vertexCount});
     });
 }
 
-void CheckIndices(const File& file, std::size_t block, std::size_t field, const Array<std::uint16_t>& indices,
+void CheckIndices(const File& file, std::size_t field, const Array<std::uint16_t>& indices,
                   std::uint64_t vertexCount, const std::function<std::string(const Tally&)>& which)
 {
     // One pass without a branch first.
@@ -100,15 +96,14 @@ void CheckIndices(const File& file, std::size_t block, std::size_t field, const 
         if (indices[i] >= vertexCount)
             bad.Add(i);
     if (bad.count != 0)
-        file.Add(Code::IndexRange, block, file.places.Offset(field) + sizeof(std::uint16_t) * bad.first,
+        file.Add(Code::IndexRange, field, sizeof largest * bad.first,
                  Counted(bad.count, "index is", "indices are") + " beyond the last of " +
                      Counted(vertexCount, "vertex", "vertices") + which(bad));
 }
 
 void CheckTriangles(const File& file, const vlMeshVertexData& v)
 {
-    const std::size_t triangles = file.places.Find(Block::Triangles);
-    CheckIndices(file, triangles, triangles, v.m_indices, v.m_vertexCount, [&v](const Tally& bad) {
+    CheckIndices(file, file.Find(Block::Triangles), v.m_indices, v.m_vertexCount, [&v](const Tally& bad) {
         return ", up to " + std::to_string(*std::max_element(v.m_indices.begin(), v.m_indices.end())) +
                ", the first in triangle " + std::to_string(bad.first / 3);
     });
@@ -146,42 +141,34 @@ void CheckSkin(const File& file, const vlMeshData& mesh)
     const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(mesh.m_vertexData.get());
     if (!skin)
         return;
-    const std::size_t references = file.places.Find(Block::BoneReferences);
-    const std::size_t weights = file.places.Find(Block::BoneWeights);
+    const std::size_t references = file.Find(Block::BoneReferences), weights = file.Find(Block::BoneWeights);
     const std::uint64_t vertexCount = skin->m_vertexCount;
-    CheckFinite(file, weights, weights, "bone weights", "vertex", skin->m_boneWeights.data(), kSlots);
+    CheckFinite(file, weights, {"bone weights", "vertex", skin->m_boneWeights.data(), vertexCount, kSlots});
     std::optional<std::uint16_t> boneCount;
     if (mesh.m_skeletonFlag == kSkinned)
         boneCount = mesh::BoneCount(mesh);
     const SlotTally slots(*skin, boneCount);
-    if (slots.badBones.count != 0) {
-        const std::uint64_t first = slots.badBones.first;
-        const std::uint64_t size = file.places.Size(references) / (kSlots * vertexCount);
-        file.Add(Code::BoneRange, references, file.places.Offset(references) + first * size,
-                 Counted(slots.badBones.count, "reference", "references") +
-                     " with a weight to bones beyond the last of " + std::to_string(*boneCount) +
-                     ", the first is bone " + std::to_string(skin->m_boneIndices[first]) + " at vertex " +
+    if (const auto [count, first] = slots.badBones; count != 0)
+        file.Add(Code::BoneRange, references, first * (file.Size(references) / (kSlots * vertexCount)),
+                 Counted(count, "reference", "references") + " with a weight to bones beyond the last of " +
+                     std::to_string(*boneCount) + ", the first is bone " +
+                     std::to_string(skin->m_boneIndices[first]) + " at vertex " +
                      std::to_string(first / kSlots));
-    }
-    if (slots.badSums.count != 0)
-        file.Add(Code::WeightSum, weights,
-                 file.places.Offset(weights) + slots.badSums.first * kSlots * sizeof(float),
-                 "the weights of " + Counted(slots.badSums.count, "vertex", "vertices") + " of " +
+    if (const auto [count, first] = slots.badSums; count != 0)
+        file.Add(Code::WeightSum, weights, first * kSlots * sizeof(float),
+                 "the weights of " + Counted(count, "vertex", "vertices") + " of " +
                      std::to_string(vertexCount) + " sum to something else than 1, the farthest to " +
-                     std::to_string(slots.farthest) + ", the first is vertex " +
-                     std::to_string(slots.badSums.first));
+                     std::to_string(slots.farthest) + ", the first is vertex " + std::to_string(first));
 }
 
 // Follows the parents of each bone once: a bone that is met again on its own way up is its own ancestor.
-void CheckParents(const File& file, std::size_t block, const std::vector<std::uint16_t>& parents)
+void CheckParents(const File& file, std::size_t field, const std::vector<std::uint16_t>& parents)
 {
-    const std::size_t field = file.places.FindIn(block, Block::Parents);
-    const std::uint64_t size = file.places.Size(field) / parents.size();
-    const auto add = [&](std::size_t bone, const std::string& text) {
-        file.Add(Code::BoneParent, block, file.places.Offset(field) + bone * size,
-                 "bone " + std::to_string(bone) + text);
-    };
+    const std::uint64_t size = file.Size(field) / parents.size();
     std::vector<std::uint32_t> visitedBy(parents.size(), 0);  // by the walk of this bone, counted from 1
+    const auto add = [&](std::size_t bone, const std::string& text) {
+        file.Add(Code::BoneParent, field, bone * size, "bone " + std::to_string(bone) + text);
+    };
     for (std::size_t i = 0; i < parents.size(); ++i) {
         if (parents[i] != kNone && parents[i] >= parents.size())
             add(i, " has the parent " + std::to_string(parents[i]) + ", and there are " +
@@ -200,11 +187,11 @@ void CheckParents(const File& file, std::size_t block, const std::vector<std::ui
 void CheckAnimationBlock(const File& file, const vlMeshData& mesh)
 {
     if (mesh.m_morph)
-        CheckTimes(file, file.places.Find(Block::MorphData), mesh.m_morph->m_times.GetKeyTimes(),
+        CheckTimes(file, file.Find(Block::MorphData), mesh.m_morph->m_times.GetKeyTimes(),
                    mesh.m_morph->m_times.GetKeyCount());
     std::size_t place = 0;
     for (const vlTrackData& track : mesh.m_tracks) {
-        place = file.places.Find(Block::Track, place);
+        place = file.Find(Block::Track, place);
         CheckTrackBlock(file, place++, track);
     }
 }
@@ -213,15 +200,16 @@ void CheckOriginalData(const File& file, const vlMeshData& mesh)
 {
     std::size_t block = 0;
     for (const auto& data : mesh.m_originalData) {
-        block = file.places.Find(Block::OriginalData, block);
-        const auto field = [&](Block of) { return file.places.FindIn(block, of); };
-        CheckFinite(file, block, field(Block::FramePositions), "positions", "vertex",
-                    Floats(data->m_origPositions), 3);
-        CheckIndices(file, block, field(Block::Indices), data->m_origIndices, data->m_origVertexCount,
+        block = file.Find(Block::OriginalData, block);
+        const std::uint64_t count = data->m_origVertexCount;
+        if (data->m_origPositions)
+            CheckFinite(file, file.FindIn(block, Block::FramePositions),
+                        {"positions", "vertex", Floats(data->m_origPositions), count, 3});
+        CheckIndices(file, file.FindIn(block, Block::Indices), data->m_origIndices, count,
                      [](const Tally& bad) { return ", the first is index " + std::to_string(bad.first); });
         if (data->m_origWeights)
-            CheckFinite(file, block, field(Block::Weights), "weights", "vertex", data->m_origWeights.data(),
-                        kSlots);
+            CheckFinite(file, file.FindIn(block, Block::Weights),
+                        {"weights", "vertex", data->m_origWeights.data(), count, kSlots});
         ++block;
     }
 }
@@ -306,8 +294,7 @@ void MeshCheck::ReportRefusal(const File&, const Error& error)
 void MeshCheck::CheckValues(const File& file)
 {
     if (std::memcmp(m_image.data(), &kMeshMagic, sizeof kMeshMagic) != 0)
-        file.Add(Code::MeshMagic, file.places.Find(Block::Header),
-                 "the file does not begin with 34 80 C8 BB");
+        file.Add(Code::MeshMagic, file.Find(Block::Header), "the file does not begin with 34 80 C8 BB");
     CheckAnimationBlock(file, m_mesh);
     CheckBones(file);
     CheckVertices(file);
@@ -320,28 +307,27 @@ void MeshCheck::CheckValues(const File& file)
 
 void MeshCheck::CheckBones(const File& file)
 {
-    const std::size_t block = file.places.Find(Block::BonesBlock);
+    const std::size_t block = file.Find(Block::BonesBlock);
     const std::uint16_t count = mesh::BoneCount(m_mesh);
     if (block == Places::kNone || count == 0)
         return;
-    const auto field = [&](Block of) { return file.places.FindIn(block, of); };
-    CheckParents(file, block, m_mesh.m_boneParents);
-    CheckBoneNames(file, block, m_mesh.m_boneNames, count);
+    const std::size_t names = file.FindIn(block, Block::Names);
+    CheckParents(file, file.FindIn(block, Block::Parents), m_mesh.m_boneParents);
+    CheckBoneNames(file, names, m_mesh.m_boneNames, count);
     if (m_mesh.m_boneBounds)
-        CheckFinite(file, block, field(Block::Bounds), "bounds of the bones", "bone",
-                    m_mesh.m_boneBounds[0].m_extents, 7);
-    CheckFinite(file, block, field(Block::Matrices), "matrices of the bones", "bone",
-                &m_mesh.m_boneMatrices[0].m[0][0], 16);
-    m_tellsOfBones =
-        file.places.Has(Block::Bounds) != bool(m_mesh.m_boneBounds) ||
-        ChangedNames(file.places.Bytes(field(Block::Names)), m_mesh.m_boneNames, count).count != 0;
+        CheckFinite(file, file.FindIn(block, Block::Bounds),
+                    {"bounds of the bones", "bone", m_mesh.m_boneBounds[0].m_extents, count, 7});
+    CheckFinite(file, file.FindIn(block, Block::Matrices),
+                {"matrices of the bones", "bone", &m_mesh.m_boneMatrices[0].m[0][0], count, 16});
+    m_tellsOfBones = file.Has(Block::Bounds) != bool(m_mesh.m_boneBounds) ||
+                     ChangedNames(file.Bytes(names), m_mesh.m_boneNames, count).count != 0;
 }
 
 void MeshCheck::CheckVertices(const File& file)
 {
     const vlMeshVertexData& v = *m_mesh.m_vertexData;
     CheckCounts(file, v);
-    if (file.places.Has(Block::Positions)) {
+    if (file.Has(Block::Positions)) {
         CheckFrames(file, m_mesh);
         CheckTriangles(file, v);
         CheckUvs(file, v);
@@ -349,15 +335,15 @@ void MeshCheck::CheckVertices(const File& file)
     }
     m_fillsData = v.m_vertexCount != 0 || v.m_triangleCount != 0;
     if (m_fillsData)
-        file.Add(Code::NoVertexData, file.places.Find(Block::VertexCounts),
+        file.Add(Code::NoVertexData, file.Find(Block::VertexCounts),
                  "the data flag is 0, and " + Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
                      Counted(v.m_triangleCount, "triangle", "triangles") + " are declared");
 }
 
 void MeshCheck::CheckUpgrade(const File& file)
 {
-    const std::size_t version = file.places.Find(Block::VersionWord);
-    const std::uint64_t packMode = file.places[version].end - 1;
+    const std::size_t version = file.Find(Block::VersionWord);
+    const std::uint64_t packMode = file.Size(version) - 1;
     m_hasOldLayout = m_mesh.m_version < kNewestVersion || HasHalves(m_mesh);
     if (m_mesh.m_version < kNewestVersion)
         file.Add(Code::SaveVersion, version,
@@ -375,21 +361,20 @@ void MeshCheck::CheckUpgrade(const File& file)
 // What a save does not take along.
 void MeshCheck::CheckDrops(const File& file)
 {
-    const std::size_t records = file.places.Find(Block::KeyRecords), animBI = file.places.Find(Block::AnimBI);
-    if (const std::uint64_t size = file.places.Size(records))
+    const std::size_t records = file.Find(Block::KeyRecords), animBI = file.Find(Block::AnimBI);
+    const std::size_t entries = file.FindIn(file.Find(Block::ShareTable), Block::Indices);
+    if (const std::uint64_t size = file.Size(records))
         file.Add(Code::SaveDropsKeyRecords, records,
                  std::to_string(size) + " bytes of records for the keys of the animation are not kept");
-    if (const std::uint64_t size = file.places.Size(animBI); size > 1)
+    if (const std::uint64_t size = file.Size(animBI); size > 1)
         file.Add(Code::SaveDropsAnimBI, animBI,
                  "the anim-BI block of " + std::to_string(size) + " bytes is not kept");
-    if (file.places.Has(Block::Bounds) && !m_mesh.m_boneBounds)
-        file.Add(Code::SaveDropsBounds, file.places.Find(Block::BoundsFlag),
+    if (file.Has(Block::Bounds) && !m_mesh.m_boneBounds)
+        file.Add(Code::SaveDropsBounds, file.Find(Block::BoundsFlag),
                  "the bounds of all bones are not kept, since the radius of one is NaN");
-    const std::size_t table = file.places.Find(Block::ShareTable);
-    const std::size_t entries = file.places.FindIn(table, Block::Indices);
-    std::uint64_t entry = file.places.Offset(entries);
+    std::uint64_t entry = 0;
     for (const std::uint32_t offset : m_blocks.passedOver)
-        file.Add(Code::SaveDropsBlocks, table, entry += sizeof offset,
+        file.Add(Code::SaveDropsBlocks, entries, entry += sizeof offset,
                  "a further vertex block, which begins at byte " + std::to_string(offset) +
                      ", is neither read nor kept");
     ReportUnread(file, m_image.size(), m_blocks.passedOver);
@@ -430,8 +415,7 @@ void MeshCheck::ReportChange(const Change& change)
 // All blocks are the same, and have another order or no longer lie on one another.
 void MeshCheck::ReportOtherChange(const File& file)
 {
-    file.Add(Code::SaveTable, file.places.Find(Block::ShareTable),
-             "a save writes the blocks one behind the other");
+    file.Add(Code::SaveTable, file.Find(Block::ShareTable), "a save writes the blocks one behind the other");
 }
 
 // A mesh whose submeshes nobody can count: what is damaged whatever their number, or that it was not read.

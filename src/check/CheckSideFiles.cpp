@@ -38,7 +38,7 @@ private:
 
     void CheckValues(const File& file) override
     {
-        CheckClip(file, file.places.Find(Block::Clip), m_anim, m_read);
+        CheckClip(file, file.Find(Block::Clip), m_anim, m_read);
         CheckPivotTracks(file);
         ReportUnread(file, m_image.size());
     }
@@ -92,8 +92,8 @@ bool CheckSideClips(Session& session, const File& file, vlAnimData& anim, const 
     ClipNames names, savedNames;
     std::size_t place = 0;
     for (std::size_t i = 0; i < anim.m_clips.size(); ++i, ++place) {
-        place = file.places.Find(Block::BaseInfo, place);
-        const Where where = file.At(place, file.places.Offset(place));
+        place = file.Find(Block::BaseInfo, place);
+        const Where where = file.At(place);
         vlClipData& clip = *anim.m_clips[i];
         const bool isNew = names.Add(&file.report, where, clip, i);
         areRead &= isNew && CheckSideClip(session, file.report, where, anim, folder, held, clip);

@@ -18,9 +18,9 @@ private:
 
     void CheckValues(const File& file) override
     {
-        CheckTrackBlock(file, file.places.Find(Block::Track), m_track);
+        CheckTrackBlock(file, file.Find(Block::Track), m_track);
         if (m_track.m_version < kNewestTrackVersion)
-            file.Add(Code::SaveVersion, file.places.Find(Block::VersionWord),
+            file.Add(Code::SaveVersion, file.Find(Block::VersionWord),
                      "a save writes version " + io::Hex(kNewestTrackVersion) + " in place of " +
                          io::Hex(m_track.m_version));
         ReportUnread(file, m_image.size());

@@ -15,7 +15,7 @@ void CheckClipBones(const File& file, std::size_t info, const vlAnimData& skelet
 {
     const std::int32_t* const ids = skeleton.m_boneNameIds;
     const std::int32_t* const end = ids + skeleton.m_boneCount;
-    const std::uint64_t names = file.places.Offset(file.places.FindIn(info, Block::BoneNames));
+    const std::size_t names = file.FindIn(info, Block::BoneNames);
     for (std::uint16_t i = 0; skeleton.m_boneCount != 0 && i < clip.m_boneCount; ++i) {
         if (std::find(ids, end, clip.m_boneNameIds[i]) != end)
             continue;
@@ -23,7 +23,7 @@ void CheckClipBones(const File& file, std::size_t info, const vlAnimData& skelet
         std::string lower = name;
         kit::StringAlgo::ToLower(lower.data());
         const bool isCase = std::find(ids, end, NameIDMurmur3(lower)) != end;
-        file.Add(Code::ClipBone, info, names + sizeof(Name32) * i,
+        file.Add(Code::ClipBone, names, sizeof(Name32) * i,
                  "bone " + name +
                      (isCase
                           ? " is in the skeleton as " + lower + ", and names of a skeleton are in lower case"
@@ -43,17 +43,17 @@ bool DiffersInNameEnds(ByteSpan old, ByteSpan now)
 
 void CheckClip(const File& file, std::size_t block, const vlAnimData& skeleton, const vlClipData& clip)
 {
-    const std::size_t info = file.places.FindIn(block, Block::ClipInfo);
+    const std::size_t info = file.FindIn(block, Block::ClipInfo);
     CheckClipBones(file, info, skeleton, clip);
     if (clip.m_keyLayout != KEY_LAYOUT_SHARED && clip.m_keyLayout != KEY_LAYOUT_PER_BONE)
-        return file.Add(Code::ClipLayout, info, file.places.Offset(file.places.FindIn(info, Block::Layout)),
+        return file.Add(Code::ClipLayout, file.FindIn(info, Block::Layout),
                         "the layout of the key times is " + std::to_string(clip.m_keyLayout) +
                             ", and 0 (shared) and 1 (per bone) are known");
     std::uint16_t bone = 0;
-    file.places.ForEachIn(block, [&](std::size_t inner) {
-        if (file.places.BlockAt(inner) == Block::KeyTimes)
+    file.ForEachIn(block, [&](std::size_t inner) {
+        if (file.BlockAt(inner) == Block::KeyTimes)
             CheckTimes(file, inner, clip.m_keyTimes->GetKeyTimes(), clip.m_keyTimes->GetKeyCount());
-        if (file.places.BlockAt(inner) != Block::Bone)
+        if (file.BlockAt(inner) != Block::Bone)
             return;
         if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE)
             CheckTimes(file, inner, clip.m_boneKeyTimes[bone].data(), clip.m_boneKeyCounts[bone]);
@@ -63,9 +63,9 @@ void CheckClip(const File& file, std::size_t block, const vlAnimData& skeleton, 
 
 void CheckPivotTracks(const File& file)
 {
-    for (std::size_t i = file.places.Find(Block::PivotTrack); i != Places::kNone;
-         i = file.places.Find(Block::PivotTrack, i + 1))
-        if (file.places.Size(i) > 1)
+    for (std::size_t i = file.Find(Block::PivotTrack); i != Places::kNone;
+         i = file.Find(Block::PivotTrack, i + 1))
+        if (file.Size(i) > 1)
             file.Add(Code::SaveDropsPivotTrack, i, "the pivot track is neither read nor kept");
 }
 

@@ -10,10 +10,10 @@ namespace vela::vlgim::check {
 
 bool Change::Changes(Block field) const
 {
-    const std::size_t old = file.places.FindIn(run.place, field), now = saved.FindIn(savedRun.place, field);
+    const std::size_t old = file.FindIn(run.place, field), now = saved.FindIn(savedRun.place, field);
     if (old == Places::kNone || now == Places::kNone)
         return old != now;
-    const ByteSpan before = file.places.Bytes(old), after = saved.Bytes(now);
+    const ByteSpan before = file.Bytes(old), after = saved.Bytes(now);
     return !std::equal(before.begin(), before.end(), after.begin(), after.end());
 }
 
@@ -25,8 +25,7 @@ bool ImageCheck::Run()
     in.LimitMemory(m_session.Left(m_held));
     const Error error = Read(in, m_image);
     m_session.Step(m_report);
-    const Places places(m_image, map);
-    const File file{m_report, places};
+    const File file(m_report, m_image, map);
     if (error) {
         ReportRefusal(file, error);
         return false;
@@ -49,8 +48,8 @@ bool ImageCheck::Allows(const Error& whyUnwritable)
 void ImageCheck::CheckSaved(const File& file)
 {
     std::optional<std::uint64_t> patched;
-    if (const std::size_t place = file.places.Find(Block::TableOffset); place != Places::kNone)
-        patched = file.places.Offset(place);
+    if (const std::size_t place = file.Find(Block::TableOffset); place != Places::kNone)
+        patched = file.Offset(place);
     SavedImage saved(m_image.data(), m_image.size(), std::max<std::uint64_t>(m_image.size(), WrittenSize()),
                      m_session.Left(m_held + m_spent), patched);
     const Error error = Write(saved);
@@ -77,7 +76,7 @@ void ImageCheck::CheckWritten(const File& file, const vlio::Bytes& written)
     if (error)
         return m_report.Add(Code::SaveRefused, {}, "what a save would write could not be read again");
     const Places saved(written, map);
-    ForEachChange(file.places, saved, [&](const Places::Run& old, const Places::Run& now) {
+    ForEachChange(file, saved, [&](const Places::Run& old, const Places::Run& now) {
         ReportChange({file, saved, old, now});
     });
     if (!m_report.TellsOfSave())
@@ -86,14 +85,14 @@ void ImageCheck::CheckWritten(const File& file, const vlio::Bytes& written)
 
 void ReportUnread(const File& file, std::uint64_t size, const std::vector<std::uint32_t>& known)
 {
-    std::vector<Places::Run> runs = file.places.Runs();
+    std::vector<Places::Run> runs = file.Runs();
     std::stable_sort(runs.begin(), runs.end(),
                      [](const auto& a, const auto& b) { return a.offset < b.offset; });
     runs.push_back({Places::kNone, size, size});
     std::uint64_t covered = 0;
     for (const Places::Run& run : runs) {
         if (run.offset < covered && run.Size() != 0) {
-            const std::string name = io::NameOf(file.places.BlockAt(run.place));
+            const std::string name = io::NameOf(file.BlockAt(run.place));
             file.report.Add(Code::BlocksOverlap, {name, run.offset},
                             "the block " + name + " begins inside of another, which ends at byte " +
                                 std::to_string(covered));

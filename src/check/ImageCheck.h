@@ -14,23 +14,24 @@
 namespace vela::vlgim::check {
 
 /// A file that was read, and its findings.
-struct File {
+struct File : Places {
     FileReport& report;
-    const Places& places;
 
-    /// Where something is inside of a block.
-    Where At(std::size_t place, std::uint64_t offset) const { return {places.Path(place), offset}; }
-
-    void Add(Code code, std::size_t place, std::uint64_t offset, const std::string& text) const
+    File(FileReport& of, const vlio::Bytes& image, const io::BlockMap& map) : Places(image, map), report(of)
     {
-        report.Add(code, At(place, offset), text);
     }
 
-    /// Of the whole block or field.
-    void Add(Code code, std::size_t place, const std::string& text) const
+    /// The first byte of a block or field, or one behind it.
+    Where At(std::size_t place, std::uint64_t behind = 0) const
     {
-        Add(code, place, places.Offset(place), text);
+        return {Path(place), Offset(place) + behind};
     }
+
+    void Add(Code code, std::size_t place, std::uint64_t behind, const std::string& text) const
+    {
+        report.Add(code, At(place, behind), text);
+    }
+    void Add(Code code, std::size_t place, const std::string& text) const { Add(code, place, 0, text); }
 };
 
 /// A run of bytes that a save writes otherwise.
@@ -39,14 +40,17 @@ struct Change {
     const Places& saved;
     const Places::Run &run, &savedRun;
 
-    Block Of() const { return file.places.BlockAt(run.place); }
-    ByteSpan Old() const { return file.places.Bytes(run); }
+    Block Of() const { return file.BlockAt(run.place); }
+    ByteSpan Old() const { return file.Bytes(run); }
     ByteSpan New() const { return saved.Bytes(savedRun); }
 
     /// Whether a save changes a field of the block.
     bool Changes(Block field) const;
 
-    void Add(Code code, const std::string& text) const { file.Add(code, run.place, run.offset, text); }
+    void Add(Code code, const char* text) const
+    {
+        file.report.Add(code, {file.Path(run.place), run.offset}, text);
+    }
 };
 
 /// The check of one file that is read into an object and written from it.

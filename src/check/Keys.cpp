@@ -21,21 +21,16 @@ ByteSpan KeysIn(const Places& places, std::size_t block)
     return times == Places::kNone ? bytes : bytes.subspan(places[times].end - places[block].offset);
 }
 
-std::uint64_t HeadOffset(const Places& places, std::size_t block)
-{
-    return places[block].end - KeysIn(places, block).size();
-}
-
 // The keys of one component.
-void CheckComponent(const File& file, std::size_t block, const FloatRun& run, bool isKeyed)
+void CheckComponent(const File& file, std::size_t field, const FloatRun& run, bool isKeyed)
 {
-    CheckFinite(file, block, run);
+    CheckFinite(file, field, run);
     // A difference of NaN counts as none.
     const bool areFloats = run.size == run.width * sizeof(float);
     if (isKeyed && areFloats &&
         keys::FloatsConstant(run.values, run.count, static_cast<std::uint32_t>(run.width)) &&
         NotFinite(run.values, run.count * run.width).count != 0)
-        file.Add(Code::SaveDropsKeys, block, run.offset,
+        file.Add(Code::SaveDropsKeys, field,
                  "some " + run.what + " are NaN, so that a save keeps the first alone");
 }
 
@@ -43,26 +38,25 @@ void CheckComponent(const File& file, std::size_t block, const FloatRun& run, bo
 
 void CheckTimes(const File& file, std::size_t block, const float* times, std::uint64_t count)
 {
-    const std::uint64_t offset = file.places.Offset(file.places.FindIn(block, Block::Times));
+    const std::size_t field = file.FindIn(block, Block::Times);
     if (NotFinite(times, count).count != 0)
-        return CheckFinite(file, block, {"key times", "key", times, count, 1, offset, sizeof(float)});
+        return CheckFinite(file, field, {"key times", "key", times, count, 1});
     Tally tally;
     for (std::uint64_t i = 1; i < count; ++i)
         if (times[i] <= times[i - 1])
             tally.Add(i);
     if (tally.count != 0)
-        file.Add(Code::TimeOrder, block, offset + tally.first * sizeof(float),
+        file.Add(Code::TimeOrder, field, tally.first * sizeof(float),
                  Counted(tally.count, "key is", "keys are") +
                      " not later than the one ahead, the first key " + std::to_string(tally.first) + " of " +
                      std::to_string(count));
 }
 
-void CheckQuaternions(const File& file, std::size_t block, const std::string& what, const float* values,
-                      std::uint64_t count, std::uint64_t offset, std::uint64_t size)
+void CheckQuaternions(const File& file, std::size_t field, const std::string& one, const FloatRun& run)
 {
     Tally zero, off;
-    for (std::uint64_t i = 0; i < count; ++i) {
-        const float* q = values + 4 * i;
+    for (std::uint64_t i = 0; i < run.count; ++i) {
+        const float* q = run.values + 4 * i;
         const float square = q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3];
         if (!(std::fabs(square - 1) > kUnitTolerance))
             continue;  // a NaN has been told of already
@@ -72,11 +66,11 @@ void CheckQuaternions(const File& file, std::size_t block, const std::string& wh
     const auto add = [&](Code code, const Tally& tally, const char* fault) {
         if (tally.count == 0)
             return;
-        const std::string which = count == 1
-                                      ? "the " + what
-                                      : std::to_string(tally.count) + " of " + std::to_string(count) + ' ' +
-                                            what + "s, the first at key " + std::to_string(tally.first) + ',';
-        file.Add(code, block, offset + tally.first * size,
+        const std::string which =
+            run.count == 1 ? "the " + one
+                           : std::to_string(tally.count) + " of " + std::to_string(run.count) + ' ' + one +
+                                 "s, the first at key " + std::to_string(tally.first) + ',';
+        file.Add(code, field, run.behind + tally.first * run.size,
                  which + (tally.count == 1 ? " is" : " are") + fault);
     };
     add(Code::QuaternionZero, zero, " of length 0");
@@ -85,41 +79,34 @@ void CheckQuaternions(const File& file, std::size_t block, const std::string& wh
 
 void CheckChannel(const File& file, std::size_t block, const vlTransKeysData& keys)
 {
+    constexpr Block kFields[] = {Block::PositionKeys, Block::RotationKeys, Block::ScaleKeys};
     constexpr unsigned char kLastOrder = EULER_ZYX;
     if (keys.m_rotOrder > kLastOrder)
-        file.Add(Code::RotationOrder, block, HeadOffset(file.places, block) + 3,
+        file.Add(Code::RotationOrder, block, file.Size(block) - KeysIn(file, block).size() + 3,
                  "the order of the rotation's angles is " + std::to_string(keys.m_rotOrder) +
                      ", and there are 1 to 6, and 0 for quaternions");
-    constexpr Block kFields[] = {Block::PositionKeys, Block::RotationKeys, Block::ScaleKeys};
     std::size_t component = 0;
-    FloatRun rotations{};
-    keys::VisitComponents(
-        keys, [&](const char* what, const Array<float>& values, bool isKeyed, std::uint32_t width) {
-            const std::size_t field = file.places.FindIn(block, kFields[component++]);
-            const std::uint64_t count = values.size() / width;
-            if (field == Places::kNone || count == 0)
-                return;
-            const FloatRun run{what,
-                               "key",
-                               values.data(),
-                               count,
-                               width,
-                               file.places.Offset(field),
-                               file.places.Size(field) / count};
-            CheckComponent(file, block, run, isKeyed);
-            if (width == 4)
-                rotations = run;
-        });
-    CheckQuaternions(file, block, "rotation", rotations.values, rotations.count, rotations.offset,
-                     rotations.size);
+    FloatRun quaternions{};
+    keys::VisitComponents(keys, [&](const char* what, const auto& values, bool isKeyed, std::uint32_t width) {
+        const std::size_t field = file.FindIn(block, kFields[component++]);
+        const std::uint64_t count = values.size() / width;
+        if (field == Places::kNone || count == 0)
+            return;
+        const FloatRun run{what, "key", values.data(), count, width, file.Size(field) / count};
+        CheckComponent(file, field, run, isKeyed);
+        if (width == 4)
+            quaternions = run;
+    });
+    if (quaternions.count != 0)
+        CheckQuaternions(file, file.FindIn(block, Block::RotationKeys), "rotation", quaternions);
 }
 
 void CheckTrackBlock(const File& file, std::size_t block, const vlTrackData& track)
 {
     CheckTimes(file, block, track.m_times.GetKeyTimes(), track.GetKeyCount());
     std::size_t channel = 0;
-    file.places.ForEachIn(block, [&](std::size_t inner) {
-        if (file.places.BlockAt(inner) == Block::Channel)
+    file.ForEachIn(block, [&](std::size_t inner) {
+        if (file.BlockAt(inner) == Block::Channel)
             CheckChannel(file, inner, track.m_channels[channel++]);
     });
 }
@@ -137,7 +124,7 @@ void ReportChangedKeys(const Change& change)
     constexpr std::size_t kKeyedBytes = 3;
     if (change.Changes(Block::Times))
         change.Add(Code::SaveMovesTimes, "a save moves key times, which are whole ticks in this version");
-    const ByteSpan old = KeysIn(change.file.places, change.run.place);
+    const ByteSpan old = KeysIn(change.file, change.run.place);
     const ByteSpan now = KeysIn(change.saved, change.savedRun.place);
     if (!std::equal(old.begin(), old.begin() + kKeyedBytes, now.begin()))
         change.Add(Code::SaveCollapsesKeys, "a save writes keys once that are all alike");

@@ -46,48 +46,37 @@ std::string Counted(std::uint64_t count, const char* one, const char* many)
     return std::to_string(count) + ' ' + (count == 1 ? one : many);
 }
 
-void CheckFinite(const File& file, std::size_t block, const FloatRun& run)
+void CheckFinite(const File& file, std::size_t field, const FloatRun& run)
 {
     const std::uint64_t numbers = run.count * run.width;
     const Tally tally = NotFinite(run.values, numbers);
     if (tally.count == 0)
         return;
     const std::uint64_t element = tally.first / run.width;
-    file.Add(Code::NotFinite, block,
-             run.offset + element * run.size + OffsetWithin(run, tally.first % run.width),
+    file.Add(Code::NotFinite, field,
+             run.behind + element * run.size + OffsetWithin(run, tally.first % run.width),
              Counted(tally.count, "number", "numbers") + " of " + std::to_string(numbers) + " in the " +
                  run.what + (tally.count == 1 ? " is" : " are") + " NaN or infinite, the first at " +
                  run.element + ' ' + std::to_string(element));
 }
 
-void CheckFinite(const File& file, std::size_t block, std::size_t field, const char* what,
-                 const char* element, const float* values, std::uint64_t width)
+void CheckBoneNames(const File& file, std::size_t field, const Array<Name32>& names, std::uint32_t count)
 {
-    const std::uint64_t size = width * sizeof(float);
-    CheckFinite(
-        file, block,
-        {what, element, values, file.places.Size(field) / size, width, file.places.Offset(field), size});
-}
-
-void CheckBoneNames(const File& file, std::size_t block, const Array<Name32>& names, std::uint32_t count)
-{
-    const std::size_t field = file.places.FindIn(block, Block::Names);
-    const std::uint64_t offset = file.places.Offset(field);
     std::map<std::string_view, std::uint32_t> first;
     for (std::uint32_t i = 0; i < count; ++i) {
         const auto [other, isNew] = first.emplace(names[i].View(), i);
         if (!isNew)
-            file.Add(Code::BoneName, block, offset + sizeof(Name32) * i,
+            file.Add(Code::BoneName, field, sizeof(Name32) * i,
                      "bones " + std::to_string(other->second) + " and " + std::to_string(i) +
                          " are both named " + std::string(other->first));
     }
-    const ByteSpan stored = file.places.Bytes(field);
+    const ByteSpan stored = file.Bytes(field);
     const Tally changed = ChangedNames(stored, names, count);
     if (changed.count == 0)
         return;
     Name32 name;
     std::memcpy(name.bytes, stored.data() + sizeof name * changed.first, sizeof name);
-    file.Add(Code::SaveLowerCase, block, offset + sizeof name * changed.first,
+    file.Add(Code::SaveLowerCase, field, sizeof name * changed.first,
              Counted(changed.count, "bone has", "bones have") +
                  " upper case letters in the name, the first is " + std::string(name.View()));
 }

@@ -26,27 +26,22 @@ struct Tally {
 /// Floats that are NaN or infinite.
 Tally NotFinite(const float* values, std::uint64_t count);
 
-/// A run of elements in memory and in the file.
+/// A field of floats, as they were read from it.
 struct FloatRun {
     std::string what;     ///< as in "positions"
     const char* element;  ///< what an index counts, as in "vertex"
     const float* values;
-    std::uint64_t count, width;  ///< elements, and floats of each
-    std::uint64_t offset;        ///< of the first, in the file
-    std::uint64_t size;          ///< bytes of an element in the file: of floats, half floats or a code
+    std::uint64_t count, width;      ///< elements, and floats of each
+    std::uint64_t size = 4 * width;  ///< bytes of an element in the file: of floats, half floats or a code
+    std::uint64_t behind = 0;        ///< bytes ahead of the first in the field
 };
-void CheckFinite(const File& file, std::size_t block, const FloatRun& run);
+void CheckFinite(const File& file, std::size_t field, const FloatRun& run);
 
-/// The same for a run that is a field of the block.
-void CheckFinite(const File& file, std::size_t block, std::size_t field, const char* what,
-                 const char* element, const float* values, std::uint64_t width);
+/// Of quaternions (x, y, z, w): neither zero nor far from unit length.
+void CheckQuaternions(const File& file, std::size_t field, const std::string& one, const FloatRun& run);
 
 /// The key times of a block: finite and ascending.
 void CheckTimes(const File& file, std::size_t block, const float* times, std::uint64_t count);
-
-/// Quaternions (x, y, z, w) from `offset` on, `size` bytes from one to the next: neither zero nor far from unit length.
-void CheckQuaternions(const File& file, std::size_t block, const std::string& what, const float* values,
-                      std::uint64_t count, std::uint64_t offset, std::uint64_t size);
 
 /// The transform keys of a channel or of a bone.
 void CheckChannel(const File& file, std::size_t block, const vlTransKeysData& keys);
@@ -58,8 +53,8 @@ void CheckTrackBlock(const File& file, std::size_t block, const vlTrackData& tra
 void ReportChangedTrack(const Change& change);
 void ReportChangedKeys(const Change& change);
 
-/// Names of bones, a field of a block: none twice, and whether a reader made them lower-case.
-void CheckBoneNames(const File& file, std::size_t block, const Array<Name32>& names, std::uint32_t count);
+/// Names of bones: none twice, and whether a reader made them lower-case.
+void CheckBoneNames(const File& file, std::size_t field, const Array<Name32>& names, std::uint32_t count);
 
 /// Names that a reader has changed.
 Tally ChangedNames(ByteSpan stored, const Array<Name32>& names, std::uint32_t count);
