@@ -112,7 +112,7 @@ void CheckAnimationBytes(const Bytes& file)
         return;
     if (isRead || result.findings.empty() || anim.m_version < 0x60000)
         ExpectTold(result, isRead, file, test::Written([&](vlio::Sink& sink) {
-                       if (isRead && anim.WriteObstacle().result == 0)
+                       if (isRead && !WhyUnwritable(anim))
                            static_cast<void>(anim::WriteFile(sink, anim, {}));
                    }));
 }

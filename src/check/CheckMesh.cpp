@@ -398,6 +398,15 @@ void MeshCheck::ReportChange(const Change& change)
         if (!IsTableKept(change.Old(), change.New()))
             change.Add(Code::SaveTable, "a save writes the table of blocks anew");
         return;
+    case Block::VertexCounts:
+        if (!m_fillsData)
+            break;
+        return change.Add(Code::SaveFillsData,
+                          "a save writes zeros for the data that the mesh declares and does not hold");
+    case Block::BonesBlock:
+        if (!m_tellsOfBones)
+            break;
+        return;
     case Block::TableOffset:
     case Block::KeyRecords:
     case Block::AnimBI:
@@ -405,11 +414,7 @@ void MeshCheck::ReportChange(const Change& change)
     default:
         break;
     }
-    if (block == Block::VertexCounts && m_fillsData)
-        change.Add(Code::SaveFillsData,
-                   "a save writes zeros for the data that the mesh declares and does not hold");
-    else if (block != Block::BonesBlock || !m_tellsOfBones)
-        change.Add(Code::SaveChanges, "a save writes this block in its own form");
+    change.Add(Code::SaveChanges, "a save writes this block in its own form");
 }
 
 // All blocks are the same, and have another order or no longer lie on one another.
