@@ -9,7 +9,6 @@
 #include <vlgim/vlTrackData.h>
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <set>
 
@@ -84,7 +83,8 @@ void CheckMeshBytes(const Bytes& input)
 {
     CheckOptions options;
     std::uint32_t count = 0;
-    std::memcpy(&count, input.data(), std::min(sizeof count, input.size()));
+    std::copy_n(input.begin(), std::min(sizeof count, input.size()),
+                reinterpret_cast<unsigned char*>(&count));
     options.submeshCount = count;
     const Bytes file(input.begin() + std::min<std::ptrdiff_t>(4, std::ssize(input)), input.end());
     const CheckResult result =
