@@ -45,11 +45,19 @@ protected:
         sink->Write(content.data(), content.size());
     }
 
+    // Logs as the documented operations do.
+    static bool Commit(FileWriter& set)
+    {
+        const Error error = set.Commit();
+        LogWarnings(set.Warnings(), "file");
+        return !LogFailure(error, "file");
+    }
+
     static bool Save(const std::string& path, const std::string& content)
     {
         FileWriter file;
         Put(file, path, content);
-        return Finish(file, {});
+        return Commit(file);
     }
 
     static int ErrorOf(const std::string& path)
@@ -149,7 +157,7 @@ TEST_F(FileWriterTest, ASetChangesTogether)
         if (full)
             Put(set, "/dev/full", "new");
         Put(set, Path("side"), "new");
-        EXPECT_EQ(Finish(set, {}), !full);
+        EXPECT_EQ(Commit(set), !full);
         EXPECT_EQ(Read(Path("manifest")), full ? "old" : "new");
         EXPECT_EQ(std::filesystem::remove(Path("side")), !full);
     }
@@ -160,7 +168,7 @@ TEST_F(FileWriterTest, ASetChangesTogether)
     Put(set, Path("manifest"), "newer");
     Put(set, Path("side"), "newer");
     Write("side/in/the/way", "");
-    EXPECT_FALSE(Finish(set, {}));
+    EXPECT_FALSE(Commit(set));
     EXPECT_EQ(Read(Path("manifest")), "new");
     EXPECT_EQ(log.lines, (Lines{"E failed to write /dev/full: No space left on device",
                                 "E failed to write " + Path("side") + ": Is a directory"}));
@@ -177,7 +185,7 @@ TEST_F(FileWriterTest, OneTargetTwiceIsRefused)
         const Error error = set.Open(Path(spelling).c_str(), sink);
         EXPECT_EQ(sink, nullptr) << spelling;
         const LogCapture log;
-        LogFailure(error);
+        LogFailure(error, "file");
         EXPECT_EQ(log.lines,
                   Lines{"E " + Path(spelling) + " is the target of two files that are saved together"});
         EXPECT_FALSE(set.Open(Path("f/a").c_str(), sink));

@@ -38,7 +38,7 @@ test_info_of_models() {
     mkdir res
     mv house.mesh res/
     expect 1 info house.gim
-    says err 'Failed to read file : house.mesh'
+    says err 'house.mesh: No such file or directory'
     [ ! -s out ] || fail "a model that can't be read is printed"
     expect 0 info --base res/ house.gim
 }
@@ -50,7 +50,7 @@ test_info_of_meshes() {
     says out '3, the one count that fits the file'
     says out 'magic       34 80 C8 BB'
     expect 1 info --submeshes 9000 alone/walker.mesh
-    says err 'gim file is damaged: '
+    says err 'alone/walker.mesh: submesh entries at byte '
     expect 1 info alone/house.mesh # how far its tracks reach depends on the count
     says err "they can't be worked out; use --submeshes N"
     printf '\143' | dd of=alone/walker.mesh bs=1 seek=16 conv=notrunc status=none # parent of the second bone
@@ -93,7 +93,7 @@ test_info_of_animations_and_tracks() {
     done
     head -c 9000 walker.gis >cut.gis
     expect 1 info cut.gis
-    says err 'gis file is damaged: '
+    says err 'cut.gis: clip '
     {
         printf 'VTRK\1\0\1\0\0\1' # version 0x10001
         printf 'door'

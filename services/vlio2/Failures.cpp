@@ -1,7 +1,6 @@
 #include <vlio2/Failures.h>
 
 #include <corecommon/Log.h>
-#include <vlio2/FileWriter.h>
 
 #include <cerrno>
 #include <utility>
@@ -13,34 +12,42 @@ using vela::vlgim::ErrorKind;
 
 Error Failure(ErrorKind kind, int code, const char* file, std::string text)
 {
-    Error error;
-    error.kind = kind;
-    error.code = code;
-    error.file = file;
-    error.text = std::move(text);
-    return error;
+    return {kind, code, file, "", std::nullopt, std::move(text)};
 }
 
-void LogFailure(const Error& error, Saved what)
+std::string WithoutFile(Error error)
 {
-    const bool isNotCreated = error.kind == ErrorKind::NotCreated;
-    if (isNotCreated && error.code == EEXIST)  // no path was refused, the set has it twice
-        vela::LogError("%s %s", error.file.c_str(), error.text.c_str());
-    else if (isNotCreated && what == Saved::Data)
-        vela::LogError("unable to open %s", error.file.c_str());
-    else
-        vela::LogError("failed to write %s: %s", error.file.c_str(), error.text.c_str());
+    error.file.clear();
+    return error.Message();
 }
 
-bool Finish(FileWriter& set, Error error, Saved what)
+bool LogFailure(const Error& error, const char* what)
 {
+    const char *const file = error.file.c_str(), *const text = error.text.c_str();
     if (!error)
-        error = set.Commit();
-    for (const Error& warning : set.Warnings())
-        vela::LogWarning("%s %s", warning.file.c_str(), warning.text.c_str());
-    if (error)
-        LogFailure(error, what);
-    return !error;
+        return false;
+    if (error.kind == ErrorKind::NotCreated && error.code == EEXIST)  // the set has it twice
+        vela::LogError("%s %s", file, text);
+    else if (error.kind == ErrorKind::NotWritten || !what)
+        vela::LogError("failed to write %s: %s", file, text);
+    else if (error.kind == ErrorKind::NotCreated)
+        vela::LogError("unable to open %s", file);
+    else
+        vela::LogError("%s %s can't be written: %s", what, file, WithoutFile(error).c_str());
+    return true;
+}
+
+void LogWarnings(const std::vector<Error>& warnings, const char* what)
+{
+    for (const Error& warning : warnings) {
+        const char *const file = warning.file.c_str(), *const text = warning.text.c_str();
+        if (warning.file.empty())
+            vela::LogWarning("%s", text);
+        else if (warning.kind == ErrorKind::NotCreated)  // written in place, whatever kind it is of
+            vela::LogWarning("%s %s", file, text);
+        else
+            vela::LogWarning("%s %s %s", what, file, text);
+    }
 }
 
 }  // namespace vlio

@@ -3,25 +3,21 @@
 #include <vlgim/Error.h>
 
 #include <string>
+#include <vector>
 
 // Failures of files as values, and the messages that the documented operations make of them.
 namespace vlio {
 
-class FileWriter;
-
 vela::vlgim::Error Failure(vela::vlgim::ErrorKind kind, int code, const char* file, std::string text);
 
-/// How a message says that a file could not be created.
-enum class Saved {
-    Data,      ///< "unable to open %s"
-    Document,  ///< "failed to write %s: %s", as any other failure
-};
+/// Place and text alone: for messages that name the file themselves.
+std::string WithoutFile(vela::vlgim::Error error);
 
-/// Logs why a file could not be created or written.
-void LogFailure(const vela::vlgim::Error& error, Saved what = Saved::Data);
+/// Logs why a file was not saved. Returns whether there was an error.
+/// what  the kind of file, as in "mesh file"; null for a document, whose failures have one message
+bool LogFailure(const vela::vlgim::Error& error, const char* what);
 
-/// Ends a save: commits the set, unless an error kept it from being whole, and logs its warnings and what went wrong.
-/// True: all files are in place.
-bool Finish(FileWriter& set, vela::vlgim::Error error, Saved what = Saved::Data);
+/// Logs what a save that went well has to say of files of the kind `what`.
+void LogWarnings(const std::vector<vela::vlgim::Error>& warnings, const char* what);
 
 }  // namespace vlio

@@ -261,15 +261,15 @@ int XmlData::Save(const char* path) const
 {
     FileWriter set;
     Error error = AddTo(set, path);
-    return Finish(set, std::move(error), Saved::Document) ? 0 : 1;
+    if (!error)
+        error = set.Commit();
+    LogWarnings(set.Warnings(), nullptr);
+    return LogFailure(error, nullptr) ? 1 : 0;
 }
 
 int XmlData::Save(const char* path, FileWriter& set) const
 {
-    const Error error = AddTo(set, path);
-    if (error)
-        LogFailure(error, Saved::Document);
-    return error ? 1 : 0;
+    return LogFailure(AddTo(set, path), nullptr) ? 1 : 0;
 }
 
 Error XmlData::SaveFile(const char* path) const

@@ -93,8 +93,8 @@ int GisData::Save(const char* path)
     std::vector<Error> warnings;
     const Error error = vlgim::Save(*this, path, &warnings);
     const bool isOfDocument = error.file == vlio::ReplaceFileExtension(path, ".ags");
-    const int result = isOfDocument ? io::LogFailure(error, nullptr) : anim::LogSave(error);
-    io::LogWarnings(warnings, "skeletal animation");
+    const int result = isOfDocument ? vlio::LogFailure(error, nullptr) : anim::LogSave(error);
+    vlio::LogWarnings(warnings, "skeletal animation");
     return result;
 }
 

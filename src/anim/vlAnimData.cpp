@@ -234,7 +234,7 @@ bool LogRead(const Error& error, const vlAnimData& anim, const std::vector<Error
         break;
     default:
         LogError("gis file is damaged: %s",
-                 error.file == anim.m_path ? io::WithoutFile(error).c_str() : error.Message().c_str());
+                 error.file == anim.m_path ? vlio::WithoutFile(error).c_str() : error.Message().c_str());
     }
     LogError("Bad format in skeletal animation, version %u.x!", std::min(version >> 16, 5U));
     return false;

@@ -192,7 +192,7 @@ int LogSave(const Error& error)
     const bool isCounting = error.kind == ErrorKind::Limit || error.kind == ErrorKind::Reference;
     if (error.kind == ErrorKind::Reference && error.block.empty())
         LogError("Unable to open seperate animation file %s", error.file.c_str());
-    else if (!io::LogFailure(error, "skeletal animation"))
+    else if (!vlio::LogFailure(error, "skeletal animation"))
         return 0;
     return isCounting ? -1 : 1;
 }
@@ -215,7 +215,7 @@ int vlAnimData::WriteAnimationFile(const char* path)
 {
     std::vector<Error> warnings;
     const int result = anim::LogSave(Save(*this, path, &warnings));
-    io::LogWarnings(warnings, "skeletal animation");
+    vlio::LogWarnings(warnings, "skeletal animation");
     return result;
 }
 

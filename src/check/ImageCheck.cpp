@@ -41,7 +41,7 @@ bool ImageCheck::Run()
 bool ImageCheck::Allows(const Error& whyUnwritable)
 {
     if (whyUnwritable)
-        m_report.Add(Code::SaveRefused, {}, io::WithoutFile(whyUnwritable));
+        m_report.Add(Code::SaveRefused, {}, vlio::WithoutFile(whyUnwritable));
     return !whyUnwritable;
 }
 

@@ -4,6 +4,7 @@
 
 #include <corecommon/Log.h>
 #include <vlgim/Error.h>
+#include <vlio2/Failures.h>
 #include <vlio2/FileWriter.h>
 
 #include <cstdio>
@@ -47,15 +48,5 @@ void WriteStream(std::FILE* stream, const char* message, const Error& why, Write
     BlockWriter out(sink);
     write(out);
 }
-
-/// Logs why a file was not saved. Returns whether there was an error.
-/// what  the kind of file, as in "mesh file"; null for a document, whose failures have one message
-bool LogFailure(const Error& error, const char* what);
-
-/// Logs what a save that went well has to say: of files that are written in place, and of the kind `what`.
-void LogWarnings(const std::vector<Error>& warnings, const char* what);
-
-/// Place and text alone: for messages that name the file themselves.
-std::string WithoutFile(Error error);
 
 }  // namespace vela::vlgim::io

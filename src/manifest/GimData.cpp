@@ -198,8 +198,8 @@ int GimData::Save(const char* path, const char* basePath)
         options.base = basePath;
     std::vector<Error> warnings;
     const Error error = vlgim::Save(*this, path, options, &warnings);
-    const bool hasFailed = io::LogFailure(error, error.file == m_meshPath ? "mesh file" : nullptr);
-    io::LogWarnings(warnings, "mesh file");
+    const bool hasFailed = vlio::LogFailure(error, error.file == m_meshPath ? "mesh file" : nullptr);
+    vlio::LogWarnings(warnings, "mesh file");
     return hasFailed ? 1 : 0;
 }
 

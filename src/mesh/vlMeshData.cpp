@@ -145,7 +145,7 @@ void LogRead(const Error& error, const vlMeshData& mesh)
     if (error.kind == ErrorKind::Version)
         LogError("gim file version is too %s", mesh.m_version > kNewestVersion ? "new" : "old");
     else
-        LogError("gim file is damaged: %s", io::WithoutFile(error).c_str());
+        LogError("gim file is damaged: %s", vlio::WithoutFile(error).c_str());
 }
 
 void LogReadWarning(const Error& warning)

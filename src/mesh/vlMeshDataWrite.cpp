@@ -223,8 +223,8 @@ Error Save(const vlMeshData& mesh, const char* path, std::vector<Error>* warning
 int vlMeshData::WriteMeshFile(const char* path)
 {
     std::vector<Error> warnings;
-    const bool hasFailed = io::LogFailure(Save(*this, path, &warnings), "mesh file");
-    io::LogWarnings(warnings, "mesh file");
+    const bool hasFailed = vlio::LogFailure(Save(*this, path, &warnings), "mesh file");
+    vlio::LogWarnings(warnings, "mesh file");
     return hasFailed ? 1 : 0;
 }
 

@@ -165,7 +165,7 @@ bool vlTrackData::Load(const char* path)
     case ErrorKind::Unreadable:
         break;
     default:
-        LogError("track file is damaged: %s", io::WithoutFile(error).c_str());
+        LogError("track file is damaged: %s", vlio::WithoutFile(error).c_str());
     }
     LogError(isDenied ? "Track file %s is not found!" : "Bad format in track file %s!", path);
     return false;

@@ -79,8 +79,8 @@ Error Save(vlTrackData& track, const char* path, std::vector<Error>* warnings)
 void vlTrackData::Save(const char* path)
 {
     std::vector<Error> warnings;
-    io::LogFailure(vlgim::Save(*this, path, &warnings), "track file");
-    io::LogWarnings(warnings, "track file");
+    vlio::LogFailure(vlgim::Save(*this, path, &warnings), "track file");
+    vlio::LogWarnings(warnings, "track file");
 }
 
 void vlTrackData::WriteData(std::FILE* stream)

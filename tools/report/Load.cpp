@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <corecommon/Log.h>
 #include <vlgim/Findings.h>
 #include <vlio2/Path.h>
 
@@ -15,61 +14,75 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-const char* Base(const LoadOptions& options)
+void Print(const Error& error)
 {
-    return options.base ? options.base->c_str() : nullptr;
+    std::fprintf(stderr, "%s\n", Shown(error.Message()).c_str());
+}
+
+// Of files that a model or a skeleton need not have only what is wrong with them.
+void PrintWarnings(const std::vector<Error>& warnings)
+{
+    for (const Error& warning : warnings)
+        if (warning.kind != ErrorKind::NotFound || !warning.file.ends_with(".ags"))
+            Print(warning);
+}
+
+// What was loaded, and nothing where that is of no use.
+template <class Data>
+std::optional<LoadedFile> Loaded(std::unique_ptr<Data> data, const Error& error, const std::vector<Error>& warnings,
+                                 bool isOfUse)
+{
+    PrintWarnings(warnings);
+    if (error)
+        Print(error);
+    return isOfUse ? std::optional<LoadedFile>(std::move(data)) : std::nullopt;
 }
 
 std::optional<LoadedFile> LoadModel(const std::string& path, const LoadOptions& options)
 {
     auto model = std::make_unique<GimData>();
-    const int result = model->Load(path.c_str(), Base(options));
-    if (result != 0 && result != -1)
-        return std::nullopt;
-    if (result == -1)
-        std::fprintf(stderr, "%s: a submesh has no name or no material index; the list ends ahead of it\n",
-                     Shown(path).c_str());
-    return model;
+    std::vector<Error> warnings;
+    const Error error = Load(*model, path.c_str(), options, &warnings);
+    const bool hasMesh = model->m_mesh.m_vertexData != nullptr;  // a submesh record may still lack something
+    return Loaded(std::move(model), error, warnings, hasMesh);
 }
 
-std::optional<LoadedFile> LoadMesh(const std::string& path, const vlio::Bytes& bytes,
-                                   const LoadOptions& options)
+std::optional<LoadedFile> LoadMesh(const std::string& path, const vlio::Bytes& bytes, LoadOptions options)
 {
-    const std::optional<SubmeshCount> submeshes = FindSubmeshCount(path, bytes, options);
-    if (!submeshes)
-        return std::nullopt;
     auto file = std::make_unique<MeshFile>();
-    file->mesh.m_submeshCount = submeshes->count;
-    if (!file->mesh.ReadMeshFile(bytes.data(), bytes.size()))
-        return std::nullopt;
-    file->countSource = submeshes->source;
-    file->size = bytes.size();
-    std::copy_n(bytes.begin(), file->magic.size(), file->magic.begin());
-    return file;
+    SubmeshCount submeshes;
+    std::vector<Error> warnings;
+    Error error = FindSubmeshCount(path, bytes, options, submeshes);
+    if (!error) {
+        options.submeshCount = submeshes.count;
+        error = Load(file->mesh, bytes, options, &warnings);
+        file->countSource = submeshes.source;
+        file->size = bytes.size();
+        std::copy_n(bytes.begin(), std::min(bytes.size(), file->magic.size()), file->magic.begin());
+    }
+    error.file = path;
+    return Loaded(std::move(file), error, warnings, !error);
 }
 
 std::optional<LoadedFile> LoadAnimation(const std::string& path, const LoadOptions& options)
 {
     auto skeleton = std::make_unique<GisData>();
-    if (skeleton->Load(path.c_str(), Base(options)) != 0)
-        return std::nullopt;
-    return skeleton;
+    std::vector<Error> warnings;
+    const Error error = Load(*skeleton, path.c_str(), options, &warnings);
+    return Loaded(std::move(skeleton), error, warnings, !error);
 }
 
-std::optional<LoadedFile> LoadTrack(const std::string& path)
+std::optional<LoadedFile> LoadTrack(const std::string& path, const LoadOptions& options)
 {
     auto track = std::make_unique<vlTrackData>();
-    if (!track->Load(path.c_str()))
-        return std::nullopt;
-    return track;
+    const Error error = Load(*track, path.c_str(), options);
+    return Loaded(std::move(track), error, {}, !error);
 }
 
 std::uint32_t CountInManifest(const std::string& path)
 {
     vlio::XmlData manifest;
-    if (vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY))
-        manifest.Load(path.c_str());
-    return CountSubmeshes(manifest);
+    return manifest.Load(path.c_str()) == 0 ? CountSubmeshes(manifest) : 0;
 }
 
 }  // namespace
@@ -79,7 +92,7 @@ void AddLoadOptions(CLI::App& command, LoadOptions& options)
     command.add_option("--base", options.base,
                        "Prefix of relative mesh and animation paths and of material group paths");
     command.add_option(
-        "--submeshes", options.submeshes,
+        "--submeshes", options.submeshCount,
         "Submesh count of .mesh files, which is not in them; else a .gim beside the file is asked, "
         "else the one count that fits is taken");
 }
@@ -92,20 +105,29 @@ std::uint32_t CountSubmeshes(const vlio::XmlData& manifest)
     return static_cast<std::uint32_t>(submeshes.size());
 }
 
-std::optional<SubmeshCount> FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes,
-                                             const LoadOptions& options)
+Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const LoadOptions& options,
+                       SubmeshCount& found)
 {
-    if (options.submeshes)
-        return SubmeshCount{*options.submeshes, "as given"};
+    if (options.submeshCount) {
+        found = {*options.submeshCount, "as given"};
+        return {};
+    }
     const std::string manifest = vlio::ReplaceFileExtension(path.c_str(), ".gim");
-    if (const std::uint32_t count = CountInManifest(manifest))
-        return SubmeshCount{count, "as " + Shown(manifest) + " says"};
+    if (const std::uint32_t count = CountInManifest(manifest)) {
+        found = {count, "as " + Shown(manifest) + " says"};
+        return {};
+    }
     const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(bytes.data(), bytes.size());
-    if (fitting.size() == 1)
-        return SubmeshCount{fitting[0], "the one count that fits the file"};
-    LogError("%s: the file does not say how many submeshes it has, and %s; use --submeshes N", path.c_str(),
-             fitting.empty() ? "they can't be worked out" : "several counts fit it");
-    return std::nullopt;
+    if (fitting.size() == 1) {
+        found = {fitting[0], "the one count that fits the file"};
+        return {};
+    }
+    Error error;
+    error.kind = ErrorKind::Reference;
+    error.file = path;
+    error.text = std::string("the file does not say how many submeshes it has, and ") +
+                 (fitting.empty() ? "they can't be worked out" : "several counts fit it") + "; use --submeshes N";
+    return error;
 }
 
 std::optional<LoadedFile> LoadFile(const std::string& path, const LoadOptions& options)
@@ -117,15 +139,15 @@ std::optional<LoadedFile> LoadFile(const std::string& path, const LoadOptions& o
     if (byName == FileKind::Animation)
         return LoadAnimation(path, options);
     vlio::Bytes bytes;
-    if (!vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_MODEL)) {
-        std::fprintf(stderr, "%s: can't be read\n", Shown(path).c_str());
+    if (const Error error = vlio::ReadFile(path.c_str(), bytes)) {
+        Print(error);
         return std::nullopt;
     }
     switch (KindOfFile(path, bytes.data(), bytes.size())) {
     case FileKind::Mesh:
         return LoadMesh(path, bytes, options);
     case FileKind::Track:
-        return LoadTrack(path);
+        return LoadTrack(path, options);
     case FileKind::Animation:
         return LoadAnimation(path, options);
     default:

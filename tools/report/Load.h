@@ -19,28 +19,21 @@ class App;
 
 namespace vela::vlgim::tools {
 
-/// What a file does not say of itself.
-struct LoadOptions {
-    std::optional<std::string> base;  ///< base path of a manifest's mesh and material group, and of a .gis
-    std::optional<std::uint32_t> submeshes;  ///< submesh count of a .mesh file
-};
-
 /// Gives a command the options --base and --submeshes.
 void AddLoadOptions(CLI::App& command, LoadOptions& options);
 
 /// Where a submesh count came from, for a file that does not hold it.
 struct SubmeshCount {
-    std::uint32_t count;
+    std::uint32_t count = 0;
     std::string source;
 };
 
 /// Submeshes that a manifest lists.
 std::uint32_t CountSubmeshes(const vlio::XmlData& manifest);
 
-/// The submesh count of a .mesh file: as given, as the manifest beside it says, or the one that fits. None: LogError
-/// says why.
-std::optional<SubmeshCount> FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes,
-                                             const LoadOptions& options);
+/// The submesh count of a .mesh file: as given, as the manifest beside it says, or the one that fits.
+Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const LoadOptions& options,
+                       SubmeshCount& found);
 
 /// A .mesh file without its manifest.
 struct MeshFile {

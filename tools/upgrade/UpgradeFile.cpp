@@ -2,7 +2,6 @@
 
 #include "report/FindingLines.h"
 #include "report/Print.h"
-#include "upgrade/Messages.h"
 
 #include <algorithm>
 #include <exception>
@@ -74,10 +73,9 @@ private:
 
     void RunMesh()
     {
-        const Messages unused;  // The check below says the same in findings.
         vlio::Bytes image;
-        if (!ReadImage(image))
-            return Stop(UpgradeStatus::Failed, "the file can't be read");
+        if (const Error error = ReadImage(image))
+            return Stop(UpgradeStatus::Failed, error.text);
         m_result.bytes = image.size();
         if (!BeginMesh(image))
             return;
@@ -88,18 +86,14 @@ private:
 
     void RunTrack()
     {
-        const Messages messages;
         vlTrackData track;
-        if (!track.Load(m_target.real.c_str()))
-            return Stop(UpgradeStatus::Failed, messages.Text());
+        if (const Error error = Load(track, m_target.real.c_str()))
+            return Stop(UpgradeStatus::Failed, error.Message());
         if (Begin(track, true) && MayBeSaved(std::nullopt) && !m_options.isDryRun)
             SaveTrack(track);
     }
 
-    bool ReadImage(vlio::Bytes& image) const
-    {
-        return vlio::FileStream::ReadAllBinary(m_target.real.c_str(), image, vlio::FILE_SYSTEM_MODEL);
-    }
+    Error ReadImage(vlio::Bytes& image) const { return vlio::ReadFile(m_target.real.c_str(), image); }
 
     // Reads the header alone, so that a mesh that is current already costs no more. That read is refused where the header
     // ends, and the version and pack mode are set by then.
@@ -107,30 +101,35 @@ private:
     {
         constexpr std::size_t headerSize = 10;
         vlMeshData mesh;
-        mesh.ReadMeshFile(image.data(), std::min(image.size(), headerSize));
+        static_cast<void>(Load(mesh, std::span(image).first(std::min(image.size(), headerSize))));
         return Begin(mesh, image.size() >= headerSize);
     }
 
     // Leaves what was saved in image, so that two images are never in memory.
     void SaveMesh(vlio::Bytes& image, std::uint32_t submeshes)
     {
-        const Messages saving;
         vlMeshData mesh, saved;
         mesh.m_submeshCount = saved.m_submeshCount = submeshes;
-        if (!mesh.ReadMeshFile(image.data(), image.size()) || mesh.WriteMeshFile(m_target.real.c_str()) != 0)
-            return Stop(UpgradeStatus::Failed, saving.Text());
-        Finish(ReadImage(image) && saved.ReadMeshFile(image.data(), image.size()) && IsUpgradeOf(saved, mesh),
-               saving);
+        std::vector<Error> warnings;
+        Error error = Load(mesh, image, {}, &warnings);
+        if (!error)
+            error = Save(mesh, m_target.real.c_str(), &warnings);
+        if (error)
+            return Stop(UpgradeStatus::Failed, error.Message());
+        error = ReadImage(image);
+        if (!error)
+            error = Load(saved, image);
+        Finish(error, !error && IsUpgradeOf(saved, mesh), warnings);
     }
 
     void SaveTrack(vlTrackData& track)
     {
-        const Messages saving;
-        track.Save(m_target.real.c_str());
-        if (saving.HasErrors())
-            return Stop(UpgradeStatus::Failed, saving.Text());
+        std::vector<Error> warnings;
+        if (const Error error = Save(track, m_target.real.c_str(), &warnings))
+            return Stop(UpgradeStatus::Failed, error.Message());
         vlTrackData saved;
-        Finish(saved.Load(m_target.real.c_str()) && IsUpgradeOf(saved, track), saving);
+        const Error error = Load(saved, m_target.real.c_str());
+        Finish(error, !error && IsUpgradeOf(saved, track), warnings);
     }
 
     // Whether the file is old, and may be touched.
@@ -153,11 +152,11 @@ private:
     {
         if (m_target.submeshes)
             return IfItFits(*m_target.submeshes, image);
-        const Messages messages;
-        const std::optional<SubmeshCount> found = FindSubmeshCount(m_target.path, image, m_options.load);
-        if (found)
-            return IfItFits(found->count, image);
-        Stop(UpgradeStatus::Skipped, messages.Text());
+        SubmeshCount found;
+        const Error error = FindSubmeshCount(m_target.path, image, m_options.load, found);
+        if (!error)
+            return IfItFits(found.count, image);
+        Stop(UpgradeStatus::Skipped, error.Message());
         return std::nullopt;
     }
 
@@ -217,13 +216,13 @@ private:
         m_result.reasons.push_back({finding.code, finding.text + (place.empty() ? "" : " (" + place + ')')});
     }
 
-    void Finish(bool isThere, const Messages& messages)
+    void Finish(const Error& error, bool isThere, const std::vector<Error>& warnings)
     {
         if (!isThere)
-            return Stop(UpgradeStatus::Failed, "it was saved, and can't be read back: " + messages.Text());
+            return Stop(UpgradeStatus::Failed, "it was saved, and can't be read back: " + error.Message());
         m_result.status = UpgradeStatus::Upgraded;
-        if (!messages.Text().empty())
-            m_result.reasons.push_back({nullptr, messages.Text()});
+        for (const Error& warning : warnings)
+            m_result.reasons.push_back({nullptr, warning.Message()});
     }
 
     const Target& m_target;

@@ -1,7 +1,5 @@
 #include "upgrade/UpgradePlan.h"
 
-#include "upgrade/Messages.h"
-
 #include <algorithm>
 #include <exception>
 #include <filesystem>
@@ -20,15 +18,14 @@ std::string RealPath(const std::string& path)
 // The mesh of a model, whether or not it can be read: why it can't is found where it is looked at.
 Target MeshOf(const std::string& path, const LoadOptions& options)
 {
-    Messages messages;
     GimData model;
-    const int result = model.Load(path.c_str(), options.base ? options.base->c_str() : nullptr);
+    const Error error = Load(model, path.c_str(), options);
     Target target{model.m_meshPath, RealPath(model.m_meshPath), FileKind::Mesh, {}, path, "", ""};
     target.submeshes = CountSubmeshes(model.m_gimXml);
     if (target.path.empty() || target.real.empty()) {
         target.path = path;
-        target.failure = messages.Text();
-    } else if (result == 1 && *target.submeshes == 0) {
+        target.failure = error.Message();
+    } else if (error && *target.submeshes == 0) {
         target.trouble = "its manifest " + path + " lists no submeshes";
     }
     return target;
