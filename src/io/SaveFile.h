@@ -5,17 +5,18 @@
 
 #include <vector>
 
-// What the documented operations do with an Error: they log it, in the words that callers know.
+// The documented operations log an Error with the messages that callers know.
 namespace vela::vlgim::io {
 
-/// Appends to a list that may be null.
+/// Appends to a list, which may be null.
 inline void Append(std::vector<Error>* list, const std::vector<Error>& more)
 {
     if (list)
         list->insert(list->end(), more.begin(), more.end());
 }
 
-/// Writes one file, whole or not at all: write(sink) puts out its bytes, or gives an error that ends the save.
+/// Writes one file, as a whole or not at all (see vlio::FileWriter). write(sink) writes its bytes, or returns an error
+/// that ends the save.
 template <class Write>
 Error SaveFile(const char* path, std::vector<Error>* warnings, Write write)
 {
@@ -30,14 +31,14 @@ Error SaveFile(const char* path, std::vector<Error>* warnings, Write write)
     return error;
 }
 
-/// Logs why a file was not saved. Returns whether there was an error.
-/// what  the kind of file, as in "mesh file"; null for a document, whose failures have one message
+/// Logs why a file was not saved. Returns true if there was an error.
+/// what  kind of the file, such as "mesh file"; null for a document, whose failures all have the same message
 bool LogFailure(const Error& error, const char* what);
 
-/// Logs what a save that went well has to say: of files that are written in place, and of the kind `what`.
+/// Logs the warnings of a save: files that were written in place, and warnings of a file of the kind `what`.
 void LogWarnings(const std::vector<Error>& warnings, const char* what);
 
-/// Place and text alone: for messages that name the file themselves.
+/// Returns place and text only, for messages that name the file themselves.
 std::string WithoutFile(Error error);
 
 }  // namespace vela::vlgim::io
