@@ -15,21 +15,24 @@ namespace vela::vlgim {
 
 namespace detail {
 
-/// Memory that arrays share; the library alone knows what it looks like.
+/// Memory that arrays share. Only the library knows its layout.
 struct SharedBlock;
 
-/// A new block with one owner and, at a multiple of 16, room for `count` elements of `size` bytes each, which are not
-/// initialised. Throws std::bad_alloc or std::bad_array_new_length.
+/// Allocates a block with one owner. It has room for `count` elements of `size` bytes each, which are not initialised.
+/// elements  receives the address of the first element, a multiple of 16
+/// Throws std::bad_alloc or std::bad_array_new_length.
 VLGIM_API SharedBlock* NewBlock(std::size_t count, std::size_t size, void*& elements);
 
+/// Adds an owner.
 VLGIM_API void AddOwner(SharedBlock* block) noexcept;
 
-/// Removes an owner. Returns true for the last one, which then calls FreeBlock.
+/// Removes an owner. Returns true if it was the last one, which then has to call FreeBlock.
 VLGIM_API bool RemoveOwner(SharedBlock* block) noexcept;
 
+/// Frees a block without owners. The elements have to be destroyed before.
 VLGIM_API void FreeBlock(SharedBlock* block) noexcept;
 
-/// How many elements there are stands in front of the first.
+/// The number of elements of an array. It is stored in front of the first element.
 inline std::size_t ElementCount(const void* elements) noexcept
 {
     return static_cast<const std::size_t*>(elements)[-1];
@@ -37,12 +40,12 @@ inline std::size_t ElementCount(const void* elements) noexcept
 
 }  // namespace detail
 
-/// A shared array that knows its length. A copy shows the same elements as its source, and an edit through either is
-/// seen in both; Clone() makes elements of its own. The elements live as long as the last array that shows them.
-/// An array is null until it is given elements; a null array has size 0 and data() null.
+/// A shared array that knows its length. A copy shares the elements of its source: an edit through one of them is
+/// visible through the other. Clone() makes an array with elements of its own. The elements live as long as the last
+/// array that shares them. A default-constructed array is null: its size() is 0 and its data() is null.
 ///
-/// A const array does not let its elements be exchanged for others, but does let them be written, as a const pointer
-/// does. Arrays convert to std::span. Copies may belong to different threads; the elements are not guarded.
+/// A const Array can't be made to share other elements, but its elements can be written, as with a const pointer.
+/// Arrays convert to std::span. Copies may be used on different threads; access to the elements is not synchronised.
 template <class T>
 class Array {
 public:
@@ -51,21 +54,21 @@ public:
     Array() noexcept = default;
     Array(std::nullptr_t) noexcept {}
 
-    /// `count` elements of value 0, or as their default constructor makes them. A count of 0 gives an empty array that
-    /// is not null. Throws std::bad_alloc.
+    /// Makes `count` elements of value 0, or default-constructed ones if T is a class with a constructor of its own.
+    /// With a count of 0 the array is empty, but not null. Throws std::bad_alloc.
     explicit Array(std::size_t count) : Array(ForOverwrite(count))
     {
         if constexpr (std::is_trivially_default_constructible_v<T>)
             std::uninitialized_value_construct_n(m_elements, count);
     }
 
-    /// `count` copies of a value.
+    /// Makes `count` copies of a value.
     Array(std::size_t count, const T& value) : Array(ForOverwrite(count))
     {
         std::fill_n(m_elements, count, value);
     }
 
-    /// Copies of the values, in elements of its own.
+    /// Makes elements of its own, which are copies of the values.
     Array(std::initializer_list<T> values) : Array(ForOverwrite(values.size()))
     {
         std::copy(values.begin(), values.end(), m_elements);
@@ -99,7 +102,8 @@ public:
         detail::FreeBlock(m_block);
     }
 
-    /// `count` elements that are not initialised if T is a plain type, for a caller who writes them all.
+    /// Makes `count` elements for a caller who writes all of them. They are not initialised if T is a plain type.
+    /// Throws std::bad_alloc.
     static Array ForOverwrite(std::size_t count)
     {
         static_assert(alignof(T) <= 16);
@@ -114,7 +118,8 @@ public:
         return Adopt(static_cast<T*>(elements), block);
     }
 
-    /// Takes over an owner of elements that the library has laid out; not for callers.
+    /// For the library only: makes an array of elements that are already laid out, and takes over one owner of the
+    /// block.
     static Array Adopt(T* elements, detail::SharedBlock* block) noexcept
     {
         Array array;
@@ -123,7 +128,8 @@ public:
         return array;
     }
 
-    /// An array of copies of the elements, which shares nothing with this one; null for a null array.
+    /// Returns an array of copies of the elements, which shares nothing with this one. The clone of a null array is
+    /// null. Throws std::bad_alloc.
     [[nodiscard]] Array Clone() const
     {
         if (!m_elements)
@@ -143,22 +149,22 @@ public:
     [[nodiscard]] T* begin() const noexcept { return m_elements; }
     [[nodiscard]] T* end() const noexcept { return m_elements ? m_elements + size() : nullptr; }
 
-    /// The index has to be below size(); a debug build asserts it.
+    /// index has to be below size(). Debug builds assert this; other builds do not check it.
     T& operator[](std::size_t index) const noexcept
     {
         assert(index < size());
         return m_elements[index];
     }
 
-    /// Whether the array is not null.
+    /// True if the array is not null. An array without elements can be either.
     explicit operator bool() const noexcept { return m_elements != nullptr; }
     friend bool operator==(const Array& array, std::nullptr_t) noexcept { return !array.m_elements; }
 
-    /// Whether two arrays show the same elements in memory. Compare what they hold with std::ranges::equal.
+    /// True if two arrays share the same elements in memory. Use std::ranges::equal to compare values.
     friend bool operator==(const Array& a, const Array& b) noexcept { return a.m_elements == b.m_elements; }
 
 private:
-    T* m_elements = nullptr;  // in front of them stands how many there are
+    T* m_elements = nullptr;  // their number is stored in front of them
     detail::SharedBlock* m_block = nullptr;
 };
 

@@ -12,50 +12,50 @@
 #include <string>
 #include <vector>
 
-// What differs between two versions of a model, a mesh, an animation or a track: as values.
+// Differences between two versions of a model, a skeleton, a mesh, an animation or a track. They are values.
 namespace vela::vlgim {
 
-/// One field that differs, once for all its entries.
+/// One field that differs. It is reported once, for all its entries.
 struct Difference {
-    /// As in "positions", "bone 'arm_l' / matrix", "clip 'walk' / bone 'hips' / rotation", "material 'oak' / Gloss".
-    /// Names in it are as they are in the file, any bytes.
+    /// Name of the field: "positions", "bone 'arm_l' / matrix", "clip 'walk' / bone 'hips' / rotation", "material 'oak'
+    /// / Gloss". Names in it are copied from the file and may contain any bytes.
     std::string field;
 
-    /// The entry that differs most, the first of several: "vertex 3, frame 1", "key 4 at 0.5". In a document the first
-    /// place that differs: "Vela/SubMesh/a[2]@Name". Empty for a field of one value.
+    /// The entry that differs most, or the first of several: "vertex 3, frame 1", "key 4 at 0.5". In a document the
+    /// first place that differs: "Vela/SubMesh/a[2]@Name". Empty for a field with a single value.
     std::string where;
 
-    /// Of numbers, the largest distance of two components; infinity between a number and NaN. None for text, flags,
-    /// references, and what one side does not have.
+    /// For numbers, the largest distance of two components; infinity between a number and NaN. None for text, flags,
+    /// references, and fields that one side lacks.
     std::optional<double> largest;
 
-    std::uint64_t count = 1;  ///< entries that differ; of a document 1
+    std::uint64_t count = 1;  ///< number of entries that differ; 1 for a document
 
-    /// The two values there, as text: numbers in the fewest digits that read back the same, several in parentheses.
-    /// None: this side does not have it. Empty for a thing that has no value of its own, like a bone.
+    /// The two values at that place as text. Numbers have the fewest digits that read back the same; several numbers
+    /// are in parentheses. None: this side lacks the field. Empty for a thing without a value, such as a bone.
     std::optional<std::string> a, b;
 };
 
 struct CompareOptions {
-    /// Distance up to which two floats, component by component, count as equal; 0 or more. In documents it holds for
-    /// values that are numbers, or lists of them, on both sides. Integers are always compared exactly.
+    /// Two floats count as equal if no component differs by more than this; 0 or more. In documents it applies to
+    /// values that are numbers, or lists of numbers, on both sides. Integers are always compared exactly.
     double tolerance = 0;
 };
 
-/// Compares all that a file holds; not what is worked out from it, like name ids and first vertices, nor where a file
-/// lies. Takes time and memory in proportion to the objects, which have to be fit to be written: arrays are as long as
-/// their counts say. Nothing is logged. Throws std::bad_alloc.
+/// Compares everything that a file holds. Values that are computed from others, such as name ids and first vertices,
+/// are not compared, nor are the paths of files. Time and memory are proportional to the objects, which must be
+/// writable: no array may be shorter than its count. Nothing is logged. Throws std::bad_alloc.
 ///
-/// Floats are compared by value: 0 equals -0, and NaN equals any NaN. A quaternion is compared by the nearer of it and
-/// its negative. A component of a channel that stands once for all keys is compared with each key of the other side.
+/// Floats are compared by value: 0 equals -0, and NaN equals any NaN. A quaternion and its negative count as the same
+/// rotation. A component that has one key for all times is compared with each key of the other side.
 ///
-/// Bones, clips and materials belong together by name, the k-th of a name to the k-th; references to bones are compared
-/// by the bones that they mean, so that one which was added is one difference. One of another name at the same place,
-/// alike otherwise, was renamed. Submeshes, tracks, channels and original data belong together by position. Names end
-/// at their NUL.
+/// Bones, clips and materials are matched by name; the k-th with a name is matched to the k-th with that name.
+/// References to bones are compared by the bones that they refer to, so an added bone is one difference. An unmatched
+/// entry counts as renamed if the entry at the same position of the other side has another name and is otherwise equal.
+/// Submeshes, tracks, channels and original data are matched by position. A name ends at its first NUL.
 ///
-/// Of arrays whose counts differ, only the counts are named. Uvs and colours are compared in submeshes that are in the
-/// same place in both.
+/// If the counts of two arrays differ, only the counts are reported. Uvs and colours are compared for submeshes with
+/// the same vertex range on both sides.
 /// Returns the differences in the order of the file; empty if there are none.
 VLGIM_API std::vector<Difference> Compare(const vlMeshData& a, const vlMeshData& b,
                                           const CompareOptions& options = {});
@@ -64,15 +64,15 @@ VLGIM_API std::vector<Difference> Compare(const vlAnimData& a, const vlAnimData&
 VLGIM_API std::vector<Difference> Compare(const vlTrackData& a, const vlTrackData& b,
                                           const CompareOptions& options = {});
 
-/// The same for all files of a model, or of a skeleton. Submeshes go by the names in A. Documents of which no record
-/// differs are compared whole.
+/// Compares all files of a model, or of a skeleton, in the same way. Submeshes are called by their names in `a`. A
+/// document is compared as a whole if none of its records differs.
 VLGIM_API std::vector<Difference> Compare(const GimData& a, const GimData& b,
                                           const CompareOptions& options = {});
 VLGIM_API std::vector<Difference> Compare(const GisData& a, const GisData& b,
                                           const CompareOptions& options = {});
 
-/// The first difference of two documents: elements in their order, attributes in any order, text; no comments, and no
-/// white space between tags.
+/// Returns the first difference of two documents; empty if there is none. Elements are compared in their order,
+/// attributes in any order, and text. Comments and white space between tags are ignored.
 VLGIM_API std::vector<Difference> Compare(const vlio::XmlData& a, const vlio::XmlData& b,
                                           const CompareOptions& options = {});
 

@@ -6,8 +6,8 @@
 #error "vlgim needs a C++20 compiler and standard library: g++ 12, clang++ 14 with libstdc++ 12, or newer"
 #endif
 
-/// Marks what the library exports. Programs that link the static library define VLGIM_STATIC; CMake and pkg-config
-/// do so for them.
+/// Marks what the library exports. Programs that link the static library have to define VLGIM_STATIC; CMake and
+/// pkg-config do this for them.
 #if defined(VLGIM_STATIC)
 #define VLGIM_API
 #elif defined(_WIN32) && defined(VLGIM_BUILDING)
@@ -25,7 +25,8 @@
 #define VLGIM_HIDDEN
 #endif
 
-/// Marks a function whose parameter number format_at is a printf format for those from number first on.
+/// Marks a function that takes a printf format. Both numbers count parameters from 1: format_at is the format, first is
+/// the first value.
 #if defined(__GNUC__)
 #define VLGIM_PRINTF(format_at, first) __attribute__((format(printf, format_at, first)))
 #else

@@ -14,30 +14,29 @@
 
 namespace vela::vlgim {
 
-/// What the manifest says of one submesh.
+/// One submesh record of the manifest.
 struct SubmeshMessage {
     std::string name;
-    std::int32_t mtlIdx = -1;  ///< index of its material; as written in the file, not checked
+    std::int32_t mtlIdx = -1;  ///< index of its material, not checked; "12abc" is 12, "abc" is 0
 };
 
 /// One material of the material group document.
 struct MaterialMessage {
     std::string name;
-    std::unordered_map<std::string, std::string> params;  ///< parameter values by name, both as text
+    std::unordered_map<std::string, std::string> params;  ///< values by name; the first if a name repeats
 };
 
-/// One model on disk: the XML manifest (.gim), the mesh (.mesh), the material group document (.mtg) and the
-/// music document (_music.ags). The skeleton file is only named; open it with GisData.
+/// One model on disk: the XML manifest (.gim), the mesh (.mesh), the material group document (.mtg) and the music
+/// document (_music.ags). The manifest only names the skeleton file; use GisData to load it.
 ///
-/// m_submeshes and m_materials are extracts made by Load; a change to them reaches no file. To change what
-/// Save writes, change m_mesh and the documents. An object belongs to one thread at a time.
+/// m_submeshes and m_materials are copies that Load makes. Save does not write them: change m_mesh and the documents
+/// instead. An object belongs to one thread at a time.
 ///
-/// basePath is a prefix, joined to what follows it without a separator: a folder brings its own trailing
-/// slash.
+/// basePath is a prefix that is put in front of a path. No separator is added, so a folder has to end with a slash.
 class VLGIM_API GimData {
 public:
-    std::vector<SubmeshMessage> m_submeshes;   ///< in document order
-    std::vector<MaterialMessage> m_materials;  ///< in document order
+    std::vector<SubmeshMessage> m_submeshes;   ///< in document order, see Load
+    std::vector<MaterialMessage> m_materials;  ///< in document order, see Load
     std::string m_meshPath;                    ///< where Load found the mesh, and where Save writes it
     vlMeshData m_mesh;
     vlio::XmlData m_gimXml;
@@ -48,50 +47,60 @@ public:
     GimData(GimData&&) noexcept = default;
     GimData& operator=(GimData&&) noexcept = default;
 
-    /// Loads a model in place of what the object held.
-    /// path      of the manifest; not a text that lies in this object. Without a "Mesh" attribute in it, the mesh
-    ///           lies beside it; so does the music, and without MtgFile or a base path the material group.
-    /// basePath  null, or the prefix of a relative mesh path and of the "MtgPath" of MtgFile
-    /// Returns 0: the manifest, the mesh and all submesh records are there. A missing or faulty .mtg or music
-    /// document is logged and does not change that.
-    /// 1: the mesh could not be read; only m_gimXml and m_meshPath are filled. Save refuses, but for a manifest
-    /// that names no submesh, of which it saves the documents.
-    /// -1: a submesh has no "Name" or "MtlIdx"; m_submeshes ends ahead of it, everything else is there.
-    /// Any other value is an error of XmlData::Load for the manifest, and the object is empty.
-    /// LogError or LogWarning names each file that failed. Throws std::bad_alloc.
+    /// Loads a model and replaces everything that the object held.
+    /// path      path of the manifest. It also decides where the other files are. The mesh is the "Mesh" attribute of
+    ///           the manifest, or without that attribute `path` with the extension .mesh; a relative mesh path gets the
+    ///           prefix basePath. The material group is basePath followed by the "MtgPath" of MtgFile if both exist,
+    ///           otherwise `path` with the extension .mtg. The music is `path` with "_music.ags" in place of the
+    ///           extension. The text must not be part of this object.
+    /// basePath  the prefix, or null for none; a relative path then starts at the working directory
+    /// Returns 0 if the manifest, the mesh and all submesh records were read. A missing or faulty .mtg gives a
+    /// LogError, a missing or faulty music document a LogWarning that names no file; neither changes the result.
+    /// m_materials ends before the first material without parameters, and nothing is logged about that.
+    /// Returns 1 if the mesh could not be read. LogError gives the reason, and the path only for a mesh file that can't
+    /// be opened or read. The object then holds m_gimXml, m_meshPath and in m_mesh the number of submesh records and
+    /// what vlMeshData::ReadMeshFile keeps of a refused file. Save fails for such an object, except that it saves the
+    /// documents of a manifest without submesh records.
+    /// Returns -1 if a submesh record has no "Name" or "MtlIdx". m_submeshes ends before this record; everything else
+    /// was loaded as for 0. Nothing is logged about the record.
+    /// Returns any other error of XmlData::Load if the manifest could not be read. LogError names it, and the object is
+    /// empty. Throws std::bad_alloc.
     int Load(const char* path, const char* basePath = nullptr);
 
-    /// Saves the model: documents that are not empty and, with a submesh count above 0, the mesh. All files are
-    /// written and checked before the first is replaced, the manifest last.
-    /// path      supplies the names of manifest, material group and music
-    /// basePath  null, or the prefix of "MtgPath" in the manifest; the manifest itself is written without it
-    /// The mesh goes back to m_meshPath, whatever path says; change that member to write it elsewhere.
-    /// Returns 0; 1 if nothing was replaced, or not everything, and LogError has said why. Refused ahead of all
-    /// writing are a mesh that can't be written (WhyUnwritable), one whose submeshes are not as many
-    /// as the manifest's, and two files with one target.
+    /// Saves the model: all documents that are not empty and, if m_mesh.m_submeshCount is above 0, the mesh. All files
+    /// are written and checked before the first is replaced. The manifest is replaced last.
+    /// path      the manifest is written to `path` with the extension .gim, whatever extension `path` has. The material
+    ///           group and the music get their paths as in Load.
+    /// basePath  null, or the prefix of "MtgPath"; the manifest is written without it
+    /// The mesh is written to m_meshPath, whatever `path` is. To write it elsewhere, change m_meshPath first. Writing
+    /// changes the mesh in memory as vlMeshData::WriteMeshFile does, also if the save then fails.
+    /// Returns 0 if all files were saved. Returns 1 otherwise; LogError gives the reason. No file has been replaced
+    /// then, or only some of them (see vlio::FileWriter). A save is refused before any file is replaced if the mesh
+    /// can't be written (WhyUnwritable), if the manifest has submesh records but not as many as the mesh has submeshes,
+    /// and if two files have the same path.
     int Save(const char* path, const char* basePath = nullptr);
 
-    /// Name of the skeleton file, as the manifest has it; empty where it has none.
+    /// Returns the name of the skeleton file as the manifest gives it; empty if it gives none.
     std::string GetSkeletonName() const;
 
-    /// A copy of record `index`; an empty record where there is none.
+    /// Returns a copy of material `index`, from 0; an empty record if there is none.
     MaterialMessage GetMaterial(int index) const;
 
-    /// A copy of record `index`; an empty record with mtlIdx -1 where there is none.
+    /// Returns a copy of submesh `index`, from 0; an empty record with mtlIdx -1 if there is none.
     SubmeshMessage GetSubmesh(int index) const;
 };
 
-/// Loads a model as GimData::Load does, in place of what the object held, and logs nothing.
-/// warnings  receives an error for each file that a model can do without and that is missing or faulty, and what the
-///           mesh has to say; may be null
-/// Returns success where GimData::Load gives 0. An error of kind Reference with m_mesh filled stands for its -1: a
-/// submesh record lacks a name or a material index, m_submeshes ends in front of it, and everything else is there. Any
-/// other error leaves what GimData::Load leaves. Throws std::bad_alloc.
+/// Loads a model as GimData::Load does. Nothing is logged.
+/// warnings  receives an error for each missing or faulty file that a model can do without, and the warnings of the
+///           mesh; entries are appended; may be null
+/// Returns success where GimData::Load returns 0. For its -1 it returns an error of kind Reference, and
+/// m_mesh.m_vertexData is not null. Any other error leaves what GimData::Load leaves. Throws std::bad_alloc.
 VLGIM_API Error Load(GimData& model, const char* path, const LoadOptions& options = {},
                      std::vector<Error>* warnings = nullptr);
 
-/// Saves a model as GimData::Save does, and logs nothing. On an error nothing was replaced, or not everything.
-/// warnings  receives what a user should know of a save that went well; may be null
+/// Saves a model as GimData::Save does, and changes the mesh in memory as that does. Nothing is logged.
+/// warnings  receives what the caller should know about the save; entries are appended; may be null
+/// Returns success, or an error; no file has been replaced then, or only some of them (see vlio::FileWriter).
 VLGIM_API Error Save(const GimData& model, const char* path, const SaveOptions& options = {},
                      std::vector<Error>* warnings = nullptr);
 

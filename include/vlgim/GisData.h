@@ -11,49 +11,53 @@
 
 namespace vela::vlgim {
 
-/// One skeleton with its animations on disk: the skeletal animation file (.gis) with its side files, and the
-/// document beside it (.ags), which is kept whole and never looked into. GimData::GetSkeletonName gives the
-/// name of a model's. An object belongs to one thread at a time.
+/// One skeleton and its animations on disk: the animation file (.gis) with its side files, and the document next to it
+/// (.ags). The document is kept as a whole and not interpreted. GimData::GetSkeletonName gives the file name for a
+/// model. An object belongs to one thread at a time, together with copies of m_anim.
 class VLGIM_API GisData {
 public:
     vlAnimData m_anim;
-    vlio::XmlData m_agsXml;  ///< empty where there was no document
+    vlio::XmlData m_agsXml;  ///< empty if there was none
 
     GisData() = default;
     GisData(GisData&&) noexcept = default;
     GisData& operator=(GisData&&) noexcept = default;
 
-    /// Loads a skeleton in place of what the object held.
-    /// path      of the .gis file
-    /// basePath  null, or the prefix of a relative path, joined to it without a separator. It holds for the
-    ///           .gis file and its side files; the .ags file lies beside `path` as it is given.
-    /// Returns 0: the .gis file was read. A missing or faulty .ags file gives a LogWarning and does not
-    /// change that. 1: it could not be read, or has 4 GiB or more; LogError has said why. Of the file only
-    /// m_path and m_version are left then (vlAnimData::ReadAnimationFile), and m_agsXml is empty. Throws
-    /// std::bad_alloc.
+    /// Loads a skeleton and replaces everything that the object held.
+    /// path      path of the .gis file. The .ags file is `path` with the extension .ags, without basePath.
+    /// basePath  null, or the prefix of a relative `path`. No separator is added. It applies to the .gis file and its
+    ///           side files.
+    /// Returns 0 if the .gis file was read. A missing or faulty .ags file gives a LogWarning and does not change the
+    /// result. Returns 1 otherwise; LogError gives the reason. The object is then empty, but after a file that was read
+    /// and refused m_anim has its m_path and m_version (vlAnimData::ReadAnimationFile). A file of 4 GiB or more is not
+    /// read. Throws std::bad_alloc.
     int Load(const char* path, const char* basePath = nullptr);
 
-    /// Saves the .gis file, if there is a skeleton, and the .ags document, if it is not empty, under the stem
-    /// of `path`, whatever extension that has. Side files go beside m_anim.m_path, which is where Load found
-    /// them; change that member to write them elsewhere. All files are written and checked before the first
-    /// is replaced, the .gis last.
-    /// Clips without a skeleton, as in every file below version 6.0, stay where they are, with a LogWarning;
-    /// vlAnimData::WriteAnimationFile writes them.
-    /// Returns 0; else nothing was replaced, or not everything, and LogError has said why: what
-    /// vlAnimData::WriteAnimationFile returns, or 1 for the document or a file that could not be put in
-    /// place.
+    /// Saves the .gis file if m_anim has bones, and the .ags document if it is not empty. All files are written and
+    /// checked before the first is replaced. The .gis file is replaced last.
+    /// path  the files are written to `path` with the extensions .gis and .ags, whatever extension `path` has. Side
+    ///       files are written next to m_anim.m_path, where Load found them. To write them elsewhere, change
+    ///       m_anim.m_path first.
+    /// Clips without a skeleton, as in every file below version 6.0, are not saved and give a LogWarning; use
+    /// vlAnimData::WriteAnimationFile for them. Writing changes the keys in memory as vlAnimData::WriteAnimationFile
+    /// does, also if the save then fails.
+    /// Returns 0 if everything was saved. Otherwise no file has been replaced, or only some of them (see
+    /// vlio::FileWriter), and LogError gives the reason. The result is then what vlAnimData::WriteAnimationFile returns
+    /// for the error; it is 1 for an error of the document, and if a file could not be put in place.
     int Save(const char* path);
 };
 
-/// Loads a skeleton as GisData::Load does, in place of what the object held, and logs nothing.
-/// warnings  receives an error for a missing or faulty .ags file, and what the animation has to say; may be null
-/// Returns success, or why not; then the object holds what GisData::Load leaves after a failure. Throws std::bad_alloc.
+/// Loads a skeleton as GisData::Load does. Nothing is logged.
+/// warnings  receives an error for a missing or faulty .ags file, and the warnings of the animation; entries are
+///           appended; may be null
+/// Returns success, or an error; the object then holds what GisData::Load leaves. Throws std::bad_alloc.
 VLGIM_API Error Load(GisData& model, const char* path, const LoadOptions& options = {},
                      std::vector<Error>* warnings = nullptr);
 
-/// Saves a skeleton as GisData::Save does, and logs nothing. On an error nothing was replaced, or not everything.
-/// warnings  receives what a user should know of a save that went well, such as clips that were not saved for lack of
-///           a skeleton; may be null
+/// Saves a skeleton as GisData::Save does, and changes the keys in memory as that does. Nothing is logged.
+/// warnings  receives what the caller should know about the save, such as clips that were not saved for lack of a
+///           skeleton; entries are appended; may be null
+/// Returns success, or an error; no file has been replaced then, or only some of them (see vlio::FileWriter).
 VLGIM_API Error Save(GisData& model, const char* path, std::vector<Error>* warnings = nullptr);
 
 }  // namespace vela::vlgim

@@ -7,8 +7,8 @@
 
 namespace vela::vlgim {
 
-/// A name as files hold it: 32 bytes, in which a NUL ends the text. A text of 32 bytes has no NUL; readers that look
-/// for one run on, so writers should stay at 31. Bytes behind the NUL are kept from the file and mean nothing.
+/// A name of 32 bytes, as files store it. The text ends at the first NUL. A text of 32 bytes has no NUL; some readers
+/// need one, so writers should use at most 31 bytes. Bytes after the NUL are kept as read and have no meaning.
 struct Name32 {
     static constexpr std::size_t kSize = 32;
 
@@ -16,15 +16,15 @@ struct Name32 {
 
     Name32() = default;
 
-    /// Throws std::length_error where Set would return false.
+    /// Sets the text. Throws std::length_error if Set would return false.
     explicit Name32(std::string_view text)
     {
         if (!Set(text))
             throw std::length_error("a name longer than 32 bytes, or with a NUL in it");
     }
 
-    /// Replaces the text and clears the bytes behind it. Returns false, and changes nothing, for a text of more than
-    /// 32 bytes or with a NUL in it.
+    /// Replaces the text and clears the bytes after it.
+    /// Returns false for a text that has more than 32 bytes or contains a NUL; the name is then unchanged.
     [[nodiscard]] bool Set(std::string_view text) noexcept
     {
         if (text.size() > kSize || text.find('\0') != std::string_view::npos)
@@ -34,7 +34,7 @@ struct Name32 {
         return true;
     }
 
-    /// The text up to the NUL, or all 32 bytes. Valid as long as the name.
+    /// Returns the text up to the first NUL, or all 32 bytes. Valid as long as the name is.
     std::string_view View() const noexcept
     {
         const void* end = std::memchr(bytes, 0, kSize);
@@ -42,10 +42,10 @@ struct Name32 {
     }
     operator std::string_view() const noexcept { return View(); }
 
-    /// Whether the text fills all 32 bytes.
+    /// True if the text fills all 32 bytes.
     bool IsFull() const noexcept { return View().size() == kSize; }
 
-    /// Compare the texts, not the bytes behind them.
+    /// Compares the texts; the bytes after the NUL are ignored.
     friend bool operator==(const Name32& a, const Name32& b) noexcept { return a.View() == b.View(); }
     friend bool operator==(const Name32& a, std::string_view b) noexcept { return a.View() == b; }
 };

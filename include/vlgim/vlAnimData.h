@@ -16,96 +16,114 @@
 
 namespace vela::vlgim {
 
-/// One skeletal animation file (.gis): a skeleton and a list of clips. The clips lie in the file itself or,
-/// with m_async, in side files: of path/hero.gis, clip "walk" is path/hero_gis/walk.gis. (The folder's name
-/// is m_path up to its last dot, wherever that stands, and "_gis".)
+/// One skeletal animation file (.gis): a skeleton and a list of clips. The clips are in the file itself or, if m_async
+/// is not 0, in side files. For path/hero.gis the side file of clip "walk" is path/hero_gis/walk.gis: the folder is
+/// m_path up to its last dot, wherever that is, followed by "_gis".
 ///
-/// A file is written in the version that it was read in; nothing here converts one.
+/// A file is written in the version in which it was read. Nothing here converts between versions.
 ///
-/// A copy shows the same clips, names and transforms as its source; they live as long as the last of them. The arrays
-/// of all clips that one file held lie in one allocation, so that any of these clips keeps the memory of all.
-/// An object belongs to one thread at a time, together with its copies.
+/// A copy shares the clips, names and transforms of its source. They live as long as the last object that shares them.
+/// The arrays of all clips in one file share one allocation, so each of these clips keeps the memory of all of them. An
+/// object and its copies belong to one thread at a time.
 class VLGIM_API vlAnimData {
 public:
     static constexpr unsigned kMaxBones = 255;
 
-    std::uint32_t m_version = 0;  ///< 0x50000 to 0x60001 once a file was read: major << 16 | minor
-    std::uint32_t m_async = 0;    ///< non-zero: the clips lie in side files; from version 6.0 on
-    std::string m_path;           ///< of the file that was read; side files lie beside it
-    std::vector<std::shared_ptr<vlClipData>> m_clips;  ///< in file order; null where a side file was missing
+    std::uint32_t m_version = 0;  ///< 0x50000 to 0x60001 after a read: major << 16 | minor
+    std::uint32_t m_async = 0;    ///< non-zero: the clips are in side files; from version 6.0 on
+    std::string m_path;           ///< path of the file that was read; side files are next to it
+    std::vector<std::shared_ptr<vlClipData>> m_clips;  ///< in file order; null: the side file was missing
     std::uint32_t m_boneCount = 0;                     ///< at most 255; 0 below version 6.0
-    Array<Name32> m_boneNames;                         ///< in lower case, NUL-terminated or full
-    std::int32_t m_boneNameIds[255] = {};              ///< NameIDMurmur3 of each name; not in the file
+    Array<Name32> m_boneNames;                         ///< in lower case; NUL-terminated, or all 32 bytes
+    std::int32_t m_boneNameIds[255] = {};              ///< NameIDMurmur3 of each name; not stored in the file
     Array<vlTransInfo> m_boneTrans;                    ///< reference transforms, m_boneCount of them
-    bool m_isDelta = false;                            ///< the keys are deltas; not in the file
+    bool m_isDelta = false;                            ///< the keys are deltas; not stored in the file
 
-    /// Reads a whole file image, which is needed during the call only, and the side files that it names, in
-    /// place of what the object held.
-    /// data    first byte of the file, at any alignment
-    /// length  in bytes, 40 to 2^31 - 1; what lies behind the last clip is not looked at
-    /// path    where the file came from
-    /// Returns true if the file was read. A side file that does not exist leaves its slot of m_clips null; a
-    /// skeleton bone whose name fills its 32 bytes gives LogError "incorrect gis file!"; both are no failure.
-    /// False: LogError has said why: the messages of the version gate; for a file that does not fit its
-    /// counts, or has more than 255 bones, "gis file is damaged" with the clip, the block and the byte; for a
-    /// side file that can't be read, "Failed to read file : %s"; for a path without a dot where side files
-    /// are asked for, "Unable to open seperate animation file %s"; and last always "Bad format in skeletal
-    /// animation". m_path is `path` then, m_version the file's, with the branch number in its top byte where
-    /// the gate refused it, and all else is at its default. Memory never passes 64 times the bytes of all
-    /// files and 16 MiB, their images aside; a side file that several clips name counts once. Throws
-    /// std::bad_alloc, and the object is as it was.
+    /// Reads a whole file image and the side files that it names. Everything that the object held is replaced.
+    /// data    first byte of the file, at any alignment; used during the call only; null counts as an empty file
+    /// length  in bytes, 40 to 2^31 - 1; bytes after the last clip are ignored
+    /// path    where the file came from; side files are looked for next to it
+    /// Returns true if the file was read. A side file that does not exist leaves its entry of m_clips null. A skeleton
+    /// bone whose last name byte is not NUL gives LogError "incorrect gis file!". Neither is a failure.
+    /// Returns false if the file was refused. LogError gives the reason:
+    /// - one of the messages about magic, branch and version;
+    /// - "gis file is damaged" with the clip, the block and the byte, for a file that does not match its counts or has
+    ///   more than 255 bones;
+    /// - "Failed to read file : %s", for a side file that can't be read or whose name contains "..";
+    /// - "Unable to open seperate animation file %s", if side files are named and `path` has no dot.
+    /// The last message always begins with "Bad format in skeletal animation". The object then has m_path, which is
+    /// `path`, and m_version; all other members have their defaults. m_version is 0 if the file has fewer than 8 bytes.
+    /// It still contains the branch number in its top byte if the magic, the length, the branch, or a version outside
+    /// 2.0 to 6.1 was refused.
+    /// A read uses at most 64 times the bytes of all files, plus 16 MiB, not counting the file images. A side file that
+    /// several clips name counts once. Throws std::bad_alloc; the object is then unchanged.
     bool ReadAnimationFile(const unsigned char* data, std::uint32_t length, const std::string& path);
 
-    /// Writes the file, and with m_async the side files: these beside m_path, whatever `path` says, in a
-    /// folder that has to be there. All are written and checked before the first is replaced, the .gis last.
-    /// Returns 0. 1: nothing was replaced, or not everything, and LogError has said why: "unable to open %s",
-    /// "failed to write %s: %s", or what can't be written (WhyUnwritable), where nothing was opened. -1:
-    /// the same, for an error of the kinds Limit and Reference.
+    /// Writes the file and, if m_async is not 0, the side files. All files are written and checked before the first is
+    /// replaced. The .gis file is replaced last.
+    /// path  path of the .gis file, used unchanged. Side files are written next to m_path, whatever `path` is, to a
+    ///       folder that must exist.
+    /// Returns 0 if all files were saved. Otherwise no file has been replaced, or only some of them (see
+    /// vlio::FileWriter), and LogError gives the reason: "unable to open %s", "failed to write %s: %s", or why the
+    /// animation can't be written (WhyUnwritable), in which case no file was opened. The result is -1 for errors of the
+    /// kinds Limit and Reference, and 1 for all others.
+    /// Writing changes the keys in memory as vlClipData::WriteKeysData does, also if the save then fails. Copies of the
+    /// object share the channels and see the change.
     ///
-    /// A file that was read is written back byte for byte, but for:
-    /// - the branch number, which becomes 0, and what lies behind the last clip;
-    /// - the base info size, which becomes 1108, and of base info records the m_keysOffset, m_length, name
-    ///   ids of the clip's bones, and everything else that the side file has otherwise; the side file goes by
-    ///   the name in its own record;
-    /// - skeleton bone names, which become lower-case;
-    /// - the last byte of each of a clip's two names, which becomes 0;
-    /// - pivot tracks, which are dropped, and what lies behind the clip in a side file;
-    /// - key times in ticks (below version 5.2) that are negative or above 6291458, where some move by a
-    ///   tick, or by several where a float stands for so many; the very largest become the lowest;
-    /// - keys in a small form, whose codes are worked out anew, with quaternions turned to the sign of the
-    ///   form, and components whose keys are all alike, which collapse to one.
+    /// A file that was read is written back byte for byte, except that:
+    /// - the branch number becomes 0, and bytes after the last clip are dropped;
+    /// - the size of base info records becomes 1108. The values in these records become those of the side file,
+    ///   including m_keysOffset, the name ids of the clip's bones and, if vlClipData::ReadKeysData replaced it,
+    ///   m_length. A side file is named after the name in its own record;
+    /// - skeleton bone names become lower-case;
+    /// - the last byte of each of a clip's two names becomes 0;
+    /// - pivot tracks, and bytes after the clip in a side file, are dropped;
+    /// - key times in ticks (below version 5.2) can change: each tick from -6291458 to -1 becomes one tick later; ticks
+    ///   below -6291458 and above 6291458 can move by up to 193 ticks; and the 64 largest ticks become the lowest tick;
+    /// - compressed keys are encoded again, with the sign that their form gives to a quaternion, and a component whose
+    ///   keys are all equal keeps one key.
     int WriteAnimationFile(const char* path);
 
-    /// Turns the keys of all clips into deltas against m_boneTrans, and back. Copies of the object show the
-    /// same clips and see it too, although their own m_isDelta stays. A clip's bone belongs to the first skeleton bone with the
-    /// same name id; skeleton names are in lower case, so one whose name is not keeps its keys as they are.
-    /// Nothing happens where the keys are such already. The way there and back rounds.
+    /// ConvertToDelta turns the keys of all clips into deltas against m_boneTrans; ConvertFromDelta turns them back.
+    /// Keys that have the requested form already are left alone. Converting there and back rounds.
+    /// A clip's bone uses the first skeleton bone with the same name id. Skeleton names are in lower case, so the keys
+    /// of a clip's bone with an upper-case letter are not converted. Copies of the object share the clips and see the
+    /// change, but keep their own m_isDelta.
     void ConvertToDelta();
     void ConvertFromDelta();
 };
 
-/// Reads a .gis file with its side files, from a path or from memory, in place of what the animation held, as
-/// vlAnimData::ReadAnimationFile does, and logs nothing.
-/// path      of the file; where it comes from memory, the place beside which its side files lie
-/// warnings  receives what a user should know of a file that was read, such as names that have no end; may be null
-/// Returns success, or why not; then the animation holds what ReadAnimationFile leaves after a failure, or nothing
-/// where the file could not be read. Throws std::bad_alloc.
+/// Reads a .gis file and its side files, from a path or from memory, as vlAnimData::ReadAnimationFile does. Everything
+/// that the animation held is replaced. Nothing is logged.
+/// path      path of the file; for a file in memory, where its side files are looked for
+/// file      the whole file; used during the call only
+/// warnings  receives what the caller should know about the file, such as names without a NUL; entries are appended;
+///           may be null
+/// Returns success, or an error. The animation then holds what ReadAnimationFile leaves, or nothing if the file could
+/// not be read. Throws std::bad_alloc.
 VLGIM_API Error Load(vlAnimData& anim, const char* path, const LoadOptions& options = {},
                      std::vector<Error>* warnings = nullptr);
 VLGIM_API Error Load(vlAnimData& anim, std::span<const unsigned char> file, const std::string& path,
                      const LoadOptions& options = {}, std::vector<Error>* warnings = nullptr);
 
-/// Writes a .gis file with its side files as vlAnimData::WriteAnimationFile does, and logs nothing. On an error nothing
-/// was replaced, or not everything.
-/// warnings  receives what a user should know of a save that went well; may be null
+/// Writes a .gis file and its side files as vlAnimData::WriteAnimationFile does, and changes the keys in memory as that
+/// does. Nothing is logged.
+/// warnings  receives what the caller should know about the save; entries are appended; may be null
+/// Returns success, or an error; no file has been replaced then, or only some of them (see vlio::FileWriter).
 VLGIM_API Error Save(vlAnimData& anim, const char* path, std::vector<Error>* warnings = nullptr);
 
-/// Why a write would be refused. Kinds Limit and Reference stand for what WriteAnimationFile gives -1: more than 65535
-/// clips, an empty slot, and with side files two clips of one name or an m_path without a dot. The others: a version
-/// that is not read here, what the version has no place for (shared key times below 5.3, a skeleton or side files below
-/// 6.0, the bones of a clip in a side file at 6.0), a clip name with a component ".." or without a NUL, more than 255
-/// bones, an array shorter than its count, and neither bones nor clips, which makes a file too short to be read.
-/// Success if the animation can be written.
+/// Returns why a write would be refused; success if the animation can be written. Errors of the kinds Limit and
+/// Reference are those for which WriteAnimationFile returns -1:
+/// - more than 65535 clips, or an empty entry of m_clips;
+/// - with side files, two clips with one name, or an m_path without a dot.
+/// All other errors:
+/// - a version that is not supported;
+/// - what the version can't store: shared key times below 5.3, a skeleton or side files below 6.0, and at 6.0 the bones
+///   of a clip in a side file;
+/// - more than 255 bones, of the skeleton or of a clip;
+/// - a clip name whose last byte is not NUL or, with side files, with a component "..";
+/// - an array that is shorter than its count, or a channel whose m_keyCount is neither 0 nor the count of its times;
+/// - an animation with neither bones nor clips, since the file would be too short to be read.
 VLGIM_API Error WhyUnwritable(const vlAnimData& anim);
 
 }  // namespace vela::vlgim

@@ -1,6 +1,6 @@
 #pragma once
 
-// Defined under AddressSanitizer, which has to see where every block and array ends.
+// Defined under AddressSanitizer, which needs to know where each block and array ends.
 #if defined(__SANITIZE_ADDRESS__)
 #define VLGIM_ADDRESS_SANITIZER 1
 #elif defined(__has_feature)

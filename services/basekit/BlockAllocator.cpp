@@ -13,18 +13,18 @@ namespace {
 constexpr std::size_t kPage = platform::kPageSize;
 constexpr std::size_t kHugePage = platform::kHugePageSize;
 
-// Smaller blocks the C library mostly has in hand.
+// The C library usually has memory for smaller blocks, so they need no new pages.
 constexpr std::size_t kLeastFresh = std::size_t{128} << 10;
 
-// From here on zeroing one huge page is cheaper than to take the faults of the small ones.
+// From this size on, zeroing one huge page costs less than the page faults of the small pages.
 constexpr std::size_t kLeastHuge = std::size_t{1} << 20;
 
-// Of smaller blocks the system is asked about the first of a process. By then it has its memory, and to ask about two
-// blocks takes a quarter of the time in which a mesh of 131 KB comes from its path.
+// Number of blocks below kLeastHuge that are tested for missing pages. After that many, a process usually reuses its
+// memory. Testing two blocks takes a quarter of the time of loading a mesh of 131 KB from its path.
 constexpr unsigned kBlocksAskedAbout = 32;
 std::atomic<unsigned> askedAbout;
 
-// Blocks that end where the sanitizer sees it.
+// Under AddressSanitizer each block is a plain allocation, so that the sanitizer knows where it ends.
 #ifdef VLGIM_ADDRESS_SANITIZER
 constexpr bool kIsPlain = true;
 #else
@@ -41,15 +41,15 @@ std::size_t RoundUp(std::size_t size, std::size_t unit)
     return RoundDown(size + unit - 1, unit);
 }
 
-// The first address from here on that is a multiple of the unit.
+// The first address at or after `memory` that is a multiple of the unit.
 unsigned char* AlignUp(void* memory, std::size_t unit)
 {
     const auto address = reinterpret_cast<std::uintptr_t>(memory);
     return static_cast<unsigned char*>(memory) + (RoundUp(address, unit) - address);
 }
 
-// Puts the pages of a block in place if they are not. A first load of 144 KB takes four fifths of the time, one of 29 MB
-// on huge pages a twentieth. Where the system knows better or does not know how, nothing is lost but the call.
+// Gives a block its pages if it has none. A first load of 144 KB then takes four fifths of its time, one of 29 MB on
+// huge pages a twentieth. On a system that ignores or lacks these requests only the calls are wasted.
 void ReadyPages(unsigned char* block, std::size_t bytes)
 {
     unsigned char* const first = AlignUp(block, kPage);
@@ -59,7 +59,7 @@ void ReadyPages(unsigned char* block, std::size_t bytes)
     if (bytes >= kLeastHuge) {
         platform::PreferHugePages(first, RoundUp(bytes, kHugePage));
         *static_cast<volatile unsigned char*>(first) = 0;
-        // One touch has brought more than its own page: the others come as huge ones, best at the copy.
+        // If one write brought more than its own page, the pages are huge. The others are then left to the copy.
         if (platform::IsResident(first + kPage))
             return;
     }
@@ -87,7 +87,7 @@ void* AllocateBlock(std::size_t bytes)
     }
     unsigned char* const block = AlignUp(memory, kHugePage);
     ReadyPages(block, bytes);
-    std::memcpy(block + bytes, &memory, sizeof memory);  // for the way back
+    std::memcpy(block + bytes, &memory, sizeof memory);  // for FreeBlock
     return block;
 }
 

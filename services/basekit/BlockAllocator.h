@@ -8,22 +8,31 @@
 
 namespace kit {
 
-/// Memory from operator new, not initialised, 16-byte aligned. Throws std::bad_alloc.
+/// Allocates memory from operator new: aligned to 16 bytes, not initialised.
+/// bytes  size of the block
+/// Throws std::bad_alloc.
 ///
-/// Memory that is fresh from the system is made ready, since a page that is touched first inside a copy costs more than
-/// the copy. Blocks of 1 MiB and more lie on huge pages of their own where the system has them, of which the last may
-/// be filled in part alone, with up to 2 MiB of addresses around them that nobody touches; where it has none, and for
-/// the first blocks of a process from 128 KiB on, all pages are in place. Memory that the process has used before
-/// comes as it is.
+/// New memory from the system has no pages yet. The first write to such a page costs more than copying a page of data,
+/// so some blocks get their pages here, all at once:
+/// - A block of 1 MiB or more starts at a multiple of 2 MiB. If it is new memory, it gets huge pages if the system has
+///   them, and otherwise normal pages. Up to 2 MiB of addresses before the block are unused, and the last huge page can
+///   be partly unused.
+/// - A block from 128 KiB up to 1 MiB gets its pages if it is new memory and one of the first 32 such blocks of the
+///   process.
+/// All other memory is returned as operator new gives it. Under AddressSanitizer this holds for every block.
 VLGIM_API void* AllocateBlock(std::size_t bytes);
 
-/// Frees what AllocateBlock gave, which is never null, for the same number of bytes.
+/// Frees a block from AllocateBlock.
+/// block  not null
+/// bytes  the same size as for AllocateBlock
 VLGIM_API void FreeBlock(void* block, std::size_t bytes) noexcept;
 
-/// What AllocateBlock asks of operator new: more than the bytes from 1 MiB on.
+/// Returns the bytes that AllocateBlock requests from operator new for a block of this size. From 1 MiB on these are
+/// more than the size.
 VLGIM_API std::size_t BlockFootprint(std::size_t bytes);
 
-/// Allocates blocks, and leaves new elements uninitialised: large ones would be zeroed only to be overwritten.
+/// An allocator that uses AllocateBlock. It leaves new elements uninitialised, because large arrays would be zeroed
+/// only to be overwritten.
 template <class T>
 struct BlockAllocator {
     using value_type = T;

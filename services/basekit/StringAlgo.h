@@ -5,7 +5,8 @@
 namespace kit {
 
 struct VLGIM_API StringAlgo {
-    /// Lower-cases A to Z of a NUL-terminated string in place, whatever the locale; other bytes stay.
+    /// Changes A to Z to lower case in place, whatever the locale is. Other bytes are unchanged.
+    /// text  NUL-terminated
     static void ToLower(char* text);
 };
 

@@ -2,8 +2,7 @@
 
 namespace vela {
 
-/// Bounds of one bone, 28 bytes as they stand in a file. The library carries them and looks at the last float
-/// alone: a NaN there means that the bounds are unknown.
+/// Bounds of one bone, 28 bytes as in a file. The library carries them unchanged and only looks at m_radius.
 struct BoundingInfo {
     float m_extents[6] = {};  ///< carried unchanged
     float m_radius = 0;       ///< NaN: the bounds are unknown

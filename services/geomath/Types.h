@@ -3,7 +3,7 @@
 #include <bit>
 #include <cfloat>
 
-// Files hold these types as their raw little-endian floats, so sizes and orders are file formats.
+// Files store these types as little-endian floats in this order, so sizes and orders are part of the formats.
 static_assert(std::endian::native == std::endian::little,
               "all formats are little-endian, and so must the host be");
 
@@ -11,25 +11,25 @@ static_assert(FLT_EVAL_METHOD == 0, "single precision has to round after every o
 
 namespace vela::geomath {
 
-/// Position, normal, tangent or scale. Not initialised when default-made.
+/// A position, normal, tangent or scale. Not initialised by default.
 template <class T>
 struct _Vector3 {
     T x, y, z;
 };
 
-/// Texture coordinate.
+/// A texture coordinate.
 template <class T>
 struct _Point2 {
     T u = 0, v = 0;
 };
 
-/// Quaternion.
+/// A quaternion. Not initialised by default.
 template <class T>
 struct _Rotation {
     T x, y, z, w;
 };
 
-/// 4 x 4, row by row, for row vectors.
+/// A 4 x 4 matrix in row-major order, for row vectors. Not initialised by default.
 template <class T>
 struct _Matrix {
     T m[4][4];

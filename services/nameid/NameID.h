@@ -7,11 +7,11 @@
 
 namespace vela {
 
-/// Hash of a name: MurmurHash3, x86 32-bit, seed 0, over the bytes before the NUL.
+/// Returns the hash of a name: MurmurHash3, x86 32-bit, seed 0, over the bytes before the NUL.
 /// Austin Appleby, "MurmurHash3", 2011, in the public domain.
 VLGIM_API std::int32_t NameIDMurmur3(const char* name);
 
-/// The same over all bytes of name, for names that need not end with a NUL.
+/// Returns the same hash over all bytes of `name`, for names that may have no NUL.
 VLGIM_API std::int32_t NameIDMurmur3(std::string_view name);
 
 }  // namespace vela

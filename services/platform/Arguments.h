@@ -2,7 +2,8 @@
 
 namespace platform {
 
-/// The arguments of main in UTF-8, which is what paths are everywhere else. They live as long as the process.
+/// Returns the arguments of main in UTF-8, like all paths in the program; on POSIX systems unchanged. They are valid as
+/// long as the process runs.
 char** Arguments(int argc, char** argv);
 
 }  // namespace platform

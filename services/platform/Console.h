@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// Whether a stream ends at a terminal.
+/// True if the stream is a terminal.
 bool IsTerminal(std::FILE* stream);
 
 }  // namespace platform

@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <string>
 
-// Files as the system has them. Operations that can fail return 0 or the system's reason, an errno value.
+// Files of the operating system. Operations that return int return 0, or an errno value for a failure.
 namespace platform {
 
-/// One file, whatever paths lead to it.
+/// Identifies a file, whatever path leads to it.
 struct FileId {
     std::uint64_t volume = 0;
     std::uint64_t number = 0;
@@ -20,31 +20,33 @@ enum class FileKind : unsigned char { Regular, Folder, Other };
 
 struct FileStatus {
     FileKind kind = FileKind::Other;
-    bool isLink = false;            ///< the path is a link, and all else is about what it leads to
-    bool isWriteProtected = false;  ///< nobody may write it, by its permissions
+    bool isLink = false;            ///< the path is a link; all other members are about its target
+    bool isWriteProtected = false;  ///< its permissions allow nobody to write it
     FileId id;
     std::uint64_t size = 0;
-    std::uint32_t owner = 0, group = 0, permissions = 0;  ///< the system's own numbers
+    std::uint32_t owner = 0, group = 0, permissions = 0;  ///< the numbers of the system
 };
 
-/// Follows links. After a failure only isLink is set: a dangling link is one, too.
+/// Gets the status of a file, and follows links. After a failure only isLink is set, also for a dangling link.
 int GetStatus(const char* path, FileStatus& status);
 
-/// Whether this process may write an existing file.
+/// Returns 0 if this process may write an existing file.
 int CheckWritable(const char* path);
 
-/// Whether the system lets this process put another file in the place of one in this folder.
+/// True unless only owners may replace files in this folder (the sticky bit) and this process is not one of them.
 bool MayReplace(const FileStatus& file, const char* folder);
 
-/// Puts a file in the place of `to`, or where none is. Both lie in one folder.
+/// Renames `from` to `to` and replaces an existing file. Both are in one folder.
 int Replace(const char* from, const char* to);
 
+/// Removes a file; a failure is ignored.
 void Remove(const char* path);
 
-/// The system's text for its reason.
+/// Returns the text for an errno value.
 std::string ReasonText(int reason);
 
-/// An open file; closed at its end. A terminal that is opened does not become the one that controls the process.
+/// An open file, which the destructor closes. Opening a terminal does not make it the controlling terminal of the
+/// process.
 class File {
 public:
     File() = default;
@@ -54,42 +56,45 @@ public:
 
     bool IsOpen() const { return m_handle >= 0; }
 
-    /// Never waits for the writer of a pipe.
+    /// Opens a file for reading. Does not wait for the writer of a pipe.
     int OpenToRead(const char* path);
 
-    /// Opens what is there, and leaves its content.
+    /// Opens an existing file for writing and keeps its content.
     int OpenToWrite(const char* path);
 
-    /// Makes a new file with the permissions that the process gives to new ones. EEXIST if there is one.
+    /// Creates a file with the default permissions of the process. Fails with EEXIST if the path exists.
     int Create(const char* path);
 
+    /// Gets the status of the open file.
     int GetStatus(FileStatus& status) const;
 
-    /// Gives the file the owner, the group and the permissions of another, as far as the system allows.
+    /// Sets owner, group and permissions to those of another file, as far as the system allows. Without its owner or
+    /// group the file loses the permissions that were meant for them.
     void TakeRights(const FileStatus& of) const;
 
-    /// Reads up to size bytes; got is 0 at the end of the file.
+    /// Reads up to `size` bytes. `got` receives their number, 0 at the end of the file.
     int Read(void* bytes, std::size_t size, std::size_t& got) const;
 
-    /// Writes all bytes.
+    /// Writes all bytes at the current position.
     int Write(const void* bytes, std::size_t size) const;
 
-    /// Writes all bytes at a place of the file. The next Write goes where it would have gone.
+    /// Writes all bytes at `position`. The next Write is not affected.
     int WriteAt(std::uint64_t position, const void* bytes, std::size_t size) const;
 
+    /// Cuts or extends the file to `size` bytes.
     int SetSize(std::uint64_t size) const;
 
-    /// The file is closed even if the system has a reason to complain.
+    /// Closes the file, also if the system reports a failure.
     int Close();
 
 private:
     int m_handle = -1;
 };
 
-/// Where a stream stands; below 0 if it can't seek.
+/// Returns the position of a stream; below 0 if it can't seek.
 std::int64_t Tell(std::FILE* stream);
 
-/// False: it can't go there.
+/// Moves a stream to `position`. Returns false if that fails.
 bool Seek(std::FILE* stream, std::uint64_t position);
 
 }  // namespace platform

@@ -2,9 +2,10 @@
 
 namespace platform {
 
-/// While it lives, Ctrl-C, the other polite ways to end a program, and the end of a pipe's reader do not end it but are
-/// noted, so that what is in progress can be finished and no file is left half done. What was ignored stays so. One at
-/// a time, made on the main thread.
+/// While an object of this class exists, Ctrl-C, other requests to end the program (SIGTERM and SIGHUP on POSIX) and a
+/// pipe whose reader has gone do not end the process. They are only recorded, so that the program can finish its
+/// current file. Signals that were ignored before are still ignored. Only one object may exist at a time, on the main
+/// thread.
 class Interruptible {
 public:
     Interruptible();
@@ -13,16 +14,16 @@ public:
     ~Interruptible();
 };
 
-/// Whether anything was noted since the last Interruptible was made.
+/// True if anything was recorded since the last Interruptible was made.
 bool IsInterrupted();
 
-/// Whether the first that was noted is that the reader of a pipe has gone.
+/// True if a pipe whose reader has gone was recorded first.
 bool IsReaderGone();
 
-/// Ends the process as what was noted first would have ended it.
+/// Ends the process in the way that the first recorded signal would have ended it. Requires IsInterrupted().
 void EndInterrupted();
 
-/// Keeps the calling thread from being interrupted, so that other threads are.
+/// Blocks these signals for the calling thread, so that other threads receive them.
 void ShieldThread();
 
 }  // namespace platform

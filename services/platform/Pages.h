@@ -2,19 +2,23 @@
 
 #include <cstddef>
 
-// The pages behind fresh memory. All of this is for speed alone: where a system has no such thing, nothing happens.
+// The memory pages of new allocations. These functions only improve speed. On a system without such a function they do
+// nothing.
 namespace platform {
 
 inline constexpr std::size_t kPageSize = 4096;
 inline constexpr std::size_t kHugePageSize = std::size_t{2} << 20;
 
-/// Whether the page at this address, a multiple of its size, has memory behind it; true where nobody can tell.
+/// True if the page has memory, or if the system can't tell.
+/// page  a multiple of the page size
 bool IsResident(unsigned char* page);
 
-/// Asks for huge pages behind a range; both numbers are multiples of the page size.
+/// Requests huge pages for a range.
+/// first, size  multiples of the page size
 void PreferHugePages(unsigned char* first, std::size_t size);
 
-/// Puts memory behind all pages of a range, which is about to be written.
+/// Gives memory to all pages of a range that is about to be written.
+/// first, size  multiples of the page size
 void PopulatePages(unsigned char* first, std::size_t size);
 
 }  // namespace platform

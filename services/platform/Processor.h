@@ -2,10 +2,11 @@
 
 namespace platform {
 
-/// Each has what the one ahead of it has. kBase is what the compiler was told that every machine has.
+/// Each instruction set includes those before it. kBase is what the compiler may assume of every machine.
 enum class InstructionSet { kBase, kSse4, kAvx2, kAvx512 };
 
-/// The best that both the processor and the system have, as Highway counts them. A virtual machine takes long to tell.
+/// Returns the best instruction set that both the processor and the system support, by Highway's definitions. The call
+/// is slow on a virtual machine.
 InstructionSet FindInstructionSet();
 
 }  // namespace platform

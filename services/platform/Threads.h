@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// Whether the process surely has no second thread, so that counts of owners need no atomic operation: it takes four
-/// times as long as a plain one.
+/// True if the process certainly has no second thread. Owners can then be counted without atomic operations, which take
+/// four times as long as plain ones.
 inline bool IsSingleThreaded() noexcept
 {
 #ifdef VLGIM_KNOWS_SINGLE_THREADED

@@ -10,25 +10,28 @@ namespace vlio {
 /// The bytes of a whole file. Elements that resize() adds are not initialised.
 using Bytes = std::vector<unsigned char, kit::BlockAllocator<unsigned char>>;
 
-/// Which kind of file is asked for. All kinds lie in the one file system of the machine today; callers name
-/// them so that a packed archive could hold some of them.
+/// The kind of a file that is opened. Today all kinds are in the file system of the machine. Callers name the kind so
+/// that a packed archive could provide some of them.
 enum FileSystemType {
     FILE_SYSTEM_ANY = 0,
     FILE_SYSTEM_MODEL = 1,  ///< .mesh and .gis files
     FILE_SYSTEM_CLIP = 2,   ///< clip side files
 };
 
-/// Reads a whole regular file. Logs nothing, and throws std::bad_alloc.
-/// Returns no error, and bytes holds the file; or NotFound; or Unreadable for a folder, a pipe or a device, for what the
-/// system refuses to read, and for a file whose length changed meanwhile. Error::code holds the system's errno value
-/// if it has one; bytes is then empty.
+/// Reads a whole regular file. Nothing is logged.
+/// path   path of the file
+/// bytes  receives the file; empty after an error
+/// Returns success, or an error. Its kind is NotFound, or Unreadable for a folder, a pipe or a device, for a file that
+/// the system refuses to read or that is too large, and for a file whose size changed during the read. Error::code is
+/// the errno value of the system, or 0. Throws std::bad_alloc.
 [[nodiscard]] VLGIM_API vela::vlgim::Error ReadFile(const char* path, Bytes& bytes);
 
 struct VLGIM_API FileStream {
-    /// Reads as ReadFile does. True: bytes holds the file. False: bytes is empty.
+    /// Reads a file as ReadFile does. Returns true if `bytes` has the file; false if it could not be read, and `bytes`
+    /// is then empty. `type` has no effect today.
     static bool ReadAllBinary(const char* path, Bytes& bytes, FileSystemType type);
 
-    /// True for anything that is found under this name: a file, a folder, a device.
+    /// True if the path exists: as a file, a folder or a device. `type` has no effect today.
     static bool Exists(const char* path, FileSystemType type);
 };
 

@@ -10,44 +10,50 @@
 
 namespace vlio {
 
-/// Writes one file, or a set of files that belong together, so that each appears whole or not at all. Logs nothing.
+/// Writes one file, or a set of files that belong together, so that each file appears as a whole or not at all. Nothing
+/// is logged.
 ///
-/// Every file is written as a new sibling of its target: ".vlgim-" and a number of its own, in the target's
-/// folder. Commit renames the siblings over their targets once all are written and checked; until then every
-/// old file is whole, and without Commit nothing has happened. A process that is killed leaves such a sibling
-/// behind, which is never in the way of a later save.
+/// Each file is first written to a new file in the folder of its target. The name of this sibling is ".vlgim-" and a
+/// number. Once all siblings are written and checked, Commit renames them to their targets. Until then every old file
+/// is unchanged; without Commit nothing changes. A process that is killed leaves its siblings behind; they never
+/// disturb a later save.
 ///
-/// A link is followed; a dangling one creates what it names. A new file gets the permissions that fopen would
-/// give it, a replaced one keeps its permissions and, where the system allows, its owner. Hard links to the old
-/// file keep the old content. Devices, pipes, and files in a folder that takes no new file or does not let them
-/// be replaced, are held in memory and written in place by Commit, before anything is renamed; for a file this is
-/// the one case in which the old content is at risk, and Warnings says so. Opening a pipe waits for its reader,
-/// and writing to one whose reader has gone raises SIGPIPE. There is no fsync.
+/// Links are followed; a dangling link creates the file that it names. A new file gets the permissions that fopen would
+/// give it. A replaced file keeps its permissions and, if the system allows it, its owner. Hard links to the old file
+/// keep the old content.
+///
+/// Some targets are written in place: devices, pipes, and files whose folder takes no new file or does not let them be
+/// replaced. Their content is kept in memory, and Commit writes it before it renames anything. Only in this case can
+/// the old content of a file be lost, and Warnings names such files. Opening a pipe waits for its reader, and writing
+/// to a pipe without a reader raises SIGPIPE. Nothing is synchronised to the disk: there is no fsync.
 class VLGIM_API FileWriter {
 public:
     FileWriter();
     FileWriter(const FileWriter&) = delete;
     FileWriter& operator=(const FileWriter&) = delete;
-    /// Drops what was not committed.
+    /// Drops all files that were not committed.
     ~FileWriter();
 
     /// Adds a file to the set.
-    /// sink  takes the bytes of the file, and keeps a failure for Commit to tell; it belongs to the FileWriter, and is
-    ///       valid until the next Open or Commit. Each piece that is written is a system call.
-    /// Returns no error, or NotCreated where path can't be replaced, with the system's errno value as its code: the
-    /// folder is missing, a folder has this name, the file is write-protected (for root too), or the set has this
-    /// file already (EEXIST). sink is then null, and the set as it was.
+    /// path  path of the target
+    /// sink  receives where to write the content; null after an error. The sink belongs to the FileWriter and is valid
+    ///       until the next Open or Commit. It keeps its first failure for Commit. Each Write is a system call, so
+    ///       write large pieces.
+    /// Returns success. Returns an error of kind NotCreated, with the errno value of the system as its code, if `path`
+    /// can't be replaced: the folder is missing, a folder has this name, the file is write-protected (also for root),
+    /// or the set already has this file (EEXIST). The set is then unchanged.
     [[nodiscard]] vela::vlgim::Error Open(const char* path, Sink*& sink);
 
-    /// Puts all files in place, the first one last: it is the one that names the others, so that no reader finds
-    /// it ahead of them. The set is empty then.
-    /// Returns no error if all are in place, or NotWritten with the file and the system's reason. Where any file
-    /// could not be written, nothing was renamed; where one of several could not be renamed, those behind it in the set
-    /// are in place, it and those ahead are as they were.
+    /// Puts all files in place, in reverse order: the first file of the set is the last, because it names the others,
+    /// and no reader should find it before they are there. The set is empty afterwards.
+    /// Returns success if all files are in place. Returns an error of kind NotWritten with the file and the reason of
+    /// the system otherwise. If any file could not be written, nothing was renamed, but files that are written in place
+    /// may have new or incomplete content. If a file could not be renamed, the files after it in the set are in place;
+    /// it and the files before it are unchanged, except for those that are written in place.
     [[nodiscard]] vela::vlgim::Error Commit();
 
-    /// The files that are written in place although they might be lost so, and why: one NotCreated for each Open that
-    /// found such a file, with the reason for which no sibling could be made.
+    /// The regular files that are written in place, and whose old content can therefore be lost: one error of kind
+    /// NotCreated for each, with the reason why no sibling could be created.
     const std::vector<vela::vlgim::Error>& Warnings() const noexcept { return m_warnings; }
 
 private:
@@ -57,7 +63,7 @@ private:
     void CloseLast();
 
     std::vector<std::unique_ptr<File>> m_files;
-    std::unordered_set<std::string> m_places;  // of the files, from the second on
+    std::unordered_set<std::string> m_places;  // where the files are, from the second file on
     std::vector<vela::vlgim::Error> m_warnings;
 };
 

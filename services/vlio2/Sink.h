@@ -8,14 +8,14 @@
 
 namespace vlio {
 
-/// Where the bytes of a file go, from its first to its last. A sink keeps its failures: whoever made it asks for them
-/// once, at the end.
+/// Receives the bytes of a file in order. A sink keeps its failures; its owner checks them once, at the end.
 class VLGIM_API Sink {
 public:
-    /// Appends bytes. Best in large pieces: nothing is gathered.
+    /// Appends `size` bytes. Large pieces are faster, because a sink does not buffer.
     virtual void Write(const void* bytes, std::size_t size) = 0;
 
-    /// Replaces four bytes that were written. Where nothing else is said, the next Write still appends.
+    /// Replaces four bytes that were already written, at `position` bytes from the start. The next Write still appends,
+    /// unless a class documents otherwise.
     virtual void Patch(std::uint64_t position, std::uint32_t value) = 0;
 
 protected:
@@ -25,15 +25,15 @@ protected:
     ~Sink() = default;
 };
 
-/// Writes to a stdio stream of the caller, from wherever it stands, and leaves all failures to its owner.
+/// Writes to a stdio stream of the caller, from its current position. All failures are left to the owner of the stream.
 class VLGIM_API StreamSink final : public Sink {
 public:
     explicit StreamSink(std::FILE* stream) : m_stream(stream) {}
 
     void Write(const void* bytes, std::size_t size) override;
 
-    /// Positions count from the start of the stream, which has to be able to seek. Leaves it behind the value,
-    /// where the next Write goes on.
+    /// Replaces four bytes at `position` bytes from the start of the stream, which has to be able to seek. The stream
+    /// is then after these bytes, and the next Write continues there.
     void Patch(std::uint64_t position, std::uint32_t value) override;
 
 private:

@@ -11,12 +11,12 @@ namespace vlio {
 
 namespace {
 
-// The parser compares each attribute with all before it on the element. No model comes near.
+// The parser compares each attribute with all earlier ones of the element. No model has nearly as many.
 constexpr int kMaxAttributes = 256;
-// The parser searches the rest of the value for the end of each.
+// For each of them the parser searches the rest of the value for its end.
 constexpr int kMaxOpenReferences = 256;
 
-// The parser's classes of bytes, without the locale it asks for those below 128.
+// The parser's character classes, without its use of the locale for bytes below 128.
 bool IsSpace(char c)
 {
     return c == ' ' || (c >= '\t' && c <= '\r');
@@ -43,16 +43,16 @@ bool IsNamePart(char c)
     return IsNameStart(c) || IsDigit(c) || c == '.' || c == '-';
 }
 
-// The parser adds up in 32 bits, writes nothing above 0x1FFFFF, and ends the string at a 0.
+// The parser adds the digits up in 32 bits, writes nothing above 0x1FFFFF, and ends the string at a 0.
 bool NamesCharacter(std::string_view digits, int base)
 {
-    std::uint32_t code = 0;  // and so it stays where there is no digit or one too many
+    std::uint32_t code = 0;  // stays 0 without digits, or with one too many
     std::from_chars(digits.data(), digits.data() + digits.size(), code, base);
     const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
     return code != 0 && code <= 0x10FFFF && !isSurrogate;
 }
 
-// The bytes of the entity at the start of text, which starts with '&'; 1 where it is none the parser knows.
+// The length of the entity at the start of text, which starts with '&'; 1 for one that the parser does not know.
 std::size_t EntityLength(std::string_view text)
 {
     for (const std::string_view entity : {"&quot;", "&amp;", "&apos;", "&lt;", "&gt;"}) {
@@ -79,14 +79,14 @@ public:
     }
 
 private:
-    // These go on past what they read; false ends the scan with m_result.
+    // These move past what they read. They return false if the scan ends with m_result.
     bool Node();
     bool Tag();
     bool Attribute();
     bool Value(std::string_view value);
 
-    // The bytes of the "&#" at the start of text that the parser replaces, 1 where it leaves it alone, 0
-    // where the scan ends.
+    // The length of the reference at the start of text, which starts with "&#", if the parser replaces it; 1 if the
+    // parser leaves it alone, 0 if the scan ends.
     std::size_t ReferenceLength(std::string_view text);
 
     std::size_t Here() const { return m_text.size() - m_left.size(); }
@@ -162,7 +162,7 @@ bool Scanner::Node()
     if (size == std::string_view::npos)
         return Stop(XML_REFUSED_MARKUP);
     m_left = start.substr(size);
-    return Value(start.substr(0, size));  // with the space ahead of it
+    return Value(start.substr(0, size));  // with the space before it
 }
 
 bool Scanner::Tag()
@@ -190,7 +190,7 @@ bool Scanner::Tag()
         if (!Attribute())
             return false;
     }
-    // At the top the parser takes an end tag for the end of the document.
+    // At the top level the parser takes an end tag for the end of the document.
     if (isEnd && m_depth == 0)
         return Stop(XML_REFUSED_END_TAG);
     m_depth += isEnd ? -1 : 1;
@@ -217,8 +217,8 @@ bool Scanner::Attribute()
 
 bool Scanner::Value(std::string_view value)
 {
-    // The parser decodes in place and steps over a '&' that starts nothing without copying it: behind
-    // anything that got shorter, some byte that was there before takes its place.
+    // The parser decodes in place. It steps over a '&' that starts nothing without copying it. After anything that
+    // became shorter, an older byte of the buffer then shows up in its place.
     bool isShorter = false;
     while (!value.empty()) {
         std::size_t length = 1;
@@ -241,11 +241,12 @@ bool Scanner::Value(std::string_view value)
 
 std::size_t Scanner::ReferenceLength(std::string_view text)
 {
-    // At the very end of a value the parser drops the '&'.
+    // At the end of a value the parser drops the '&'.
     if (text.size() == 2)
         return Refuse(XML_REFUSED_REFERENCE);
 
-    // The parser goes to the next ';', wherever it is, and back over digits to the next mark, whosesoever.
+    // The parser finds the next ';', which may be far after this reference. From there it goes back over digits. It
+    // expects to stop at the mark of this reference ('#' or 'x'), but also accepts the same mark of a later reference.
     const bool isHex = text[2] == 'x';
     const std::size_t digits = isHex ? 3 : 2;
     const std::size_t end = text.find(';', digits);
@@ -255,7 +256,7 @@ std::size_t Scanner::ReferenceLength(std::string_view text)
     if (first == std::string_view::npos || text[first - 1] != text[digits - 1])
         return ++m_openReferences > kMaxOpenReferences ? Refuse(XML_REFUSED_OPEN_REFERENCES) : 1;
 
-    // With the mark of another reference it drops all that lies between.
+    // If it stopped at the mark of another reference, it drops all text in between.
     if (first != digits || !NamesCharacter(text.substr(digits, end - digits), isHex ? 16 : 10))
         return Refuse(XML_REFUSED_REFERENCE);
     return end + 1;
@@ -265,7 +266,7 @@ std::size_t Scanner::ReferenceLength(std::string_view text)
 
 XmlScan ScanXml(std::string_view text, std::vector<std::size_t>* startTags)
 {
-    // The parser's document ends at the first NUL; padding is harmless.
+    // The parser's document ends at the first NUL. NULs at the end are harmless.
     const std::size_t end = text.find('\0');
     if (end != std::string_view::npos && text.find_first_not_of('\0', end) != std::string_view::npos)
         return {XML_REFUSED_NUL, end};

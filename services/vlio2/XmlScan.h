@@ -8,17 +8,17 @@ namespace vlio {
 
 struct XmlScan {
     int error = 0;       ///< 0 or an XmlRefusal
-    std::size_t at = 0;  ///< the byte at which the scan ended
+    std::size_t at = 0;  ///< byte at which the scan ended
 };
 
-/// Looks through a document ahead of tinyxml2 9.0.0, in linear time and without memory of its own, for what
-/// that parser would take in silence and lose, or take quadratic time over. It takes a tag, a comment, a
-/// CDATA section, a declaration, a "<!...>" and a quoted value for exactly what the parser takes them for.
-/// text   the whole file, byte order mark and all
-/// startTags  receives the place of the '<' of each element, in document order; may be null
-/// Returns as error 0 or an XmlRefusal: XML_REFUSED_MARKUP where it met what it can't follow, which the parser itself
-/// refuses, and any other for a document that must not reach the parser. Names are not compared: a mismatched
-/// end tag is the parser's to find.
+/// Scans a document before tinyxml2 9.0.0 parses it, for what tinyxml2 would accept but silently change, or would take
+/// quadratic time over. The scan takes linear time and no memory. It recognises tags, comments, CDATA sections,
+/// declarations, "<!...>" and quoted values exactly as tinyxml2 does.
+/// text       the whole file, with its byte order mark
+/// startTags  receives the position of the '<' of each element, in document order; may be null
+/// Returns error 0 or an XmlRefusal. XML_REFUSED_MARKUP means that the scan met something that it can't follow;
+/// tinyxml2 itself refuses such documents. A document with any other XmlRefusal must not be given to tinyxml2. Names
+/// are not compared: tinyxml2 finds mismatched end tags.
 XmlScan ScanXml(std::string_view text, std::vector<std::size_t>* startTags = nullptr);
 
 }  // namespace vlio

@@ -13,12 +13,12 @@
 
 namespace vela::vlgim::io {
 
-/// Memory for all the arrays of one read, in one allocation. Large arrays of their own would go back to the
-/// system after every model, and their pages would be faulted in anew for the next; one block stays.
+/// The memory of all arrays of one read, in one allocation. The C library returns large separate arrays to the system
+/// after each model, and the next model faults their pages in again. One block stays.
 ///
-/// Plan each array, allocate once, then take each array. The arrays share the block and keep it alive; each
-/// starts at a multiple of 16 bytes, and none is initialised. Under AddressSanitizer each array gets an
-/// allocation of its own, so that running over an array's end is seen.
+/// Plan each array, allocate once, then take each array. The arrays share the block and keep it alive. Each starts at a
+/// multiple of 16 bytes, and none is initialised. Under AddressSanitizer each array is an allocation of its own, so
+/// that an access after its end is found.
 class ArrayBlock {
 public:
     template <class T>
@@ -36,8 +36,8 @@ public:
             detail::FreeBlock(m_block);
     }
 
-    /// Makes room for count elements. Sizes that pass 64 bits stay at the largest, which nothing can
-    /// allocate.
+    /// Plans an array of `count` elements. If the size of the block exceeds 64 bits, it stays at the largest value,
+    /// which can't be allocated.
     template <class T>
     Slot<T> Plan(std::uint64_t count)
     {
@@ -50,11 +50,11 @@ public:
         return slot;
     }
 
-    /// Whether the budget of the file that is read allows for what has been planned; where not, `in` has failed.
+    /// True if the memory budget of the file allows what has been planned. Otherwise `in` has failed.
     bool IsAffordable(BlockReader& in) const { return in.Affords(Footprint()); }
 
-    /// Allocates what was planned: false, and `in` has failed, where the budget of the file does not allow it.
-    /// Throws std::bad_alloc where the system does not.
+    /// Allocates what was planned. Returns false if the memory budget of the file does not allow it; `in` has then
+    /// failed. Throws std::bad_alloc.
     bool Allocate(BlockReader& in)
     {
         if (!in.Spend(Footprint()))
@@ -67,7 +67,7 @@ public:
         return true;
     }
 
-    /// The array of a slot: never null, even without elements. Once for each slot.
+    /// Returns the array of a slot; not null, even without elements. Call it once for each slot.
     template <class T>
     vlgim::Array<T> Array(Slot<T> slot) const
     {
@@ -83,7 +83,7 @@ public:
     }
 
 private:
-    // With what stands around each array under the sanitizer.
+    // With the memory that the allocator adds to a block.
     std::uint64_t Footprint() const
     {
         return m_size > PTRDIFF_MAX ? m_size : kit::BlockFootprint(m_size);

@@ -6,7 +6,7 @@
 
 namespace vela::vlgim::io {
 
-/// The blocks of all files and, behind Block::FirstField, the fields in them that a place is noted for.
+/// The blocks of all files. From FirstField on: fields in blocks whose places are recorded.
 enum class Block : std::uint8_t {
     Header,
 
@@ -71,10 +71,10 @@ enum class Block : std::uint8_t {
     UvRun,
 };
 
-/// As people know it: "bones block". Of blocks alone: fields have no names of their own.
+/// Returns the name of a block for people, such as "bones block". Fields have no names.
 const char* NameOf(Block block);
 
-/// A step on the way to a place: a block, with its number where it is one of several.
+/// One step of the path to a place: a block, with its number if there are several.
 struct Step {
     static constexpr std::int64_t kOnly = -1;
 
@@ -84,31 +84,31 @@ struct Step {
     friend bool operator==(const Step&, const Step&) = default;
 };
 
-/// Appends " / clip 2", or "clip 2" to nothing. Passed over are fields, the animation block where something inside of it
-/// follows, and the info of a clip behind the clip.
+/// Appends a step to a path: " / clip 2", or "clip 2" to an empty path. Omitted are fields, the animation block if
+/// another block follows it, and the clip info inside a clip.
 void AppendStep(std::string& path, const Step& step);
 
-/// Where the blocks of a file image lie, as a tree in the order in which a reader came to them.
+/// The places of the blocks in a file image: a tree in the order in which the reader reached them.
 class BlockMap {
 public:
     static constexpr std::uint32_t kNone = UINT32_MAX;
 
     struct Place {
         Step step;
-        std::uint32_t parent;       ///< index of the place around it; kNone at the top
-        std::uint32_t behind;       ///< index of the first place that is not inside of it
-        std::uint64_t offset, end;  ///< bytes from the first of the file
+        std::uint32_t parent;       ///< index of the enclosing place; kNone at the top
+        std::uint32_t behind;       ///< index of the first place after it that is not inside it
+        std::uint64_t offset, end;  ///< in bytes from the start of the file
     };
 
     std::vector<Place> places;
 
-    /// Opens a place inside of the one that is open.
+    /// Opens a place inside the current one.
     void Enter(const Step& step, std::uint64_t offset);
 
-    /// Closes the place that is open.
+    /// Closes the current place.
     void Leave(std::uint64_t end);
 
-    /// Notes a place with nothing inside.
+    /// Records a place with nothing inside.
     void Note(const Step& step, std::uint64_t offset, std::uint64_t end)
     {
         Enter(step, offset);

@@ -14,30 +14,30 @@
 
 namespace vela::vlgim::io {
 
-/// Why a file was refused, and where.
+/// Why and where a file was refused.
 struct Refusal {
     ErrorKind kind = ErrorKind::None;  ///< Bytes, Limit, Memory, MemoryLimit or Reference
-    std::uint64_t offset = 0;          ///< from the first byte of the file
-    std::uint64_t needed = 0;          ///< bytes, or the count that passed a limit
-    std::uint64_t left = 0;            ///< bytes up to the end, or the limit
+    std::uint64_t offset = 0;          ///< from the start of the file
+    std::uint64_t needed = 0;          ///< bytes needed, or the count that exceeds a limit
+    std::uint64_t left = 0;            ///< bytes left in the file or the budget, or the limit
     std::uint64_t fileSize = 0;
 
-    // The blocks around the byte, from the outermost on. No file has them deeper.
+    // The enclosing blocks, from the outermost one. No file nests them deeper.
     static constexpr std::size_t kDeepest = 4;
     Step steps[kDeepest] = {};
     std::size_t depth = 0;
 
-    /// As in "clip 2 / bone 5".
+    /// The path of the blocks, such as "clip 2 / bone 5".
     std::string Path() const;
 
-    /// One sentence, as in "needs 16 bytes, and the file has 3 left".
+    /// One sentence, such as "needs 16 bytes, and the file has 3 left".
     std::string Text() const;
 
-    /// The same for callers; no error where nothing was refused.
+    /// The refusal as an Error; success if nothing was refused.
     Error AsError(std::string file = {}) const;
 };
 
-/// Copies a run of values out of a file image, from any alignment. Nothing is copied from or to null.
+/// Copies `count` values from a file image, at any alignment. With a count of 0 both pointers may be null.
 template <class T>
 void CopyRun(T* to, const unsigned char* from, std::uint64_t count)
 {
@@ -46,20 +46,19 @@ void CopyRun(T* to, const unsigned char* from, std::uint64_t count)
         std::memcpy(static_cast<void*>(to), from, static_cast<std::size_t>(count) * sizeof(T));
 }
 
-/// The only way to the bytes of a file image. One reader goes through all blocks of a file: it has one
-/// position, one memory budget, and it fails once, for good. From the first refusal on, values are 0 and runs
-/// null, so that a block is read straight through and asked once whether it failed.
+/// Reads the bytes of a file image; all blocks are read through this class. One reader passes through all blocks of a
+/// file: it has one position and one memory budget, and it fails once, for good. After the first refusal all values are
+/// 0 and all runs are null, so a block is read straight through and Failed() is asked once at its end.
 class BlockReader {
 public:
-    /// A load may hold 64 times the bytes of its file, and 16 MiB for what small files make, of which two are
-    /// left to what nobody asks for: the objects, and lists that can't have more than 65,535 entries. Counts
-    /// that ask for more are damage: no real file comes near it.
+    /// A load may use 64 times the bytes of its file, plus 16 MiB for small files. Of these, 2 MiB are reserved for
+    /// memory that is not counted here: the objects, and lists of at most 65,535 entries. A file whose counts need more
+    /// is damaged: no real file comes near the limit.
     static constexpr std::uint64_t kMemoryPerByte = 64;
     static constexpr std::uint64_t kMemoryBase = 14U << 20;
 
-    /// data   first byte of the file or block; null fails at once
-    /// end    one past the last readable byte; null if the caller vouches for all that is read, which also
-    ///        lifts the memory limit
+    /// data  first byte of the file or block; null: the reader has failed from the start
+    /// end   one past the last readable byte; null: reads are unbounded, and so is the memory
     BlockReader(const unsigned char* data, const unsigned char* end)
         : m_start(data), m_size(SizeOf(data, end))
     {
@@ -67,13 +66,13 @@ public:
             RefuseAt(0, ErrorKind::Bytes, 1, 0);
     }
 
-    /// A whole file, which may be empty: its first block is refused then.
+    /// Reads a whole file. If it is empty, its first block is refused.
     explicit BlockReader(std::span<const unsigned char> file)
         : m_start(file.empty() ? &kNothing : file.data()), m_size(file.size())
     {
     }
 
-    /// A block while it is read: what is refused, and what is noted, is inside of it. Scopes nest.
+    /// A block that is being read. Refusals and recorded places belong to it. Scopes can be nested.
     class Scope {
     public:
         Scope(BlockReader& in, Block block, std::int64_t number) : m_in(in), m_isNoted(in.IsTraced())
@@ -93,39 +92,40 @@ public:
 
     private:
         BlockReader& m_in;
-        bool m_isNoted;  // behind a refusal nothing is
+        bool m_isNoted;  // nothing is recorded after a refusal
     };
 
-    /// Enters a block, until the result ends; `number` where there are several of it.
+    /// Enters a block until the returned scope ends.
+    /// number  index of the block if there are several
     [[nodiscard]] Scope Enter(Block block, std::int64_t number = Step::kOnly)
     {
         return {*this, block, number};
     }
 
-    /// Moves to a byte of the file. An offset outside of it is refused by the next read.
+    /// Moves to a byte of the file. If it is not in the file, the next read fails.
     void Seek(std::uint64_t offset) { m_offset = offset; }
 
-    /// Notes in `map`, from here on, where each block lies; the map outlives the reader. A copy notes nothing: it goes
-    /// over bytes that were noted before.
+    /// From now on records the place of each block in `map`, which has to outlive the reader. A copy of the reader does
+    /// not record: it passes over bytes again that were already recorded.
     void Trace(BlockMap& map) { m_map = &map; }
 
-    /// Whether places are noted, so that it is worth working them out.
+    /// True if places are recorded, so that they are worth computing.
     bool IsTraced() const { return m_map && !Failed(); }
 
-    /// Notes bytes that were taken as a block, or as a field of the one that is entered.
+    /// Records a range of bytes as a block, or as a field of the current block.
     void Note(Block block, std::uint64_t offset, std::uint64_t end, std::int64_t number = Step::kOnly)
     {
         if (IsTraced())
             m_map->Note({block, number}, offset, end);
     }
 
-    /// Keeps the budget below `bytes`, whatever the file has a right to.
+    /// Limits the memory budget to `bytes`.
     void LimitMemory(std::uint64_t bytes) { m_limit = bytes; }
 
-    /// Bytes that were asked for, with their bookkeeping.
+    /// Bytes of memory requested so far, including their overhead.
     std::uint64_t Spent() const { return m_spent; }
 
-    /// The next count * size bytes, or null.
+    /// Returns the next count * size bytes; null after a failure.
     const unsigned char* Take(std::uint64_t count, std::uint64_t size)
     {
         if (Failed())
@@ -141,7 +141,7 @@ public:
         return run;
     }
 
-    /// The same for a block or a field that is one run.
+    /// Takes the bytes of a block or field in the same way, and records its place.
     const unsigned char* Take(Block block, std::uint64_t count, std::uint64_t size)
     {
         if (Failed())
@@ -155,7 +155,7 @@ public:
         return run;
     }
 
-    /// The next value, little-endian, at any alignment; 0 after a failure.
+    /// Returns the next value, little-endian, at any alignment; 0 after a failure.
     template <class T>
     T Value()
     {
@@ -175,7 +175,7 @@ public:
         return value;
     }
 
-    /// False and failed where the file has no right to so much memory more.
+    /// Returns true if the budget allows this many more bytes of memory. Otherwise the reader has failed.
     bool Affords(std::uint64_t bytes)
     {
         const std::uint64_t left = Budget() - m_spent;
@@ -187,8 +187,9 @@ public:
         return !Failed();
     }
 
-    /// Asks for memory before it is allocated; false and failed where the file can't afford it. Each call stands
-    /// for an allocation, whose bookkeeping counts too: files can ask for many that are small.
+    /// Takes memory from the budget; call it before each allocation. Each call also counts the overhead of an
+    /// allocation, because a file can request many small ones. Returns false if the budget does not allow it; the
+    /// reader has then failed.
     bool Spend(std::uint64_t bytes)
     {
         if (!Affords(bytes))
@@ -197,8 +198,8 @@ public:
         return true;
     }
 
-    /// Goes on with the budget of a load of several files: all that `load` has spent and may spend, and what
-    /// imageBytes of a further file allow.
+    /// Continues the budget of a load of several files: takes over what `load` has used and may use, and adds what a
+    /// further file of imageBytes allows.
     void JoinBudget(const BlockReader& load, std::uint64_t imageBytes)
     {
         m_spent = load.m_spent;
@@ -207,10 +208,10 @@ public:
             load.m_imageBytes > kUnknownSize - imageBytes ? kUnknownSize : load.m_imageBytes + imageBytes;
     }
 
-    /// Fails at a byte of the file; see Refusal.
+    /// Fails at a byte of the file. Later calls do nothing. For the arguments see Refusal.
     void RefuseAt(std::uint64_t offset, ErrorKind kind, std::uint64_t needed, std::uint64_t left);
 
-    /// A value that stands for a count, and fails where it is above its limit.
+    /// Reads a count. Fails if it exceeds its limit.
     template <class T>
     T Count(std::uint64_t limit)
     {
@@ -224,10 +225,10 @@ public:
     bool Failed() const { return m_refusal.kind != ErrorKind::None; }
     const Refusal& WhyRefused() const { return m_refusal; }
 
-    /// From the first byte of the file.
+    /// The position in bytes from the start of the file.
     std::uint64_t Offset() const { return m_offset; }
 
-    /// Where the next read starts; null after a failure, so that it can be a block reader's result as it is.
+    /// Where the next read starts; null after a failure, so it can be returned as the result of a block reader.
     const unsigned char* Position() const { return Failed() ? nullptr : m_start + m_offset; }
 
 private:
@@ -235,7 +236,7 @@ private:
     static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
     static constexpr std::uint64_t kBookkeeping = 64;  // reference counts, an owner, rounding
 
-    // An end in front of the start leaves nothing to read.
+    // With an end before the start there is nothing to read.
     static std::uint64_t SizeOf(const unsigned char* data, const unsigned char* end)
     {
         if (!end)
@@ -245,7 +246,7 @@ private:
 
     std::uint64_t Budget() const { return std::max(std::min(FileBudget(), m_limit), m_spent); }
 
-    // What all files together have a right to.
+    // The memory that all files together allow.
     std::uint64_t FileBudget() const
     {
         return m_imageBytes > (UINT64_MAX - kMemoryBase) / kMemoryPerByte
@@ -253,7 +254,7 @@ private:
                    : m_imageBytes * kMemoryPerByte + kMemoryBase;
     }
 
-    // Adds the block to a refusal of its own run.
+    // Adds the block to the refusal of its own run.
     void NameRefused(Block block);
 
     // Not copied.
@@ -274,11 +275,11 @@ private:
 
     const unsigned char* m_start;
     std::uint64_t m_size;
-    std::uint64_t m_imageBytes = m_size;  // of all files that allow for memory
+    std::uint64_t m_imageBytes = m_size;  // bytes of all files that allow memory
     std::uint64_t m_offset = 0;
     std::uint64_t m_spent = 0;
     std::uint64_t m_limit = UINT64_MAX;
-    Step m_steps[Refusal::kDeepest];  // of the scopes
+    Step m_steps[Refusal::kDeepest];  // of the open scopes
     std::size_t m_depth = 0;
     Tracing m_map;
     Refusal m_refusal;

@@ -9,15 +9,15 @@
 
 namespace vela::vlgim::io {
 
-/// Values and runs of values out to a sink, little-endian, nothing aligned or padded. One writer goes through
-/// all blocks of a file. Nothing is checked here: the owner of the sink does that once, at the end.
+/// Writes values and runs of values to a sink: little-endian, without alignment or padding. One writer passes through
+/// all blocks of a file. It does not check for failures: the owner of the sink does that once, at the end.
 ///
-/// Bytes are gathered and go to the sink in pieces of 256 KB, the rest with Flush or at the writer's end: a small
-/// run costs its copy alone, which makes a file of channels of 30 keys four times as fast. Larger pieces would no
-/// longer lie in the cache, smaller ones cost system calls.
+/// Bytes are buffered and passed to the sink in pieces of 256 KB; Flush and the destructor pass on the rest. A small
+/// run then costs only its copy, which makes a file of channels of 30 keys four times as fast. Larger pieces would not
+/// fit the cache, and smaller ones cost system calls.
 class BlockWriter {
 public:
-    /// start  bytes that the sink has already, for those who ask for positions
+    /// start  bytes that the sink already has; Position counts them
     explicit BlockWriter(vlio::Sink& sink, std::uint64_t start = 0)
         : m_sink(sink), m_buffer(std::make_unique_for_overwrite<unsigned char[]>(kCapacity)),
           m_handedOver(start)
@@ -42,17 +42,17 @@ public:
             Put(values, static_cast<std::size_t>(count) * sizeof(T));
     }
 
-    /// Hands over what was gathered. Without anything gathered the sink is not touched, and may be gone.
+    /// Passes the buffered bytes to the sink. If there are none, the sink is not used and need not exist any more.
     void Flush()
     {
         HandOver(m_buffer.get(), m_used);
         m_used = 0;
     }
 
-    /// In bytes from the first of the sink.
+    /// The position in bytes from the start of the sink.
     std::uint64_t Position() const { return m_handedOver + m_used; }
 
-    /// Replaces a value that was written: among what is gathered, or else in the sink.
+    /// Replaces a value that was already written, in the buffer or in the sink.
     void Patch(std::uint64_t position, std::uint32_t value)
     {
         if (position >= m_handedOver) {
@@ -74,8 +74,8 @@ private:
         m_used += size;
     }
 
-    // A run that is larger than a piece goes from where it lies. Any other fills the piece up, so that the next one
-    // begins at a page of the file again, which is a fifth of the time on some disks.
+    // A run that is larger than a piece is written from where it is. Any other run fills the piece first, so that the
+    // next piece again starts at a page of the file; this saves a fifth of the time on some disks.
     void PutThrough(const unsigned char* bytes, std::size_t size)
     {
         const std::size_t fitting = size < kCapacity ? kCapacity - m_used : 0;
@@ -98,7 +98,7 @@ private:
     vlio::Sink& m_sink;
     std::unique_ptr<unsigned char[]> m_buffer;
     std::size_t m_used = 0;
-    std::uint64_t m_handedOver;  // the position of what is gathered
+    std::uint64_t m_handedOver;  // position of the buffered bytes
 };
 
 }  // namespace vela::vlgim::io

@@ -9,10 +9,10 @@
 #include <string_view>
 #include <utility>
 
-// Errors of objects that can't be written, put together on the way out: the innermost place first.
+// Errors of objects that can't be written. The place is built on the way out, from the innermost part.
 namespace vela::vlgim::io {
 
-/// Why an object can't be written.
+/// Makes the error of an object that can't be written.
 inline Error Unwritable(std::string text)
 {
     Error error;
@@ -21,7 +21,7 @@ inline Error Unwritable(std::string text)
     return error;
 }
 
-/// The same error, which is inside of `place`.
+/// Returns the same error with `place` as the enclosing place.
 inline Error Inside(std::string place, Error error)
 {
     if (!error.block.empty())
@@ -30,7 +30,7 @@ inline Error Inside(std::string place, Error error)
     return error;
 }
 
-/// "0x50004": versions and flags.
+/// Formats a version or flags, such as "0x50004".
 inline std::string Hex(std::uint32_t number)
 {
     char text[11];
@@ -38,15 +38,15 @@ inline std::string Hex(std::uint32_t number)
     return text;
 }
 
-/// Whether an array has the elements that its owner counts.
+/// True if an array has at least `count` elements.
 template <class T>
 bool Holds(const Array<T>& array, std::uint64_t count)
 {
     return count <= array.size();
 }
 
-/// Why an array can't be written as `count` elements; success where it holds them.
-/// what  names the elements, as in "positions"
+/// Returns why an array can't be written as `count` elements; success if it has them.
+/// what  names the elements, such as "positions"
 template <class T>
 Error WhyShort(const Array<T>& array, std::uint64_t count, std::string_view what)
 {

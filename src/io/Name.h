@@ -7,19 +7,19 @@
 #include <cstdint>
 #include <cstring>
 
-// What readers do with the 32 bytes of a name.
+// What readers do with a name of 32 bytes.
 namespace vela::vlgim::io {
 
-/// The hash of a name, in its own case.
+/// Returns the hash of a name. The case is not changed.
 inline std::int32_t Hash(const Name32& name)
 {
     return NameIDMurmur3(name.View());
 }
 
-/// Lower-cases a name and gives its hash. The bytes behind its NUL stay as they are.
+/// Changes a name to lower case and returns its hash. The bytes after its NUL are unchanged.
 inline std::int32_t LowerAndHash(Name32& name)
 {
-    char text[Name32::kSize + 1] = {};  // a name that fills its field has no NUL to stop at
+    char text[Name32::kSize + 1] = {};  // a name of 32 bytes has no NUL
     std::memcpy(text, name.bytes, Name32::kSize);
     kit::StringAlgo::ToLower(text);
     std::memcpy(name.bytes, text, Name32::kSize);

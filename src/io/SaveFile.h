@@ -10,17 +10,18 @@
 #include <cstdio>
 #include <vector>
 
-// What the documented operations do with an Error: they log it, in the words that callers know.
+// The documented operations log an Error with the messages that callers know.
 namespace vela::vlgim::io {
 
-/// Appends to a list that may be null.
+/// Appends to a list, which may be null.
 inline void Append(std::vector<Error>* list, const std::vector<Error>& more)
 {
     if (list)
         list->insert(list->end(), more.begin(), more.end());
 }
 
-/// Writes one file, whole or not at all: write(sink) puts out its bytes, or gives an error that ends the save.
+/// Writes one file, as a whole or not at all (see vlio::FileWriter). write(sink) writes its bytes, or returns an error
+/// that ends the save.
 template <class Write>
 Error SaveFile(const char* path, std::vector<Error>* warnings, Write write)
 {
@@ -35,8 +36,8 @@ Error SaveFile(const char* path, std::vector<Error>* warnings, Write write)
     return error;
 }
 
-/// What the documented stream forms do: write(out) puts out an object, unless `why` says that it can't be written, which is
-/// logged behind the message. Failures of the stream are left to its owner.
+/// Does what the documented stream forms do: calls write(out), or logs the error `why` behind the message if the object
+/// can't be written. Failures of the stream are left to its owner.
 template <class Write>
 void WriteStream(std::FILE* stream, const char* message, const Error& why, Write write)
 {

@@ -5,25 +5,25 @@
 #include <atomic>
 #include <cstddef>
 
-// How the memory of arrays is laid out. A block holds the elements of one array or of several, each with its count in
-// front of it. Whoever drops an array touches the front of the block alone, which is in the cache.
+// The memory layout of arrays. A block has the elements of one or several arrays. The number of elements is stored
+// before each array. Releasing an array only touches the start of its block, which is in the cache.
 namespace vela::vlgim {
 
-/// In front of a block, whose arrays count as its owners.
+/// The start of a block. Each array in the block is one owner.
 struct detail::SharedBlock {
     std::atomic<std::size_t> owners;
-    std::size_t size;  ///< in bytes, with this
+    std::size_t size;  ///< in bytes, including this head
 };
 
 namespace io {
 
-/// In front of the elements of an array.
+/// Stored before the elements of each array.
 struct ElementsHead {
     std::size_t padding;
     std::size_t count;
 };
 
-// Elements stand at multiples of this.
+// Elements start at multiples of this.
 inline constexpr std::size_t kElementsAlignment = 16;
 static_assert(sizeof(detail::SharedBlock) == kElementsAlignment &&
               sizeof(ElementsHead) == kElementsAlignment);

@@ -2,20 +2,22 @@
 
 #include <platform/Processor.h>
 
-// Which of the wide code, compiled once for each instruction set, runs on this machine. Highway would choose by itself,
-// but its library measures a clock when it is loaded, at the start of every process, for as long as ten meshes of
-// 144 KB take. So its headers alone are used.
+// Chooses among the vector code, which is compiled once for each instruction set. Highway could choose itself, but its
+// library measures a clock when it is loaded, at the start of every process. That takes as long as loading ten meshes
+// of 144 KB, so only its headers are used.
 namespace vela::vlgim::keys {
 
 using platform::InstructionSet;
 
-/// The best one of this machine.
+/// Returns the best instruction set of this machine, or the limit set by HoldTo if that is lower.
 InstructionSet BestInstructionSet();
 
-/// For tests: from here on none is better than `most`. Not while another thread reads or writes a file.
+/// For tests: limits BestInstructionSet to `most` until the next call; kAvx512 removes the limit. Not while another
+/// thread reads or writes a file.
 void HoldTo(InstructionSet most);
 
-/// The best of a function for this machine; null stands for one that was not compiled.
+/// Returns the best version of a function for this machine. Null means that a version was not compiled; `base` is never
+/// null.
 template <class Function>
 Function BestOf(Function avx512, Function avx2, Function sse4, Function base)
 {

@@ -6,26 +6,27 @@
 
 namespace vela::vlgim::keys {
 
-/// How the keys of a component lie in a file: a run of records, one for each key.
+/// How a file stores the keys of a component: a run of records, one for each key.
 struct KeyForm {
     std::uint32_t recordSize;  ///< bytes in the file
     std::uint32_t width;       ///< floats in memory
 
-    /// Expands a run into count * width floats.
+    /// Decodes a run of records into count * width floats.
     void (*decode)(const void* records, std::uint64_t count, float* keys);
 
-    /// Packs a run into count * recordSize bytes; may turn the signs of keys in place. Null where the records
-    /// are the floats themselves. So is `constant`, which tells whether all records equal record 0.
+    /// Encodes a run of keys into count * recordSize bytes, and may change the signs of keys in place. Null if the
+    /// records are the floats themselves.
     void (*encode)(float* keys, std::uint64_t count, void* records);
+    /// Returns true if all records equal record 0. Null if `encode` is null.
     bool (*constant)(const void* records, std::uint64_t count);
 
-    bool comparesFloats;  ///< keys count as constant only where their floats are, too
-    bool shrinksFloats;   ///< constant keys leave one in the float array, and not in the packed one
+    bool comparesFloats;  ///< keys are constant only if their floats are equal, too
+    bool shrinksFloats;   ///< constant keys are cut to one in the float array; otherwise in the packed array
 };
 
 extern const KeyForm kSingles3, kSingles4, kHalves3, kHalves4, kPacked32, kPacked48;
 
-// Inline, like all that is asked for every channel of a file.
+// Inline, like everything that is called for each channel of a file.
 inline const KeyForm& PositionForm()
 {
     return kSingles3;
@@ -47,16 +48,16 @@ inline const KeyForm& ScaleForm(unsigned char compressFlags)
     return compressFlags & KEY_HALF_SCALE ? kHalves3 : kSingles3;
 }
 
-/// Keys of a component, in memory and in the file.
+/// Number of keys of a component, in memory and in the file.
 inline std::uint32_t ComponentKeys(unsigned char keyed, unsigned short keyCount)
 {
     return keyed ? keyCount : 1;
 }
 
-/// Whether two numbers differ by 1e-6 at most; a NaN difference is none.
+/// True if two numbers differ by at most 1e-6. A difference of NaN counts as none.
 bool Near(float a, float b);
 
-/// Whether all of the keys of `width` floats are near key 0, number by number.
+/// True if all keys of `width` floats are near key 0, number by number.
 bool FloatsConstant(const float* keys, std::uint64_t count, std::uint32_t width);
 
 }  // namespace vela::vlgim::keys

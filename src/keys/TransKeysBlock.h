@@ -10,26 +10,27 @@
 
 #include <unordered_map>
 
-// Transform channels as containers read and write them: many from one file, into one allocation.
+// Transform channels as containers read and write them: many channels of one file share one allocation.
 namespace vela::vlgim::keys {
 
 /// One component of a block that has been measured.
 struct MeasuredComponent {
     const KeyForm* form;
-    std::uint32_t count;  ///< records, and keys
+    std::uint32_t count;  ///< number of records and of keys
     io::ArrayBlock::Slot<float> slot;
 };
 
-/// A block that has been measured: it lies in the file image, whole, and its arrays are planned.
+/// A measured block: it is completely in the file image, and its arrays are planned.
 struct MeasuredKeys {
     unsigned char posKeyed, rotKeyed, scaleKeyed, rotOrder;
     unsigned short keyCount;
     MeasuredComponent pos, rot, scale;
-    const unsigned char* records;  ///< in the file image, of all three
+    const unsigned char* records;  ///< records of all three components, in the file image
 };
 
-/// Passes over a block. What it gives is of use only where `in` has not failed. Its runs are taken as one, and nothing
-/// is set twice: a file is measured channel by channel before anything of it is read, and half of that time is saved.
+/// Measures a block and moves past it. The result is valid only if `in` has not failed. A file is measured channel by
+/// channel before anything is read, so speed matters: the records of all three components are taken as one run, and
+/// each member is set once. This halves the time.
 inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, unsigned short keyCount,
                                 unsigned char compressFlags)
 {
@@ -49,7 +50,7 @@ inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, uns
         component.slot = arrays.Plan<float>(std::uint64_t{component.count} * form.width);
         return std::uint64_t{component.count} * form.recordSize;
     };
-    // Counts of 16 bits and records of 16 bytes: no sum can wrap.
+    // Counts have 16 bits and records at most 16 bytes, so no sum can overflow.
     const std::uint64_t rotations = measure(block.pos, PositionForm(), block.posKeyed);
     const std::uint64_t scales =
         rotations + measure(block.rot, RotationForm(block.rotOrder, compressFlags), block.rotKeyed);
@@ -67,11 +68,11 @@ inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, uns
     return block;
 }
 
-/// Fills a channel from the measured block and the arrays, which have been allocated meanwhile. Nothing else
-/// of the channel's earlier content stays.
+/// Fills a channel from a measured block and the arrays, which are allocated by now. All members of the channel are
+/// replaced.
 void FillKeys(const MeasuredKeys& block, const io::ArrayBlock& arrays, vlTransKeysData& keys);
 
-/// Floats of a key in memory.
+/// Number of floats of one rotation in memory.
 inline std::uint32_t RotationWidth(const vlTransKeysData& keys)
 {
     return keys.m_rotOrder != 0 ? 3 : 4;
@@ -86,8 +87,9 @@ void VisitComponents(Keys& keys, Visit visit)
     visit("scales", keys.m_scale, keys.m_scaleKeyed, std::uint32_t{3});
 }
 
-/// The key counts that containers of one file give to channels whose own is not set. The first write sets it, so
-/// containers that share a channel have to agree, or all but one would be refused in the middle of the file.
+/// The key counts that containers of one file give to channels without a count of their own. The first write sets the
+/// count of a channel, so containers that share a channel have to agree. Otherwise all but the first would be refused
+/// in the middle of the file.
 class UnsetCounts {
 public:
     bool Agree(const vlTransKeysData& keys, unsigned short keyCount)
@@ -99,18 +101,18 @@ private:
     std::unordered_map<const vlTransKeysData*, unsigned short> m_counts;
 };
 
-/// Why a channel can't be written with as many keys as its container has times. An m_keyCount
-/// of 0 counts as not set. To be asked before a file is opened, with the `counts` of all its containers.
+/// Returns why a channel can't be written with `keyCount` keys, the number of times in its container. An m_keyCount of
+/// 0 counts as not set. Call it before a file is opened, with the same `counts` for all containers of the file.
 Error WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount, UnsetCounts* counts = nullptr);
 
-/// Makes the packed arrays of the components whose form has some. Rotations whose sign a packed form turns are turned
-/// in a new array, since copies may show the old one.
+/// Makes the packed arrays of the components whose form has them. If a packed form changes the sign of any rotation,
+/// m_rot becomes a new array, because copies may share the old one.
 void PackTransData(vlTransKeysData& keys);
 
-/// Reduces each component whose keys are all alike to one key, in a new array.
+/// Reduces each component whose keys are all equal to one key, in a new array.
 void PackKeys(vlTransKeysData& keys);
 
-/// Writes a channel that WhyUnwritable has nothing against, and changes it as vlTransKeysData::WriteData says.
+/// Writes a channel for which WhyUnwritable returned success, and changes it as vlTransKeysData::WriteData does.
 void Write(io::BlockWriter& out, vlTransKeysData& keys);
 
 }  // namespace vela::vlgim::keys

@@ -1,5 +1,5 @@
-// Runs of values block by block, and half floats to singles and back. Included once for every instruction
-// set, so the guard toggles instead of staying.
+// Converts runs of values block by block, and half floats to floats and back. Included once for each instruction set,
+// so the include guard toggles.
 #if defined(VLGIM_KEYS_WIDE_RUNS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VLGIM_KEYS_WIDE_RUNS_INL_H
 #undef VLGIM_KEYS_WIDE_RUNS_INL_H
@@ -15,8 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// Whether these are instructions for vectors at all. The baseline of a compiler often is none, and has the
-// plain code.
+// True if the target has vector instructions. The compiler's baseline often has none, and uses the plain code.
 #undef VLGIM_HAS_VECTORS
 #define VLGIM_HAS_VECTORS (HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128)
 
@@ -26,8 +25,8 @@ namespace vela::vlgim::keys::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-// A run of no more than two blocks of some width: one at its beginning and one at its end. They overlap, and
-// doing an item twice must give the same.
+// Converts a run that fits one or two blocks of some width: one at its start and one at its end. The blocks overlap, so
+// converting an item twice must give the same result.
 template <class Kernel, class D, class From, class To>
 HWY_INLINE void ForShortRun(D d, From* from, std::uint64_t count, To* to)
 {
@@ -44,11 +43,12 @@ HWY_INLINE void ForShortRun(D d, From* from, std::uint64_t count, To* to)
         ForShortRun<Kernel>(hn::Half<D>(), from, count, to);
 }
 
-// From so many items on a run comes from memory.
+// Runs of this many items come from memory instead of the cache. Packed rotations never reach it: a channel has at most
+// 65,535 keys. Half floats can, since each value is an item.
 constexpr std::uint64_t kLongRun = 1U << 17;
 
-// Works a run off block by block, the last one moved up to end with the run. Runs that are too short for a
-// block of the widest vectors take narrower ones.
+// Converts a run block by block. The last block is moved so that it ends with the run. Runs that are shorter than one
+// block use narrower vectors.
 template <class Kernel, class From, class To>
 HWY_INLINE void ForRun(From* from, std::uint64_t count, To* to)
 {
@@ -61,8 +61,8 @@ HWY_INLINE void ForRun(From* from, std::uint64_t count, To* to)
     };
     std::uint64_t i = 0;
     if (count >= kLongRun) {
-        // Memory gives more to two places in turn: reading alone then takes 0.66 of a copy instead of 0.84,
-        // decoding half rotations 0.50 instead of 0.61.
+        // Two alternating places in memory are read faster than one: reading alone takes 0.66 of a copy instead of
+        // 0.84.
         const std::uint64_t half = count / 2 / kItems * kItems;
         for (; i < half; i += kItems) {
             block(i);
@@ -76,21 +76,21 @@ HWY_INLINE void ForRun(From* from, std::uint64_t count, To* to)
         block(count - kItems);
 }
 
-// How far apart items lie, in bytes and in floats. A kernel has that, and Block, which works on as many items
-// as kVectors vectors have lanes.
+// The distance between items, in bytes and in floats. A kernel derives from this and adds Block, which converts as many
+// items as kVectors vectors have lanes.
 template <std::uint64_t kRecordSize, std::uint64_t kWidth>
 struct Steps {
     static constexpr std::uint64_t Step(const unsigned char*) { return kRecordSize; }
     static constexpr std::uint64_t Step(const float*) { return kWidth; }
 };
 
-// What a NaN becomes.
+// The result for a NaN.
 enum class NanRule {
-    kKept,  // sign and payload stay, moved up by 13 bits; a signalling one stays so
+    kKept,  // sign and payload are kept, moved up by 13 bits; signalling NaNs stay signalling
     kOne,   // 0xFFC00000
 };
 
-// Vectors at any address, as a file has them.
+// Loads and stores vectors at any address, as in a file.
 template <class D>
 HWY_INLINE hn::Vec<D> LoadFrom(D d, const unsigned char* bytes)
 {
@@ -105,12 +105,12 @@ HWY_INLINE void StoreTo(V v, D d, unsigned char* bytes)
     hn::StoreU(hn::BitCast(du8, v), du8, bytes);
 }
 
-// By integer arithmetic: right for every half under either rule.
+// Integer arithmetic: correct for each half float with either rule.
 template <NanRule kRule, class D, class V16>
 HWY_INLINE hn::Vec<D> SinglesByArithmetic(D d, V16 halves)
 {
     const hn::RebindToSigned<D> di;
-    const auto half = hn::PromoteTo(di, halves);  // with its sign spread over the upper half
+    const auto half = hn::PromoteTo(di, halves);  // sign-extended
     const auto sign = hn::And(half, hn::Set(di, INT32_MIN));
     const auto magnitude = hn::And(half, hn::Set(di, 0x7FFF));
     const auto rebias = hn::Set(di, 112 << 23);
@@ -126,10 +126,10 @@ HWY_INLINE hn::Vec<D> SinglesByArithmetic(D d, V16 halves)
     return hn::BitCast(d, number);
 }
 
-// Whether vectors of halves are converted by an instruction.
+// True if an instruction converts vectors of half floats.
 constexpr bool kConvertsHalves = HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3;
 
-// The fast way, which gets NaNs wrong: the hardware makes signalling ones quiet.
+// The fast conversion. It is wrong for NaNs: the hardware makes signalling ones quiet.
 template <class D, class V16>
 HWY_INLINE hn::Vec<D> Singles(D d, V16 halves)
 {
@@ -147,7 +147,7 @@ HWY_INLINE auto HalvesByArithmetic(D d, V singles)
     const hn::Rebind<std::uint16_t, D> d16;
     const auto bits = hn::BitCast(di, singles);
     const auto magnitude = hn::And(bits, hn::Set(di, 0x7FFFFFFF));
-    // What is too large ends in the infinity, NaNs as well.
+    // Too large values become infinity, and so do NaNs here.
     const auto infinity = hn::Set(di, 0x7C00);
     const auto normal = hn::Min(hn::Sub(hn::ShiftRight<13>(magnitude), hn::Set(di, 112 << 10)), infinity);
     const auto subnormal = hn::ConvertTo(di, hn::Mul(hn::BitCast(d, magnitude), hn::Set(d, 0x1p24F)));
@@ -158,8 +158,8 @@ HWY_INLINE auto HalvesByArithmetic(D d, V singles)
     return hn::DemoteTo(d16, hn::Or(hn::Or(sign, number), payload));
 }
 
-// Cuts mantissas, where Highway's own conversion rounds them; arithmetic instead takes 3.2 of a copy for 1.2,
-// with AVX2 6.4 for 1.3. From a number of 65,536 on, and for NaNs, the halves are wrong.
+// Truncates mantissas; Highway's own conversion rounds them. Arithmetic would take 3.2 of a copy instead of 1.2, with
+// AVX2 6.4 instead of 1.3. The result is wrong for absolute values from 65,536 on, and for NaNs.
 #if HWY_TARGET <= HWY_AVX3
 HWY_INLINE hn::Vec256<std::uint16_t> Cut(hn::Vec512<float> v)
 {
@@ -177,8 +177,8 @@ HWY_INLINE hn::Vec64<std::uint16_t> Cut(hn::Vec128<float> v)
 }
 #endif
 
-// Single values. To ask once for several vectors whether all of them go the fast way takes AVX2's encoding of
-// 4,096 keys from 1.9 to 1.3 of a copy.
+// Converts single values. Testing several vectors at once for the fast conversion takes AVX2's encoding of 4,096 keys
+// from 1.9 to 1.3 of a copy.
 template <NanRule kRule, std::size_t kCount>
 struct Halves : Steps<2, 1> {
     static constexpr std::uint64_t kVectors = kCount;
@@ -240,7 +240,7 @@ private:
     }
 };
 
-// Converts single values; at least 4.
+// Converts at least 4 single values.
 template <NanRule kRule, class From, class To>
 HWY_INLINE void ConvertHalves(From* from, std::uint64_t count, To* to)
 {
