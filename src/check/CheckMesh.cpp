@@ -38,13 +38,13 @@ void CheckCounts(const File& file, const vlMeshVertexData& v)
     if (vertices != v.m_vertexCount || triangles != v.m_triangleCount)
         file.Add(Code::SubmeshRange, file.places.Find(Block::SubmeshEntries),
                  "the submeshes have " + std::to_string(vertices) + " vertices and " +
-                     std::to_string(triangles) + " triangles together, and the mesh has " +
+                     std::to_string(triangles) + " triangles in total, but the mesh has " +
                      std::to_string(v.m_vertexCount) + " and " + std::to_string(v.m_triangleCount));
     constexpr std::uint32_t kMost = std::numeric_limits<std::uint16_t>::max();
     if (std::max(v.m_vertexCount, v.m_triangleCount) > kMost)
         file.Add(Code::Count16Bit, file.places.Find(Block::Totals),
                  Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
-                     Counted(v.m_triangleCount, "triangle", "triangles") + ", of which a query hands out " +
+                     Counted(v.m_triangleCount, "triangle", "triangles") + ", which a query truncates to " +
                      std::to_string(v.m_vertexCount & kMost) + " and " +
                      std::to_string(v.m_triangleCount & kMost));
 }
@@ -101,7 +101,7 @@ void CheckIndices(const File& file, std::size_t block, std::size_t field, const 
             bad.Add(i);
     if (bad.count != 0)
         file.Add(Code::IndexRange, block, file.places.Offset(field) + sizeof(std::uint16_t) * bad.first,
-                 Counted(bad.count, "index is", "indices are") + " beyond the last of " +
+                 Counted(bad.count, "index is", "indices are") + " out of range for " +
                      Counted(vertexCount, "vertex", "vertices") + which(bad));
 }
 
@@ -109,7 +109,8 @@ void CheckTriangles(const File& file, const vlMeshVertexData& v)
 {
     const std::size_t triangles = file.places.Find(Block::Triangles);
     CheckIndices(file, triangles, triangles, v.m_indices, v.m_vertexCount, [&v](const Tally& bad) {
-        return ", up to " + std::to_string(*std::max_element(v.m_indices.begin(), v.m_indices.end())) +
+        return ", the largest is " +
+               std::to_string(*std::max_element(v.m_indices.begin(), v.m_indices.end())) +
                ", the first in triangle " + std::to_string(bad.first / 3);
     });
 }
@@ -160,14 +161,14 @@ void CheckSkin(const File& file, const vlMeshData& mesh)
         file.Add(Code::BoneRange, references, file.places.Offset(references) + first * size,
                  Counted(slots.badBones.count, "reference", "references") +
                      " with a weight to bones beyond the last of " + std::to_string(*boneCount) +
-                     ", the first is bone " + std::to_string(skin->m_boneIndices[first]) + " at vertex " +
+                     ", the first to bone " + std::to_string(skin->m_boneIndices[first]) + " at vertex " +
                      std::to_string(first / kSlots));
     }
     if (slots.badSums.count != 0)
         file.Add(Code::WeightSum, weights,
                  file.places.Offset(weights) + slots.badSums.first * kSlots * sizeof(float),
                  "the weights of " + Counted(slots.badSums.count, "vertex", "vertices") + " of " +
-                     std::to_string(vertexCount) + " sum to something else than 1, the farthest to " +
+                     std::to_string(vertexCount) + " don't add up to 1; the worst sum is " +
                      std::to_string(slots.farthest) + ", the first is vertex " +
                      std::to_string(slots.badSums.first));
 }
@@ -184,8 +185,8 @@ void CheckParents(const File& file, std::size_t block, const std::vector<std::ui
     std::vector<std::uint32_t> visitedBy(parents.size(), 0);  // by the walk of this bone, counted from 1
     for (std::size_t i = 0; i < parents.size(); ++i) {
         if (parents[i] != kNone && parents[i] >= parents.size())
-            add(i, " has the parent " + std::to_string(parents[i]) + ", and there are " +
-                       std::to_string(parents.size()) + " bones");
+            add(i, " has parent " + std::to_string(parents[i]) + ", but the bone count is " +
+                       std::to_string(parents.size()));
         const auto walk = static_cast<std::uint32_t>(i + 1);
         std::size_t bone = i;
         while (bone < parents.size() && visitedBy[bone] == 0) {
@@ -193,7 +194,7 @@ void CheckParents(const File& file, std::size_t block, const std::vector<std::ui
             bone = parents[bone];
         }
         if (bone < parents.size() && visitedBy[bone] == walk)
-            add(bone, " is among its own ancestors");
+            add(bone, " is its own ancestor");
     }
 }
 
@@ -218,7 +219,7 @@ void CheckOriginalData(const File& file, const vlMeshData& mesh)
         CheckFinite(file, block, field(Block::FramePositions), "positions", "vertex",
                     Floats(data->m_origPositions), 3);
         CheckIndices(file, block, field(Block::Indices), data->m_origIndices, data->m_origVertexCount,
-                     [](const Tally& bad) { return ", the first is index " + std::to_string(bad.first); });
+                     [](const Tally& bad) { return ", the first at index " + std::to_string(bad.first); });
         if (data->m_origWeights)
             CheckFinite(file, block, field(Block::Weights), "weights", "vertex", data->m_origWeights.data(),
                         kSlots);
@@ -297,9 +298,9 @@ void MeshCheck::ReportRefusal(const File&, const Error& error)
     std::string counts = std::to_string(fitting[0]);
     if (fitting.size() > 1)
         counts += fitting.size() == 2 ? " or " + std::to_string(fitting[1])
-                                      : " and " + std::to_string(fitting.size() - 1) + " larger numbers";
+                                      : " and " + std::to_string(fitting.size() - 1) + " larger counts";
     m_report.Add(Code::SubmeshCount, {error.block, error.offset},
-                 "the mesh does not fit " + std::to_string(m_submeshCount) + " submeshes, and fits " +
+                 "the mesh does not fit " + std::to_string(m_submeshCount) + " submeshes, but fits " +
                      counts);
 }
 
@@ -350,7 +351,7 @@ void MeshCheck::CheckVertices(const File& file)
     m_fillsData = v.m_vertexCount != 0 || v.m_triangleCount != 0;
     if (m_fillsData)
         file.Add(Code::NoVertexData, file.places.Find(Block::VertexCounts),
-                 "the data flag is 0, and " + Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
+                 "the data flag is 0, but " + Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
                      Counted(v.m_triangleCount, "triangle", "triangles") + " are declared");
 }
 
@@ -365,7 +366,7 @@ void MeshCheck::CheckUpgrade(const File& file)
                      io::Hex(m_mesh.m_version));
     if (HasHalves(m_mesh))
         file.Add(Code::SaveFloats, version, packMode,
-                 "a save writes positions and uvs as floats, and the file has half floats");
+                 "a save writes positions and uvs as floats in place of half floats");
     else if (m_mesh.m_packMode != 0)
         file.Add(Code::SaveHeader, version, packMode,
                  "a save writes pack mode 0 in place of " + std::to_string(m_mesh.m_packMode) +
@@ -378,19 +379,19 @@ void MeshCheck::CheckDrops(const File& file)
     const std::size_t records = file.places.Find(Block::KeyRecords), animBI = file.places.Find(Block::AnimBI);
     if (const std::uint64_t size = file.places.Size(records))
         file.Add(Code::SaveDropsKeyRecords, records,
-                 std::to_string(size) + " bytes of records for the keys of the animation are not kept");
+                 std::to_string(size) + " bytes of animation key records are not kept");
     if (const std::uint64_t size = file.places.Size(animBI); size > 1)
         file.Add(Code::SaveDropsAnimBI, animBI,
                  "the anim-BI block of " + std::to_string(size) + " bytes is not kept");
     if (file.places.Has(Block::Bounds) && !m_mesh.m_boneBounds)
         file.Add(Code::SaveDropsBounds, file.places.Find(Block::BoundsFlag),
-                 "the bounds of all bones are not kept, since the radius of one is NaN");
+                 "the bounds of all bones are not kept, because the radius of one is NaN");
     const std::size_t table = file.places.Find(Block::ShareTable);
     const std::size_t entries = file.places.FindIn(table, Block::Indices);
     std::uint64_t entry = file.places.Offset(entries);
     for (const std::uint32_t offset : m_blocks.passedOver)
         file.Add(Code::SaveDropsBlocks, table, entry += sizeof offset,
-                 "a further vertex block, which begins at byte " + std::to_string(offset) +
+                 "another vertex block, which begins at byte " + std::to_string(offset) +
                      ", is neither read nor kept");
     ReportUnread(file, m_image.size(), m_blocks.passedOver);
 }
@@ -408,10 +409,10 @@ void MeshCheck::ReportChange(const Change& change)
     case Block::Header:
         return change.Add(Code::SaveHeader, "a save writes the magic word of a mesh");
     case Block::UsedBones:
-        return change.Add(Code::SaveMask, "a save brings the mask of used bones up to date");
+        return change.Add(Code::SaveMask, "a save updates the mask of used bones");
     case Block::ShareTable:
         if (!IsTableKept(change.Old(), change.New()))
-            change.Add(Code::SaveTable, "a save writes the table of blocks anew");
+            change.Add(Code::SaveTable, "a save rewrites the table of blocks");
         return;
     case Block::TableOffset:
     case Block::KeyRecords:
@@ -422,16 +423,16 @@ void MeshCheck::ReportChange(const Change& change)
     }
     if (block == Block::VertexCounts && m_fillsData)
         change.Add(Code::SaveFillsData,
-                   "a save writes zeros for the data that the mesh declares and does not hold");
+                   "a save writes zeros for data that the mesh declares but doesn't contain");
     else if (block != Block::BonesBlock || !m_tellsOfBones)
-        change.Add(Code::SaveChanges, "a save writes this block in its own form");
+        change.Add(Code::SaveChanges, "a save writes this block with other bytes of the same meaning");
 }
 
 // All blocks are the same, and have another order or no longer lie on one another.
 void MeshCheck::ReportOtherChange(const File& file)
 {
     file.Add(Code::SaveTable, file.places.Find(Block::ShareTable),
-             "a save writes the blocks one behind the other");
+             "a save writes the blocks one after the other");
 }
 
 // A mesh whose submeshes nobody can count: what is damaged whatever their number, or that it was not read.
@@ -467,8 +468,8 @@ void CheckMeshWithoutCount(Session& session, FileReport& report, const vlio::Byt
     if (fitting.size() == 1)
         return CheckMesh(session, report, image, fitting[0]);
     CheckUncounted(session, report, image,
-                   fitting.empty() ? "how many submeshes it has is not in the file, and can't be worked out"
-                                   : std::to_string(fitting.size()) + " numbers of submeshes fit the file");
+                   fitting.empty() ? "the submesh count is not in the file, and can't be worked out"
+                                   : std::to_string(fitting.size()) + " submesh counts fit the file");
 }
 
 }  // namespace vela::vlgim::check
