@@ -42,7 +42,7 @@ struct [[nodiscard]] Error {
 
     explicit operator bool() const noexcept { return kind != ErrorKind::None; }
 
-    /// The whole error for a person, in one line: "a.mesh: bones block at byte 99: needs 16 bytes, and 3 are left".
+    /// The whole error for a person, in one line: "a.mesh: bones block at byte 99: needs 16 bytes, but the file has 3 left".
     /// Empty for success. File names are any bytes.
     VLGIM_API std::string Message() const;
 };

@@ -30,7 +30,7 @@ struct Refusal {
     /// As in "clip 2 / bone 5".
     std::string Path() const;
 
-    /// One sentence, as in "needs 16 bytes, and the file has 3 left".
+    /// One sentence, as in "needs 16 bytes, but the file has 3 left".
     std::string Text() const;
 
     /// The same for callers; no error where nothing was refused.
