@@ -27,7 +27,7 @@ std::optional<LoadedFile> LoadModel(const std::string& path, const LoadOptions& 
     if (result != 0 && result != -1)
         return std::nullopt;
     if (result == -1)
-        std::fprintf(stderr, "%s: a submesh has no name or no material index; the list ends ahead of it\n",
+        std::fprintf(stderr, "%s: a submesh has no name or no material index; the list ends before it\n",
                      Shown(path).c_str());
     return model;
 }
@@ -77,11 +77,11 @@ std::uint32_t CountInManifest(const std::string& path)
 void AddLoadOptions(CLI::App& command, LoadOptions& options)
 {
     command.add_option("--base", options.base,
-                       "Prefix of relative mesh and animation paths and of material group paths");
+                       "Prefix of relative mesh and animation paths, and of material group paths");
     command.add_option(
         "--submeshes", options.submeshes,
-        "Submesh count of .mesh files, which is not in them; else a .gim beside the file is asked, "
-        "else the one count that fits is taken");
+        "Submesh count of .mesh files, which don't store it; default: from the .gim beside the file, or from "
+        "the file itself if only one count fits");
 }
 
 std::uint32_t CountSubmeshes(const vlio::XmlData& manifest)
