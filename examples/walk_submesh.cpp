@@ -1,15 +1,20 @@
 #include <cstdio>
 #include <vlgim/GimData.h>
 
+using namespace vela::vlgim;
+
 int main(int argc, char** argv)
 {
-    vela::vlgim::GimData model;
-    if (argc < 2 || model.Load(argv[1]) != 0)
-        return 1;  // the log has said why
-    const auto& mesh = *model.m_mesh.m_vertexData;
-    for (std::uint32_t i = 0; i < mesh.m_subCount; ++i) {
-        const auto& part = mesh.m_subRecords[i];
-        std::printf("%s: %u vertices", model.GetSubmesh(int(i)).name.c_str(), part.vertexCount);
+    const char* path = argc > 1 ? argv[1] : "model.gim";
+    GimData model;
+    if (const Error error = Load(model, path)) {
+        std::fprintf(stderr, "%s\n", error.Message().c_str());
+        return 1;
+    }
+    const vlMeshVertexData& mesh = *model.m_mesh.m_vertexData;
+    for (std::size_t i = 0; i < model.m_submeshes.size(); ++i) {
+        const SubmeshRecord& part = mesh.m_subRecords[i];
+        std::printf("%s: %u vertices", model.m_submeshes[i].name.c_str(), part.vertexCount);
         for (std::uint32_t v = 0; v < part.vertexCount && part.firstVertex + v < mesh.m_vertexCount; ++v) {
             const auto& p = mesh.m_positions[part.firstVertex + v];
             std::printf(" (%g, %g, %g)", p.x, p.y, p.z);

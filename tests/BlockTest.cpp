@@ -36,15 +36,15 @@ TEST(BlockReader, FailsOnceForGood)
     in.RefuseAt(0, ErrorKind::Limit, 1, 2);
     EXPECT_EQ(in.Position(), nullptr);
     EXPECT_EQ(in.WhyRefused().AsError("a.gis").Message(),
-              "a.gis: clip 2 / bone 5 at byte 3: needs 8 bytes, and the file has 5 left");
+              "a.gis: clip 2 / bone 5 at byte 3: needs 8 bytes, but the file has 5 left");
 
     BlockReader positions = Reader(kBytes);
     positions.Take(Block::Positions, 3, 3);
     EXPECT_EQ(positions.WhyRefused().Path(), "positions") << "a run that is a block of its own";
     const std::tuple<ErrorKind, std::uint64_t, const char*> refusals[] = {
-        {ErrorKind::Bytes, 9, "an offset points here, and the file has 8 bytes"},
+        {ErrorKind::Bytes, 9, "an offset points here, but the file has 8 bytes"},
         {ErrorKind::Limit, 0, "count 7 exceeds the limit of 4"},
-        {ErrorKind::Memory, 0, "needs 7 bytes of memory, and 4 are allowed"}};
+        {ErrorKind::Memory, 0, "needs 7 bytes of memory, but 4 are allowed"}};
     for (const auto& [kind, offset, text] : refusals) {
         BlockReader refused = Reader(kBytes);
         refused.RefuseAt(offset, kind, 7, 4);

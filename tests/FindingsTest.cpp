@@ -466,7 +466,7 @@ void FindingsTest::ExpectSideFileFindings() const
     Put("c_gis/Walk.gis", ClipRecord(0x60001));
     const CheckResult result = CheckFile(Path("c.gis").c_str());
     EXPECT_EQ(Codes(result), missing);
-    EXPECT_TRUE(result.findings[0].text.ends_with("Walk.gis, which differs in upper and lower case"))
+    EXPECT_TRUE(result.findings[0].text.ends_with("Walk.gis, which differs only in case"))
         << result.findings[0].text;
     Put("c_gis/walk.gis", ClipRecord(0x60001));
     EXPECT_EQ(Found("c.gis"), (Set{"clip-bone", "save-base-info"}));

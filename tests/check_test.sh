@@ -88,7 +88,7 @@ TEXT
         cmp -s out one_job || fail "the output of $jobs threads is another"
     done
     expect 1 check many missing.gim --submeshes 3
-    says out 'many/b/house.gim:4:9: error: submesh roof names material 7, and there are 3 (Vela/SubMesh/Mesh1) [material-index]'
+    says out 'many/b/house.gim:4:9: error: submesh roof refers to material 7, but there are 3 (Vela/SubMesh/Mesh1) [material-index]'
     says out 'many/track: note: a save writes version 0x10001 in place of 0x10000 (header, byte 4) [save-version]'
     says err '8 errors, 0 warnings, 1 note; 1 unreadable'
 

@@ -155,9 +155,9 @@ TEST_F(vlAnimDataTest, DamageIsToldOnceAndLeavesNothing)
 {
     const Bytes plain = PlainFile(0x60001);
     const std::pair<Bytes, const char*> cases[] = {
-        {Prefix(plain, 60), "bones at byte 14: needs 64 bytes, and the file has 46 left"},
+        {Prefix(plain, 60), "bones at byte 14: needs 64 bytes, but the file has 46 left"},
         {With(plain, 11, {1}), "bones at byte 10: count 258 exceeds the limit of 255"},
-        {Prefix(plain, 310), "clip 0 / bone 0 at byte 308: needs 8 bytes, and the file has 2 left"},
+        {Prefix(plain, 310), "clip 0 / bone 0 at byte 308: needs 8 bytes, but the file has 2 left"},
         {With(plain, 227, {2}), "clip 0 at byte 226: count 514 exceeds the limit of 255"},
         {Header(0x60000, 0xFFFF).Raw(Skeleton()).U32(1), ""},
     };
@@ -249,7 +249,7 @@ TEST_F(vlAnimDataTest, SideFilesThatAreNotThereOrNotWhole)
         EXPECT_FALSE(Read(AsyncFile({"walk", "Run"}), Hero())) << size;
     }
     EXPECT_EQ(log.lines, (Lines{"E gis file is damaged: " + Side("Run") +
-                                    ": clip at byte 0: needs 64 bytes, and the file has 0 left",
+                                    ": clip at byte 0: needs 64 bytes, but the file has 0 left",
                                 kBad5}));
     EXPECT_FALSE(Read(AsyncFile({}), "nodot"));
     EXPECT_EQ(log.lines, (Lines{"E Unable to open seperate animation file nodot", kBad5}));
@@ -284,7 +284,7 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
         {1, plain, cant + "the reference transforms are missing", [](Anim a) { a.m_boneTrans = nullptr; }},
         {1, async, cant + "clip 0: its version counts clips of side files, but has no place for them",
          [](Anim a) { a.m_version = 0x60000; }},
-        {1, async, cant + "clip 0 / bone 1: the key times have 1 entries, and 3 are needed",
+        {1, async, cant + "clip 0 / bone 1: the key times have 1 entries, but 3 are needed",
          [](Anim a) { a.m_clips[0]->m_boneKeyCounts[1] = 3; }},
         {1, async, cant + "clip 1 / bone 1: another shares it, with other than 0 keys",
          [](Anim a) {

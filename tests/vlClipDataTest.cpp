@@ -163,7 +163,7 @@ TEST(vlClipData, WhatDisagreesIsNotWritten)
     } cases[] = {
         {"bone 0: 2 keys, but times for 3", 0x60001, 0, [](auto& c) { c.m_keyTimes->AddKeyTime(99); }},
         {"no list holds the key times", 0x60001, 0, [](auto& c) { c.m_keyTimes.reset(); }},
-        {"bone 1: the key times have 1 entries, and 2 are needed", 0x60001, 1,
+        {"bone 1: the key times have 1 entries, but 2 are needed", 0x60001, 1,
          [](auto& c) { c.m_boneKeyCounts[1] = 2; }},
         {"bone 1: the key times are missing", 0x60001, 1, [](auto& c) { c.m_boneKeyTimes[1] = nullptr; }},
         {"the keys of the bones are missing", 0x60001, 1, [](auto& c) { c.m_keys = nullptr; }},

@@ -128,22 +128,22 @@ TEST(vlMeshData, VersionGate)
 TEST(vlMeshData, WhatIsNotReadSaysWhy)
 {
     const std::pair<Bytes, std::string> cases[] = {
-        {Prefix(kFile, 9), "header at byte 8: needs 2 bytes, and the file has 1 left"},
-        {Prefix(kFile, 11), "animation block at byte 11: needs 1 byte, and the file has 0 left"},
-        {Prefix(kFile, 14), "table offset at byte 12: needs 4 bytes, and the file has 2 left"},
+        {Prefix(kFile, 9), "header at byte 8: needs 2 bytes, but the file has 1 left"},
+        {Prefix(kFile, 11), "animation block at byte 11: needs 1 byte, but the file has 0 left"},
+        {Prefix(kFile, 14), "table offset at byte 12: needs 4 bytes, but the file has 2 left"},
         {With(MeshOf(0x50004, {1, false, false, false}), 12, {255}),
-         "bones block at byte 524: needs 8160 bytes, and the file has 72 left"},
+         "bones block at byte 524: needs 8160 bytes, but the file has 72 left"},
         {With(kFile, 14, {1}),
-         "share table at byte 65836: an offset points here, and the file has 316 bytes"},
+         "share table at byte 65836: an offset points here, but the file has 316 bytes"},
         {With(kFile, kTableAt + 1, {0x80}),
          "share table at byte 300: count 32769 exceeds the limit of 32767"},
-        {WithTable({}, {}), "share table at byte 300: the share table lists no block"},
+        {WithTable({}, {}), "share table at byte 300: the share table lists no blocks"},
         {WithTable({77'777}, {}),
-         "submesh entries at byte 77777: an offset points here, and the file has 308 bytes"},
+         "submesh entries at byte 77777: an offset points here, but the file has 308 bytes"},
         {With(kFile, 34, {5}), "submesh entries at byte 34: count 5 exceeds the limit of 4"},
-        {With(kFile, 41, {64}), "positions at byte 46: needs 12884901948 bytes, and the file has 270 left"},
+        {With(kFile, 41, {64}), "positions at byte 46: needs 12884901948 bytes, but the file has 270 left"},
         {With(With(kFile, 36, {0}), 41, {64}),
-         "vertex block at byte 46: needs 47248834560 bytes of memory, and 14700288 are allowed"},
+         "vertex block at byte 46: needs 47248834560 bytes of memory, but 14700288 are allowed"},
     };
     for (const auto& [file, message] : cases) {
         const LogCapture log;

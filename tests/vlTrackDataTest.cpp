@@ -66,16 +66,16 @@ TEST_F(vlTrackDataTest, GateAndDamage)
         {Header(0xFFFF, 7), 0xFFFF, {file + " version too old!"}},
         {Header(0x10002), 0x10002, {file + " version too new!"}},
         {Header(0x10001, 1), 0x10001, {bad}},
-        {Prefix(kFile, 6), 3, {damaged + "header at byte 4: needs 4 bytes, and the file has 2 left", bad}},
+        {Prefix(kFile, 6), 3, {damaged + "header at byte 4: needs 4 bytes, but the file has 2 left", bad}},
         {Prefix(kFile, 9),
          0x10001,
-         {damaged + "header at byte 8: needs 2 bytes, and the file has 1 left", bad}},
+         {damaged + "header at byte 8: needs 2 bytes, but the file has 1 left", bad}},
         {Prefix(kFile, 54),
          0x10001,
-         {damaged + "track 0 at byte 50: needs 8 bytes, and the file has 4 left", bad}},
+         {damaged + "track 0 at byte 50: needs 8 bytes, but the file has 4 left", bad}},
         {Prefix(kFile, 118),
          0x10001,
-         {damaged + "track 0 / channel 1 at byte 116: needs 4 bytes, and the file has 2 left", bad}},
+         {damaged + "track 0 / channel 1 at byte 116: needs 4 bytes, but the file has 2 left", bad}},
     };
     for (const auto& c : cases) {
         track.m_version = 3;

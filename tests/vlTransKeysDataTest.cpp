@@ -229,7 +229,7 @@ TEST(vlTransKeysData, MissingArrays)
     const auto make = [] { return TwoKeys(0, Floats({0, 0, 0, -1, 0, 0, 0, -1}), 8); };
     const Obstacles<vlTransKeysData> obstacles{
         {"positions are missing", [](auto& data) { data.m_pos = nullptr; }},
-        {"rotations have 4 entries, and 8 are needed",
+        {"rotations have 4 entries, but 8 are needed",
          [](auto& data) {
              data.m_rot = {0, 0, 0, 1};
          }},

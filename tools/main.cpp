@@ -23,7 +23,7 @@ void PrintMessage(vela::LogLevel, const char* text, void*)
 
 int Run(int argc, char** argv)
 {
-    CLI::App app("Looks into the files of animated models.");
+    CLI::App app("Inspects, checks, compares and upgrades the files of animated models.");
     app.require_subcommand(1);
     std::function<int()> run;
     AddInfo(app, run);

@@ -41,7 +41,7 @@ struct [[nodiscard]] Error {
 
     explicit operator bool() const noexcept { return kind != ErrorKind::None; }
 
-    /// Returns the whole error in one line for people: "a.mesh: bones block at byte 99: needs 16 bytes, and the file
+    /// Returns the whole error in one line for people: "a.mesh: bones block at byte 99: needs 16 bytes, but the file
     /// has 3 left". Empty for success. File names are copied as they are and may contain any bytes.
     VLGIM_API std::string Message() const;
 };

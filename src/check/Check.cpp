@@ -25,7 +25,8 @@ void CheckImage(Session& session, FileReport& report, const vlio::Bytes& image, 
         CheckDocument(session, report, image, document);
         return;
     case FileKind::Unknown:
-        report.Add(Code::UnknownKind, {}, "neither its name nor its first bytes are those of a model's file");
+        report.Add(Code::UnknownKind, {},
+                   "neither its name nor its first bytes show that it belongs to a model");
     }
 }
 
@@ -53,7 +54,7 @@ CheckResult CheckFile(const char* path, const CheckOptions& options)
         std::string place = path;
         vlio::Bytes image;
         if (!vlio::FileStream::Exists(path, vlio::FILE_SYSTEM_ANY))
-            return session.BeginUnread(path).Add(check::Code::Unreadable, {}, "the file is not there");
+            return session.BeginUnread(path).Add(check::Code::Unreadable, {}, "the file doesn't exist");
         if (check::FileReport* report = check::ReadFile(session, place, image))
             check::CheckImage(session, *report, image, true);
     });
@@ -65,7 +66,7 @@ CheckResult CheckBytes(const unsigned char* data, std::size_t size, const char* 
     return check::RunCheck(options, [&](check::Session& session) {
         if (size > options.memoryLimit)
             return session.BeginUnread(path).Add(check::Code::MemoryLimit, {},
-                                                 "the file is larger than a check may take memory");
+                                                 "the file is larger than the memory limit");
         check::CheckImage(session, session.Begin(path, size), vlio::Bytes(data, data + size), false);
     });
 }

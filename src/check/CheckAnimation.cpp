@@ -126,7 +126,7 @@ void AnimationCheck::CheckSideFiles(const File& file)
     if (!HasRecords() && !m_anim.m_clips.empty())
         file.Add(Code::ClipsWithoutPlace, file.Find(Block::SideFiles),
                  Counted(m_anim.m_clips.size(), "clip is", "clips are") +
-                     " counted, and this version tells nothing of them");
+                     " counted, but this version has no records for them");
     const auto folder = anim::SideFolder(m_anim.m_path);
     if (HasRecords() && m_withSideFiles && folder)
         m_areClipsRead = CheckSideClips(m_session, file, m_anim, *folder, m_held + m_spent);
@@ -136,12 +136,12 @@ bool AnimationCheck::IsWritable()
 {
     if (m_anim.m_async != 0 && !anim::SideFolder(m_anim.m_path)) {
         m_report.Add(Code::MissingFile, {},
-                     "the path has no dot, so that no folder of side files belongs to it");
+                     "the path has no dot, so there is no folder of side files for it");
         return false;
     }
     if (!m_areClipsRead)
         return Allows(io::Unwritable(
-            "not every clip has a side file of its own that can be read, and all are saved together"));
+            "some clips have no readable side file of their own, and all clips are saved together"));
     // Records have been looked at, with their side files or without.
     return (m_anim.m_async != 0 && HasRecords()) || Allows(WhyUnwritable(m_anim));
 }

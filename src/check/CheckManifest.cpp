@@ -98,14 +98,14 @@ void CheckSubmesh(FileReport& report, ElementPlaces& places, const Element* elem
                           std::string("the submesh has no ") + (name ? "MtlIdx" : "Name"));
     int index = 0;
     const bool isNumber = mtlIdx->QueryIntValue(&index) == tinyxml2::XML_SUCCESS;
-    const std::string who = "submesh " + std::string(name) + " names material " + mtlIdx->Value();
+    const std::string who = "submesh " + std::string(name) + " refers to material " + mtlIdx->Value();
     if (!isNumber)
-        report.Add(Code::MaterialIndex, places.Of(element), who + ", which is no number");
+        report.Add(Code::MaterialIndex, places.Of(element), who + ", which is not a number");
     else if (index < 0)
         report.Add(Code::MaterialIndex, places.Of(element), who);
     else if (materials && static_cast<std::size_t>(index) >= *materials)
         report.Add(Code::MaterialIndex, places.Of(element),
-                   who + ", and there " + (*materials == 1 ? "is 1" : "are " + std::to_string(*materials)));
+                   who + ", but there " + (*materials == 1 ? "is 1" : "are " + std::to_string(*materials)));
 }
 
 // Checks the material group, and gives its number of materials if that could be read.
@@ -120,7 +120,7 @@ std::optional<std::size_t> CheckMaterials(Session& session, FileReport& by, cons
     ElementPlaces places(TextOf(image), document);
     if (!document.FindElement("Vela/MaterialGroup", nullptr))
         report->Add(Code::MaterialIncomplete, places.Of(document.GetElement(nullptr, nullptr)),
-                    "there is no Vela element with a MaterialGroup in it");
+                    "there is no Vela element that contains a MaterialGroup");
     const manifest::Elements materials = manifest::Materials(document);
     for (const Element* material : materials)
         if (!manifest::Parameters(document, material))
@@ -190,7 +190,7 @@ std::uint32_t CountBeside(Session& session, const std::string& meshPath)
 bool CheckDocument(Session& session, FileReport& report, const vlio::Bytes& image, vlio::XmlData& document)
 {
     if (session.Left(image.size()) / kTreePerByte < image.size()) {
-        report.Add(Code::MemoryLimit, {}, "a document of this size may take too much memory");
+        report.Add(Code::MemoryLimit, {}, "a document of this size could exceed the memory limit");
         return false;
     }
     const std::string_view text = TextOf(image);
@@ -212,7 +212,8 @@ void CheckManifest(Session& session, FileReport& report, const vlio::Bytes& imag
     const Element* list = document.FindElement("Vela/SubMesh", nullptr);
     if (manifest::Submeshes(document).empty())
         report.Add(Code::NoSubmeshes, places.Of(list ? list : root),
-                   list ? "SubMesh lists no submesh" : "there is no Vela element with a SubMesh list in it");
+                   list ? "SubMesh lists no submeshes"
+                        : "there is no Vela element that contains a SubMesh list");
     if (withFiles)
         return CheckModelFiles(session, report, document, places);
     for (const Element* submesh : manifest::Submeshes(document))

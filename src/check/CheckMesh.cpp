@@ -38,13 +38,13 @@ void CheckCounts(const File& file, const vlMeshVertexData& v)
     if (vertices != v.m_vertexCount || triangles != v.m_triangleCount)
         file.Add(Code::SubmeshRange, file.Find(Block::SubmeshEntries),
                  "the submeshes have " + std::to_string(vertices) + " vertices and " +
-                     std::to_string(triangles) + " triangles together, and the mesh has " +
+                     std::to_string(triangles) + " triangles in total, but the mesh has " +
                      std::to_string(v.m_vertexCount) + " and " + std::to_string(v.m_triangleCount));
     constexpr std::uint32_t kMost = std::numeric_limits<std::uint16_t>::max();
     if (std::max(v.m_vertexCount, v.m_triangleCount) > kMost)
         file.Add(Code::Count16Bit, file.Find(Block::Totals),
                  Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
-                     Counted(v.m_triangleCount, "triangle", "triangles") + ", of which a query hands out " +
+                     Counted(v.m_triangleCount, "triangle", "triangles") + ", which a query truncates to " +
                      std::to_string(v.m_vertexCount & kMost) + " and " +
                      std::to_string(v.m_triangleCount & kMost));
 }
@@ -97,14 +97,15 @@ void CheckIndices(const File& file, std::size_t field, const Array<std::uint16_t
             bad.Add(i);
     if (bad.count != 0)
         file.Add(Code::IndexRange, field, sizeof largest * bad.first,
-                 Counted(bad.count, "index is", "indices are") + " beyond the last of " +
+                 Counted(bad.count, "index is", "indices are") + " out of range for " +
                      Counted(vertexCount, "vertex", "vertices") + which(bad));
 }
 
 void CheckTriangles(const File& file, const vlMeshVertexData& v)
 {
     CheckIndices(file, file.Find(Block::Triangles), v.m_indices, v.m_vertexCount, [&v](const Tally& bad) {
-        return ", up to " + std::to_string(*std::max_element(v.m_indices.begin(), v.m_indices.end())) +
+        return ", the largest is " +
+               std::to_string(*std::max_element(v.m_indices.begin(), v.m_indices.end())) +
                ", the first in triangle " + std::to_string(bad.first / 3);
     });
 }
@@ -151,13 +152,13 @@ void CheckSkin(const File& file, const vlMeshData& mesh)
     if (const auto [count, first] = slots.badBones; count != 0)
         file.Add(Code::BoneRange, references, first * (file.Size(references) / (kSlots * vertexCount)),
                  Counted(count, "reference", "references") + " with a weight to bones beyond the last of " +
-                     std::to_string(*boneCount) + ", the first is bone " +
+                     std::to_string(*boneCount) + ", the first to bone " +
                      std::to_string(skin->m_boneIndices[first]) + " at vertex " +
                      std::to_string(first / kSlots));
     if (const auto [count, first] = slots.badSums; count != 0)
         file.Add(Code::WeightSum, weights, first * kSlots * sizeof(float),
                  "the weights of " + Counted(count, "vertex", "vertices") + " of " +
-                     std::to_string(vertexCount) + " sum to something else than 1, the farthest to " +
+                     std::to_string(vertexCount) + " don't add up to 1; the worst sum is " +
                      std::to_string(slots.farthest) + ", the first is vertex " + std::to_string(first));
 }
 
@@ -171,8 +172,8 @@ void CheckParents(const File& file, std::size_t field, const std::vector<std::ui
     };
     for (std::size_t i = 0; i < parents.size(); ++i) {
         if (parents[i] != kNone && parents[i] >= parents.size())
-            add(i, " has the parent " + std::to_string(parents[i]) + ", and there are " +
-                       std::to_string(parents.size()) + " bones");
+            add(i, " has parent " + std::to_string(parents[i]) + ", but the bone count is " +
+                       std::to_string(parents.size()));
         const auto walk = static_cast<std::uint32_t>(i + 1);
         std::size_t bone = i;
         while (bone < parents.size() && visitedBy[bone] == 0) {
@@ -180,7 +181,7 @@ void CheckParents(const File& file, std::size_t field, const std::vector<std::ui
             bone = parents[bone];
         }
         if (bone < parents.size() && visitedBy[bone] == walk)
-            add(bone, " is among its own ancestors");
+            add(bone, " is its own ancestor");
     }
 }
 
@@ -206,7 +207,7 @@ void CheckOriginalData(const File& file, const vlMeshData& mesh)
             CheckFinite(file, file.FindIn(block, Block::FramePositions),
                         {"positions", "vertex", Floats(data->m_origPositions), count, 3});
         CheckIndices(file, file.FindIn(block, Block::Indices), data->m_origIndices, count,
-                     [](const Tally& bad) { return ", the first is index " + std::to_string(bad.first); });
+                     [](const Tally& bad) { return ", the first at index " + std::to_string(bad.first); });
         if (data->m_origWeights)
             CheckFinite(file, file.FindIn(block, Block::Weights),
                         {"weights", "vertex", data->m_origWeights.data(), count, kSlots});
@@ -285,9 +286,9 @@ void MeshCheck::ReportRefusal(const File&, const Error& error)
     std::string counts = std::to_string(fitting[0]);
     if (fitting.size() > 1)
         counts += fitting.size() == 2 ? " or " + std::to_string(fitting[1])
-                                      : " and " + std::to_string(fitting.size() - 1) + " larger numbers";
+                                      : " and " + std::to_string(fitting.size() - 1) + " larger counts";
     m_report.Add(Code::SubmeshCount, {error.block, error.offset},
-                 "the mesh does not fit " + std::to_string(m_submeshCount) + " submeshes, and fits " +
+                 "the mesh does not fit " + std::to_string(m_submeshCount) + " submeshes, but fits " +
                      counts);
 }
 
@@ -351,7 +352,7 @@ void MeshCheck::CheckUpgrade(const File& file)
                      io::Hex(m_mesh.m_version));
     if (HasHalves(m_mesh))
         file.Add(Code::SaveFloats, version, packMode,
-                 "a save writes positions and uvs as floats, and the file has half floats");
+                 "a save writes positions and uvs as floats in place of half floats");
     else if (m_mesh.m_packMode != 0)
         file.Add(Code::SaveHeader, version, packMode,
                  "a save writes pack mode 0 in place of " + std::to_string(m_mesh.m_packMode) +
@@ -393,10 +394,10 @@ void MeshCheck::ReportChange(const Change& change)
     case Block::Header:
         return change.Add(Code::SaveHeader, "a save writes the magic word of a mesh");
     case Block::UsedBones:
-        return change.Add(Code::SaveMask, "a save brings the mask of used bones up to date");
+        return change.Add(Code::SaveMask, "a save updates the mask of used bones");
     case Block::ShareTable:
         if (!IsTableKept(change.Old(), change.New()))
-            change.Add(Code::SaveTable, "a save writes the table of blocks anew");
+            change.Add(Code::SaveTable, "a save rewrites the table of blocks");
         return;
     case Block::VertexCounts:
         if (!m_fillsData)
@@ -456,8 +457,8 @@ void CheckMeshWithoutCount(Session& session, FileReport& report, const vlio::Byt
     if (fitting.size() == 1)
         return CheckMesh(session, report, image, fitting[0]);
     CheckUncounted(session, report, image,
-                   fitting.empty() ? "how many submeshes it has is not in the file, and can't be worked out"
-                                   : std::to_string(fitting.size()) + " numbers of submeshes fit the file");
+                   fitting.empty() ? "the submesh count is not in the file, and can't be worked out"
+                                   : std::to_string(fitting.size()) + " submesh counts fit the file");
 }
 
 }  // namespace vela::vlgim::check

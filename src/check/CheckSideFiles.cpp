@@ -69,7 +69,7 @@ bool CheckSideClip(Session& session, FileReport& report, const Where& where, con
 {
     const std::string name(clip.m_name.View());
     if (anim::LeavesFolder(name)) {
-        report.Add(Code::Damaged, where, "the name of the clip leads out of its folder: " + name);
+        report.Add(Code::Damaged, where, "the clip's name leads out of its folder: " + name);
         return false;
     }
     vlio::Bytes image;
@@ -79,7 +79,7 @@ bool CheckSideClip(Session& session, FileReport& report, const Where& where, con
     if (clip.m_name != name)
         report.Add(Code::ClipRenamed, where,
                    "clip " + name + " is named " + std::string(clip.m_name.View()) +
-                       " in its side file, and is saved as that");
+                       " in its side file, and is saved under that name");
     return true;
 }
 

@@ -26,7 +26,7 @@ void CheckClipBones(const File& file, std::size_t info, const vlAnimData& skelet
         file.Add(Code::ClipBone, names, sizeof(Name32) * i,
                  "bone " + name +
                      (isCase
-                          ? " is in the skeleton as " + lower + ", and names of a skeleton are in lower case"
+                          ? " is in the skeleton as " + lower + ", because skeleton names are in lower case"
                           : " is not in the skeleton"));
     }
 }
@@ -48,7 +48,7 @@ void CheckClip(const File& file, std::size_t block, const vlAnimData& skeleton, 
     if (clip.m_keyLayout != KEY_LAYOUT_SHARED && clip.m_keyLayout != KEY_LAYOUT_PER_BONE)
         return file.Add(Code::ClipLayout, file.FindIn(info, Block::Layout),
                         "the layout of the key times is " + std::to_string(clip.m_keyLayout) +
-                            ", and 0 (shared) and 1 (per bone) are known");
+                            ", which is neither 0 (shared) nor 1 (per bone)");
     std::uint16_t bone = 0;
     file.ForEachIn(block, [&](std::size_t inner) {
         if (file.BlockAt(inner) == Block::KeyTimes)
@@ -76,9 +76,9 @@ void ReportChangedClip(const Change& change)
         ReportChangedKeys(change);
     else if (block == Block::ClipInfo ||
              (block == Block::BaseInfo && DiffersInNameEnds(change.Old(), change.New())))
-        change.Add(Code::SaveEndsNames, "a save cuts a name of the clip at 31 bytes");
+        change.Add(Code::SaveEndsNames, "a save cuts a name of the clip to 31 bytes");
     else if (block == Block::BaseInfo)
-        change.Add(Code::SaveBaseInfo, "the record of the clip differs from the clip in its side file");
+        change.Add(Code::SaveBaseInfo, "the clip's record differs from the clip in its side file");
     else if (block == Block::SideFiles)
         change.Add(Code::SaveHeader, "a save writes 1108 as the size of a record");
 }

@@ -66,8 +66,8 @@ void ReportMissing(FileReport& by, const Where& where, const std::string& path)
         return by.Add(Code::MissingFile, where, "");
     const std::string other = FindIgnoringCase(path);
     by.Add(Code::MissingFile, where,
-           path + " is not there" +
-               (other.empty() ? "" : "; there is " + other + ", which differs in upper and lower case"));
+           path + " doesn't exist" +
+               (other.empty() ? "" : "; there is " + other + ", which differs only in case"));
 }
 
 FileReport* ReadFile(Session& session, const std::string& path, vlio::Bytes& image, FileReport* by,
@@ -79,8 +79,7 @@ FileReport* ReadFile(Session& session, const std::string& path, vlio::Bytes& ima
     if (!exists)
         return nullptr;
     if (SizeOf(path) > session.Options().memoryLimit) {
-        session.BeginUnread(path).Add(Code::MemoryLimit, {},
-                                      "the file is larger than a check may take memory");
+        session.BeginUnread(path).Add(Code::MemoryLimit, {}, "the file is larger than the memory limit");
         return nullptr;
     }
     if (Error error = vlio::ReadFile(path.c_str(), image)) {

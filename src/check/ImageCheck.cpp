@@ -58,7 +58,7 @@ void ImageCheck::CheckSaved(const File& file)
     if (!Allows(error) || saved.IsSame())
         return;
     if (saved.IsCut())
-        m_report.Add(Code::MemoryLimit, {}, "what a save would write takes too much memory");
+        m_report.Add(Code::MemoryLimit, {}, "the saved file would exceed the memory limit");
     else
         CheckWritten(file, saved.Whole());
 }
@@ -72,9 +72,10 @@ void ImageCheck::CheckWritten(const File& file, const vlio::Bytes& written)
     const Error error = Read(in, written);
     m_session.Step(m_report);
     if (error.kind == ErrorKind::MemoryLimit)
-        return m_report.Add(Code::MemoryLimit, {}, "reading what a save would write takes too much memory");
+        return m_report.Add(Code::MemoryLimit, {},
+                            "reading the saved file again would exceed the memory limit");
     if (error)
-        return m_report.Add(Code::SaveRefused, {}, "what a save would write could not be read again");
+        return m_report.Add(Code::SaveRefused, {}, "the saved file could not be read again");
     const Places saved(written, map);
     ForEachChange(file, saved, [&](const Places::Run& old, const Places::Run& now) {
         ReportChange({file, saved, old, now});
@@ -94,7 +95,7 @@ void ReportUnread(const File& file, std::uint64_t size, const std::vector<std::u
         if (run.offset < covered && run.Size() != 0) {
             const std::string name = io::NameOf(file.BlockAt(run.place));
             file.report.Add(Code::BlocksOverlap, {name, run.offset},
-                            "the block " + name + " begins inside of another, which ends at byte " +
+                            "the block " + name + " begins inside another one, which ends at byte " +
                                 std::to_string(covered));
         }
         if (run.offset > covered && std::find(known.begin(), known.end(), covered) == known.end())

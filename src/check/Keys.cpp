@@ -30,8 +30,7 @@ void CheckComponent(const File& file, std::size_t field, const FloatRun& run, bo
     if (isKeyed && areFloats &&
         keys::FloatsConstant(run.values, run.count, static_cast<std::uint32_t>(run.width)) &&
         NotFinite(run.values, run.count * run.width).count != 0)
-        file.Add(Code::SaveDropsKeys, field,
-                 "some " + run.what + " are NaN, so that a save keeps the first alone");
+        file.Add(Code::SaveDropsKeys, field, "some " + run.what + " are NaN, so a save keeps only the first");
 }
 
 }  // namespace
@@ -48,8 +47,8 @@ void CheckTimes(const File& file, std::size_t block, const float* times, std::ui
     if (tally.count != 0)
         file.Add(Code::TimeOrder, field, tally.first * sizeof(float),
                  Counted(tally.count, "key is", "keys are") +
-                     " not later than the one ahead, the first key " + std::to_string(tally.first) + " of " +
-                     std::to_string(count));
+                     " not later than the one before, the first is key " + std::to_string(tally.first) +
+                     " of " + std::to_string(count));
 }
 
 void CheckQuaternions(const File& file, std::size_t field, const std::string& one, const FloatRun& run)
@@ -83,8 +82,8 @@ void CheckChannel(const File& file, std::size_t block, const vlTransKeysData& ke
     constexpr unsigned char kLastOrder = EULER_ZYX;
     if (keys.m_rotOrder > kLastOrder)
         file.Add(Code::RotationOrder, block, file.Size(block) - KeysIn(file, block).size() + 3,
-                 "the order of the rotation's angles is " + std::to_string(keys.m_rotOrder) +
-                     ", and there are 1 to 6, and 0 for quaternions");
+                 "the order of the Euler angles is " + std::to_string(keys.m_rotOrder) +
+                     "; it can be 1 to 6, or 0 for quaternions");
     std::size_t component = 0;
     FloatRun quaternions{};
     keys::VisitComponents(keys, [&](const char* what, const auto& values, bool isKeyed, std::uint32_t width) {
@@ -114,22 +113,22 @@ void CheckTrackBlock(const File& file, std::size_t block, const vlTrackData& tra
 void ReportChangedTrack(const Change& change)
 {
     if (change.Changes(Block::Names))
-        change.Add(Code::SaveEndsNames, "a save sets the bytes behind the end of the track's name to 0");
+        change.Add(Code::SaveEndsNames, "a save clears the bytes behind the end of the track's name");
     else
-        change.Add(Code::SaveChanges, "a save writes the flags that the old ones of the track stand for");
+        change.Add(Code::SaveChanges, "a save writes the old flags of the track in their new form");
 }
 
 void ReportChangedKeys(const Change& change)
 {
     constexpr std::size_t kKeyedBytes = 3;
     if (change.Changes(Block::Times))
-        change.Add(Code::SaveMovesTimes, "a save moves key times, which are whole ticks in this version");
+        change.Add(Code::SaveMovesTimes, "a save changes key times, which are whole ticks in this version");
     const ByteSpan old = KeysIn(change.file, change.run.place);
     const ByteSpan now = KeysIn(change.saved, change.savedRun.place);
     if (!std::equal(old.begin(), old.begin() + kKeyedBytes, now.begin()))
-        change.Add(Code::SaveCollapsesKeys, "a save writes keys once that are all alike");
+        change.Add(Code::SaveCollapsesKeys, "a save stores keys that are all the same only once");
     else if (!std::equal(old.begin(), old.end(), now.begin(), now.end()))
-        change.Add(Code::SaveRecodesKeys, "a save works the codes of keys out anew");
+        change.Add(Code::SaveRecodesKeys, "a save re-encodes compressed keys");
 }
 
 }  // namespace vela::vlgim::check

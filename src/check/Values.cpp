@@ -78,7 +78,7 @@ void CheckBoneNames(const File& file, std::size_t field, const Array<Name32>& na
     std::memcpy(name.bytes, stored.data() + sizeof name * changed.first, sizeof name);
     file.Add(Code::SaveLowerCase, field, sizeof name * changed.first,
              Counted(changed.count, "bone has", "bones have") +
-                 " upper case letters in the name, the first is " + std::string(name.View()));
+                 " upper-case letters in the name, the first is " + std::string(name.View()));
 }
 
 Tally ChangedNames(ByteSpan stored, const Array<Name32>& names, std::uint32_t count)

@@ -16,15 +16,15 @@ std::string Refusal::Text() const
     switch (kind) {
     case ErrorKind::Bytes:
         return offset > fileSize
-                   ? "an offset points here, and the file has " + std::to_string(fileSize) + " bytes"
-                   : "needs " + asked + (needed == 1 ? " byte" : " bytes") + ", and the file has " + there +
+                   ? "an offset points here, but the file has " + std::to_string(fileSize) + " bytes"
+                   : "needs " + asked + (needed == 1 ? " byte" : " bytes") + ", but the file has " + there +
                          " left";
     case ErrorKind::Reference:
-        return "the share table lists no block";
+        return "the share table lists no blocks";
     case ErrorKind::Limit:
         return "count " + asked + " exceeds the limit of " + there;
     default:
-        return "needs " + asked + " bytes of memory, and " + there + " are allowed";
+        return "needs " + asked + " bytes of memory, but " + there + " are allowed";
     }
 }
 

@@ -30,7 +30,7 @@ struct Refusal {
     /// The path of the blocks, such as "clip 2 / bone 5".
     std::string Path() const;
 
-    /// One sentence, such as "needs 16 bytes, and the file has 3 left".
+    /// One sentence, such as "needs 16 bytes, but the file has 3 left".
     std::string Text() const;
 
     /// The refusal as an Error; success if nothing was refused.

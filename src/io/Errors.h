@@ -55,7 +55,7 @@ Error WhyShort(const Array<T>& array, std::uint64_t count, std::string_view what
     std::string text = "the " + std::string(what);
     if (!array)
         return Unwritable(text + " are missing");
-    return Unwritable(text + " have " + std::to_string(array.size()) + " entries, and " +
+    return Unwritable(text + " have " + std::to_string(array.size()) + " entries, but " +
                       std::to_string(count) + " are needed");
 }
 

@@ -15,7 +15,9 @@ unsigned DefaultJobs()
 
 void AddJobs(CLI::App& command, unsigned& jobs)
 {
-    command.add_option("-j,--jobs", jobs, "Files at a time; the processors, if not given")
+    command
+        .add_option("-j,--jobs", jobs,
+                    "Number of files to process in parallel; default: number of processors")
         ->check(CLI::Range(1U, 1024U));
 }
 

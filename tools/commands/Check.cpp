@@ -105,35 +105,38 @@ void AddCheck(CLI::App& app, std::function<int()>& run)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* check =
-        app.add_subcommand("check", "Find what is wrong with files, and what a save would change");
+        app.add_subcommand("check", "Report what is wrong with files and what a save would change");
     check
         ->add_option("PATH", options->paths,
-                     "Files; folders, with all below them; -: a list of both on stdin")
+                     "Files; folders, searched recursively; -: read a list of paths from stdin")
         ->required();
-    check->add_flag(
-        "--json", options->format.isJson,
-        "Print one JSON object a finding and line, and a summary, as share/vlgim/vlgim.schema.json "
-        "describes them");
+    check->add_flag("--json", options->format.isJson,
+                    "Print findings and a summary as JSON, one object per line; "
+                    "share/vlgim/vlgim.schema.json describes them");
     AddCodeOption(*check, "--ignore", options->format.ignore,
-                  "Say nothing of these findings; `vlgim codes` lists all");
+                  "Leave out findings with this code; `vlgim codes` lists all codes");
     AddCodeOption(*check, "--only", options->format.only,
-                  "Say nothing of others, but for files that can't be read");
-    check->add_flag("--strict", options->isStrict, "Exit with 1 for notes, too");
+                  "Leave out findings with other codes, except for files that can't be read");
+    check->add_flag("--strict", options->isStrict, "Exit with 1 for notes too");
     check->add_option("--base", options->check.base, "Prefix of relative paths in manifests");
-    check->add_option("--submeshes", options->check.submeshCount,
-                      "Submesh count of .mesh files that no manifest names; else the file itself is asked");
-    check->add_option("--memory-limit", options->memoryLimit, "What the check of one file may take, in MiB")
+    check->add_option(
+        "--submeshes", options->check.submeshCount,
+        "Submesh count of .mesh files that no checked manifest names; default: from the manifest beside "
+        "the file, or from the file itself if only one count fits");
+    check
+        ->add_option("--memory-limit", options->memoryLimit, "Memory that checking one file may take, in MiB")
         ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40U));
     AddJobs(*check, options->jobs);
-    check->footer(R"(Of a folder .gim, .mesh, .mtg, .gis and .ags files are taken, and tracks whatever their
-names; not what begins with a dot, nor what links to folders lead to. The files that
-a model or an animation names are checked with it, wherever they lie.
+    check->footer(R"(Folders are searched recursively for .gim, .mesh, .mtg, .gis and .ags files and for
+tracks, whatever their names. Names that begin with a dot are skipped, and links to
+folders are not followed. The files that a model or an animation names are checked
+with it, wherever they are.
 
-Exit code: 0 clean, or notes alone; 1 errors, warnings, files that can't be read;
+Exit codes: 0 no findings, or only notes; 1 errors, warnings or unreadable files;
 2 wrong usage.
 
 Examples:
-  vlgim check .                             all models below this folder
+  vlgim check .                             check all models below this folder
   vlgim check --base res/ --only clip-bone,missing-file res/char
   find . -newer last -name '*.gim' | vlgim check -
   vlgim check --json . | jq -r 'select(.severity == "error") | .file' | sort -u)");

@@ -42,12 +42,15 @@ void PrintPageHead()
 {
     std::printf("%s", R"(# What `vlgim check` finds
 
-An **error** says that the file, or something in it, can't be used as it is. A **warning** is of something that the
-formats allow and people suffer from, or of something that a save loses. A **note** is worth knowing, and no more. What
-is marked **drops** is not read, so that a save leaves it out: `vlgim upgrade` passes such files over unless `--drop`
-allows it. A file gives at most 20 findings of one code, and one more that says how many there are beyond them.
+- An **error** means that the file, or something in it, can't be used as it is.
+- A **warning** is about something that the formats allow but that causes trouble, or that a save loses.
+- A **note** is for information only.
+- **drops** marks data that is not read, so a save leaves it out. `vlgim upgrade` skips such files unless `--drop` allows
+  it.
 
-This page is what `vlgim codes --markdown` prints.
+A file gives at most 20 findings of one code. One more finding then tells how many there are beyond them.
+
+This page is the output of `vlgim codes --markdown`.
 
 | Code | Severity | What it means | What to do |
 |---|---|---|---|
@@ -73,12 +76,12 @@ void AddCodes(CLI::App& app, std::function<int()>& run)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* codes = app.add_subcommand("codes", "Explain the codes of findings");
-    AddCodeOption(*codes, "CODE", options->codes, "Codes to explain; all, if none is given")
-        ->allow_extra_args();
-    CLI::Option* json = codes->add_flag("--json", options->isJson, "Print one JSON object a code and line");
-    codes->add_flag("--markdown", options->isMarkdown, "Print a page of documentation")->excludes(json);
+    AddCodeOption(*codes, "CODE", options->codes, "Codes to explain; default: all")->allow_extra_args();
+    CLI::Option* json =
+        codes->add_flag("--json", options->isJson, "Print one JSON object per code, one per line");
+    codes->add_flag("--markdown", options->isMarkdown, "Print all of it as a Markdown page")->excludes(json);
     codes->footer(R"(Examples:
-  vlgim codes weight-sum                    what it means, and what to do
+  vlgim codes weight-sum                    what the code means, and what to do
   vlgim codes --json | jq -r 'select(.drops) | .code')");
     codes->callback([options, &run] { run = [options] { return PrintCodes(*options); }; });
 }

@@ -166,12 +166,12 @@ bool RunDemo(const std::string& folder)
 void AddDemo(CLI::App& app, std::function<int()>& run)
 {
     const auto folder = std::make_shared<std::string>("demo");
-    CLI::App* demo =
-        app.add_subcommand("demo", "Write small models, load them, print them, save copies, compare");
-    demo->add_option("FOLDER", *folder, "Where to write it")->capture_default_str();
+    CLI::App* demo = app.add_subcommand(
+        "demo", "Write small example models, load and print them, and compare saved copies");
+    demo->add_option("FOLDER", *folder, "Folder to write to; created if needed")->capture_default_str();
     demo->footer(R"(Examples:
-  vlgim demo             in the folder demo, which is made if need be
-  vlgim demo try)");
+  vlgim demo             write to the folder demo
+  vlgim demo try         write to the folder try)");
     demo->callback([folder, &run] { run = [folder] { return RunDemo(*folder) ? kClean : kFindings; }; });
 }
 

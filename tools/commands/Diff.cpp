@@ -26,7 +26,7 @@ std::string WhyNoTolerance(const std::string& text)
     double tolerance = -1;
     const char* const end = text.data() + text.size();
     const bool isNumber = std::from_chars(text.data(), end, tolerance).ptr == end;
-    return isNumber && tolerance >= 0 ? "" : "has to be a number of 0 or more, not " + text;
+    return isNumber && tolerance >= 0 ? "" : "must be a number of 0 or more, not " + text;
 }
 
 // Of two that both have the field, an empty one would look as if it were forgotten.
@@ -118,22 +118,23 @@ try {
 void AddDiff(CLI::App& app, std::function<int()>& run)
 {
     const auto options = std::make_shared<Options>();
-    CLI::App* diff = app.add_subcommand(
-        "diff", "Tell field by field what differs between two models, meshes, animations or tracks");
+    CLI::App* diff =
+        app.add_subcommand("diff", "Compare two models, meshes, animations or tracks field by field");
     diff->add_option("A", options->a, "A .gim, .mesh, .gis or track file")->required();
-    diff->add_option("B", options->b, "Another of the same kind")->required();
+    diff->add_option("B", options->b, "Another file of the same kind")->required();
     diff->add_option("--tolerance", options->compare.tolerance,
-                     "Floats that are no further apart, component by component, count as equal")
+                     "Largest difference, component by component, at which floats count as equal")
         ->check(WhyNoTolerance)
         ->capture_default_str();
     diff->add_flag(
         "--json", options->isJson,
-        "Print one JSON object a difference and line, as share/vlgim/vlgim.schema.json describes it");
+        "Print one JSON object per difference, one per line; share/vlgim/vlgim.schema.json describes it");
     AddLoadOptions(*diff, options->load);
-    diff->footer(R"(Exit codes: 0 they are the same, 1 they differ, 2 trouble.
+    diff->footer(R"(Exit codes: 0 the files are the same; 1 they differ; 2 trouble.
+
 Examples:
-  vlgim diff old/hero.gim new/hero.gim              mesh, materials, names: all that belongs to a model
-  vlgim diff --tolerance 1e-5 a.gis b.gis           what re-exporting rounded aside
+  vlgim diff old/hero.gim new/hero.gim              compare mesh, materials, names: the whole model
+  vlgim diff --tolerance 1e-5 a.gis b.gis           ignore rounding from a new export
   vlgim diff --json a.gis b.gis | jq -r .field)");
     diff->callback([options, &run] { run = [options] { return PrintDifferences(*options); }; });
 }

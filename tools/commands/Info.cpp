@@ -55,15 +55,16 @@ int PrintAll(const Options& options)
 void AddInfo(CLI::App& app, std::function<int()>& run)
 {
     const auto options = std::make_shared<Options>();
-    CLI::App* info = app.add_subcommand("info", "Print an account of .gim, .mesh, .gis and track files");
+    CLI::App* info = app.add_subcommand("info", "Summarise .gim, .mesh, .gis and track files");
     info->add_option("FILE", options->files, "Model manifests, meshes, animations, tracks")->required();
-    info->add_flag("--json", options->isJson,
-                   "Print one JSON object a file and line, as share/vlgim/vlgim.schema.json describes it");
+    info->add_flag(
+        "--json", options->isJson,
+        "Print one JSON object per file, one per line; share/vlgim/vlgim.schema.json describes it");
     AddLoadOptions(*info, options->load);
     info->footer(R"(Examples:
-  vlgim info hero.gim hero.gis             what is in the two
-  vlgim info --base res/ char/hero.gim     its manifest names files relative to res/
-  vlgim info --submeshes 3 lost.mesh       no manifest is left that tells the count
+  vlgim info hero.gim hero.gis             summarise a model and an animation
+  vlgim info --base res/ char/hero.gim     paths in the manifest are relative to res/
+  vlgim info --submeshes 3 lost.mesh       give the count for a mesh without a manifest
   vlgim info --json *.gis | jq -r '.file + " " + .clips[].name')");
     info->callback([options, &run] { run = [options] { return PrintAll(*options); }; });
 }

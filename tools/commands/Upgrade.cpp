@@ -156,28 +156,31 @@ std::string WhyNoDrop(const std::string& name)
 void AddUpgrade(CLI::App& app, std::function<int()>& run)
 {
     const auto options = std::make_shared<Options>();
-    CLI::App* upgrade = app.add_subcommand("upgrade", "Save old meshes and tracks in the newest form");
+    CLI::App* upgrade = app.add_subcommand("upgrade", "Save old meshes and tracks in the newest format");
     upgrade
-        ->add_option("PATH", options->paths,
-                     "Models, meshes, tracks; folders, with all below them; -: a list of both on stdin")
+        ->add_option(
+            "PATH", options->paths,
+            "Models, meshes, tracks; folders, searched recursively; -: read a list of paths from stdin")
         ->required();
-    upgrade->add_flag("-n,--dry-run", options->upgrade.isDryRun, "Say what would change, and write nothing");
+    upgrade->add_flag("-n,--dry-run", options->upgrade.isDryRun,
+                      "Report what would change, and write nothing");
     AddCodeOption(*upgrade, "--drop", options->upgrade.drop,
-                  "Let a save drop what findings of this code name; `vlgim codes` tells which do")
+                  "Allow a save to drop what findings with this code report; `vlgim codes` marks these codes")
         ->check(CLI::Validator(WhyNoDrop, ""));
-    upgrade->add_flag("--json", options->isJson,
-                      "Print one JSON object a file and line, as share/vlgim/vlgim.schema.json describes it");
+    upgrade->add_flag(
+        "--json", options->isJson,
+        "Print one JSON object per file, one per line; share/vlgim/vlgim.schema.json describes it");
     AddLoadOptions(*upgrade, options->upgrade.load);
     AddJobs(*upgrade, options->jobs);
-    upgrade->footer(R"(A model stands for the mesh that it names. A file with errors is skipped, and so is one
-in which a save would drop something. Nothing outside of the given folders is written,
-nor outside of the folder of a file that is given, whatever path a manifest names.
+    upgrade->footer(R"(A model stands for the mesh that it names. Files with errors are skipped, and so are
+files from which a save would drop something. Nothing is written outside the given
+folders or the folders of the given files, whatever path a manifest names.
 
-Exit code: 0 all that is old was upgraded, or would be; 1 files were skipped, or failed;
+Exit codes: 0 all old files were upgraded, or would be; 1 files were skipped or failed;
 2 wrong usage.
 
 Examples:
-  vlgim upgrade --dry-run res              what would change below res
+  vlgim upgrade --dry-run res              show what would change below res
   vlgim upgrade --drop save-drops-anim-bi,save-drops-key-records res
   find char -name '*.gim' | vlgim upgrade --base res/ --json -)");
     upgrade->callback([options, &run] { run = [options] { return Upgrader(*options).Run(); }; });

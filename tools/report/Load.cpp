@@ -29,8 +29,8 @@ void PrintWarnings(const std::vector<Error>& warnings)
 
 // What was loaded, and nothing where that is of no use.
 template <class Data>
-std::optional<LoadedFile> Loaded(std::unique_ptr<Data> data, const Error& error, const std::vector<Error>& warnings,
-                                 bool isOfUse)
+std::optional<LoadedFile> Loaded(std::unique_ptr<Data> data, const Error& error,
+                                 const std::vector<Error>& warnings, bool isOfUse)
 {
     PrintWarnings(warnings);
     if (error)
@@ -90,11 +90,11 @@ std::uint32_t CountInManifest(const std::string& path)
 void AddLoadOptions(CLI::App& command, LoadOptions& options)
 {
     command.add_option("--base", options.base,
-                       "Prefix of relative mesh and animation paths and of material group paths");
+                       "Prefix of relative mesh and animation paths, and of material group paths");
     command.add_option(
         "--submeshes", options.submeshCount,
-        "Submesh count of .mesh files, which is not in them; else a .gim beside the file is asked, "
-        "else the one count that fits is taken");
+        "Submesh count of .mesh files, which don't store it; default: from the .gim beside the file, or from "
+        "the file itself if only one count fits");
 }
 
 std::uint32_t CountSubmeshes(const vlio::XmlData& manifest)
@@ -126,7 +126,8 @@ Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const 
     error.kind = ErrorKind::Reference;
     error.file = path;
     error.text = std::string("the file does not say how many submeshes it has, and ") +
-                 (fitting.empty() ? "they can't be worked out" : "several counts fit it") + "; use --submeshes N";
+                 (fitting.empty() ? "they can't be worked out" : "several counts fit it") +
+                 "; use --submeshes N";
     return error;
 }
 
