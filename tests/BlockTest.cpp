@@ -53,36 +53,6 @@ TEST(BlockReader, FailsOnceForGood)
     EXPECT_FALSE(Reader(kBytes).WhyRefused().AsError());
 }
 
-TEST(BlockReader, NotesPlacesAsATree)
-{
-    BlockReader in = Reader(kBytes);
-    BlockMap map;
-    in.Trace(map);
-    {
-        const auto track = in.Enter(Block::Track, 1);
-        in.Value<std::uint8_t>();
-        in.Take(Block::Times, 1, 4);
-        BlockReader copy = in;
-        copy.Take(Block::Indices, 1, 1);
-        const auto channel = in.Enter(Block::Channel, 0);
-        in.Value<std::uint16_t>();
-    }
-    in.Seek(7);
-    in.Take(Block::Colors, 1, 1);
-    const std::tuple<Block, std::uint32_t, std::uint32_t, std::uint64_t, std::uint64_t> expected[] = {
-        {Block::Track, BlockMap::kNone, 3, 0, 7},
-        {Block::Times, 0, 2, 1, 5},
-        {Block::Channel, 0, 3, 5, 7},
-        {Block::Colors, BlockMap::kNone, 4, 7, 8}};
-    ASSERT_EQ(map.places.size(), std::size(expected)) << "a copy notes nothing";
-    for (std::size_t i = 0; i < map.places.size(); ++i) {
-        const BlockMap::Place& place = map.places[i];
-        EXPECT_EQ(std::tuple(place.step.block, place.parent, place.behind, place.offset, place.end),
-                  expected[i])
-            << i;
-    }
-}
-
 TEST(BlockReader, CountsCannotWrap)
 {
     for (const auto& [count, size] : {std::pair<std::uint64_t, std::uint64_t>{UINT64_MAX / 4 + 2, 4},
@@ -100,16 +70,6 @@ TEST(BlockReader, CountsCannotWrap)
     BlockReader vouched(kBytes.data(), nullptr);
     EXPECT_EQ(vouched.Take(8, 1), kBytes.data());
     EXPECT_TRUE(vouched.Spend(std::uint64_t{1} << 60));
-}
-
-TEST(BlockReader, MemoryIsInProportion)
-{
-    BlockReader in = Reader(kBytes);
-    EXPECT_TRUE(in.Spend((14U << 20) + 8 * 64 - 64 - 1) && in.Spend(1)) << "64 bytes of bookkeeping each";
-    BlockReader once = Reader(kBytes);
-    EXPECT_TRUE(once.Spend((14U << 20) + 8 * 64 - 64) && !once.Spend(1)) << "and not a byte less";
-    EXPECT_FALSE(in.Spend(1));
-    EXPECT_EQ(std::tuple(in.WhyRefused().needed, in.WhyRefused().left), std::tuple(1U, 0U));
 }
 
 TEST(BlockWriter, PiecesComeOutInOrderAndPlacesCanBePatched)
@@ -161,10 +121,12 @@ TEST(ArrayBlock, ArraysAreAlignedApartAndKeepTheBlockAlive)
     ASSERT_TRUE(block->Allocate(in));
     auto shorts = block->Array(shortSlot);
     const auto doubles = block->Array(doubleSlot);
-    EXPECT_NE(block->Array(noneSlot), nullptr);
+    const auto none = block->Array(noneSlot);
     block.reset();
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(shorts.get()) % 16, 0U);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(doubles.get()) % 16, 0U);
+    EXPECT_EQ(std::tuple(shorts.size(), doubles.size(), none.size(), none == nullptr),
+              std::tuple(3U, 2U, 0U, false));
+    for (const void* start : {static_cast<void*>(shorts.get()), static_cast<void*>(doubles.get())})
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(start) % 16, 0U);
     doubles[0] = doubles[1] = 1.5;
     shorts[0] = shorts[1] = shorts[2] = 0xFFFF;
     shorts = nullptr;
@@ -180,7 +142,6 @@ TEST(ArrayBlock, RefusesWhatPassesTheBudget)
         block.Plan<double>(2);
         BlockReader in = Reader(kBytes), vouched(kBytes.data(), nullptr);
         EXPECT_FALSE(block.Allocate(in)) << count;
-        EXPECT_TRUE(in.Failed());
         if (count > UINT64_MAX / 8) {
             EXPECT_THROW(block.Allocate(vouched), std::bad_alloc);
         }

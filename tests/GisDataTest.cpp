@@ -4,7 +4,6 @@
 
 #include <vlgim/GisData.h>
 
-#include <gtest/gtest.h>
 #include <tinyxml2.h>
 
 namespace vela::vlgim::test {
@@ -51,7 +50,6 @@ TEST_F(GisDataTest, LoadsASkeletonAndSavesTheSameFiles)
     Write("s/a.gis", Gis(true));
     Write("s/a_gis/walk.gis", kSide);
     ASSERT_EQ(Load("s/a.gis"), 0);
-    EXPECT_EQ(log.lines, Lines{kNoAgs});
     EXPECT_EQ(skeleton.Load(skeleton.m_anim.m_path.c_str()), 0) << "from its own path";
     Write("s/a_gis/walk.gis", "old");
     ASSERT_EQ(Save("c.gis"), 0);
@@ -63,7 +61,6 @@ TEST_F(GisDataTest, LoadsASkeletonAndSavesTheSameFiles)
 TEST_F(GisDataTest, TheBasePathIsForTheAnimationAlone)
 {
     Write("base/m/a.gis", Gis(true));
-    Write("base/m/a_gis/walk.gis", kSide);
     Write("m/a.ags", kAgs);
     const auto cwd = std::filesystem::current_path();
     std::filesystem::current_path(folder);
@@ -71,7 +68,6 @@ TEST_F(GisDataTest, TheBasePathIsForTheAnimationAlone)
     EXPECT_EQ(skeleton.Load("m/a.gis", Path("base/").c_str()), 0);
     std::filesystem::current_path(cwd);
     EXPECT_EQ(skeleton.m_anim.m_path, Path("base/m/a.gis"));
-    EXPECT_NE(skeleton.m_anim.m_clips[0], nullptr);
     EXPECT_FALSE(skeleton.m_agsXml.IsEmpty());
     EXPECT_EQ(skeleton.Load(Path("base/m/a.gis").c_str(), "nowhere/"), 0) << "absolute";
     EXPECT_EQ(log.lines, (Lines{"E Failed to read file : " + Path("bam/a.gis") + "\n", kNoAgs}));
@@ -79,26 +75,19 @@ TEST_F(GisDataTest, TheBasePathIsForTheAnimationAlone)
 
 TEST_F(GisDataTest, WhatCantBeReadHasItsMessages)
 {
-    Write("good.gis", Gis(false));
-    Write("good.ags", kAgs);
-    Write("new.gis", Gis(false, 0x60002));
-    Write("badags.gis", Gis(false));
-    Write("badags.ags", "<a>");
-    const Lines tooNew{"E Skeletal animation file version too new!",
-                       "E Bad format in skeletal animation file!",
-                       "E Bad format in skeletal animation file " + Path("new.gis") + "!"};
-    const std::tuple<const char*, int, Lines> cases[] = {
-        {"none.gis", 1, {"E Failed to read file : " + Path("none.gis") + "\n"}},
-        {"new.gis", 1, tooNew},
-        {"badags.gis", 0, {kNoAgs}},
-    };
-    for (const auto& [name, result, lines] : cases) {
-        ASSERT_EQ(Load("good.gis"), 0);
-        EXPECT_EQ(Load(name), result) << name;
-        EXPECT_EQ(log.lines, lines);
-        EXPECT_EQ(skeleton.m_anim.m_clips.size(), result == 0 ? 1U : 0U);
-        EXPECT_TRUE(skeleton.m_agsXml.IsEmpty());
-    }
+    Write("a.gis", Gis(false));
+    Write("a.ags", kAgs);
+    ASSERT_EQ(Load("a.gis"), 0);
+    Write("a.ags", "<a>");
+    EXPECT_EQ(Load("a.gis"), 0);
+    EXPECT_EQ(log.lines, Lines{kNoAgs});
+    EXPECT_TRUE(skeleton.m_agsXml.IsEmpty());
+    Write("a.gis", Gis(false, 0x60002));
+    EXPECT_EQ(Load("a.gis"), 1);
+    EXPECT_EQ(log.lines,
+              (Lines{"E Skeletal animation file version too new!", "E Bad format in skeletal animation file!",
+                     "E Bad format in skeletal animation file " + Path("a.gis") + "!"}));
+    EXPECT_TRUE(skeleton.m_anim.m_clips.empty());
 }
 
 TEST_F(GisDataTest, WithoutASkeletonTheAnimationStays)
@@ -118,20 +107,18 @@ TEST_F(GisDataTest, ASaveThatFailsChangesNothing)
 {
     Write("a.gis", Gis(true));
     Write("a.ags", kAgs);
-    Write("b.gis", "old gis");
-    Write("b.ags", "old ags");
     ASSERT_EQ(Load("a.gis"), 0) << "its side file is missing";
     EXPECT_EQ(Save("b.gis"), -1);
     Write("a_gis/walk.gis", kSide);
     ASSERT_EQ(Load("a.gis"), 0);
+    skeleton.m_agsXml.Document().RootElement()->InsertNewComment("-->");
+    Write("b.gis", "old");
+    EXPECT_EQ(Save("b.gis"), 1);
     std::filesystem::remove_all(Path("a_gis"));
     EXPECT_EQ(Save("b.gis"), 1);
-    EXPECT_EQ(log.lines, Lines{"E unable to open " + Path("a_gis/walk.gis")});
-    std::filesystem::create_directory(Path("a_gis"));
-    skeleton.m_agsXml.Document().RootElement()->InsertNewComment("-->");
-    EXPECT_EQ(Save("b.gis"), 1);
-    EXPECT_EQ(Read(Path("b.gis")) + Read(Path("b.ags")), "old gisold ags");
-    EXPECT_TRUE(std::filesystem::is_empty(Path("a_gis")));
+    EXPECT_EQ(log.lines.back(), "E unable to open " + Path("a_gis/walk.gis"));
+    EXPECT_EQ(Read(Path("b.gis")), "old");
+    EXPECT_FALSE(std::filesystem::exists(Path("b.ags")) || std::filesystem::exists(Path("a_gis")));
 }
 
 }  // namespace vela::vlgim::test

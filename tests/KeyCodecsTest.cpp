@@ -8,7 +8,6 @@
 
 #include <array>
 #include <bit>
-#include <cstring>
 #include <limits>
 
 namespace vela::vlgim::keys {
@@ -138,23 +137,6 @@ TEST(KeyCodecs, UnpacksRotations)
     }
     DecodeRotation32(0xFFFFFFFF, &q[0], &q[1], &q[2], &q[3]);
     EXPECT_TRUE(q[3] != q[3]) << "the others are too long without it";
-}
-
-TEST(KeyCodecs, EveryHalfDecodesToItsSingleAndBack)
-{
-    Bytes halves(2 * 65538 + 1), back(halves.size());
-    std::vector<std::uint32_t> expected(65538), bits(65538);
-    for (unsigned i = 0; i < 65538; ++i) {
-        halves[1 + 2 * i] = static_cast<unsigned char>(i & 0xFF);
-        halves[2 + 2 * i] = static_cast<unsigned char>(i >> 8 & 0xFF);
-        expected[i] = geomath::_to_float[i & 0xFFFF];
-    }
-    std::vector<float> singles(65538);
-    DecodeHalfVectors3(halves.data() + 1, 65538 / 3, singles.data());
-    EncodeHalfVectors3(singles.data(), 65538 / 3, back.data() + 1);
-    std::memcpy(bits.data(), singles.data(), 4 * singles.size());
-    EXPECT_TRUE(bits == expected);
-    EXPECT_TRUE(back == halves);
 }
 
 TEST(KeyCodecs, HalvesAreCutNotRounded)

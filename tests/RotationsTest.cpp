@@ -149,19 +149,17 @@ TEST(Rotations, ProductAndLength)
     EXPECT_EQ(BitsOf(q), (Bits{0xCDD060BA, 0xC82A9B00, 0x4DD1CEF0, 0xC76A6000}));
 
     const float nan = std::bit_cast<float>(0x7FC00000U);
-    const struct {
-        _Rotation<float> before, after;
-    } cases[] = {
+    const _Rotation<float> cases[][2] = {
         {{3, 0, -4, 0}, {3.0F / 5, 0, -4.0F / 5, 0}},
         {{-0.0F, 0, -0.0F, 0}, {0, 0, 0, 0}},
         {{1e-30F, 0, 0, -1e-30F}, {0, 0, 0, 0}},  // the square is below the smallest number
         {{2e19F, 0, 0, 1}, {nan, nan, nan, nan}},
         {{1, -std::numeric_limits<float>::infinity(), 0, 0}, {nan, nan, nan, nan}},
     };
-    for (const auto& c : cases) {
-        q = c.before;
+    for (const auto& [before, after] : cases) {
+        q = before;
         RotationNormalize(&q);
-        EXPECT_EQ(BitsOf(q), BitsOf(c.after));
+        EXPECT_EQ(BitsOf(q), BitsOf(after));
     }
 }
 

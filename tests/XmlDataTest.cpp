@@ -5,12 +5,10 @@
 #include <vlio2/XmlData.h>
 #include <vlio2/XmlScan.h>
 
-#include <gtest/gtest.h>
 #include <tinyxml2.h>
 
+#include <cstring>
 #include <random>
-#include <string>
-#include <vector>
 
 namespace vlio {
 
@@ -152,19 +150,15 @@ TEST_F(XmlDataFile, ErrorsAreValues)
     const LogCapture log;
     XmlData xml;
     EXPECT_EQ(xml.LoadFile(Path("none").c_str()).kind, ErrorKind::NotFound);
-    EXPECT_EQ(xml.LoadFile(folder.c_str()).code, tinyxml2::XML_ERROR_FILE_READ_ERROR);
     const std::string bad = Write("bad.xml", "<a>\n  <b></c></a>");
-    const auto refused = xml.LoadFile(bad.c_str());
-    EXPECT_EQ(refused.code, tinyxml2::XML_ERROR_MISMATCHED_ELEMENT);
-    EXPECT_EQ(refused.Message(), bad + ": at byte 6: an end tag has another name than its start tag");
+    EXPECT_EQ(xml.LoadFile(bad.c_str()).Message(),
+              bad + ": at byte 6: an end tag has another name than its start tag");
     EXPECT_EQ(xml.ParseText(std::string_view("<a/>\0b", 6)).offset, 4U);
     EXPECT_EQ(xml.SaveFile(bad.c_str()).kind, ErrorKind::Unwritable);
     EXPECT_FALSE(xml.ParseText("<a/>"));
     const XmlData moved = std::move(xml);
     EXPECT_EQ(moved.SaveFile(Path("no/a.xml").c_str()).kind, ErrorKind::NotCreated);
     EXPECT_EQ(moved.SaveFile("/dev/full").kind, ErrorKind::NotWritten);
-    EXPECT_FALSE(moved.SaveFile(bad.c_str()));
-    EXPECT_EQ(Read(bad), "<a/>");
     EXPECT_EQ(log.lines, Lines{});
 }
 
@@ -197,13 +191,10 @@ TEST_F(XmlDataFile, Lookups)
 
 TEST_F(XmlDataFile, LoadReplacesOrEmpties)
 {
-    const LogCapture log;
     const std::string good = Write("good.xml", "<a/>"), other = Write("other.xml", "<b/>");
     const std::pair<std::string, int> failures[] = {
         {Path("missing.xml"), tinyxml2::XML_ERROR_FILE_NOT_FOUND},
         {folder.string(), tinyxml2::XML_ERROR_FILE_READ_ERROR},
-        {Write("empty.xml", ""), tinyxml2::XML_ERROR_EMPTY_DOCUMENT},
-        {Write("refused.xml", "<a></a></a>"), XML_REFUSED_END_TAG},
         {Write("broken.xml", "<a><b></a>"), tinyxml2::XML_ERROR_MISMATCHED_ELEMENT},
     };
     XmlData xml;
@@ -219,7 +210,6 @@ TEST_F(XmlDataFile, LoadReplacesOrEmpties)
     EXPECT_EQ(Read(good), "<b/>");
     const char* own = xml.GetElement("b", nullptr)->Value();  // lies in the document that it replaces
     EXPECT_EQ(xml.Parse(own, 1), tinyxml2::XML_ERROR_PARSING_TEXT);
-    EXPECT_EQ(log.lines, Lines{});
 }
 
 using Texts = std::vector<std::pair<int, std::vector<std::string>>>;
@@ -319,9 +309,9 @@ void HoldAgainstParser(const char* const (&tokens)[N], std::size_t maxCount, con
 
 TEST(XmlScan, SeesTheMarkupThatTheParserSees)
 {
-    const char* const tokens[] = {"<",  ">",  "/",  "<a>", "</a>", "<a ",   "b='",       "'",
-                                  "\"", "=",  "<!", "--",  "<!--", "-->",   "<![CDATA[", "]]>",
-                                  "<?", "?>", "x",  " ",   "\r\n", "&#65;", "&"};
+    const char* const tokens[] = {"<", ">",  "/",    "<a>",   "</a>", "<a ",       "b='",          "'",  "\"",
+                                  "=", "<!", "--",   "<!--",  "-->",  "<![CDATA[", "]]>",          "<?", "?>",
+                                  "x", " ",  "\r\n", "&#65;", "&",    "\v",        "\xEF\xBB\xBF", "-",  "]"};
     const auto hasEnd = [](const auto& parser, const auto&) { return parser.LastChildElement("end"); };
     HoldAgainstParser(tokens, 12, "", "<end/><end/>", hasEnd);  // "<!" may take the first end into it
 }
@@ -330,23 +320,25 @@ TEST(XmlScan, SeesTheMarkupThatTheParserSees)
 // else is itself.
 std::string Decoded(std::string_view value)
 {
-    const std::string_view meanings[][2] = {{"\r\n", "\n"},
-                                            {"\n\r", "\n"},
-                                            {"\r", "\n"},
-                                            {"&amp;", "&"},
-                                            {"&lt;", "<"},
-                                            {"&#65;", "A"},
-                                            {"&#6565;", "\xE1\xA6\xA5"},
-                                            {"&#656565;", "\xF2\xA0\x92\xB5"},
-                                            {"&#x65;", "e"},
-                                            {"&#x6565;", "\xE6\x95\xA5"}};
+    const std::pair<std::string_view, std::string_view> meanings[] = {{"\r\n", "\n"},
+                                                                      {"\n\r", "\n"},
+                                                                      {"\r", "\n"},
+                                                                      {"&amp;", "&"},
+                                                                      {"&lt;", "<"},
+                                                                      {"&gt;", ">"},
+                                                                      {"&quot;", "\""},
+                                                                      {"&apos;", "'"},
+                                                                      {"&#65;", "A"},
+                                                                      {"&#6565;", "\xE1\xA6\xA5"},
+                                                                      {"&#656565;", "\xF2\xA0\x92\xB5"},
+                                                                      {"&#x65;", "e"},
+                                                                      {"&#x6565;", "\xE6\x95\xA5"}};
     std::string text;
     while (!value.empty()) {
         std::string_view written = value.substr(0, 1), meant = written;
-        for (const auto& [spelling, meaning] : meanings) {
+        for (const auto& [spelling, meaning] : meanings)
             if (value.starts_with(spelling) && written.size() <= spelling.size())
                 written = spelling, meant = meaning;
-        }
         text += meant;
         value.remove_prefix(written.size());
     }
@@ -355,11 +347,51 @@ std::string Decoded(std::string_view value)
 
 TEST(XmlScan, LetsThroughOnlyValuesThatAreReadAsWritten)
 {
-    const char* const tokens[] = {"&",     "&#",   "&#x", "#",  "x",     "65", ";",
-                                  "&amp;", "&lt;", "\r",  "\n", "&#65;", " "};
+    const char* const tokens[] = {"&",    "&#",     "&#x",    "#",     "x", "65", ";",  "&amp;", "&lt;",
+                                  "&gt;", "&quot;", "&apos;", "&AMP;", "X", "\r", "\n", "&#65;", " "};
     HoldAgainstParser(tokens, 8, "<a b='", "'/>", [](const auto& parser, const std::string& value) {
         return parser.RootElement()->Attribute("b") == Decoded(value);
     });
+}
+
+// The document that the parser made of a text, as it prints it.
+std::string Printed(std::string_view text)
+{
+    tinyxml2::XMLDocument document;
+    if (document.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS)
+        return "refused";
+    tinyxml2::XMLPrinter printer(nullptr, true);
+    document.Print(&printer);
+    return printer.CStr();
+}
+
+// Of each byte but NUL: whether it may begin a name, go on with one, and be a digit of a reference.
+TEST(XmlParser, ClassesOfBytes)
+{
+    std::string starts, parts, digits, hexDigits, spaces;
+    for (int code = 1; code < 256; ++code) {
+        const std::string byte(1, static_cast<char>(code));
+        if (Printed("<" + byte + "></" + byte + ">") == "<" + byte + "/>")
+            starts += byte;
+        if (Printed("<a" + byte + "/>") == "<a" + byte + "/>")
+            parts += byte;
+        if (Printed("<a" + byte + "b='1'/>") == "<a b=\"1\"/>")
+            spaces += byte;
+        // Of one digit more the parser makes one character.
+        if (Printed("<a>&#8" + byte + ";</a>").size() == std::strlen("<a>P</a>"))
+            digits += byte;
+        if (Printed("<a>&#x4" + byte + ";</a>").size() == std::strlen("<a>P</a>"))
+            hexDigits += byte;
+    }
+    const std::string capitals = "ABCDEFGHIJKLMNOPQRSTUVWXYZ", letters = "abcdefghijklmnopqrstuvwxyz";
+    std::string high;
+    for (int code = 128; code < 256; ++code)
+        high += static_cast<char>(code);
+    EXPECT_EQ(starts, ":" + capitals + "_" + letters + high);
+    EXPECT_EQ(parts, "-.0123456789:" + capitals + "_" + letters + high);
+    EXPECT_EQ(digits, "0123456789");
+    EXPECT_EQ(hexDigits, "0123456789ABCDEFabcdef");
+    EXPECT_EQ(spaces, "\t\n\v\f\r ");
 }
 
 }  // namespace

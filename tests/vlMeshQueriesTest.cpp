@@ -1,48 +1,11 @@
 #include "support/MeshBytes.h"
 
-#include <vlgim/vlMeshData.h>
-
-#include <gtest/gtest.h>
-
 namespace vela::vlgim::test {
-
-namespace {
-
-struct Geometry {
-    std::vector<geomath::_Vector3<float>*> positions, normals;
-    std::vector<std::vector<std::uint16_t>> indices;
-    std::vector<geomath::_Point2<float>*> uvs0, uvs1;
-    std::vector<std::uint16_t> vertexCounts, triangleCounts;
-
-    void Collect(const vlMeshData& mesh)
-    {
-        mesh.CollectSegGeometryInfo(positions, normals, indices, uvs0, uvs1, vertexCounts, triangleCounts);
-    }
-};
-
-struct Skin {
-    std::vector<std::uint32_t> bones;
-    std::vector<float> weights;
-    std::unordered_map<std::uint16_t, geomath::_Matrix<float>> matrices;
-    std::vector<std::string> names;
-
-    bool Collect(const vlMeshData& mesh) { return mesh.CollectSegSkinInfo(bones, weights, matrices, names); }
-};
-
-vlMeshData Read(const Bytes& file)
-{
-    vlMeshData mesh;
-    mesh.m_submeshCount = 2;
-    EXPECT_TRUE(mesh.ReadMeshFile(file.data(), file.size()));
-    return mesh;
-}
-
-}  // namespace
 
 TEST(vlMeshQueries, SeveralMeshesInTheSameLists)
 {
-    const vlMeshData uvs = Read(StaticMesh(TwoSubmeshBlock())),
-                     skinned = Read(MeshOf(0x50004, {1, true, false, false}));
+    const vlMeshData uvs = MeshFrom(StaticMesh(TwoSubmeshBlock())),
+                     skinned = MeshFrom(MeshOf(0x50004, {1, true, false, false}));
     Geometry all;
     all.Collect({});  // nothing is loaded
     all.Collect(uvs);

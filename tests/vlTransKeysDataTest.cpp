@@ -7,7 +7,6 @@
 
 #include <bit>
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 namespace vela::vlgim::test {
@@ -68,11 +67,8 @@ vlTransKeysData Empty(unsigned char keyed, unsigned char flags, unsigned short k
 
 TEST(vlTransKeysData, EachForm)
 {
-    const struct {
-        const char* name;
-        unsigned char rotOrder, flags;
-        const Bytes &memory, &rot, &scale, &read;
-    } forms[] = {
+    const std::tuple<const char*, unsigned char, unsigned char, Bytes, Bytes, Bytes, Bytes> forms[] = {
+        // Name, order, flags; rotations in memory; rotations and scales in the file; rotations as read.
         {"quaternions", 0, 0, kQuats, kQuats, kScale, kQuats},
         {"half quaternions", 0, 2, kQuats, kHalfQuats, kScale, kQuats},
         {"32 bits before all others", 0, 2 | 4 | 8 | 16, kQuats, kQuats32, kHalfScale, kFrom32},
@@ -82,19 +78,18 @@ TEST(vlTransKeysData, EachForm)
         {"angles are never packed", 1, 8 | 16, kEuler, kEuler, kScale, kEuler},
         {"unknown order and bits", 200, 0xE1, kEuler, kEuler, kScale, kEuler},
     };
-    for (const auto& form : forms) {
-        SCOPED_TRACE(form.name);
-        const Bytes block =
-            ByteBuilder().Fill(3, 1).U8(form.rotOrder).Raw(kPos).Raw(form.rot).Raw(form.scale);
-        vlTransKeysData data = TwoKeys(form.rotOrder, form.memory, form.flags);
+    for (const auto& [name, rotOrder, flags, memory, rot, scale, asRead] : forms) {
+        SCOPED_TRACE(name);
+        const Bytes block = ByteBuilder().Fill(3, 1).U8(rotOrder).Raw(kPos).Raw(rot).Raw(scale);
+        vlTransKeysData data = TwoKeys(rotOrder, memory, flags);
         EXPECT_EQ(Written(data), block);
         EXPECT_EQ(Written(data), block) << "again";
-        EXPECT_EQ(data.m_compressFlags, form.flags);
-        ExpectFloats(data.m_rot, form.memory);
+        EXPECT_EQ(data.m_compressFlags, flags);
+        ExpectFloats(data.m_rot, memory);
 
-        const auto read = [&form](vlTransKeysData& into, const unsigned char* bytes,
-                                  const unsigned char* end) {
-            into.m_compressFlags = form.flags;
+        const auto read = [f = flags](vlTransKeysData& into, const unsigned char* bytes,
+                                      const unsigned char* end) {
+            into.m_compressFlags = f;
             return into.ReadData(bytes, end);
         };
         data = TwoKeys(0, kQuats, 8 | 4);  // a channel that holds packed keys, and that has a copy
@@ -105,39 +100,32 @@ TEST(vlTransKeysData, EachForm)
             return Written(keys);
         });
         EXPECT_TRUE(read(data, block.data(), nullptr)) << "vouched for by the caller";
-        EXPECT_EQ(data.m_rotOrder, form.rotOrder);
+        EXPECT_EQ(data.m_rotOrder, rotOrder);
         ExpectFloats(data.m_pos, kPos);
-        ExpectFloats(data.m_rot, form.read);
+        ExpectFloats(data.m_rot, asRead);
         ExpectFloats(data.m_scale, kScale);
         EXPECT_TRUE(data.m_keyCount == 2 && data.m_compressFlags == 0);
         EXPECT_TRUE(!data.m_packedRot && !data.m_packedScale);
         ExpectFloats(copy.m_rot, kQuats);
         EXPECT_EQ(copy.m_packedScale[1][1], 0x3800);
-
-        ForEachByteChange(block, [&](const Bytes& bytes) {
-            vlTransKeysData keys = Empty(0, form.flags, 2);
-            if (keys.ReadData(bytes.data(), bytes.data() + bytes.size()))
-                Written(keys);
-        });
     }
 }
 
 TEST(vlTransKeysData, CountsOfRecords)
 {
-    const struct {
-        unsigned char keyed;
-        unsigned short keyCount;
-        unsigned char flags;
-        std::size_t size;
-    } cases[] = {{0, 100, 8 | 4, 26}, {0, 0, 0, 44}, {1, 0, 0, 4}, {255, 65535, 0, 4 + 65535 * 40}};
-    for (const auto& c : cases) {
-        const Bytes block = ByteBuilder().Fill(3, c.keyed).Fill(c.size - 3, 0);
-        vlTransKeysData data = Empty(0, c.flags, c.keyCount);
+    const std::tuple<unsigned char, unsigned short, unsigned char, std::size_t> cases[] = {
+        // Keyed, keys, flags, size.
+        {0, 100, 8 | 4, 26},
+        {0, 0, 0, 44},
+        {1, 0, 0, 4},
+        {255, 65535, 0, 4 + 65535 * 40}};
+    for (const auto& [keyed, keyCount, flags, size] : cases) {
+        const Bytes block = ByteBuilder().Fill(3, keyed).Fill(size - 3, 0);
+        vlTransKeysData data = Empty(0, flags, keyCount);
         const unsigned char* end = block.data() + block.size();
-        EXPECT_EQ(data.ReadData(block.data(), end - 1), nullptr) << c.size;
-        EXPECT_EQ(data.ReadData(block.data(), end), end) << c.size;
-        EXPECT_EQ(data.m_posKeyed, c.keyed);
-        EXPECT_EQ(data.m_rot == nullptr, c.size == 4) << c.size;
+        EXPECT_EQ(data.ReadData(block.data(), end - 1), nullptr) << size;
+        EXPECT_EQ(data.ReadData(block.data(), end), end) << size;
+        EXPECT_EQ(std::tuple(data.m_posKeyed, data.m_rot == nullptr), std::tuple(keyed, size == 4)) << size;
     }
     EXPECT_EQ(vlTransKeysData().ReadData(nullptr), nullptr);
 }
@@ -226,23 +214,19 @@ TEST(vlTransKeysData, WritesLeaveTheArraysOfCopiesAlone)
 
 TEST(vlTransKeysData, MissingArrays)
 {
-    const auto make = [] { return TwoKeys(0, Floats({0, 0, 0, -1, 0, 0, 0, -1}), 8); };
-    const Obstacles<vlTransKeysData> obstacles{
-        {"positions are missing", [](auto& data) { data.m_pos = nullptr; }},
-        {"rotations have 4 entries, but 8 are needed",
-         [](auto& data) {
-             data.m_rot = {0, 0, 0, 1};
-         }},
-        {"scales are missing", [](auto& data) { data.m_scale = nullptr; }}};
-    for (const auto& [reason, edit] : obstacles)
-        ExpectRefusedAtWrite<vlTransKeysData>("E unable to write transform keys: the ", make,
-                                              {{reason, edit}}, [](vlTransKeysData& data) {
-                                                  const Bytes written = Written(data);
-                                                  EXPECT_EQ(data.m_packedRot, nullptr) << "it is as it was";
-                                                  data.ConvertToDelta({});
-                                                  data.ConvertFromDelta({});
-                                                  return written;
-                                              });
+    ExpectRefusedAtWrite<vlTransKeysData>(
+        "E unable to write transform keys: the ",
+        [] {
+            return TwoKeys(0, Floats({0, 0, 0, -1, 0, 0, 0, -1}), 8);
+        },
+        {{"positions are missing", [](auto& data) { data.m_pos = nullptr; }},
+         {"rotations have 4 entries, but 8 are needed", [](auto& data) { data.m_rot = Array<float>(4); }},
+         {"scales are missing", [](auto& data) { data.m_scale = nullptr; }}},
+        [](vlTransKeysData& data) {
+            const Bytes written = Written(data);
+            EXPECT_EQ(data.m_packedRot, nullptr) << "it is as it was";
+            return written;
+        });
     // Without keys there is nothing to miss: the keyed bytes stay.
     vlTransKeysData none = Empty(3, 4 | 8, 0);
     EXPECT_EQ(Written(none), (Bytes{3, 3, 3, 0}));

@@ -4,6 +4,8 @@ namespace vela::vlgim {
 
 std::string Error::Message() const
 {
+    if (kind == ErrorKind::None)
+        return {};
     std::string message = file;
     const auto append = [&message](const char* between, const std::string& more) {
         message += (message.empty() ? "" : between) + more;

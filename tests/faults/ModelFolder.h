@@ -1,6 +1,5 @@
 #pragma once
 
-#include "support/AnimBytes.h"
 #include "support/Files.h"
 #include "support/MeshBytes.h"
 

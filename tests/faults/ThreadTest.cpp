@@ -5,11 +5,8 @@
 #include <vlgim/GisData.h>
 #include <vlgim/vlTrackData.h>
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
-#include <vector>
 
 namespace vela::vlgim {
 

@@ -2,6 +2,10 @@
 
 #include "Bytes.h"
 
+#include <vlgim/vlAnimData.h>
+
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -91,6 +95,23 @@ inline ByteBuilder SmallGis(bool async, std::uint32_t version = 0x60001)
     if (version >= 0x60000)
         file.U32(1).Raw(Name("hip")).F32s({1, 2, 3, 0, 0, 0, 1, 1, 1, 1}).U32(async);
     return async ? file.U32(1108).Raw(BaseInfo("walk")) : file.Raw(ClipRecord(version));
+}
+
+/// A .gis file of the bones "hip" and "head" and of two clips with the layout.
+inline Bytes TwoClips(std::uint8_t layout)
+{
+    ByteBuilder file;
+    file.Raw({'R', 'G', 'I', 'S'}).U32(0x60001).U16(2).U32(2).Raw(Name("hip")).Raw(Name("head"));
+    for (int bone = 0; bone < 2; ++bone)
+        file.F32s({1, 2, 3, 0, 0, 0, 1, 1, 1, 1});
+    return file.U32(0).Raw(ClipRecord(0x60001, layout)).Raw(ClipRecord(0x60001, layout, "run"));
+}
+
+inline vlAnimData AnimationFrom(const Bytes& file)
+{
+    vlAnimData anim;
+    EXPECT_TRUE(anim.ReadAnimationFile(file.data(), static_cast<std::uint32_t>(file.size()), "a.gis"));
+    return anim;
 }
 
 }  // namespace vela::vlgim::test

@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <sys/resource.h>
 
 namespace vela::vlgim::test {
 
@@ -42,6 +44,28 @@ protected:
     }
 
     std::filesystem::path folder;
+};
+
+/// While it lives no file can be written behind so many bytes.
+class ShortDisk {
+public:
+    explicit ShortDisk(rlim_t room) : m_previous(::signal(SIGXFSZ, SIG_IGN))
+    {
+        ::getrlimit(RLIMIT_FSIZE, &m_limit);
+        const rlimit low = {room, m_limit.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &low);
+    }
+    ShortDisk(const ShortDisk&) = delete;
+    ShortDisk& operator=(const ShortDisk&) = delete;
+    ~ShortDisk()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_limit);
+        ::signal(SIGXFSZ, m_previous);
+    }
+
+private:
+    rlimit m_limit = {};
+    sighandler_t m_previous;
 };
 
 }  // namespace vela::vlgim::test

@@ -3,6 +3,10 @@
 #include "AnimBytes.h"
 #include "Bytes.h"
 
+#include <vlgim/vlMeshData.h>
+
+#include <gtest/gtest.h>
+
 #include <limits>
 
 namespace vela::vlgim::test {
@@ -182,6 +186,37 @@ inline Bytes OriginalBlock()
         .Raw({0, 1, 2, 3, 4, 5, 6, 7})
         .F32s({0.5F, 0.25F, 0.125F, 1, 2, 3, 4, 5});
 }
+
+/// The mesh of a file of two submeshes.
+inline vlMeshData MeshFrom(const Bytes& file)
+{
+    vlMeshData mesh;
+    mesh.m_submeshCount = 2;
+    EXPECT_TRUE(mesh.ReadMeshFile(file.data(), file.size()));
+    return mesh;
+}
+
+/// The lists that a mesh appends to.
+struct Geometry {
+    std::vector<geomath::_Vector3<float>*> positions, normals;
+    std::vector<std::vector<std::uint16_t>> indices;
+    std::vector<geomath::_Point2<float>*> uvs0, uvs1;
+    std::vector<std::uint16_t> vertexCounts, triangleCounts;
+
+    void Collect(const vlMeshData& mesh)
+    {
+        mesh.CollectSegGeometryInfo(positions, normals, indices, uvs0, uvs1, vertexCounts, triangleCounts);
+    }
+};
+
+struct Skin {
+    std::vector<std::uint32_t> bones;
+    std::vector<float> weights;
+    std::unordered_map<std::uint16_t, geomath::_Matrix<float>> matrices;
+    std::vector<std::string> names;
+
+    bool Collect(const vlMeshData& mesh) { return mesh.CollectSegSkinInfo(bones, weights, matrices, names); }
+};
 
 /// A whole file of a version and form; asWritten: as the library writes it.
 inline Bytes MeshOf(std::uint32_t version, const MeshForm& form, bool asWritten = false)
