@@ -2,6 +2,8 @@
 #include "RoundTrip.h"
 #include "Runtime.h"
 
+#include <mesh/VertexBlock.h>
+
 #include <vlgim/GimData.h>
 
 #include <tinyxml2.h>
@@ -123,7 +125,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzz::CheckDifferences(model, again);
     }
     // As large as the memory bound allows, without bytes behind it.
-    if (hasMesh && model.m_mesh.m_vertexData->WrittenSize() <= 1 << 20 && fuzz::StaysInFolder(model))
+    if (hasMesh && mesh::WrittenSize(*model.m_mesh.m_vertexData) <= 1 << 20 && fuzz::StaysInFolder(model))
         fuzz::CheckSaves(model, result, files);
     if (hasMesh)
         fuzz::CheckCopies(std::make_unique<vlMeshData>(model.m_mesh));

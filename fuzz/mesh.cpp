@@ -2,6 +2,8 @@
 #include "RoundTrip.h"
 #include "Runtime.h"
 
+#include <mesh/VertexBlock.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -39,7 +41,7 @@ void CheckMesh(std::unique_ptr<vlMeshData> mesh)
         Check(again != nullptr, "a mesh that was written can't be read");
         return again;
     };
-    if (mesh->m_vertexData->WrittenSize() <= kLargestWritten) {
+    if (mesh::WrittenSize(*mesh->m_vertexData) <= kLargestWritten) {
         const Bytes file = CheckRoundTrip(*mesh, write, read);
         const auto counts = vlMeshData::FittingSubmeshCounts(file.data(), file.size());
         Check(mesh->m_hasTracks || std::find(counts.begin(), counts.end(), subs) != counts.end(),

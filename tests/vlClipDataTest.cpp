@@ -151,7 +151,8 @@ TEST(vlClipData, TwoHundredFiftyFiveBonesAndNoMore)
 TEST(vlClipData, WhatDisagreesIsNotWritten)
 {
     const std::tuple<std::string, std::uint32_t, std::uint8_t, void (*)(vlClipData&)> cases[] = {
-        {"bone 0: 2 keys, but times for 3", 0x60001, 0, [](auto& c) { c.m_keyTimes->AddKeyTime(99); }},
+        {"bone 0: the positions have 6 entries, but 9 are needed", 0x60001, 0,
+         [](auto& c) { c.m_keyTimes->AddKeyTime(99); }},
         {"no list holds the key times", 0x60001, 0, [](auto& c) { c.m_keyTimes.reset(); }},
         {"bone 1: the key times have 1 entries, but 2 are needed", 0x60001, 1,
          [](auto& c) { c.m_boneKeyCounts[1] = 2; }},

@@ -122,7 +122,8 @@ TEST_F(vlTrackDataTest, WhatDisagreesIsNotWritten)
     };
     ExpectRefusedAtWrite<vlTrackData>(
         "E track can't be written: ", load,
-        {{"channel 0: 2 keys, but times for 3", [](auto& t) { t.m_times.AddKeyTime(9); }},
+        {{"channel 0: the positions have 6 entries, but 9 are needed",
+          [](auto& t) { t.m_times.AddKeyTime(9); }},
          {"the channels are missing", [](auto& t) { t.m_channels = nullptr; }}});
     const std::string path = Write("old.track", "old");
     load().Save(Path("none/a.track").c_str());

@@ -52,7 +52,11 @@ public:
     using value_type = T;
 
     Array() noexcept = default;
-    Array(std::nullptr_t) noexcept {}
+
+    /// A null array. A template, so that the count 0 is a count.
+    template <class Null>
+    requires std::is_null_pointer_v<Null> Array(Null)
+    noexcept {}
 
     /// Makes `count` elements of value 0, or default-constructed ones if T is a class with a constructor of its own.
     /// With a count of 0 the array is empty, but not null. Throws std::bad_alloc.

@@ -29,8 +29,9 @@ struct Name32 {
     {
         if (text.size() > kSize || text.find('\0') != std::string_view::npos)
             return false;
-        std::memset(bytes, 0, kSize);
-        text.copy(bytes, kSize);
+        if (!text.empty())
+            std::memmove(bytes, text.data(), text.size());  // the text may lie in the name itself
+        std::memset(bytes + text.size(), 0, kSize - text.size());
         return true;
     }
 

@@ -122,7 +122,7 @@ VLGIM_API Error Save(vlAnimData& anim, const char* path, std::vector<Error>* war
 ///   of a clip in a side file;
 /// - more than 255 bones, of the skeleton or of a clip;
 /// - a clip name whose last byte is not NUL or, with side files, with a component "..";
-/// - an array that is shorter than its count, or a channel whose m_keyCount is neither 0 nor the count of its times;
+/// - an array that is shorter than its count, or a keyed array of a channel with a key for other than each time;
 /// - an animation with neither bones nor clips, since the file would be too short to be read.
 VLGIM_API Error WhyUnwritable(const vlAnimData& anim);
 

@@ -89,7 +89,7 @@ public:
     /// become one tick too late. NaN and times outside of 32 bits become the tick -2^31.
     /// WriteKeysData refuses any m_keyLayout but KEY_LAYOUT_PER_BONE below version 5.3; N above 255; m_keyTimes that is
     /// null under KEY_LAYOUT_SHARED or counts more keys than its array has; an array that is shorter than its count;
-    /// and a channel whose m_keyCount is neither 0 nor the count of its times. From 5.3 on it checks and writes nothing
+    /// and a channel with a keyed array that doesn't hold one key for each time. From 5.3 on it checks and writes nothing
     /// under an unknown m_keyLayout.
     const unsigned char* ReadKeysData(const unsigned char* data, std::uint32_t version,
                                       const unsigned char* end = nullptr);

@@ -98,8 +98,7 @@ VLGIM_API Error Load(vlTrackData& track, std::span<const unsigned char> file,
 VLGIM_API Error Save(vlTrackData& track, const char* path, std::vector<Error>* warnings = nullptr);
 
 /// Returns why a write would be refused: m_times counts more keys than its array has, an array is shorter than its
-/// count, or the m_keyCount of a channel is neither 0 nor the key count of m_times. Success if the track can be
-/// written.
+/// count, or a keyed array of a channel doesn't hold one key for each of m_times. Success if the track can be written.
 VLGIM_API Error WhyUnwritable(const vlTrackData& track);
 
 }  // namespace vela::vlgim

@@ -41,12 +41,12 @@ void LogWarnings(const std::vector<Error>& warnings, const char* what)
 {
     for (const Error& warning : warnings) {
         const char *const file = warning.file.c_str(), *const text = warning.text.c_str();
-        if (warning.file.empty())
-            vela::LogWarning("%s", text);
-        else if (warning.kind == ErrorKind::NotCreated)  // written in place, whatever kind it is of
+        if (warning.kind == ErrorKind::NotCreated)  // written in place, whatever kind it is of
             vela::LogWarning("%s %s", file, text);
-        else
+        else if (what)
             vela::LogWarning("%s %s %s", what, file, text);
+        else
+            vela::LogWarning("%s", text);
     }
 }
 

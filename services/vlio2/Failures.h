@@ -18,7 +18,8 @@ std::string WithoutFile(vela::vlgim::Error error);
 /// what  the kind of file, as in "mesh file"; null for a document, whose failures have one message
 bool LogFailure(const vela::vlgim::Error& error, const char* what);
 
-/// Logs the warnings of a save: files that were written in place, and warnings of a file of the kind `what`.
+/// Logs the warnings of a save: files that were written in place, and warnings of a file of the kind `what`, which is
+/// null for those that name no file. Log them before a failure of the same save.
 void LogWarnings(const std::vector<vela::vlgim::Error>& warnings, const char* what);
 
 }  // namespace vlio

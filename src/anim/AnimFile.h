@@ -38,10 +38,7 @@ void WriteHead(io::BlockWriter& out, const vlAnimData& anim);
 
 /// Adds the file and its side files to a set, for the caller to commit: first to open, the .gis is renamed last. After an
 /// error the caller drops the set.
-Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path);
-
-/// What a save that went well has to say; success where that is nothing.
-Error WarnOfDeltas(const vlAnimData& anim);
+Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path, std::vector<Error>* warnings);
 
 /// Logs why an animation was not read, or what is wrong with one that was, in the documented words. Returns whether it
 /// was read.

@@ -24,7 +24,9 @@ void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& array
           std::uint64_t origin, vlClipData& clip);
 
 /// Both for the one clip of a side file.
-void ReadSideFile(io::BlockReader& in, std::uint32_t version, vlClipData& clip);
+/// number  of the clip in the animation
+void ReadSideFile(io::BlockReader& in, std::uint32_t version, vlClipData& clip,
+                  std::int64_t number = io::Step::kOnly);
 
 /// Reads a base info record. Where `in` fails, the clip is as it was.
 void ReadBaseInfo(io::BlockReader& in, vlClipData& clip);
@@ -35,7 +37,7 @@ void Write(io::BlockWriter& out, std::uint32_t version, vlClipData& clip);
 /// Writes a base info record, of a clip with no more bones than it has room for.
 void WriteBaseInfo(io::BlockWriter& out, const vlClipData& clip);
 
-/// Why a clip can't be written. To be asked before a file is opened, with the `counts` of all its clips.
-Error WhyUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts = nullptr);
+/// Why a clip can't be written. To be asked before a file is opened.
+Error WhyUnwritable(const vlClipData& clip, std::uint32_t version);
 
 }  // namespace vela::vlgim::clips

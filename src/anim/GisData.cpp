@@ -73,9 +73,7 @@ Error Save(GisData& model, const char* path, std::vector<Error>* warnings)
     Error error;
     if (model.m_anim.m_boneCount > 0) {
         const std::string gisPath = vlio::ReplaceFileExtension(path, ".gis");
-        error = anim::AddTo(files, model.m_anim, gisPath.c_str());
-        if (Error warning = error ? Error() : anim::WarnOfDeltas(model.m_anim))
-            io::Append(warnings, {std::move(warning)});
+        error = anim::AddTo(files, model.m_anim, gisPath.c_str(), warnings);
     } else if (!model.m_anim.m_clips.empty()) {
         io::Append(warnings, {{ErrorKind::Limit, 0, model.m_anim.m_path, "", std::nullopt,
                                "has clips but no skeleton, and is not saved"}});
@@ -92,10 +90,9 @@ int GisData::Save(const char* path)
 {
     std::vector<Error> warnings;
     const Error error = vlgim::Save(*this, path, &warnings);
-    const bool isOfDocument = error.file == vlio::ReplaceFileExtension(path, ".ags");
-    const int result = isOfDocument ? vlio::LogFailure(error, nullptr) : anim::LogSave(error);
     vlio::LogWarnings(warnings, "skeletal animation");
-    return result;
+    const bool isOfDocument = error.file == vlio::ReplaceFileExtension(path, ".ags");
+    return isOfDocument ? vlio::LogFailure(error, nullptr) : anim::LogSave(error);
 }
 
 }  // namespace vela::vlgim

@@ -79,7 +79,7 @@ Error ReadSideFile(const std::string& path, vlAnimData& anim, std::size_t slot, 
         return error;
     io::BlockReader in(bytes);
     in.JoinBudget(load, isNew ? bytes.size() : 0);
-    clips::ReadSideFile(in, anim.m_version, *anim.m_clips[slot]);
+    clips::ReadSideFile(in, anim.m_version, *anim.m_clips[slot], static_cast<std::int64_t>(slot));
     load.JoinBudget(in, 0);
     return in.WhyRefused().AsError(path);
 }
@@ -110,9 +110,10 @@ Error ReadSideFiles(io::BlockReader& in, vlAnimData& anim)
     return {};
 }
 
-Error ReadBody(io::BlockReader& in, vlAnimData& anim)
+Error ReadBody(io::BlockReader& in, vlAnimData& anim, std::vector<Error>* warnings)
 {
     ReadHead(in, anim);
+    WarnOfNames(anim, warnings);
     if (!in.Failed() && anim.m_async != 0)
         return ReadSideFiles(in, anim);
     ReadClips(in, anim);
@@ -208,11 +209,11 @@ void ReadBaseInfo(io::BlockReader& in, vlAnimData& anim)
 bool LogRead(const Error& error, const vlAnimData& anim, const std::vector<Error>& warnings)
 {
     const std::uint32_t version = anim.m_version & 0xFFFFFF;
+    for (const Error& warning : warnings)
+        if (warning.kind == ErrorKind::Limit)
+            LogError("incorrect gis file!");
     switch (error.kind) {
     case ErrorKind::None:
-        for (const Error& warning : warnings)
-            if (warning.kind == ErrorKind::Limit)
-                LogError("incorrect gis file!");
         return true;
     case ErrorKind::Magic:
         LogError("Bad format in skeletal animation file!");
@@ -251,7 +252,7 @@ Error Load(vlAnimData& anim, std::span<const unsigned char> file, const std::str
     if (!error) {
         io::BlockReader in(file);
         in.LimitMemory(options.memoryLimit);
-        error = anim::ReadBody(in, read);
+        error = anim::ReadBody(in, read, warnings);
     }
     if (error) {
         vlAnimData refused;
@@ -262,8 +263,6 @@ Error Load(vlAnimData& anim, std::span<const unsigned char> file, const std::str
             error.file = path;
     }
     anim = std::move(read);
-    if (!error)
-        anim::WarnOfNames(anim, warnings);
     return error;
 }
 

@@ -36,7 +36,7 @@ Error WhyUncountable(const vlAnimData& anim)
                       std::to_string(anim.m_clips.size()) + " clips, and a file has room for 65535");
     for (std::size_t i = 0; i < anim.m_clips.size(); ++i)
         if (!anim.m_clips[i])
-            return Refuse(ErrorKind::Reference, Numbered(i), "is missing: its side file was not there");
+            return Refuse(ErrorKind::Reference, Numbered(i), "its side file was missing");
     return {};
 }
 
@@ -58,12 +58,11 @@ Error WhySkeletonUnwritable(const vlAnimData& anim)
 Error WhyClipsUnwritable(const vlAnimData& anim)
 {
     const bool hasNoPlace = anim.m_async != 0 && anim.m_version < kSideFiles;
-    keys::UnsetCounts counts;
     for (std::size_t i = 0; i < anim.m_clips.size(); ++i) {
         const vlClipData& clip = *anim.m_clips[i];
         Error why;
         if (!hasNoPlace)
-            why = clips::WhyUnwritable(clip, anim.m_version, &counts);
+            why = clips::WhyUnwritable(clip, anim.m_version);
         else if (clip.m_boneCount != 0)
             why = io::Unwritable("its version counts clips of side files, but has no place for them");
         if (why)
@@ -167,24 +166,19 @@ Error WriteFile(vlio::Sink& sink, vlAnimData& anim, const ClipOpener& openClip)
     return {};
 }
 
-Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path)
+Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path, std::vector<Error>* warnings)
 {
     if (Error why = WhyUnwritable(anim))
         return why;
     vlio::Sink* sink = nullptr;
     if (Error error = set.Open(path, sink))
         return error;
+    if (anim.m_isDelta)
+        io::Append(warnings, {{ErrorKind::Limit, 0, anim.m_path, "", std::nullopt,
+                               "is written with deltas, which no file tells"}});
     return WriteFile(*sink, anim, [&set](const std::string& side, vlio::Sink*& opened) {
         return set.Open(side.c_str(), opened);
     });
-}
-
-Error WarnOfDeltas(const vlAnimData& anim)
-{
-    if (!anim.m_isDelta)
-        return {};
-    return {
-        ErrorKind::Limit, 0, anim.m_path, "", std::nullopt, "is written with deltas, which no file tells"};
 }
 
 int LogSave(const Error& error)
@@ -202,11 +196,9 @@ int LogSave(const Error& error)
 Error Save(vlAnimData& anim, const char* path, std::vector<Error>* warnings)
 {
     vlio::FileWriter set;
-    Error error = anim::AddTo(set, anim, path);
+    Error error = anim::AddTo(set, anim, path, warnings);
     if (!error)
         error = set.Commit();
-    if (Error warning = error ? Error() : anim::WarnOfDeltas(anim))
-        io::Append(warnings, {std::move(warning)});
     io::Append(warnings, set.Warnings());
     return error;
 }
@@ -214,9 +206,9 @@ Error Save(vlAnimData& anim, const char* path, std::vector<Error>* warnings)
 int vlAnimData::WriteAnimationFile(const char* path)
 {
     std::vector<Error> warnings;
-    const int result = anim::LogSave(Save(*this, path, &warnings));
+    const Error error = Save(*this, path, &warnings);
     vlio::LogWarnings(warnings, "skeletal animation");
-    return result;
+    return anim::LogSave(error);
 }
 
 }  // namespace vela::vlgim

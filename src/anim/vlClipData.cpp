@@ -241,9 +241,9 @@ void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& array
     SkipPivotTrack(in);
 }
 
-void ReadSideFile(io::BlockReader& in, std::uint32_t version, vlClipData& clip)
+void ReadSideFile(io::BlockReader& in, std::uint32_t version, vlClipData& clip, std::int64_t number)
 {
-    const auto scope = in.Enter(Block::Clip);
+    const auto scope = in.Enter(Block::Clip, number);
     io::BlockReader again = in;
     io::ArrayBlock arrays, plan;
     Measure(in, arrays, version, clip);

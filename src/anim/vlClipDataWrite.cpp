@@ -23,12 +23,14 @@ Error WhyBonesUnwritable(const vlClipData& clip)
 
 Error WhyInfoUnwritable(const vlClipData& clip)
 {
+    if (Error why = WhyBonesUnwritable(clip))
+        return why;
     if (Error why = io::WhyShort(clip.m_boneNames, clip.m_boneCount, "bone names"))
         return why;
     // A reader ends them at 31 bytes, and looks for a side file of that name.
     if (clip.m_name.bytes[Name32::kSize - 1] != 0 || clip.m_name2.bytes[Name32::kSize - 1] != 0)
         return io::Unwritable("its name has no end");
-    return WhyBonesUnwritable(clip);
+    return {};
 }
 
 unsigned short KeyCount(const vlClipData& clip, unsigned bone)
@@ -37,15 +39,15 @@ unsigned short KeyCount(const vlClipData& clip, unsigned bone)
                                                  : clip.m_boneKeyCounts[bone];
 }
 
-Error WhyBoneUnwritable(const vlClipData& clip, unsigned bone, keys::UnsetCounts* counts)
+Error WhyBoneUnwritable(const vlClipData& clip, unsigned bone)
 {
     if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE &&
         !io::Holds(clip.m_boneKeyTimes[bone], clip.m_boneKeyCounts[bone]))
         return io::WhyShort(clip.m_boneKeyTimes[bone], clip.m_boneKeyCounts[bone], "key times");
-    return keys::WhyUnwritable(clip.m_keys[bone], KeyCount(clip, bone), counts);
+    return keys::WhyUnwritable(clip.m_keys[bone], KeyCount(clip, bone));
 }
 
-Error WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts)
+Error WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version)
 {
     if (version < kSharedKeyTimes && clip.m_keyLayout != KEY_LAYOUT_PER_BONE)
         return io::Unwritable("its version has key times per bone only");
@@ -60,7 +62,7 @@ Error WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version, keys::Uns
     if (Error why = io::WhyShort(clip.m_keys, clip.m_boneCount, "keys of the bones"))
         return why;
     for (unsigned i = 0; i < clip.m_boneCount; ++i)
-        if (Error why = WhyBoneUnwritable(clip, i, counts))
+        if (Error why = WhyBoneUnwritable(clip, i))
             return io::Inside("bone " + std::to_string(i), std::move(why));
     return {};
 }
@@ -127,10 +129,10 @@ void WriteKeys(io::BlockWriter& out, std::uint32_t version, vlClipData& clip)
 
 namespace clips {
 
-Error WhyUnwritable(const vlClipData& clip, std::uint32_t version, keys::UnsetCounts* counts)
+Error WhyUnwritable(const vlClipData& clip, std::uint32_t version)
 {
     Error why = WhyInfoUnwritable(clip);
-    return why ? why : WhyKeysUnwritable(clip, version, counts);
+    return why ? why : WhyKeysUnwritable(clip, version);
 }
 
 void Write(io::BlockWriter& out, std::uint32_t version, vlClipData& clip)
@@ -159,7 +161,7 @@ void vlClipData::WriteClipInfo(std::FILE* stream, std::uint32_t version) const
 
 void vlClipData::WriteKeysData(std::FILE* stream, std::uint32_t version)
 {
-    io::WriteStream(stream, kCantBeWritten, WhyKeysUnwritable(*this, version, nullptr),
+    io::WriteStream(stream, kCantBeWritten, WhyKeysUnwritable(*this, version),
                     [&](io::BlockWriter& out) { WriteKeys(out, version, *this); });
 }
 

@@ -317,8 +317,12 @@ void CompareMeshes(Comparer& out, const vlMeshData& a, const vlMeshData& b, cons
     }
     out.Number("original data count", a.m_originalData.size(), b.m_originalData.size());
     for (std::size_t i = 0; i < std::min(a.m_originalData.size(), b.m_originalData.size()); ++i) {
-        const Comparer::Scope scope(out, "original data " + std::to_string(i));
-        CompareOriginalData(out, *a.m_originalData[i], *b.m_originalData[i], bones);
+        const auto &dataA = a.m_originalData[i], &dataB = b.m_originalData[i];
+        const std::string name = "original data " + std::to_string(i);
+        if (!out.Both(name, dataA != nullptr, dataB != nullptr))
+            continue;
+        const Comparer::Scope scope(out, name);
+        CompareOriginalData(out, *dataA, *dataB, bones);
     }
 }
 

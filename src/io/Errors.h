@@ -30,6 +30,14 @@ inline Error Inside(std::string place, Error error)
     return error;
 }
 
+/// Returns the same error, about the file `path`; success stays empty.
+inline Error InFile(Error error, const char* path)
+{
+    if (error)
+        error.file = path;
+    return error;
+}
+
 /// Formats a version or flags, such as "0x50004".
 inline std::string Hex(std::uint32_t number)
 {
@@ -47,10 +55,11 @@ bool Holds(const Array<T>& array, std::uint64_t count)
 
 /// Returns why an array can't be written as `count` elements; success if it has them.
 /// what  names the elements, such as "positions"
+/// `isExact` also refuses a longer array: its elements are not those that the count means.
 template <class T>
-Error WhyShort(const Array<T>& array, std::uint64_t count, std::string_view what)
+Error WhyShort(const Array<T>& array, std::uint64_t count, std::string_view what, bool isExact = false)
 {
-    if (Holds(array, count))
+    if (isExact ? count == array.size() : Holds(array, count))
         return {};
     std::string text = "the " + std::string(what);
     if (!array)

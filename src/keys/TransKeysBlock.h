@@ -8,8 +8,6 @@
 #include <vlgim/Error.h>
 #include <vlgim/vlTransKeysData.h>
 
-#include <unordered_map>
-
 // Transform channels as containers read and write them: many channels of one file share one allocation.
 namespace vela::vlgim::keys {
 
@@ -87,23 +85,9 @@ void VisitComponents(Keys& keys, Visit visit)
     visit("scales", keys.m_scale, keys.m_scaleKeyed, std::uint32_t{3});
 }
 
-/// The key counts that containers of one file give to channels without a count of their own. The first write sets the
-/// count of a channel, so containers that share a channel have to agree. Otherwise all but the first would be refused
-/// in the middle of the file.
-class UnsetCounts {
-public:
-    bool Agree(const vlTransKeysData& keys, unsigned short keyCount)
-    {
-        return keys.m_keyCount != 0 || m_counts.emplace(&keys, keyCount).first->second == keyCount;
-    }
-
-private:
-    std::unordered_map<const vlTransKeysData*, unsigned short> m_counts;
-};
-
-/// Returns why a channel can't be written with `keyCount` keys, the number of times in its container. An m_keyCount of
-/// 0 counts as not set. Call it before a file is opened, with the same `counts` for all containers of the file.
-Error WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount, UnsetCounts* counts = nullptr);
+/// Returns why a channel can't be written with as many keys as its container has times: a component's array is too
+/// short, or has another number of keys than there are times. Call it before a file is opened.
+Error WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount);
 
 /// Makes the packed arrays of the components whose form has them. If a packed form changes the sign of any rotation,
 /// m_rot becomes a new array, because copies may share the old one.

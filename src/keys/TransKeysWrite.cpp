@@ -51,19 +51,16 @@ void WriteComponent(io::BlockWriter& out, const KeyForm& form, const float* keys
 
 }  // namespace
 
-Error WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount, UnsetCounts* counts)
+Error WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount)
 {
-    if (counts && !counts->Agree(keys, keyCount))
-        return io::Unwritable("another shares it, with other than " + std::to_string(keyCount) + " keys");
-    if (keys.m_keyCount != 0 && keys.m_keyCount != keyCount)
-        return io::Unwritable(std::to_string(keys.m_keyCount) + " keys, but times for " +
-                              std::to_string(keyCount));
     Error why;
     VisitComponents(
         keys, [&](const char* name, const Array<float>& array, unsigned char keyed, std::uint32_t width) {
             const std::uint64_t floats = std::uint64_t{ComponentKeys(keyed, keyCount)} * width;
-            if (!why && !io::Holds(array, floats))
-                why = io::WhyShort(array, floats, name);
+            // An array with more keys than there are times is another channel's, or will be cut for good.
+            const bool isFitting = keyed && keyCount != 0 ? floats == array.size() : io::Holds(array, floats);
+            if (!why && !isFitting)
+                why = io::WhyShort(array, floats, name, true);
         });
     return why;
 }

@@ -128,8 +128,7 @@ Error Load(GimData& model, const char* path, const LoadOptions& options, std::ve
     if (Error missing = model.m_musicXml.LoadFile(vlio::ReplaceFileExtension(path, "_music.ags").c_str()))
         io::Append(warnings, {std::move(missing)});
     error = ReadSubmeshes(model.m_gimXml, model.m_submeshes);
-    error.file = path;
-    return error;
+    return io::InFile(std::move(error), path);
 }
 
 int GimData::Load(const char* path, const char* basePath)
@@ -198,9 +197,8 @@ int GimData::Save(const char* path, const char* basePath)
         options.base = basePath;
     std::vector<Error> warnings;
     const Error error = vlgim::Save(*this, path, options, &warnings);
-    const bool hasFailed = vlio::LogFailure(error, error.file == m_meshPath ? "mesh file" : nullptr);
-    vlio::LogWarnings(warnings, "mesh file");
-    return hasFailed ? 1 : 0;
+    vlio::LogWarnings(warnings, nullptr);
+    return vlio::LogFailure(error, error.file == m_meshPath ? "mesh file" : nullptr) ? 1 : 0;
 }
 
 std::string GimData::GetSkeletonName() const

@@ -15,7 +15,8 @@
 // together with whatever stands behind it, and filled when all of it is known to fit.
 namespace vela::vlgim::mesh {
 
-constexpr std::uint8_t kMostUvSets = 4;  // as many as there are members for
+constexpr std::uint32_t kMostBits = 65535;  // of the mask of used bones: as many as a mesh can have bones
+constexpr std::uint8_t kMostUvSets = 4;     // as many as there are members for
 
 /// Calls visit(name, array, count) for each array of a vertex object, with the entries that its counts give it: none for
 /// what it need not have. A skin's arrays are VisitSkin's.

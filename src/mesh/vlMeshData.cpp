@@ -230,8 +230,7 @@ Error Load(vlMeshData& mesh, const char* path, const LoadOptions& options, std::
         error = Load(mesh, bytes, options, warnings);
     for (std::size_t i = before; warnings && i < warnings->size(); ++i)
         (*warnings)[i].file = path;
-    error.file = path;
-    return error;
+    return io::InFile(std::move(error), path);
 }
 
 bool vlMeshData::ReadMeshFile(const unsigned char* data)

@@ -75,9 +75,8 @@ Error WhyAnimationUnwritable(const vlMeshData& mesh)
     const std::uint32_t count = mesh.m_vertexData->m_subCount;
     if (Error why = io::WhyShort(mesh.m_tracks, count, "tracks of the submeshes"))
         return why;
-    keys::UnsetCounts counts;
     for (std::uint32_t i = 0; i < count; ++i) {
-        Error why = tracks::WhyUnwritable(mesh.m_tracks[i], &counts);
+        Error why = tracks::WhyUnwritable(mesh.m_tracks[i]);
         // The version of the first track is stored for all of them.
         if (FlagsReadAt(mesh.m_tracks[0].m_version, mesh.m_tracks[i].m_flags) != mesh.m_tracks[i].m_flags)
             why = io::Unwritable("the version of the first track has no place for its flags");

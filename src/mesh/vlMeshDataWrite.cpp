@@ -19,13 +19,19 @@ namespace vela::vlgim {
 namespace {
 
 constexpr std::size_t kMostOriginalData = 32766;  // with the vertex block, as many as the table's counts hold
-constexpr std::uint32_t kSlots = 4;               // bone references of a vertex in a file
+constexpr std::uint64_t kLargestOffset = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint32_t kSlots = 4;  // bone references of a vertex in a file
 
 // Whether an object is of one of the library's classes and no caller's, whose writer may put out what it likes.
 template <class Vertices>
 bool IsExactly(const vlMeshVertexData& vertices)
 {
     return typeid(vertices) == typeid(Vertices);
+}
+
+bool IsOurs(const vlMeshVertexData& vertices)
+{
+    return IsExactly<vlMeshVertexData>(vertices) || IsExactly<vlMeshSkelVertexData>(vertices);
 }
 
 Error WhyKindUnwritable(const vlMeshData& mesh)
@@ -56,9 +62,7 @@ Error WhyFramesUnwritable(const vlMeshData& mesh)
 
 Error WhyVerticesUnwritable(const vlMeshData& mesh)
 {
-    const vlMeshVertexData& vertices = *mesh.m_vertexData;
-    const bool isOurs = IsExactly<vlMeshVertexData>(vertices) || IsExactly<vlMeshSkelVertexData>(vertices);
-    return isOurs ? WhyUnwritable(vertices) : Error();
+    return IsOurs(*mesh.m_vertexData) ? WhyUnwritable(*mesh.m_vertexData) : Error();
 }
 
 Error WhyOriginalDataUnwritable(const vlMeshData& mesh)
@@ -105,35 +109,62 @@ Error PassesOffsets()
 
 Error WhyTooLarge(const vlMeshData& mesh)
 {
-    return LargestOffset(mesh) > std::numeric_limits<std::uint32_t>::max() ? PassesOffsets() : Error();
+    return LargestOffset(mesh) > kLargestOffset ? PassesOffsets() : Error();
 }
 
-// What the writer of a caller's class puts into a stream, by way of a file of its own: it may seek.
-Error WriteForeign(io::BlockWriter& out, vlMeshVertexData& vertices)
-{
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
-    if (file)
-        vertices.WriteData(file.get());
-    if (!file || std::fflush(file.get()) != 0 || std::ferror(file.get()) != 0)
-        return io::Unwritable("the vertex block could not be put into a temporary file");
-    std::rewind(file.get());
-    std::vector<unsigned char> piece(std::size_t{256} << 10);
-    const std::uint64_t start = out.Position();
-    while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), file.get()))
-        out.Run(piece.data(), size);
-    if (out.Position() == start)
-        return io::Unwritable("the vertex object has written nothing");
-    return {};
-}
+// What the writer of a caller's class puts out, by way of a file of its own: it may seek.
+class ForeignBlock {
+public:
+    // Nothing for the library's own classes.
+    explicit ForeignBlock(vlMeshVertexData& vertices)
+    {
+        if (IsOurs(vertices))
+            return;
+        m_file.reset(std::tmpfile());
+        if (m_file)
+            vertices.WriteData(m_file.get());
+        const bool isWritten =
+            m_file && std::fseek(m_file.get(), 0, SEEK_END) == 0 && std::ferror(m_file.get()) == 0;
+        m_size = isWritten ? std::ftell(m_file.get()) : -1;
+    }
 
-Error WriteVertices(io::BlockWriter& out, vlMeshVertexData& vertices)
+    Error WhyUnwritable(const vlMeshData& mesh) const
+    {
+        if (!m_file || m_size < 0)
+            return vlio::Failure(ErrorKind::NotWritten, 0, "",
+                                 "the vertex block could not be put into a temporary file");
+        if (m_size == 0)
+            return io::Unwritable("the vertex object has written nothing");
+        return LargestOffset(mesh) + static_cast<std::uint64_t>(m_size) > kLargestOffset ? PassesOffsets()
+                                                                                         : Error();
+    }
+
+    Error Copy(io::BlockWriter& out) const
+    {
+        std::rewind(m_file.get());
+        std::vector<unsigned char> piece(std::size_t{256} << 10);
+        const std::uint64_t start = out.Position();
+        while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), m_file.get()))
+            out.Run(piece.data(), size);
+        if (out.Position() - start == static_cast<std::uint64_t>(m_size))
+            return {};
+        return vlio::Failure(ErrorKind::NotWritten, 0, "",
+                             "the temporary file of the vertex block can't be read");
+    }
+
+private:
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> m_file{nullptr, std::fclose};
+    long m_size = 0;
+};
+
+Error WriteVertices(io::BlockWriter& out, vlMeshVertexData& vertices, const ForeignBlock& foreign)
 {
     if (IsExactly<vlMeshSkelVertexData>(vertices))
         mesh::Write(out, static_cast<vlMeshSkelVertexData&>(vertices));
     else if (IsExactly<vlMeshVertexData>(vertices))
         mesh::Write(out, vertices);
     else
-        return WriteForeign(out, vertices);
+        return foreign.Copy(out);
     return {};
 }
 
@@ -163,6 +194,9 @@ Error WarnOfVertexTypes(const vlMeshData& mesh)
 
 Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOffset)
 {
+    const ForeignBlock foreign(*mesh.m_vertexData);
+    if (Error why = IsOurs(*mesh.m_vertexData) ? Error() : foreign.WhyUnwritable(mesh))
+        return why;
     io::BlockWriter out(sink);
     out.Value(kMeshMagic);
     out.Value(kNewestVersion);
@@ -180,14 +214,12 @@ Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOf
         table.PushDataPair(type, table.PushBlockInfo(static_cast<std::uint32_t>(out.Position())));
     };
     push(MESH_DATA_VERTEX);
-    if (Error error = WriteVertices(out, *mesh.m_vertexData))
+    if (Error error = WriteVertices(out, *mesh.m_vertexData, foreign))
         return error;
     for (const auto& data : mesh.m_originalData) {
         push(data->m_type);
         Write(out, *data);
     }
-    if (out.Position() > std::numeric_limits<std::uint32_t>::max())
-        return PassesOffsets();
     const auto tableAt = static_cast<std::uint32_t>(out.Position());
     Write(out, table);
     out.Patch(offsetAt, tableAt);
@@ -216,16 +248,15 @@ Error Save(const vlMeshData& mesh, const char* path, std::vector<Error>* warning
             io::SaveFile(path, warnings, [&mesh](vlio::Sink& sink) { return mesh::WriteFile(sink, mesh); });
     if (Error warning = error ? Error() : mesh::WarnOfVertexTypes(mesh))
         io::Append(warnings, {std::move(warning)});
-    error.file = path;
-    return error;
+    return io::InFile(std::move(error), path);
 }
 
 int vlMeshData::WriteMeshFile(const char* path)
 {
     std::vector<Error> warnings;
-    const bool hasFailed = vlio::LogFailure(Save(*this, path, &warnings), "mesh file");
-    vlio::LogWarnings(warnings, "mesh file");
-    return hasFailed ? 1 : 0;
+    const Error error = Save(*this, path, &warnings);
+    vlio::LogWarnings(warnings, nullptr);
+    return vlio::LogFailure(error, "mesh file") ? 1 : 0;
 }
 
 int vlMeshData::WriteMeshFile(std::FILE* stream)

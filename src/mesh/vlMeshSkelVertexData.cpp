@@ -1,3 +1,4 @@
+#include "MeshVersions.h"
 #include "VertexBlock.h"
 
 #include <io/ArrayBlock.h>
@@ -13,11 +14,7 @@ namespace {
 
 using io::Block;
 
-constexpr unsigned int kMaskVersion = 0x50003;           // the mask of used bones arrived
-constexpr unsigned int kWideReferenceVersion = 0x50004;  // references of two bytes, and the mask's bit count
-constexpr unsigned int kEightSlotVersion = 0x50005;      // never in a .mesh file
 constexpr std::uint32_t kBitsWithoutCount = 255;
-constexpr std::uint32_t kMostBits = 65535;  // as many as a mesh can have bones
 constexpr std::uint16_t kNoBone = 0xFFFF;
 
 void FillReferences(std::uint16_t* indices, const unsigned char* source, std::uint64_t count,

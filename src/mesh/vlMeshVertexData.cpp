@@ -1,6 +1,7 @@
 #include <vlgim/vlMeshVertexData.h>
 
 #include "HalfToFloat.h"
+#include "MeshVersions.h"
 #include "VertexBlock.h"
 
 #include <io/ArrayBlock.h>
@@ -19,9 +20,8 @@ using io::Block;
 using Vector3 = geomath::_Vector3<float>;
 using Point2 = geomath::_Point2<float>;
 
-constexpr unsigned int kTangentVersion = 0x50001;  // the tangent stream arrived
-constexpr unsigned int kHalfPackMode = 1;          // positions and uvs are half floats
-constexpr std::uint64_t kEntrySize = 10;           // u32 vertices, u32 triangles, u8 uv sets, u8 colours
+constexpr unsigned int kHalfPackMode = 1;  // positions and uvs are half floats
+constexpr std::uint64_t kEntrySize = 10;   // u32 vertices, u32 triangles, u8 uv sets, u8 colours
 
 SubmeshRecord EntryAt(const unsigned char* entries, std::uint64_t index)
 {

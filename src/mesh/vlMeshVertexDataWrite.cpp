@@ -7,8 +7,6 @@ namespace vela::vlgim {
 
 namespace {
 
-constexpr std::uint32_t kMostBits = 65535;  // as many as a mesh can have bones
-
 std::string Text(std::uint64_t number)
 {
     return std::to_string(number);
@@ -63,7 +61,7 @@ Error WhySkinUnwritable(const vlMeshSkelVertexData& mesh)
         if (!why)
             why = io::WhyShort(array, count, name);
     });
-    if (!why && mesh.m_usedBoneBits > kMostBits)
+    if (!why && mesh.m_usedBoneBits > mesh::kMostBits)
         return io::Unwritable("the mask of used bones has " + Text(mesh.m_usedBoneBits) +
                               " bits, and 65535 is the most");
     return why;

@@ -18,8 +18,8 @@ void Skip(io::BlockReader& in);
 /// Reads a whole track file. What fails otherwise than in the reader gives an error here.
 Error ReadFile(io::BlockReader& in, vlTrackData& track);
 
-/// Why a track can't be written. To be asked before a file is opened, with the `counts` of all its tracks.
-Error WhyUnwritable(const vlTrackData& track, keys::UnsetCounts* counts = nullptr);
+/// Why a track can't be written. To be asked before a file is opened.
+Error WhyUnwritable(const vlTrackData& track);
 
 /// Bytes of a block in full, before any component collapses to one key.
 std::uint64_t LargestSize(const vlTrackData& track);

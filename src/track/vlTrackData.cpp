@@ -144,8 +144,7 @@ Error Load(vlTrackData& track, const char* path, const LoadOptions& options)
     Error error = vlio::ReadFile(path, bytes);
     if (!error)
         error = Load(track, bytes, options);
-    error.file = path;
-    return error;
+    return io::InFile(std::move(error), path);
 }
 
 bool vlTrackData::Load(const char* path)

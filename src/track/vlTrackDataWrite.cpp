@@ -12,7 +12,7 @@ namespace vela::vlgim {
 
 namespace tracks {
 
-Error WhyUnwritable(const vlTrackData& track, keys::UnsetCounts* counts)
+Error WhyUnwritable(const vlTrackData& track)
 {
     if (Error why = keys::WhyUnwritable(track.m_times))
         return why;
@@ -20,7 +20,7 @@ Error WhyUnwritable(const vlTrackData& track, keys::UnsetCounts* counts)
         return why;
     const unsigned short keyCount = keys::WrittenKeyCount(track.m_times);
     for (unsigned i = 0; i < track.m_channelCount; ++i)
-        if (Error why = keys::WhyUnwritable(track.m_channels[i], keyCount, counts))
+        if (Error why = keys::WhyUnwritable(track.m_channels[i], keyCount))
             return io::Inside("channel " + std::to_string(i), std::move(why));
     return {};
 }
@@ -79,8 +79,9 @@ Error Save(vlTrackData& track, const char* path, std::vector<Error>* warnings)
 void vlTrackData::Save(const char* path)
 {
     std::vector<Error> warnings;
-    vlio::LogFailure(vlgim::Save(*this, path, &warnings), "track file");
-    vlio::LogWarnings(warnings, "track file");
+    const Error error = vlgim::Save(*this, path, &warnings);
+    vlio::LogWarnings(warnings, nullptr);
+    vlio::LogFailure(error, "track file");
 }
 
 void vlTrackData::WriteData(std::FILE* stream)
