@@ -275,7 +275,7 @@ void InsertBone(vlMeshData& mesh)
     for (std::uint16_t i = 1; i <= count; ++i)
         mesh.m_boneParents[i] += mesh.m_boneParents[i] != 0xFFFF;
     vlMeshSkelVertexData& skin = SkinOf(mesh);
-    for (int i = 0; i < 8; ++i) {
+    for (std::size_t i = 0; i < 8; ++i) {
         skin.m_boneIndices[i] += skin.m_boneIndices[i] < count;
         mesh.m_originalData[0]->m_origBones[i] += mesh.m_originalData[0]->m_origBones[i] < count;
     }

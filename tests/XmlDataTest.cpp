@@ -365,7 +365,7 @@ std::string Printed(std::string_view text)
     return printer.CStr();
 }
 
-// Of each byte but NUL: whether it may begin a name, go on with one, and be a digit of a reference.
+// Of each byte but NUL, as the scan takes it for granted: whether it may begin a name, go on with one, and be a digit of a reference.
 TEST(XmlParser, ClassesOfBytes)
 {
     std::string starts, parts, digits, hexDigits, spaces;

@@ -34,12 +34,7 @@ vlOriginalData Read(const Bytes& block, unsigned version = 0x30017)
 TEST(vlOriginalData, ReadsAndWrites)
 {
     vlOriginalData data = Read(kBlock);
-    EXPECT_EQ(std::tuple(data.m_type, data.m_origVertexCount, data.m_origIndexCount, data.m_origExtraCount,
-                         data.m_hasSkin),
-              std::tuple(MESH_DATA_VERTEX, 2U, 3U, 1U, 1));
-    EXPECT_EQ(std::tuple(data.m_origPositions[1].z, data.m_origIndices[2], data.m_origExtra[0],
-                         data.m_origBones[7], data.m_origWeights[7]),
-              std::tuple(6.0F, 1, 0xCAFEBABE, 7, 5.0F));
+    EXPECT_EQ(std::tuple(data.m_type, data.m_hasSkin), std::tuple(MESH_DATA_VERTEX, 1));
     EXPECT_EQ(Write(data), kBlock);
     EXPECT_EQ(mesh::WrittenSize(data), kBlock.size());
     ExpectLiesReadBack(vlOriginalData(), kBlock, &vlOriginalData::ReadDataNew, &Write);
