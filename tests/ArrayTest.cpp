@@ -139,6 +139,12 @@ TEST(Array, CopiesShareAndClonesDoNot)
     shown = *&shown;
     EXPECT_EQ(moved[1] + own[1] + shown[1], "cbc");
     EXPECT_TRUE(names == nullptr && names.size() == 0 && names.begin() == names.end());
+    const auto counted = std::make_shared<int>();
+    {
+        const Array<std::shared_ptr<int>> elements(2, counted), copy = elements;
+        EXPECT_EQ(counted.use_count(), 3);
+    }
+    EXPECT_EQ(counted.use_count(), 1) << "the last array ends its elements";
     EXPECT_THROW(Array<double>(std::numeric_limits<std::size_t>::max() / 4), std::bad_alloc);
 }
 

@@ -175,7 +175,10 @@ TEST_F(FileWriterTest, OneTargetTwiceIsRefused)
         EXPECT_FALSE(set.Open(Path("a").c_str(), sink));
         const Error error = set.Open(Path(spelling).c_str(), sink);
         EXPECT_EQ(sink, nullptr) << spelling;
-        EXPECT_EQ(error.Message(), Path(spelling) + ": is the target of two files that are saved together");
+        const LogCapture log;
+        LogFailure(error, "track file");
+        EXPECT_EQ(log.lines,
+                  Lines{"E " + Path(spelling) + " is the target of two files that are saved together"});
         EXPECT_FALSE(set.Open(Path("f/a").c_str(), sink));
     }
 }

@@ -47,6 +47,7 @@ TEST(vlMeshSkelVertexData, TheMaskFollowsTheReferences)
         std::vector<bool> used(bits);
         used[1] = used[8] = version >= 0x50003;
         EXPECT_EQ(mesh.m_usedBones, used);
+        mesh.m_boneIndices[7] = 0xFFFF;       // so that bone 0 has the first slot alone
         const Bytes written = Written(mesh);  // of which meshes show every byte
         EXPECT_EQ(mesh::WrittenSize(mesh), written.size());
         used[0] = used[2] = true;
