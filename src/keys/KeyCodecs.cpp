@@ -110,14 +110,6 @@ Codes Encode(_Rotation<float>& q)
     return {tag, ToCode<kLargestCode>(a), ToCode<kLargestCode>(b), ToCode<kLargestCode>(c)};
 }
 
-void Assign(const _Rotation<float>& q, float* x, float* y, float* z, float* w)
-{
-    *x = q.x;
-    *y = q.y;
-    *z = q.z;
-    *w = q.w;
-}
-
 // --- half floats ---
 
 std::uint16_t HalfOf(float single)
@@ -157,7 +149,10 @@ _Rotation<float> KeyAt(const float* keys, std::uint64_t index)
 
 void SetKey(float* keys, std::uint64_t index, const _Rotation<float>& q)
 {
-    Assign(q, &keys[4 * index], &keys[4 * index + 1], &keys[4 * index + 2], &keys[4 * index + 3]);
+    keys[4 * index] = q.x;
+    keys[4 * index + 1] = q.y;
+    keys[4 * index + 2] = q.z;
+    keys[4 * index + 3] = q.w;
 }
 
 Words LoadWords(const void* records, std::uint64_t index)
@@ -260,56 +255,6 @@ const RunCodecs& CodecsFor(std::uint64_t count)
 const RunCodecs kPlainCodecs{PlainEncodeRotations32,   PlainEncodeRotations48, PlainEncodeHalfRotations,
                              PlainEncodeHalfVectors3,  PlainDecodeRotations32, PlainDecodeRotations48,
                              PlainDecodeHalfRotations, PlainDecodeHalfVectors3};
-
-std::uint32_t EncodeRotation32(float* x, float* y, float* z, float* w)
-{
-    _Rotation<float> q{*x, *y, *z, *w};
-    const Codes codes = Encode<kLargest32>(q);
-    Assign(q, x, y, z, w);
-    return Pack32(codes);
-}
-
-void DecodeRotation32(std::uint32_t word, float* x, float* y, float* z, float* w)
-{
-    Assign(Decode<kLargest32>(Unpack32(word)), x, y, z, w);
-}
-
-void EncodeRotation48(float* x, float* y, float* z, float* w, std::uint16_t* word0, std::uint16_t* word1,
-                      std::uint16_t* word2)
-{
-    _Rotation<float> q{*x, *y, *z, *w};
-    const Words words = Pack48(Encode<kLargest48>(q));
-    Assign(q, x, y, z, w);
-    *word0 = words.word0;
-    *word1 = words.word1;
-    *word2 = words.word2;
-}
-
-void DecodeRotation48(std::uint16_t word0, std::uint16_t word1, std::uint16_t word2, float* x, float* y,
-                      float* z, float* w)
-{
-    Assign(Decode<kLargest48>(Unpack48({word0, word1, word2})), x, y, z, w);
-}
-
-void EncodeHalfRotation(const float* in, std::uint16_t* out)
-{
-    EncodeHalves(in, 4, out);
-}
-
-void EncodeHalfVector3(const float* in, std::uint16_t* out)
-{
-    EncodeHalves(in, 3, out);
-}
-
-void DecodeHalfRotation(const std::uint16_t* in, float* out)
-{
-    PlainDecodeHalfRotations(in, 1, out);
-}
-
-void DecodeHalfVector3(const std::uint16_t* in, float* out)
-{
-    DecodeHalves(in, 3, out);
-}
 
 void EncodeRotations32(float* keys, std::uint64_t count, void* records)
 {

@@ -3,7 +3,8 @@
 #include <cstdint>
 
 // The small forms of keys in a file. Records are little-endian, without padding and at any alignment. A codec
-// works on the run of records of a whole channel; the functions for a single key give the same bits.
+// works on the run of a whole channel: `count` records, and as many keys of 4 floats (rotations) or 3 (vectors),
+// which do not overlap.
 //
 // PackedRotation32, 4 bytes: a unit quaternion without its largest component, which the length gives back.
 //   Bits 31-30 tell which one is missing, 0 for x to 3 for w. The other three follow in the order that starts
@@ -13,34 +14,20 @@
 // HalfRotation, 8 bytes, and HalfVector3, 6 bytes: half floats.
 namespace vela::vlgim::keys {
 
-/// Negates all four components, in place, where the largest is below 0: only so it can be left out.
+/// Negates all four components of a key, in place, where the largest is below 0: only so it can be left out.
 /// Components that no unit quaternion has wrap around in their field.
-std::uint32_t EncodeRotation32(float* x, float* y, float* z, float* w);
-void EncodeRotation48(float* x, float* y, float* z, float* w, std::uint16_t* word0, std::uint16_t* word1,
-                      std::uint16_t* word2);
-
-/// The length is not corrected. Codes that no unit quaternion gives can leave NaN in the missing component.
-void DecodeRotation32(std::uint32_t word, float* x, float* y, float* z, float* w);
-void DecodeRotation48(std::uint16_t word0, std::uint16_t word1, std::uint16_t word2, float* x, float* y,
-                      float* z, float* w);
-
-/// Four and three values, mantissas cut, not rounded.
-void EncodeHalfRotation(const float* in, std::uint16_t* out);
-void EncodeHalfVector3(const float* in, std::uint16_t* out);
-
-/// Normalises what is clearly no unit quaternion: a squared length below 0.95 or above 1.
-void DecodeHalfRotation(const std::uint16_t* in, float* out);
-void DecodeHalfVector3(const std::uint16_t* in, float* out);
-
-// Runs: `count` records, and as many keys of 4 floats (rotations) or 3 (vectors). Encoding negates keys in
-// place as above. Records and keys do not overlap.
 void EncodeRotations32(float* keys, std::uint64_t count, void* records);
 void EncodeRotations48(float* keys, std::uint64_t count, void* records);
+
+/// Mantissas are cut, not rounded.
 void EncodeHalfRotations(float* keys, std::uint64_t count, void* records);
 void EncodeHalfVectors3(float* keys, std::uint64_t count, void* records);
 
+/// The length is not corrected. Codes that no unit quaternion gives can leave NaN in the missing component.
 void DecodeRotations32(const void* records, std::uint64_t count, float* keys);
 void DecodeRotations48(const void* records, std::uint64_t count, float* keys);
+
+/// Normalises what is clearly no unit quaternion: a squared length below 0.95 or above 1.
 void DecodeHalfRotations(const void* records, std::uint64_t count, float* keys);
 void DecodeHalfVectors3(const void* records, std::uint64_t count, float* keys);
 
