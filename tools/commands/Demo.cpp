@@ -133,7 +133,7 @@ bool CheckFit(const std::string& folder)
         Vector3 place = Vector3{} - TranslationOf(mesh.m_boneMatrices[bone]);
         if (parent < mesh.m_boneCount)
             place = place + TranslationOf(mesh.m_boneMatrices[parent]);
-        const Vector3 off = place - anim.m_boneTrans[at].m_pos;
+        const Vector3 off = place - anim.m_boneTrans[static_cast<std::size_t>(at)].m_pos;
         fitting += std::max({std::fabs(off.x), std::fabs(off.y), std::fabs(off.z)}) < 1e-6F ? 1 : 0;
     }
     std::printf("\n%d of %u bones of walker.gim fit %s\n", fitting, mesh.m_boneCount,
