@@ -129,7 +129,8 @@ test_usage() {
     says err "there is no code 'weigth-sum'; is it weight-sum?"
     expect 2 check --memory-limit 0 good
     expect 2 check -j 0 good
-    expect 1 check --memory-limit 1 --only memory-limit /proc/self/exe good
+    head -c 2000000 /dev/zero >large.mesh
+    expect 1 check --memory-limit 1 --only memory-limit large.mesh good
     says out '[memory-limit]'
 }
 
