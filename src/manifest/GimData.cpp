@@ -190,6 +190,8 @@ Error Save(const GimData& model, const char* path, const SaveOptions& options, s
     return error;
 }
 
+// Writing changes the channels of the tracks.
+// NOLINTNEXTLINE(readability-make-member-function-const)
 int GimData::Save(const char* path, const char* basePath)
 {
     SaveOptions options;

@@ -251,6 +251,8 @@ Error Save(const vlMeshData& mesh, const char* path, std::vector<Error>* warning
     return io::InFile(std::move(error), path);
 }
 
+// Writing changes the channels of the tracks.
+// NOLINTNEXTLINE(readability-make-member-function-const)
 int vlMeshData::WriteMeshFile(const char* path)
 {
     std::vector<Error> warnings;
@@ -259,6 +261,7 @@ int vlMeshData::WriteMeshFile(const char* path)
     return vlio::LogFailure(error, "mesh file") ? 1 : 0;
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const)
 int vlMeshData::WriteMeshFile(std::FILE* stream)
 {
     if (LogUnwritable(WhyUnwritable(*this)))
