@@ -16,7 +16,7 @@ void ForEachBone(vlAnimData& anim, Convert convert)
     for (const auto& clip : anim.m_clips) {
         if (!clip)
             continue;
-        const std::size_t count =
+        const auto count =
             std::min<std::size_t>({clip->m_boneCount, vlClipData::kMaxBones, clip->m_keys.size()});
         for (std::size_t i = 0; i < count; ++i)
             if (const auto found = std::find(first, last, clip->m_boneNameIds[i]); found != last)
