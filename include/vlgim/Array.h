@@ -106,7 +106,7 @@ public:
         detail::FreeBlock(m_block);
     }
 
-    /// Makes `count` elements for a caller who writes all of them. They are not initialised if T is a plain type.
+    /// Makes `count` elements. Elements of a plain type are not initialised: the caller has to write each of them.
     /// Throws std::bad_alloc.
     static Array ForOverwrite(std::size_t count)
     {

@@ -53,7 +53,7 @@ enum class FileKind : unsigned char {
     Unknown,
     Model,      ///< .gim: the manifest, with its mesh, material group and music
     Mesh,       ///< .mesh
-    Animation,  ///< .gis, with its side files and the .ags next to it; a side file alone is Unknown
+    Animation,  ///< .gis, with its side files and .ags; a side file on its own is Unknown
     Track,      ///< a track file
     Document,   ///< .mtg, .ags, and any other document
 };
