@@ -8,7 +8,7 @@ namespace vlio {
 
 struct XmlScan {
     int error = 0;       ///< 0 or an XmlRefusal
-    std::size_t at = 0;  ///< byte at which the scan ended
+    std::size_t at = 0;  ///< byte at which the document was refused
 };
 
 /// Scans a document before tinyxml2 9.0.0 parses it, for what tinyxml2 would accept but silently change, or would take
