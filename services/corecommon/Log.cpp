@@ -14,11 +14,11 @@ namespace {
 void WriteToStderr(LogLevel, const char* text, void*)
 {
     std::string line = text;
-    while (!line.empty() && line.back() == '\n')
-        line.pop_back();
-    line += '\n';
+    line.erase(line.find_last_not_of('\n') + 1) += '\n';
     std::fputs(line.c_str(), stderr);
 }
+
+void Drop(LogLevel, const char*, void*) {}
 
 struct Sink {
     LogSink call = WriteToStderr;
@@ -26,23 +26,8 @@ struct Sink {
 };
 
 constinit std::mutex sinkMutex;
-constinit Sink currentSink;
-
-}  // namespace
-
-// Hands a message to the innermost sink of this thread; false if it has none.
-struct ThreadLog {
-    static constinit inline thread_local ThreadLogSink* innermost = nullptr;
-
-    static bool Take(LogLevel level, const char* text)
-    {
-        if (innermost && innermost->m_sink)
-            innermost->m_sink(level, text, innermost->m_user);
-        return innermost != nullptr;
-    }
-};
-
-namespace {
+constinit Sink commonSink;
+constinit thread_local Sink threadSink{nullptr};  // without a call the common one counts
 
 void Log(LogLevel level, const char* format, std::va_list args)
 {
@@ -55,12 +40,10 @@ void Log(LogLevel level, const char* format, std::va_list args)
     std::string text(static_cast<std::size_t>(length), '\0');
     std::vsnprintf(text.data(), text.size() + 1, format, args);
 
-    if (ThreadLog::Take(level, text.c_str()))
-        return;
-    Sink sink;
-    {
+    Sink sink = threadSink;
+    if (!sink.call) {
         const std::lock_guard lock(sinkMutex);
-        sink = currentSink;
+        sink = commonSink;
     }
     // Not under the lock: a sink may log, or set another sink.
     sink.call(level, text.c_str(), sink.user);
@@ -71,17 +54,18 @@ void Log(LogLevel level, const char* format, std::va_list args)
 void SetLogSink(LogSink sink, void* user)
 {
     const std::lock_guard lock(sinkMutex);
-    currentSink = sink ? Sink{sink, user} : Sink{};
+    commonSink = sink ? Sink{sink, user} : Sink{};
 }
 
 ThreadLogSink::ThreadLogSink(LogSink sink, void* user)
-    : m_sink(sink), m_user(user), m_outer(std::exchange(ThreadLog::innermost, this))
+    : m_outer(std::exchange(threadSink.call, sink ? sink : Drop)),
+      m_outerUser(std::exchange(threadSink.user, user))
 {
 }
 
 ThreadLogSink::~ThreadLogSink()
 {
-    ThreadLog::innermost = m_outer;
+    threadSink = {m_outer, m_outerUser};
 }
 
 void LogError(const char* format, ...)

@@ -29,11 +29,8 @@ public:
     ~ThreadLogSink();
 
 private:
-    friend struct ThreadLog;
-
-    LogSink m_sink;
-    void* m_user;
-    ThreadLogSink* m_outer;
+    LogSink m_outer;  // null: none
+    void* m_outerUser;
 };
 
 /// Logs a printf-style message. Nothing is added to it: no level, no prefix, no newline.
