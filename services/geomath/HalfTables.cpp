@@ -9,64 +9,48 @@ namespace {
 constexpr std::uint32_t SingleBits(std::uint32_t half)
 {
     const std::uint32_t sign = (half & 0x8000U) << 16;
-    const std::uint32_t exponent = half >> 10 & 31;
-    const std::uint32_t mantissa = half & 0x3FFU;
-    if (exponent == 31)
-        return sign | 0x7F800000U | mantissa << 13;
-    if (exponent != 0)
-        return sign | ((exponent + 112) << 23) | mantissa << 13;
-    if (mantissa == 0)
-        return sign;
-    // A subnormal half is a normal single: its highest bit becomes the hidden one.
-    const auto high = static_cast<std::uint32_t>(std::bit_width(mantissa)) - 1;
-    return sign | (high + 103) << 23 | (mantissa << (23 - high) & 0x7FFFFFU);
+    const std::uint32_t magnitude = (half & 0x7FFFU) << 13;
+    if (magnitude >= 31U << 23)  // infinity and NaN
+        return sign | 0x70000000U | magnitude;
+    // The exponent of a single counts from 112 lower. The product is exact, also that of a subnormal.
+    return sign | std::bit_cast<std::uint32_t>(std::bit_cast<float>(magnitude) * 0x1P112F);
 }
 
-constexpr auto SingleTable()
-{
-    std::array<std::uint32_t, 65536> table{};
-    for (std::uint32_t half = 0; half < 65536; ++half)
-        table[half] = SingleBits(half);
-    return table;
-}
-
-struct HalfEntry {
-    std::uint16_t base;
-    std::uint8_t shift;
+struct Entries {
+    unsigned base, shift;
 };
 
-constexpr HalfEntry EntryOf(int exponent)
+// What the base and the shift table have for a float with these bits of sign and exponent.
+constexpr Entries EntriesOf(unsigned signAndExponent)
 {
-    const auto entry = [](int base, int shift) {
-        return HalfEntry{static_cast<std::uint16_t>(base), static_cast<std::uint8_t>(shift)};
-    };
+    const unsigned sign = (signAndExponent & 256U) << 7;
+    const int exponent = static_cast<int>(signAndExponent & 255U) - 127;
     if (exponent < -24)
-        return entry(0, 24);
+        return {sign, 24};
     if (exponent < -14)  // subnormal as a half
-        return entry(0x400 >> (-exponent - 14), -exponent - 1);
+        return {sign | 0x400U >> (-exponent - 14), static_cast<unsigned>(-exponent - 1)};
     if (exponent <= 15)
-        return entry((exponent + 15) << 10, 13);
-    if (exponent < 128)  // too large: infinity, whatever the mantissa
-        return entry(0x7C00, 24);
-    return entry(0x7C00, 13);  // infinity and NaN
+        return {sign | static_cast<unsigned>(exponent + 15) << 10, 13};
+    // Infinity. What is too large loses its mantissa, and a NaN keeps it.
+    return {sign | 0x7C00U, exponent < 128 ? 24U : 13U};
 }
 
-template <class T, T HalfEntry::*field>
-constexpr std::array<T, 512> ExponentTable(T signBit)
+template <class T, std::size_t size, class Entry>
+constexpr std::array<T, size> Table(Entry entry)
 {
-    std::array<T, 512> table{};
-    for (unsigned i = 0; i < 256; ++i) {
-        table[i] = EntryOf(static_cast<int>(i) - 127).*field;
-        table[i + 256] = static_cast<T>(table[i] | signBit);
-    }
+    std::array<T, size> table{};
+    for (unsigned i = 0; i < size; ++i)
+        table[i] = static_cast<T>(entry(i));
     return table;
 }
 
 }  // namespace
 
 // Made by the compiler, so that they are constant data in the library.
-constexpr std::array<std::uint32_t, 65536> _to_float = SingleTable();
-constexpr std::array<std::uint16_t, 512> _base_table = ExponentTable<std::uint16_t, &HalfEntry::base>(0x8000);
-constexpr std::array<std::uint8_t, 512> _shift_table = ExponentTable<std::uint8_t, &HalfEntry::shift>(0);
+constexpr std::array<std::uint32_t, 65536> _to_float = Table<std::uint32_t, 65536>(SingleBits);
+constexpr std::array<std::uint16_t, 512> _base_table =
+    Table<std::uint16_t, 512>([](unsigned i) { return EntriesOf(i).base; });
+constexpr std::array<std::uint8_t, 512> _shift_table =
+    Table<std::uint8_t, 512>([](unsigned i) { return EntriesOf(i).shift; });
 
 }  // namespace vela::geomath
