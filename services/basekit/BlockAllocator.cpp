@@ -5,12 +5,12 @@
 #include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 
 namespace kit {
 
 namespace {
 
-constexpr std::size_t kPage = platform::kPageSize;
 constexpr std::size_t kHugePage = platform::kHugePageSize;
 
 // The C library usually has memory for smaller blocks, so they need no new pages.
@@ -31,63 +31,32 @@ constexpr bool kIsPlain = true;
 constexpr bool kIsPlain = false;
 #endif
 
-std::size_t RoundDown(std::size_t size, std::size_t unit)
-{
-    return size & ~(unit - 1);
-}
-
-std::size_t RoundUp(std::size_t size, std::size_t unit)
-{
-    return RoundDown(size + unit - 1, unit);
-}
-
-// The first address at or after `memory` that is a multiple of the unit.
-unsigned char* AlignUp(void* memory, std::size_t unit)
-{
-    const auto address = reinterpret_cast<std::uintptr_t>(memory);
-    return static_cast<unsigned char*>(memory) + (RoundUp(address, unit) - address);
-}
-
-// Gives a block its pages if it has none. A first load of 144 KB then takes four fifths of its time, one of 29 MB on
-// huge pages a twentieth. On a system that ignores or lacks these requests only the calls are wasted.
-void ReadyPages(unsigned char* block, std::size_t bytes)
-{
-    unsigned char* const first = AlignUp(block, kPage);
-    const std::size_t size = RoundDown(bytes - static_cast<std::size_t>(first - block), kPage);
-    if (platform::IsResident(first + size - kPage))
-        return;
-    if (bytes >= kLeastHuge) {
-        platform::PreferHugePages(first, RoundUp(bytes, kHugePage));
-        *static_cast<volatile unsigned char*>(first) = 0;
-        // If one write brought more than its own page, the pages are huge. The others are then left to the copy.
-        if (platform::IsResident(first + kPage))
-            return;
-    }
-    platform::PopulatePages(first, size);
-}
-
 }  // namespace
 
 std::size_t BlockFootprint(std::size_t bytes)
 {
     if (bytes < kLeastHuge || bytes > PTRDIFF_MAX - 2 * kHugePage)
         return bytes;
-    return RoundUp(bytes + sizeof(void*), kHugePage) + kHugePage;
+    return (bytes + sizeof(void*) + kHugePage - 1) / kHugePage * kHugePage + kHugePage;
 }
 
+// A first load of 144 KB takes four fifths of its time once its block has its pages, one of 29 MB on huge pages a
+// twentieth. On a system that ignores or lacks these requests only the calls are wasted.
 void* AllocateBlock(std::size_t bytes)
 {
     if (kIsPlain)
         return ::operator new(bytes);
-    void* const memory = ::operator new(BlockFootprint(bytes));
+    std::size_t space = BlockFootprint(bytes);
+    void* const memory = ::operator new(space);
     if (bytes < kLeastHuge) {
         if (bytes >= kLeastFresh && askedAbout.fetch_add(1, std::memory_order_relaxed) < kBlocksAskedAbout)
-            ReadyPages(static_cast<unsigned char*>(memory), bytes);
+            platform::PopulatePages(memory, bytes, false);
         return memory;
     }
-    unsigned char* const block = AlignUp(memory, kHugePage);
-    ReadyPages(block, bytes);
-    std::memcpy(block + bytes, &memory, sizeof memory);  // for FreeBlock
+    void* block = memory;
+    std::align(kHugePage, bytes + sizeof memory, block, space);
+    platform::PopulatePages(block, bytes, true);
+    std::memcpy(static_cast<unsigned char*>(block) + bytes, &memory, sizeof memory);  // for FreeBlock
     return block;
 }
 

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <new>
-#include <utility>
 
 namespace kit {
 
@@ -52,13 +51,10 @@ struct BlockAllocator {
 
     void deallocate(T* block, std::size_t count) noexcept { FreeBlock(block, count * sizeof(T)); }
 
-    template <class U, class... Args>
-    void construct(U* place, Args&&... args)
+    template <class U>
+    void construct(U* place)
     {
-        if constexpr (sizeof...(Args) == 0)
-            ::new (static_cast<void*>(place)) U;
-        else
-            ::new (static_cast<void*>(place)) U(std::forward<Args>(args)...);
+        ::new (static_cast<void*>(place)) U;
     }
 
     friend bool operator==(const BlockAllocator&, const BlockAllocator&) { return true; }

@@ -1,6 +1,7 @@
 #include <platform/Pages.h>
 
 #ifdef __linux__
+#include <memory>
 #include <sys/mman.h>
 #endif
 
@@ -10,10 +11,11 @@ namespace platform {
 
 namespace {
 
+// Where pages are larger, the system refuses the requests.
+constexpr std::size_t kPageSize = 4096;
+
 // Linux 5.14 brought it; older systems refuse it, and older headers do not name it.
 constexpr int kPopulateForWriting = 23;
-
-}  // namespace
 
 bool IsResident(unsigned char* page)
 {
@@ -21,26 +23,28 @@ bool IsResident(unsigned char* page)
     return ::mincore(page, kPageSize, &resident) == 0 && (resident & 1) != 0;
 }
 
-void PreferHugePages(unsigned char* first, std::size_t size)
-{
-    ::madvise(first, size, MADV_HUGEPAGE);
-}
+}  // namespace
 
-void PopulatePages(unsigned char* first, std::size_t size)
+void PopulatePages(void* first, std::size_t size, bool wantsHugePages)
 {
-    ::madvise(first, size, kPopulateForWriting);
+    std::size_t whole = size;
+    auto* const page = static_cast<unsigned char*>(std::align(kPageSize, kPageSize, first, whole));
+    whole -= whole % kPageSize;
+    if (IsResident(page + whole - kPageSize))
+        return;
+    if (wantsHugePages) {
+        ::madvise(page, (size + kHugePageSize - 1) / kHugePageSize * kHugePageSize, MADV_HUGEPAGE);
+        *static_cast<volatile unsigned char*>(page) = 0;
+        // If one write brought more than its own page, the pages are huge. The others are then left to the copy.
+        if (IsResident(page + kPageSize))
+            return;
+    }
+    ::madvise(page, whole, kPopulateForWriting);
 }
 
 #else
 
-bool IsResident(unsigned char*)
-{
-    return true;
-}
-
-void PreferHugePages(unsigned char*, std::size_t) {}
-
-void PopulatePages(unsigned char*, std::size_t) {}
+void PopulatePages(void*, std::size_t, bool) {}
 
 #endif
 
