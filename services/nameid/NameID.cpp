@@ -27,9 +27,4 @@ std::int32_t NameIDMurmur3(std::string_view name)
     return static_cast<std::int32_t>(hash ^ (hash >> 16));
 }
 
-std::int32_t NameIDMurmur3(const char* name)
-{
-    return NameIDMurmur3(std::string_view(name));
-}
-
 }  // namespace vela
