@@ -2,7 +2,6 @@
 #include "report/Print.h"
 
 #include <corecommon/Log.h>
-#include <platform/Arguments.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -33,7 +32,7 @@ int Run(int argc, char** argv)
     AddDiff(app, run);
     AddDemo(app, run);
     try {
-        app.parse(argc, platform::Arguments(argc, argv));
+        app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kClean : kTrouble;
     }

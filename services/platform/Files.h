@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <string>
+#include <optional>
 
 // Files of the operating system. Operations that return int return 0, or an errno value for a failure.
 namespace platform {
@@ -16,12 +16,11 @@ struct FileId {
     bool operator==(const FileId&) const = default;
 };
 
-enum class FileKind : unsigned char { Regular, Folder, Other };
+enum class FileKind : unsigned char { None, Regular, Folder, Other };
 
 struct FileStatus {
-    FileKind kind = FileKind::Other;
-    bool isLink = false;            ///< the path is a link; all other members are about its target
-    bool isWriteProtected = false;  ///< its permissions allow nobody to write it
+    FileKind kind = FileKind::None;
+    bool isLink = false;  ///< the path is a link; all other members are about its target
     FileId id;
     std::uint64_t size = 0;
     std::uint32_t owner = 0, group = 0, permissions = 0;  ///< the numbers of the system
@@ -30,8 +29,9 @@ struct FileStatus {
 /// Gets the status of a file, and follows links. After a failure only isLink is set, also for a dangling link.
 int GetStatus(const char* path, FileStatus& status);
 
-/// Returns 0 if this process may write an existing file.
-int CheckWritable(const char* path);
+/// Returns 0 if this process may write an existing file. A file whose permissions allow nobody to write it is locked by
+/// its owner, and a rename would break the lock; this gives EACCES, also for root.
+int CheckWritable(const char* path, const FileStatus& status);
 
 /// True unless only owners may replace files in this folder (the sticky bit) and this process is not one of them.
 bool MayReplace(const FileStatus& file, const char* folder);
@@ -39,11 +39,12 @@ bool MayReplace(const FileStatus& file, const char* folder);
 /// Renames `from` to `to` and replaces an existing file. Both are in one folder.
 int Replace(const char* from, const char* to);
 
-/// Removes a file; a failure is ignored.
-void Remove(const char* path);
-
-/// Returns the text for an errno value.
-std::string ReasonText(int reason);
+/// What a file is opened for.
+enum class Access : unsigned char {
+    Read,    ///< does not wait for the writer of a pipe
+    Write,   ///< an existing file, whose content is kept
+    Create,  ///< a new file with the default permissions of the process; fails with EEXIST if the path exists
+};
 
 /// An open file, which the destructor closes. Opening a terminal does not make it the controlling terminal of the
 /// process.
@@ -54,16 +55,7 @@ public:
     File& operator=(const File&) = delete;
     ~File() { Close(); }
 
-    bool IsOpen() const { return m_handle >= 0; }
-
-    /// Opens a file for reading. Does not wait for the writer of a pipe.
-    int OpenToRead(const char* path);
-
-    /// Opens an existing file for writing and keeps its content.
-    int OpenToWrite(const char* path);
-
-    /// Creates a file with the default permissions of the process. Fails with EEXIST if the path exists.
-    int Create(const char* path);
+    int Open(const char* path, Access access);
 
     /// Gets the status of the open file.
     int GetStatus(FileStatus& status) const;
@@ -75,11 +67,8 @@ public:
     /// Reads up to `size` bytes. `got` receives their number, 0 at the end of the file.
     int Read(void* bytes, std::size_t size, std::size_t& got) const;
 
-    /// Writes all bytes at the current position.
-    int Write(const void* bytes, std::size_t size) const;
-
-    /// Writes all bytes at `position`. The next Write is not affected.
-    int WriteAt(std::uint64_t position, const void* bytes, std::size_t size) const;
+    /// Writes all bytes at `position`, or without one behind those of the Write before.
+    int Write(const void* bytes, std::size_t size, std::optional<std::uint64_t> position = {}) const;
 
     /// Cuts or extends the file to `size` bytes.
     int SetSize(std::uint64_t size) const;
@@ -91,10 +80,10 @@ private:
     int m_handle = -1;
 };
 
-/// Returns the position of a stream; below 0 if it can't seek.
-std::int64_t Tell(std::FILE* stream);
-
 /// Moves a stream to `position`. Returns false if that fails.
 bool Seek(std::FILE* stream, std::uint64_t position);
+
+/// True if the stream is a terminal.
+bool IsTerminal(std::FILE* stream);
 
 }  // namespace platform

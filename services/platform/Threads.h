@@ -2,7 +2,6 @@
 
 #if __has_include(<sys/single_threaded.h>)
 #include <sys/single_threaded.h>
-#define VLGIM_KNOWS_SINGLE_THREADED 1
 #endif
 
 namespace platform {
@@ -11,7 +10,7 @@ namespace platform {
 /// four times as long as plain ones.
 inline bool IsSingleThreaded() noexcept
 {
-#ifdef VLGIM_KNOWS_SINGLE_THREADED
+#if __has_include(<sys/single_threaded.h>)
     return __libc_single_threaded != 0;
 #else
     return false;

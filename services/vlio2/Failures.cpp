@@ -3,6 +3,7 @@
 #include <corecommon/Log.h>
 
 #include <cerrno>
+#include <system_error>
 #include <utility>
 
 namespace vlio {
@@ -12,6 +13,8 @@ using vela::vlgim::ErrorKind;
 
 Error Failure(ErrorKind kind, int code, const char* file, std::string text)
 {
+    if (text.empty())
+        text = std::generic_category().message(code);
     return {kind, code, file, "", std::nullopt, std::move(text)};
 }
 

@@ -9,7 +9,8 @@
 namespace vlio {
 
 /// Makes an error without block and offset.
-vela::vlgim::Error Failure(vela::vlgim::ErrorKind kind, int code, const char* file, std::string text);
+/// text  empty: what the system says about `code`, an errno value
+vela::vlgim::Error Failure(vela::vlgim::ErrorKind kind, int code, const char* file, std::string text = {});
 
 /// Returns place and text only, for messages that name the file themselves.
 std::string WithoutFile(vela::vlgim::Error error);

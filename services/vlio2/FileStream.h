@@ -29,7 +29,10 @@ enum FileSystemType {
 struct VLGIM_API FileStream {
     /// Reads a file as ReadFile does. Returns true if `bytes` has the file; false if it could not be read, and `bytes`
     /// is then empty. `type` has no effect today.
-    static bool ReadAllBinary(const char* path, Bytes& bytes, FileSystemType type);
+    static bool ReadAllBinary(const char* path, Bytes& bytes, [[maybe_unused]] FileSystemType type)
+    {
+        return !ReadFile(path, bytes);
+    }
 
     /// True if the path exists: as a file, a folder or a device. `type` has no effect today.
     static bool Exists(const char* path, FileSystemType type);

@@ -59,9 +59,6 @@ public:
 private:
     struct VLGIM_HIDDEN File;
 
-    bool IsInSet(const std::string& target);
-    void CloseLast();
-
     std::vector<std::unique_ptr<File>> m_files;
     std::unordered_set<std::string> m_places;  // where the files are, from the second file on
     std::vector<vela::vlgim::Error> m_warnings;

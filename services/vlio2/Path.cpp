@@ -19,15 +19,11 @@ std::string FormatPath(const char* path)
     std::replace(rest.begin(), rest.end(), '\\', '/');
 
     std::string normal(std::min<std::size_t>(2, std::min(rest.find_first_not_of('/'), rest.size())), '/');
-    for (std::size_t at = 0; at < rest.size();) {
-        const std::size_t slash = std::min(rest.find('/', at), rest.size());
-        const std::string_view component = std::string_view(rest).substr(at, slash - at);
-        if (!component.empty() && component != ".") {
+    for (std::size_t at = 0, next = 0; at < rest.size(); at = next) {
+        next = std::min(rest.find('/', at), rest.size() - 1) + 1;
+        const std::string_view component = std::string_view(rest).substr(at, next - at);  // with its slash
+        if (component != "/" && component != "./" && component != ".")
             normal += component;
-            if (slash < rest.size())
-                normal += '/';
-        }
-        at = slash + 1;
     }
     return normal;
 }

@@ -4,11 +4,6 @@
 
 namespace vlio {
 
-void StreamSink::Write(const void* bytes, std::size_t size)
-{
-    std::fwrite(bytes, 1, size, m_stream);
-}
-
 void StreamSink::Patch(std::uint64_t position, std::uint32_t value)
 {
     if (platform::Seek(m_stream, position))

@@ -19,9 +19,6 @@ public:
     virtual void Patch(std::uint64_t position, std::uint32_t value) = 0;
 
 protected:
-    Sink() = default;
-    Sink(const Sink&) = default;
-    Sink& operator=(const Sink&) = default;
     ~Sink() = default;
 };
 
@@ -30,7 +27,7 @@ class VLGIM_API StreamSink final : public Sink {
 public:
     explicit StreamSink(std::FILE* stream) : m_stream(stream) {}
 
-    void Write(const void* bytes, std::size_t size) override;
+    void Write(const void* bytes, std::size_t size) override { std::fwrite(bytes, 1, size, m_stream); }
 
     /// Replaces four bytes at `position` bytes from the start of the stream, which has to be able to seek. The stream
     /// is then after these bytes, and the next Write continues there.

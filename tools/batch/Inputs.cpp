@@ -29,7 +29,7 @@ FileKind KindOf(const std::string& path)
     std::array<unsigned char, 4> start{};
     std::size_t size = 0;
     platform::File file;
-    if (file.OpenToRead(path.c_str()) == 0)
+    if (file.Open(path.c_str(), platform::Access::Read) == 0)
         file.Read(start.data(), start.size(), size);
     return KindOfFile(path, start.data(), size);
 }

@@ -1,6 +1,6 @@
 #include "report/Terminal.h"
 
-#include <platform/Console.h>
+#include <platform/Files.h>
 
 #include <cstdlib>
 #include <string_view>

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace platform {
@@ -25,40 +24,19 @@ auto Retry(const Call& call)
     return result;
 }
 
-FileStatus Translated(const struct stat& status)
+// Gets the status from the result of a call that filled `found`.
+int Convert(int result, const struct stat& found, FileStatus& status)
 {
-    FileStatus translated;
-    if (S_ISREG(status.st_mode))
-        translated.kind = FileKind::Regular;
-    else if (S_ISDIR(status.st_mode))
-        translated.kind = FileKind::Folder;
-    translated.isWriteProtected = (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
-    translated.id = {status.st_dev, status.st_ino};
-    translated.size = static_cast<std::uint64_t>(status.st_size);
-    translated.owner = status.st_uid;
-    translated.group = status.st_gid;
-    translated.permissions = status.st_mode;
-    return translated;
-}
-
-int Open(int& handle, const char* path, int flags)
-{
-    handle = ::open(path, flags | O_CLOEXEC, 0666);
-    return ReasonOf(handle);
-}
-
-// All bytes by a call that may write less than it is asked to.
-template <class Put>
-int WriteAll(const void* bytes, std::size_t size, const Put& put)
-{
-    const auto* next = static_cast<const unsigned char*>(bytes);
-    while (size > 0) {
-        const ssize_t written = Retry([&] { return put(next, size); });
-        if (written < 0)
-            return errno;
-        next += written;
-        size -= static_cast<std::size_t>(written);
-    }
+    if (result != 0)
+        return errno;
+    status.kind = S_ISREG(found.st_mode)   ? FileKind::Regular
+                  : S_ISDIR(found.st_mode) ? FileKind::Folder
+                                           : FileKind::Other;
+    status.id = {found.st_dev, found.st_ino};
+    status.size = static_cast<std::uint64_t>(found.st_size);
+    status.owner = found.st_uid;
+    status.group = found.st_gid;
+    status.permissions = found.st_mode;
     return 0;
 }
 
@@ -70,18 +48,17 @@ int GetStatus(const char* path, FileStatus& status)
     struct stat found = {};
     int result = ::lstat(path, &found);
     status = {};
-    const bool isLink = result == 0 && S_ISLNK(found.st_mode);
-    if (isLink)
+    status.isLink = result == 0 && S_ISLNK(found.st_mode);
+    if (status.isLink)
         result = ::stat(path, &found);
-    if (result == 0)
-        status = Translated(found);
-    status.isLink = isLink;
-    return ReasonOf(result);
+    return Convert(result, found, status);
 }
 
-int CheckWritable(const char* path)
+int CheckWritable(const char* path, const FileStatus& status)
 {
-    return ReasonOf(::faccessat(AT_FDCWD, path, W_OK, AT_EACCESS));
+    constexpr mode_t kAnybody = S_IWUSR | S_IWGRP | S_IWOTH;
+    return (status.permissions & kAnybody) == 0 ? EACCES
+                                                : ReasonOf(::faccessat(AT_FDCWD, path, W_OK, AT_EACCESS));
 }
 
 // In a folder with the sticky bit only the owner of a file or of the folder may replace the file.
@@ -98,37 +75,20 @@ int Replace(const char* from, const char* to)
     return ReasonOf(::rename(from, to));
 }
 
-void Remove(const char* path)
+int File::Open(const char* path, Access access)
 {
-    ::unlink(path);
-}
-
-std::string ReasonText(int reason)
-{
-    return std::generic_category().message(reason);
-}
-
-int File::OpenToRead(const char* path)
-{
-    return Open(m_handle, path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
-}
-
-int File::OpenToWrite(const char* path)
-{
-    return Open(m_handle, path, O_WRONLY | O_NOCTTY);
-}
-
-int File::Create(const char* path)
-{
-    return Open(m_handle, path, O_WRONLY | O_CREAT | O_EXCL);
+    // In the order of Access.
+    static constexpr int kFlags[] = {O_RDONLY | O_NONBLOCK | O_NOCTTY, O_WRONLY | O_NOCTTY,
+                                     O_WRONLY | O_CREAT | O_EXCL};
+    m_handle = ::open(path, kFlags[static_cast<int>(access)] | O_CLOEXEC, 0666);
+    return ReasonOf(m_handle);
 }
 
 int File::GetStatus(FileStatus& status) const
 {
     struct stat found = {};
-    const int reason = ReasonOf(::fstat(m_handle, &found));
-    status = Translated(found);
-    return reason;
+    status = {};
+    return Convert(::fstat(m_handle, &found), found, status);
 }
 
 // Only root can give a file away, and some file systems know no owners. Special bits and the rights of a group are for
@@ -148,19 +108,20 @@ int File::Read(void* bytes, std::size_t size, std::size_t& got) const
     return result < 0 ? errno : 0;
 }
 
-int File::Write(const void* bytes, std::size_t size) const
+int File::Write(const void* bytes, std::size_t size, std::optional<std::uint64_t> position) const
 {
-    return WriteAll(bytes, size,
-                    [this](const void* next, std::size_t left) { return ::write(m_handle, next, left); });
-}
-
-int File::WriteAt(std::uint64_t position, const void* bytes, std::size_t size) const
-{
-    return WriteAll(bytes, size, [&](const void* next, std::size_t left) {
-        const ssize_t written = ::pwrite(m_handle, next, left, static_cast<off_t>(position));
-        position += written < 0 ? 0 : static_cast<std::uint64_t>(written);
-        return written;
-    });
+    const auto* const first = static_cast<const unsigned char*>(bytes);
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t written = Retry([&] {
+            return position
+                       ? ::pwrite(m_handle, first + done, size - done, static_cast<off_t>(*position + done))
+                       : ::write(m_handle, first + done, size - done);
+        });
+        if (written < 0)
+            return errno;
+        done += static_cast<std::size_t>(written);
+    }
+    return 0;
 }
 
 int File::SetSize(std::uint64_t size) const
@@ -175,14 +136,14 @@ int File::Close()
     return ReasonOf(result);
 }
 
-std::int64_t Tell(std::FILE* stream)
-{
-    return ::ftello(stream);
-}
-
 bool Seek(std::FILE* stream, std::uint64_t position)
 {
     return ::fseeko(stream, static_cast<off_t>(position), SEEK_SET) == 0;
+}
+
+bool IsTerminal(std::FILE* stream)
+{
+    return ::isatty(::fileno(stream)) == 1;
 }
 
 }  // namespace platform

@@ -6,11 +6,10 @@
 
 namespace platform {
 
-#if defined(__x86_64__)
-
 // What Highway lets the compiler use for each, and that the system saves the registers.
 InstructionSet FindInstructionSet()
 {
+#if defined(__x86_64__)
     unsigned a = 0, b = 0, c = 0, d = 0;
     const bool hasF16c = __get_cpuid(1, &a, &b, &c, &d) != 0 && (c & bit_F16C) != 0;
     const bool hasSse4 =
@@ -21,19 +20,11 @@ InstructionSet FindInstructionSet()
     const bool hasAvx512 = hasAvx2 && __builtin_cpu_supports("avx512f") &&
                            __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
                            __builtin_cpu_supports("avx512bw");
-    return hasAvx512 ? InstructionSet::kAvx512
-           : hasAvx2 ? InstructionSet::kAvx2
-           : hasSse4 ? InstructionSet::kSse4
-                     : InstructionSet::kBase;
-}
-
+    // Each includes those before it, so their number is the best one's.
+    return static_cast<InstructionSet>(hasSse4 + hasAvx2 + hasAvx512);
 #else
-
-InstructionSet FindInstructionSet()
-{
     return InstructionSet::kBase;
-}
-
 #endif
+}
 
 }  // namespace platform
