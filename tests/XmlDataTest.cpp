@@ -132,11 +132,12 @@ TEST_F(XmlDataFile, FailedSaveSaysWhyAndLeavesTheFile)
         XmlData xml;
         ASSERT_EQ(Parse(xml, "<a/>"), 0);
         if (target == lost) {
-            EXPECT_EQ(xml.Save(Path("set.xml").c_str(), set), 0);
+            EXPECT_FALSE(xml.AddTo(set, Path("set.xml").c_str()));
+            EXPECT_EQ(xml.AddTo(set, lost.c_str()).kind, vela::vlgim::ErrorKind::NotCreated);
         }
         edit(*xml.GetElement("a", nullptr));
         const LogCapture log;
-        EXPECT_EQ(target == lost ? xml.Save(lost.c_str(), set) : xml.Save(target.c_str()), 1);
+        EXPECT_EQ(xml.Save(target.c_str()), 1);
         EXPECT_EQ(log.lines, Lines{std::string(failed).append(target).append(reason)});
     }
     EXPECT_FALSE(FileStream::Exists(Path("set.xml").c_str(), FILE_SYSTEM_ANY));

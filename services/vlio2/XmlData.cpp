@@ -27,30 +27,22 @@ std::string_view TextOf(const Bytes& bytes)
 // For the one who wrote the document.
 const char* WhyRefused(int error)
 {
-    switch (error) {
-    case XML_REFUSED_NUL:
-        return "a NUL byte stands in the middle";
-    case XML_REFUSED_END_TAG:
-        return "an end tag closes nothing, or has more in it than a name";
-    case XML_REFUSED_REFERENCE:
-        return "a reference \"&#...;\" names no character, or would swallow text";
-    case XML_REFUSED_AMPERSAND:
-        return "a bare '&' stands behind a reference, and would be lost";
-    case XML_REFUSED_ATTRIBUTES:
-        return "an element has more than 256 attributes";
-    case XML_REFUSED_OPEN_REFERENCES:
-        return "there are more than 256 \"&#\" without an end";
-    case XML_REFUSED_MARKUP:
-        return "the markup is broken here, or ends too early";
-    case tinyxml2::XML_ERROR_EMPTY_DOCUMENT:
-        return "there is no root element";
-    case tinyxml2::XML_ERROR_MISMATCHED_ELEMENT:
-        return "an end tag has another name than its start tag";
-    case tinyxml2::XML_ELEMENT_DEPTH_EXCEEDED:
-        return "elements are nested too deep";
-    default:
-        return "the document can't be parsed";
-    }
+    static constexpr std::pair<int, const char*> kReasons[] = {
+        {XML_REFUSED_NUL, "a NUL byte stands in the middle"},
+        {XML_REFUSED_END_TAG, "an end tag closes nothing, or has more in it than a name"},
+        {XML_REFUSED_REFERENCE, "a reference \"&#...;\" names no character, or would swallow text"},
+        {XML_REFUSED_AMPERSAND, "a bare '&' stands behind a reference, and would be lost"},
+        {XML_REFUSED_ATTRIBUTES, "an element has more than 256 attributes"},
+        {XML_REFUSED_OPEN_REFERENCES, "there are more than 256 \"&#\" without an end"},
+        {XML_REFUSED_MARKUP, "the markup is broken here, or ends too early"},
+        {tinyxml2::XML_ERROR_EMPTY_DOCUMENT, "there is no root element"},
+        {tinyxml2::XML_ERROR_MISMATCHED_ELEMENT, "an end tag has another name than its start tag"},
+        {tinyxml2::XML_ELEMENT_DEPTH_EXCEEDED, "elements are nested too deep"},
+    };
+    for (const auto& [known, reason] : kReasons)
+        if (known == error)
+            return reason;
+    return "the document can't be parsed";
 }
 
 // The first character of a line, counted from 1, that is no space.
@@ -84,72 +76,58 @@ Error ParseInto(tinyxml2::XMLDocument& document, std::string_view text)
 // The first one in the text, LF if there is none.
 const char* LineEndOf(std::string_view text)
 {
-    const std::size_t at = text.find_first_of("\r\n");
-    if (at == std::string_view::npos || text[at] == '\n')
-        return "\n";
-    return text.substr(at).starts_with("\r\n") ? "\r\n" : "\r";
+    text.remove_prefix(std::min(text.find_first_of("\r\n"), text.size()));
+    return text.starts_with("\r\n") ? "\r\n" : text.starts_with('\r') ? "\r" : "\n";
 }
 
-// All that a document says, in a form that no value can imitate: strings end in a NUL, which none has in it.
-class Essence : public tinyxml2::XMLVisitor {
-public:
-    explicit Essence(const tinyxml2::XMLDocument& document)
-    {
-        Put('B', document.HasBOM() ? "1" : "0");
-        document.Accept(this);
-    }
-
-    bool operator==(const Essence& other) const { return m_text == other.m_text; }
-
-private:
-    using XMLVisitor::VisitEnter;
-    using XMLVisitor::VisitExit;
-
-    bool VisitEnter(const tinyxml2::XMLElement& element, const tinyxml2::XMLAttribute* attribute) override
-    {
-        Put('<', element.Name());
-        for (; attribute; attribute = attribute->Next()) {
-            Put('@', attribute->Name());
-            Put('=', attribute->Value());
-        }
-        return true;
-    }
-
-    bool VisitExit(const tinyxml2::XMLElement&) override { return Put('>', ""); }
-    bool Visit(const tinyxml2::XMLDeclaration& node) override { return Put('?', node.Value()); }
-    bool Visit(const tinyxml2::XMLComment& node) override { return Put('-', node.Value()); }
-    bool Visit(const tinyxml2::XMLUnknown& node) override { return Put('!', node.Value()); }
-
-    bool Visit(const tinyxml2::XMLText& node) override
-    {
-        const char* value = node.Value();
-        if (node.CData())
-            return Put('[', value);
+// Appends all that the nodes below `parent` say, in a form that no value can imitate: a kind stands before each node and
+// attribute, and strings end in a NUL, which none has in it.
+void AppendContent(std::string& out, const tinyxml2::XMLNode& parent)
+{
+    const auto append = [&out](const char* value) { out.append(value, std::strlen(value) + 1); };
+    char last = 0;
+    for (const auto* node = parent.FirstChild(); node; node = node->NextSibling()) {
+        const char* const value = node->Value();
+        const auto* const element = node->ToElement();
+        const char kind = node->ToText()          ? (node->ToText()->CData() ? '[' : 'T')
+                          : element               ? '<'
+                          : node->ToComment()     ? '-'
+                          : node->ToDeclaration() ? '?'
+                                                  : '!';
         // Pieces of one text read back as one, and an empty one as none.
-        if (*value == '\0')
-            return true;
-        if (m_last != 'T')
-            return Put('T', value);
-        m_text.pop_back();
-        return Append(value);
+        if (kind == 'T' && *value == '\0')
+            continue;
+        if (kind == 'T' && last == 'T')
+            out.pop_back();
+        else
+            out += kind;
+        append(value);
+        last = kind;
+        if (!element)
+            continue;
+        for (const auto* attribute = element->FirstAttribute(); attribute; attribute = attribute->Next()) {
+            out += '@';
+            append(attribute->Name());
+            append(attribute->Value());
+        }
+        AppendContent(out, *element);
+        out += '>';
     }
+}
 
-    bool Put(char kind, const char* value)
-    {
-        m_text += kind;
-        m_last = kind;
-        return Append(value);
-    }
+std::string Essence(const tinyxml2::XMLDocument& document)
+{
+    std::string essence(1, document.HasBOM() ? 'B' : ' ');
+    AppendContent(essence, document);
+    return essence;
+}
 
-    bool Append(const char* value)
-    {
-        m_text.append(value, std::strlen(value) + 1);
-        return true;
-    }
-
-    std::string m_text;
-    char m_last = 0;
-};
+// Whether a text is a document with this essence.
+bool ReadsAs(std::string_view text, const std::string& essence)
+{
+    tinyxml2::XMLDocument document;
+    return !ParseInto(document, text) && Essence(document) == essence;
+}
 
 // tinyxml2's printer, with a string of any length behind it: its own buffer counts in int.
 class Printer : public tinyxml2::XMLPrinter {
@@ -159,7 +137,7 @@ public:
         document.Accept(this);
     }
 
-    const std::string& Text() const { return m_text; }
+    std::string text;
 
 private:
     using XMLPrinter::Visit;
@@ -188,15 +166,14 @@ private:
     void Putc(char c) override
     {
         if (c == '\n')
-            m_text += m_lineEnd;
+            text += m_lineEnd;
         else if (c == '\r')
-            m_text += "&#13;";  // in a value; bare, it would read back as a line end
+            text += "&#13;";  // in a value; bare, it would read back as a line end
         else
-            m_text += c;
+            text += c;
     }
 
     const char* m_lineEnd;
-    std::string m_text;
 };
 
 }  // namespace
@@ -206,30 +183,19 @@ XmlData::XmlData(XmlData&&) noexcept = default;
 XmlData& XmlData::operator=(XmlData&&) noexcept = default;
 XmlData::~XmlData() = default;
 
-int XmlData::Load(const char* path)
-{
-    return LoadFile(path).code;
-}
-
-int XmlData::Parse(const char* text, std::size_t size)
-{
-    return ParseText({text, size}).code;
-}
-
 Error XmlData::LoadFile(const char* path)
 {
     const std::string name = path;  // which may lie in what is replaced
     Bytes bytes;
     Error error = ReadFile(path, bytes);
-    if (!error) {
-        error = Adopt(std::move(bytes));
-        if (error)
-            error.file = name;
-        return error;
-    }
     Clear();
-    error.code = error.kind == ErrorKind::NotFound ? tinyxml2::XML_ERROR_FILE_NOT_FOUND
-                                                   : tinyxml2::XML_ERROR_FILE_READ_ERROR;
+    if (error)
+        error.code = error.kind == ErrorKind::NotFound ? tinyxml2::XML_ERROR_FILE_NOT_FOUND
+                                                       : tinyxml2::XML_ERROR_FILE_READ_ERROR;
+    else
+        error = Adopt(std::move(bytes));
+    if (error)
+        error.file = name;
     return error;
 }
 
@@ -267,11 +233,6 @@ int XmlData::Save(const char* path) const
     return LogFailure(error, nullptr) ? 1 : 0;
 }
 
-int XmlData::Save(const char* path, FileWriter& set) const
-{
-    return LogFailure(AddTo(set, path), nullptr) ? 1 : 0;
-}
-
 Error XmlData::SaveFile(const char* path) const
 {
     FileWriter set;
@@ -284,27 +245,21 @@ Error XmlData::AddTo(FileWriter& set, const char* path) const
     const auto unwritable = [path](const char* why) { return Failure(ErrorKind::Unwritable, 0, path, why); };
     if (IsEmpty())
         return unwritable("the document is empty");
+    const std::string essence = Essence(*m_document);
+    std::string_view content = TextOf(m_bytes);
     std::string printed;
-    const bool isAsLoaded = IsAsLoaded();
-    if (!isAsLoaded) {
-        printed = Printer(*m_document, LineEndOf(TextOf(m_bytes))).Text();
-        tinyxml2::XMLDocument readBack;
-        if (ParseInto(readBack, printed) || Essence(*m_document) != Essence(readBack))
+    if (!ReadsAs(content, essence)) {
+        printed = Printer(*m_document, LineEndOf(content)).text;
+        content = printed;
+        if (!ReadsAs(content, essence))
             return unwritable("the document would not read back as it is");
     }
 
     Sink* sink = nullptr;
     Error error = set.Open(path, sink);
-    const std::string_view content = isAsLoaded ? TextOf(m_bytes) : printed;
     if (!error)
         sink->Write(content.data(), content.size());
     return error;
-}
-
-bool XmlData::IsAsLoaded() const
-{
-    tinyxml2::XMLDocument loaded;
-    return !m_bytes.empty() && !ParseInto(loaded, TextOf(m_bytes)) && Essence(*m_document) == Essence(loaded);
 }
 
 bool XmlData::IsEmpty() const noexcept
@@ -321,17 +276,9 @@ tinyxml2::XMLElement* XmlData::GetElement(const char* name, const tinyxml2::XMLE
 
 tinyxml2::XMLElement* XmlData::FindElement(const char* path, const tinyxml2::XMLElement* parent) const
 {
-    const std::string_view names(path);
-    tinyxml2::XMLElement* found = nullptr;
-    for (std::size_t start = 0; start <= names.size();) {
-        const std::size_t end = std::min(names.find('/', start), names.size());
-        found = GetElement(std::string(names.substr(start, end - start)).c_str(), parent);
-        if (!found)
-            return nullptr;
-        parent = found;
-        start = end + 1;
-    }
-    return found;
+    const std::size_t size = std::strcspn(path, "/");
+    auto* const found = GetElement(std::string(path, size).c_str(), parent);
+    return found && path[size] == '/' ? FindElement(path + size + 1, found) : found;
 }
 
 void XmlData::GetChildElementList(std::vector<tinyxml2::XMLElement*>& list,

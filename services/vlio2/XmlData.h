@@ -51,7 +51,7 @@ public:
     /// Returns what Parse returns. Returns XML_ERROR_FILE_NOT_FOUND of tinyxml2 for a file that does not exist, and
     /// XML_ERROR_FILE_READ_ERROR for one that can't be read, such as a folder, a pipe, or a file without permission.
     /// After any result but 0 the object is empty.
-    int Load(const char* path);
+    int Load(const char* path) { return LoadFile(path).code; }
 
     /// Replaces the document by the one in a text. All old elements, and references from Document(), become invalid.
     /// Time and memory are proportional to `size`, whatever the text is.
@@ -59,7 +59,7 @@ public:
     /// size  in bytes; NULs at the end do not belong to the document
     /// Returns 0, an error of tinyxml2 (XML_ERROR_EMPTY_DOCUMENT if there is no root element) or an XmlRefusal. After
     /// any result but 0 the object is empty.
-    int Parse(const char* text, std::size_t size);
+    int Parse(const char* text, std::size_t size) { return ParseText({text, size}).code; }
 
     /// Reads a file as Load does. Returns success, or an error of kind NotFound, Unreadable or Document, whose code is
     /// the result of Load.
@@ -89,19 +89,13 @@ public:
     /// outside of the root (which includes the rest of a DTD with a subset), or with anything that Parse refuses.
     int Save(const char* path) const;
 
-    /// Adds the document to a set of files, which the caller has to commit. Only Commit can fail afterwards.
-    /// Returns 0, or 1 after a LogError as for Save(path); for a path that the set already has the message is "%s is
-    /// the target of two files that are saved together". The set is unchanged after 1. Warnings of the set are not
-    /// logged.
-    int Save(const char* path, FileWriter& set) const;
-
-    /// Writes the document as Save(path) does. Nothing is logged. Returns success, or an error: of kind Unwritable if
+    /// Writes the document as Save does. Nothing is logged. Returns success, or an error: of kind Unwritable if
     /// the document is empty or would not read back, of kind NotCreated or NotWritten, with the errno value, if the
     /// system refuses.
     [[nodiscard]] vela::vlgim::Error SaveFile(const char* path) const;
 
-    /// Adds the document to a set as Save(path, set) does. Nothing is logged. Returns success, or an error of kind
-    /// Unwritable or NotCreated.
+    /// Adds the document to a set of files, which the caller has to commit. Only Commit can fail afterwards. Nothing is
+    /// logged. Returns success, or an error of kind Unwritable or NotCreated; the set is then unchanged.
     [[nodiscard]] vela::vlgim::Error AddTo(FileWriter& set, const char* path) const;
 
     /// True if there is no root element, whether from a load or made with Document().
@@ -130,7 +124,6 @@ public:
 
 private:
     vela::vlgim::Error Adopt(Bytes bytes);
-    bool IsAsLoaded() const;
 
     Bytes m_bytes;                                      // as loaded; empty for a document that was built
     std::unique_ptr<tinyxml2::XMLDocument> m_document;  // made when first needed
