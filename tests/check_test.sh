@@ -239,4 +239,17 @@ test_interrupted_upgrade() {
     [ "$upgraded" -lt 3000 ] || fail "nothing was interrupted"
 }
 
+# A pipe's reader that went away is no interrupt. Its first result is flushed behind all work.
+test_reader_gone() {
+    mkfifo pipe
+    exec 3<>pipe 4>pipe 3<&-
+    for command in 'check --strict' 'upgrade -n'; do
+        code=0
+        # shellcheck disable=SC2086
+        "$vlgim" $command old.track good >&4 2>err || code=$?
+        [ $code -eq 141 ] || fail "$command without a reader gave $code"
+        [ ! -s err ] || fail "$command had something to say: $(cat err)"
+    done
+}
+
 "test_$2"

@@ -23,15 +23,16 @@ void AddJobs(CLI::App& command, unsigned& jobs)
 
 void EndIfReaderIsGone()
 {
+    std::fflush(stdout);  // which may be what meets no reader
     if (platform::IsReaderGone())
         platform::EndInterrupted();
 }
 
 void EndIfInterrupted()
 {
+    EndIfReaderIsGone();
     if (!platform::IsInterrupted())
         return;
-    std::fflush(stdout);
     std::fprintf(stderr, "vlgim: interrupted\n");
     platform::EndInterrupted();
 }
