@@ -234,6 +234,27 @@ TEST_F(FileWriterTest, AFolderThatTakesNoFileIsWrittenInPlace)
     EXPECT_EQ(Read(path) + Read(sticky), "newin place");
 }
 
+// Else what the process prints would land in the file.
+TEST_F(FileWriterTest, ClosedStandardStreamsStayClosed)
+{
+    const std::string path = Path("a");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        for (const int stream : {0, 1, 2})
+            ::close(stream);
+        FileWriter file;
+        Put(file, path, "whole");
+        bool isPrinted = false;
+        for (const int stream : {0, 1, 2})
+            isPrinted |= ::write(stream, "printed", 7) == 7;
+        ::_exit(!isPrinted && Commit(file) ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(Read(path), "whole");
+}
+
 TEST_F(FileWriterTest, ReadsRegularFilesAlone)
 {
     Bytes bytes;

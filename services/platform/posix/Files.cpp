@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace platform {
 
@@ -81,6 +82,11 @@ int File::Open(const char* path, Access access)
     static constexpr int kFlags[] = {O_RDONLY | O_NONBLOCK | O_NOCTTY, O_WRONLY | O_NOCTTY,
                                      O_WRONLY | O_CREAT | O_EXCL};
     m_handle = ::open(path, kFlags[static_cast<int>(access)] | O_CLOEXEC, 0666);
+    // In a process that has closed its standard streams, the file would get what is printed.
+    if (m_handle >= 0 && m_handle <= STDERR_FILENO) {
+        const int low = std::exchange(m_handle, ::fcntl(m_handle, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+        ::close(low);
+    }
     return ReasonOf(m_handle);
 }
 
