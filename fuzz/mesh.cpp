@@ -2,7 +2,7 @@
 #include "RoundTrip.h"
 #include "Runtime.h"
 
-#include <mesh/VertexBlock.h>
+#include <mesh/MeshBlocks.h>
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "support/Blocks.h"
 #include "support/MeshBytes.h"
 
-#include <mesh/VertexBlock.h>
+#include <mesh/MeshBlocks.h>
 
 namespace vela::vlgim::test {
 

@@ -76,7 +76,8 @@ public:
     /// the vertex object leaves out, and what a read skipped: the anim-BI block and the key records of old files, and
     /// blocks that a warning named. Original data of type MESH_DATA_VERTEX give a warning: the next reader skips as
     /// many blocks.
-    /// A vertex object of a class of your own is written by its WriteData, through a temporary file.
+    /// A vertex object of a class of your own is written by its WriteData, through a temporary file and memory of the
+    /// size of its block.
     /// Returns 0 if the file was saved. Returns 1 otherwise; LogError gives the reason: "unable to open %s", "failed to
     /// write %s: %s", or why the mesh can't be written. The old file is then unchanged, unless it had to be written in
     /// place. If WhyUnwritable returns an error, no file is opened.
@@ -86,9 +87,8 @@ public:
     /// stream  open for binary writing, able to seek, not in append mode, and at position 0, because offsets in the
     ///         file count from there; its errors are left to the caller to check. The call leaves it after the table
     ///         offset, not at its end.
-    /// Returns 0 always. If WhyUnwritable returns an error, or the stream can't seek or is not at position 0, the error
-    /// is logged and nothing is written. An error that only shows while a vertex object of a class of your own is
-    /// written is logged too, but leaves an incomplete file in the stream.
+    /// Returns 0 always. If WhyUnwritable returns an error, a vertex object of a class of your own can't be written, or
+    /// the stream can't seek or is not at position 0, the error is logged and nothing is written.
     int WriteMeshFile(std::FILE* stream);
 
     /// Finds the submesh counts with which the vertex block of a file image ends exactly where the next block begins.

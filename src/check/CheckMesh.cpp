@@ -4,7 +4,6 @@
 #include <io/Errors.h>
 #include <mesh/MeshBlocks.h>
 #include <mesh/MeshVersions.h>
-#include <mesh/VertexBlock.h>
 
 #include <algorithm>
 #include <cmath>
@@ -248,16 +247,12 @@ private:
     Error Read(io::BlockReader& in, const vlio::Bytes&) override
     {
         m_mesh.m_submeshCount = m_submeshCount;
-        return mesh::ReadFile(in, m_mesh, &m_blocks);
+        return mesh::ReadFile(in, m_mesh, &m_passedOver);
     }
     void ReportRefusal(const File& file, const Error& error) override;
     void CheckValues(const File& file) override;
     bool IsWritable() override { return Allows(WhyUnwritable(m_mesh)); }
-    std::uint64_t WrittenSize() const override
-    {
-        const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(m_mesh.m_vertexData.get());
-        return skin ? mesh::WrittenSize(*skin) : mesh::WrittenSize(*m_mesh.m_vertexData);
-    }
+    std::uint64_t WrittenSize() const override { return mesh::WrittenSize(*m_mesh.m_vertexData); }
     Error Write(vlio::Sink& sink) override { return mesh::WriteFile(sink, m_mesh); }
     void Drop() override { m_mesh = {}; }
     void ReportChange(const Change& change) override;
@@ -270,7 +265,7 @@ private:
 
     std::uint32_t m_submeshCount;
     vlMeshData m_mesh;
-    mesh::BlockList m_blocks{};
+    std::vector<std::uint32_t> m_passedOver;  // offsets of vertex blocks that are not read
     bool m_hasOldLayout = false;
     bool m_fillsData = false;     // a save writes data that the mesh declares and does not hold
     bool m_tellsOfBones = false;  // what a save changes in the bones block
@@ -374,11 +369,11 @@ void MeshCheck::CheckDrops(const File& file)
         file.Add(Code::SaveDropsBounds, file.Find(Block::BoundsFlag),
                  "the bounds of all bones are not kept, since the radius of one is NaN");
     std::uint64_t entry = 0;
-    for (const std::uint32_t offset : m_blocks.passedOver)
+    for (const std::uint32_t offset : m_passedOver)
         file.Add(Code::SaveDropsBlocks, entries, entry += sizeof offset,
                  "a further vertex block, which begins at byte " + std::to_string(offset) +
                      ", is neither read nor kept");
-    ReportUnread(file, m_image.size(), m_blocks.passedOver);
+    ReportUnread(file, m_image.size(), m_passedOver);
 }
 
 void MeshCheck::ReportChange(const Change& change)

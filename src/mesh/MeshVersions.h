@@ -16,6 +16,12 @@ constexpr std::uint32_t kWideReferenceVersion = 0x50004;  // references of two b
 constexpr std::uint32_t kEightSlotVersion = 0x50005;  // eight bone references a vertex; never in a .mesh file
 constexpr std::uint32_t kWideParentVersion = 0x50004;  // parents of bones have two bytes
 
+// Of morph data and original data. In a .mesh file they have the newest version, whatever that of the file is.
+constexpr std::uint32_t kFloatTimesVersion = 0x20005;   // times were integers before
+constexpr std::uint32_t kModeVersion = 0x20011;         // the morph mode arrived
+constexpr std::uint32_t kNewestMorphVersion = 0x20013;  // the single-frame word went
+constexpr std::uint32_t kSkinRowsVersion = 0x30017;     // the skin rows of original data arrived
+
 constexpr std::uint16_t kSkinned = 1;  // the skeleton flag with which a file has bones
 
 }  // namespace vela::vlgim

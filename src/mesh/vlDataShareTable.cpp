@@ -6,15 +6,8 @@
 #include <io/SaveFile.h>
 
 #include <algorithm>
-#include <limits>
 
 namespace vela::vlgim {
-
-namespace {
-
-constexpr std::uint16_t kMostEntries = std::numeric_limits<std::int16_t>::max();
-
-}  // namespace
 
 short vlDataShareTable::PushBlockInfo(unsigned int offset)
 {
@@ -38,7 +31,7 @@ const unsigned char* vlDataShareTable::ReadData(const unsigned char* data, const
 void vlDataShareTable::WriteData(std::FILE* stream) const
 {
     Error why;
-    if (std::max(m_blocks.size(), m_pairs.size()) > kMostEntries)
+    if (std::max(m_blocks.size(), m_pairs.size()) > mesh::kMostTableEntries)
         why = io::Unwritable("it has " + std::to_string(m_blocks.size()) + " blocks and " +
                              std::to_string(m_pairs.size()) + " pairs, and 32767 is the most");
     io::WriteStream(stream, "share table can't be written", why,
@@ -49,9 +42,9 @@ namespace mesh {
 
 void Read(io::BlockReader& in, vlDataShareTable& table)
 {
-    const auto blockCount = in.Count<std::uint16_t>(kMostEntries);
+    const auto blockCount = in.Count<std::uint16_t>(kMostTableEntries);
     const unsigned char* blocks = in.Take(io::Block::Indices, blockCount, sizeof(std::uint32_t));
-    const auto pairCount = in.Count<std::uint16_t>(kMostEntries);
+    const auto pairCount = in.Count<std::uint16_t>(kMostTableEntries);
     const unsigned char* pairs = in.Take(pairCount, sizeof(DataPair));
     if (in.Failed())
         return;

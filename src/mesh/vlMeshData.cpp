@@ -2,7 +2,6 @@
 
 #include "MeshBlocks.h"
 #include "MeshVersions.h"
-#include "VertexBlock.h"
 
 #include <corecommon/Log.h>
 #include <io/Errors.h>
@@ -24,14 +23,10 @@ using io::Block;
 std::vector<MESH_DATA_TYPE> TypesOf(const vlDataShareTable& table)
 {
     std::vector<MESH_DATA_TYPE> types(table.m_blocks.size(), MESH_DATA_ORIGINAL);
-    std::vector<bool> told(types.size());
-    for (const DataPair& pair : table.m_pairs) {
-        const auto index = static_cast<std::size_t>(pair.index);  // a negative one is past every block
-        if (index >= types.size() || told[index])
-            continue;
-        told[index] = true;
-        if (pair.type != MESH_DATA_VERTEX)
-            types[index] = pair.type;
+    for (auto pair = table.m_pairs.rbegin(); pair != table.m_pairs.rend(); ++pair) {
+        const auto index = static_cast<std::size_t>(pair->index);  // a negative one is past every block
+        if (index < types.size())
+            types[index] = pair->type != MESH_DATA_VERTEX ? pair->type : MESH_DATA_ORIGINAL;
     }
     return types;
 }
@@ -55,16 +50,16 @@ bool HasReadVersion(const vlMeshData& mesh)
     return mesh.m_version >= kOldestVersion && mesh.m_version <= kNewestVersion;
 }
 
-vlDataShareTable ReadTable(io::BlockReader& in)
+// Returns where the table lies.
+std::uint32_t ReadTable(io::BlockReader& in, vlDataShareTable& table)
 {
     const auto offset = in.Value<std::uint32_t>(Block::TableOffset);
     in.Seek(offset);
     const auto scope = in.Enter(Block::ShareTable);
-    vlDataShareTable table;
     Read(in, table);
     if (table.m_blocks.empty())
         in.RefuseAt(offset, ErrorKind::Reference, 1, 0);
-    return table;
+    return offset;
 }
 
 // The submesh count is not in the file, nor is the frame count in the block.
@@ -75,65 +70,79 @@ std::uint32_t FrameCount(const vlMeshData& mesh)
 
 void ReadVertices(io::BlockReader& in, vlMeshData& mesh)
 {
-    const auto read = [&](auto vertices) {
-        vertices->m_subCount = mesh.m_submeshCount;
-        vertices->m_frameCount = FrameCount(mesh);
-        Read(in, *vertices, mesh.m_version, mesh.m_packMode);
-        mesh.m_vertexData = vertices;
-        return vertices;
-    };
-    if (mesh.m_skeletonFlag == 0) {
-        read(std::make_shared<vlMeshVertexData>());
-        return;
-    }
-    mesh.m_skelVertexBlocks = 1;
-    const auto skin = read(std::make_shared<vlMeshSkelVertexData>());
+    const auto skin = mesh.m_skeletonFlag != 0 ? std::make_shared<vlMeshSkelVertexData>() : nullptr;
+    mesh.m_skelVertexBlocks = skin ? 1 : 0;
+    mesh.m_vertexData = skin ? skin : std::make_shared<vlMeshVertexData>();
+    mesh.m_vertexData->m_subCount = mesh.m_submeshCount;
+    mesh.m_vertexData->m_frameCount = FrameCount(mesh);
+    if (skin)
+        Read(in, *skin, mesh.m_version, mesh.m_packMode);
+    else
+        Read(in, *mesh.m_vertexData, mesh.m_version, mesh.m_packMode);
     // The mask is as long as the skeleton, whatever the vertex block says of it.
     if (mesh.m_skeletonFlag == kSkinned)
         skin->m_usedBoneBits = mesh.m_boneCount;
 }
 
-void ReadOriginalData(io::BlockReader& in, const BlockList& blocks, vlMeshData& mesh)
+// first  of the blocks of original data
+void ReadOriginalData(io::BlockReader& in, const vlDataShareTable& table, std::size_t first, vlMeshData& mesh)
 {
     constexpr std::size_t objectSize = sizeof(vlOriginalData) + 64;  // with its owner and its count of owners
-    if (in.Spend(blocks.originalData.size() * objectSize))
-        mesh.m_originalData.reserve(blocks.originalData.size());
-    for (std::size_t i = 0; i < blocks.originalData.size() && !in.Failed(); ++i) {
-        in.Seek(blocks.originalData[i]);
-        const auto scope = in.Enter(Block::OriginalData, static_cast<std::int64_t>(i));
-        auto data = std::make_shared<vlOriginalData>();
-        data->m_type = blocks.originalTypes[i];
+    if (!in.Spend((table.m_blocks.size() - first) * objectSize))
+        return;
+    mesh.m_originalData.reserve(table.m_blocks.size() - first);
+    const std::vector<MESH_DATA_TYPE> types = TypesOf(table);
+    for (std::size_t i = first; i < table.m_blocks.size() && !in.Failed(); ++i) {
+        in.Seek(table.m_blocks[i]);
+        const auto scope = in.Enter(Block::OriginalData, static_cast<std::int64_t>(i - first));
+        const auto& data = mesh.m_originalData.emplace_back(std::make_shared<vlOriginalData>());
+        data->m_type = types[i];
         Read(in, *data, true);
-        mesh.m_originalData.push_back(std::move(data));
     }
 }
 
+Error WarnOfPassedOver(std::ptrdiff_t vertexPairs, const std::vector<std::uint32_t>& passedOver)
+{
+    std::string places;
+    for (const std::uint32_t offset : passedOver)
+        places += (places.empty() ? ": at byte " : ", ") + std::to_string(offset);
+    const std::string text = "tells of " + std::to_string(vertexPairs) +
+                             " vertex blocks, of which the first is read and the others are lost at a write" +
+                             places;
+    return {ErrorKind::Limit, 0, {}, "share table", {}, text};
+}
+
 // Everything behind the header.
-Error ReadBlocks(io::BlockReader& in, vlMeshData& mesh, BlockList* blocks)
+void ReadBlocks(io::BlockReader& in, vlMeshData& mesh, std::vector<std::uint32_t>* passedOver,
+                std::vector<Error>* warnings)
 {
     ReadAnimation(in, mesh);
-    ReadBones(in, mesh);
-    ReadAnimBI(in, mesh);
-    const vlDataShareTable table = ReadTable(in);
-    if (!in.Failed()) {
-        BlockList list = Sort(table);
-        in.Seek(list.vertexBlock);
-        ReadVertices(in, mesh);
-        ReadOriginalData(in, list, mesh);
-        if (blocks)
-            *blocks = std::move(list);
-    }
-    return in.WhyRefused().AsError();
+    ReadSkeleton(in, mesh);
+    vlDataShareTable table;
+    ReadTable(in, table);
+    if (in.Failed())
+        return;
+    const auto vertexPairs = std::ranges::count(table.m_pairs, MESH_DATA_VERTEX, &DataPair::type);
+    // Block 0 is read as the vertex block whatever the pairs say.
+    const auto originals = std::clamp<std::ptrdiff_t>(vertexPairs, 1, std::ssize(table.m_blocks));
+    in.Seek(table.m_blocks[0]);
+    ReadVertices(in, mesh);
+    ReadOriginalData(in, table, static_cast<std::size_t>(originals), mesh);
+    const std::vector<std::uint32_t> others(table.m_blocks.begin() + 1, table.m_blocks.begin() + originals);
+    if (vertexPairs > 1 && !in.Failed())
+        io::Append(warnings, {WarnOfPassedOver(vertexPairs, others)});
+    if (passedOver)
+        *passedOver = others;
 }
 
 // The documented read, which logs.
 bool ReadAndLog(io::BlockReader in, vlMeshData& mesh)
 {
-    BlockList blocks{};
-    const Error error = ReadFile(in, mesh, &blocks);
+    std::vector<Error> warnings;
+    const Error error = ReadFile(in, mesh, nullptr, &warnings);
     if (error)
         LogRead(error, mesh);
-    else if (const Error warning = WarnOfPassedOver(blocks))
+    for (const Error& warning : warnings)
         LogReadWarning(warning);
     return !error;
 }
@@ -153,37 +162,8 @@ void LogReadWarning(const Error& warning)
     LogWarning("gim file %s", warning.text.c_str());
 }
 
-BlockList Sort(const vlDataShareTable& table)
-{
-    const auto isVertex = [](const DataPair& pair) { return pair.type == MESH_DATA_VERTEX; };
-    const auto vertexPairs = std::count_if(table.m_pairs.begin(), table.m_pairs.end(), isVertex);
-    // Block 0 is read as the vertex block whatever the pairs say.
-    const auto originals = std::clamp<std::ptrdiff_t>(vertexPairs, 1, std::ssize(table.m_blocks));
-    const auto blocks = table.m_blocks.begin();
-    const std::vector<MESH_DATA_TYPE> types = TypesOf(table);
-    return {table.m_blocks[0],
-            vertexPairs,
-            {blocks + 1, blocks + originals},
-            {blocks + originals, table.m_blocks.end()},
-            {types.begin() + originals, types.end()}};
-}
-
-Error WarnOfPassedOver(const BlockList& blocks)
-{
-    if (blocks.vertexPairs <= 1)
-        return {};
-    std::string places;
-    for (const std::uint32_t offset : blocks.passedOver)
-        places += (places.empty() ? ": at byte " : ", ") + std::to_string(offset);
-    Error warning;
-    warning.kind = ErrorKind::Limit;
-    warning.block = "share table";
-    warning.text = "tells of " + std::to_string(blocks.vertexPairs) +
-                   " vertex blocks, of which the first is read and the others are lost at a write" + places;
-    return warning;
-}
-
-Error ReadFile(io::BlockReader& in, vlMeshData& mesh, BlockList* blocks)
+Error ReadFile(io::BlockReader& in, vlMeshData& mesh, std::vector<std::uint32_t>* passedOver,
+               std::vector<Error>* warnings)
 {
     vlMeshData header;
     header.m_submeshCount = mesh.m_submeshCount;
@@ -191,15 +171,13 @@ Error ReadFile(io::BlockReader& in, vlMeshData& mesh, BlockList* blocks)
     ReadHeader(in, header);
     vlMeshData read = header;
     Error error;
-    if (!in.Failed() && !HasReadVersion(read))
-        error = {ErrorKind::Version,
-                 0,
-                 {},
-                 "header",
-                 4,
-                 "meshes of version 0x50000 to 0x50004 are read, and this is " + io::Hex(read.m_version)};
-    else
-        error = ReadBlocks(in, read, blocks);
+    if (in.Failed() || HasReadVersion(read)) {
+        ReadBlocks(in, read, passedOver, warnings);
+        error = in.WhyRefused().AsError();
+    } else {
+        const std::string text = "meshes of version 0x50000 to 0x50004 are read, and this is ";
+        error = {ErrorKind::Version, 0, {}, "header", 4, text + io::Hex(read.m_version)};
+    }
     mesh = std::move(error ? header : read);
     return error;
 }
@@ -213,23 +191,19 @@ Error Load(vlMeshData& mesh, std::span<const unsigned char> file, const LoadOpti
     in.LimitMemory(options.memoryLimit);
     if (options.submeshCount)
         mesh.m_submeshCount = *options.submeshCount;
-    mesh::BlockList blocks{};
-    if (Error error = mesh::ReadFile(in, mesh, &blocks))
-        return error;
-    if (Error warning = mesh::WarnOfPassedOver(blocks))
-        io::Append(warnings, {std::move(warning)});
-    return {};
+    return mesh::ReadFile(in, mesh, nullptr, warnings);
 }
 
 Error Load(vlMeshData& mesh, const char* path, const LoadOptions& options, std::vector<Error>* warnings)
 {
     vlio::Bytes bytes;
-    const std::size_t before = warnings ? warnings->size() : 0;
+    std::vector<Error> told;
     Error error = vlio::ReadFile(path, bytes);
     if (!error)
-        error = Load(mesh, bytes, options, warnings);
-    for (std::size_t i = before; warnings && i < warnings->size(); ++i)
-        (*warnings)[i].file = path;
+        error = Load(mesh, bytes, options, &told);
+    for (Error& warning : told)
+        warning.file = path;
+    io::Append(warnings, told);
     return io::InFile(std::move(error), path);
 }
 
@@ -254,22 +228,20 @@ std::vector<std::uint32_t> vlMeshData::FittingSubmeshCounts(const unsigned char*
     // How far tracks, and the records that old files have for each key, reach depends on the count itself.
     if (mesh.m_hasTracks || (mesh.m_version < kNoKeyRecordsVersion && mesh.m_hasMorph))
         return {};
-    mesh::ReadBones(in, mesh);
-    mesh::ReadAnimBI(in, mesh);
-    const std::uint64_t tableAt = in.Offset();
-    const auto tableOffset = in.Value<std::uint32_t>();
-    in.Seek(tableAt);
-    const vlDataShareTable table = mesh::ReadTable(in);
+    mesh::ReadSkeleton(in, mesh);
+    vlDataShareTable table;
+    const std::uint64_t tableOffset = mesh::ReadTable(in, table);
     if (in.Failed() || table.m_blocks[0] > length)
         return {};
 
     // The vertex block ends where the next block begins, wherever that stands in the table.
-    std::uint64_t end = tableOffset > table.m_blocks[0] ? tableOffset : length;
+    const std::uint64_t start = table.m_blocks[0];
+    std::uint64_t end = tableOffset > start ? tableOffset : length;
     for (const std::uint32_t offset : table.m_blocks)
-        if (offset > table.m_blocks[0])
+        if (offset > start)
             end = std::min<std::uint64_t>(end, offset);
-    return mesh::FittingSubCounts(data + table.m_blocks[0], data + end,
-                                  {mesh.m_version, mesh::FrameCount(mesh), mesh.m_skeletonFlag != 0});
+    return mesh::FittingSubCounts({data + start, data + end}, mesh.m_version, mesh::FrameCount(mesh),
+                                  mesh.m_skeletonFlag != 0);
 }
 
 }  // namespace vela::vlgim

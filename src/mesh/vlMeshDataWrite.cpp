@@ -2,7 +2,6 @@
 
 #include "MeshBlocks.h"
 #include "MeshVersions.h"
-#include "VertexBlock.h"
 
 #include <corecommon/Log.h>
 #include <io/Errors.h>
@@ -18,20 +17,14 @@ namespace vela::vlgim {
 
 namespace {
 
-constexpr std::size_t kMostOriginalData = 32766;  // with the vertex block, as many as the table's counts hold
+constexpr std::size_t kMostOriginalData = mesh::kMostTableEntries - 1;  // the vertex block is one more
 constexpr std::uint64_t kLargestOffset = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint32_t kSlots = 4;  // bone references of a vertex in a file
 
 // Whether an object is of one of the library's classes and no caller's, whose writer may put out what it likes.
-template <class Vertices>
-bool IsExactly(const vlMeshVertexData& vertices)
-{
-    return typeid(vertices) == typeid(Vertices);
-}
-
 bool IsOurs(const vlMeshVertexData& vertices)
 {
-    return IsExactly<vlMeshVertexData>(vertices) || IsExactly<vlMeshSkelVertexData>(vertices);
+    return typeid(vertices) == typeid(vlMeshVertexData) || typeid(vertices) == typeid(vlMeshSkelVertexData);
 }
 
 Error WhyKindUnwritable(const vlMeshData& mesh)
@@ -60,13 +53,33 @@ Error WhyFramesUnwritable(const vlMeshData& mesh)
         (mesh.m_hasMorph ? "the morph has " + std::to_string(keys) + " keys" : "there is no morph"));
 }
 
-Error WhyVerticesUnwritable(const vlMeshData& mesh)
+// Of the share table, which stands last. Of the vertex block of a caller's class nobody knows the size.
+std::uint64_t LargestOffset(const vlMeshData& mesh)
 {
-    return IsOurs(*mesh.m_vertexData) ? WhyUnwritable(*mesh.m_vertexData) : Error();
+    std::uint64_t offset = 16;  // header, flags, table offset
+    if (mesh.m_hasMorph)
+        offset += 3 + 4 * std::uint64_t{mesh.m_morph->m_times.GetKeyCount()};
+    for (std::uint32_t i = 0; mesh.m_hasTracks && i < mesh.m_vertexData->m_subCount; ++i)
+        offset += tracks::LargestSize(mesh.m_tracks[i]);
+    offset += mesh.m_hasTracks ? 4 : 0;
+    if (mesh.m_skeletonFlag == kSkinned)
+        offset += 4 + mesh::BoneCount(mesh) * std::uint64_t{2 + 32 + 28 + 64};
+    offset += IsOurs(*mesh.m_vertexData) ? mesh::WrittenSize(*mesh.m_vertexData) : 0;
+    for (const auto& data : mesh.m_originalData)
+        offset += mesh::WrittenSize(*data);
+    return offset;
 }
 
-Error WhyOriginalDataUnwritable(const vlMeshData& mesh)
+Error WhyTooLarge(std::uint64_t offset)
 {
+    return offset > kLargestOffset ? io::Unwritable("the file passes 4 GiB, and offsets in it have 32 bits")
+                                   : Error();
+}
+
+Error WhyBlocksUnwritable(const vlMeshData& mesh)
+{
+    if (Error why = IsOurs(*mesh.m_vertexData) ? WhyUnwritable(*mesh.m_vertexData) : Error())
+        return why;
     if (mesh.m_originalData.size() > kMostOriginalData)
         return io::Unwritable("there are " + std::to_string(mesh.m_originalData.size()) +
                               " blocks of original data, and 32766 is the most");
@@ -75,104 +88,30 @@ Error WhyOriginalDataUnwritable(const vlMeshData& mesh)
         if (Error why = data ? WhyUnwritable(*data) : io::Unwritable("the object is null"))
             return io::Inside("original data " + std::to_string(i), std::move(why));
     }
-    return {};
+    return WhyTooLarge(LargestOffset(mesh));
 }
 
-// Of the vertex block; of a caller's class nobody knows.
-std::uint64_t VertexSize(const vlMeshVertexData& vertices)
+// Gives what the writer of a caller's class puts out, by way of a file of its own: it may seek.
+Error TakeForeignBlock(const vlMeshData& mesh, std::vector<unsigned char>& block)
 {
-    if (IsExactly<vlMeshSkelVertexData>(vertices))
-        return mesh::WrittenSize(static_cast<const vlMeshSkelVertexData&>(vertices));
-    return IsExactly<vlMeshVertexData>(vertices) ? mesh::WrittenSize(vertices) : 0;
-}
-
-// Of the share table, which stands last.
-std::uint64_t LargestOffset(const vlMeshData& mesh)
-{
-    std::uint64_t offset = 16 + VertexSize(*mesh.m_vertexData);  // header, flags, table offset
-    if (mesh.m_hasMorph)
-        offset += 3 + 4 * std::uint64_t{mesh.m_morph->m_times.GetKeyCount()};
-    for (std::uint32_t i = 0; mesh.m_hasTracks && i < mesh.m_vertexData->m_subCount; ++i)
-        offset += tracks::LargestSize(mesh.m_tracks[i]);
-    offset += mesh.m_hasTracks ? 4 : 0;
-    offset +=
-        mesh.m_skeletonFlag == kSkinned ? 4 + mesh::BoneCount(mesh) * std::uint64_t{2 + 32 + 28 + 64} : 0;
-    for (const auto& data : mesh.m_originalData)
-        offset += mesh::WrittenSize(*data);
-    return offset;
-}
-
-Error PassesOffsets()
-{
-    return io::Unwritable("the file passes 4 GiB, and offsets in it have 32 bits");
-}
-
-Error WhyTooLarge(const vlMeshData& mesh)
-{
-    return LargestOffset(mesh) > kLargestOffset ? PassesOffsets() : Error();
-}
-
-// What the writer of a caller's class puts out, by way of a file of its own: it may seek.
-class ForeignBlock {
-public:
-    // Nothing for the library's own classes.
-    explicit ForeignBlock(vlMeshVertexData& vertices)
-    {
-        if (IsOurs(vertices))
-            return;
-        m_file.reset(std::tmpfile());
-        if (m_file)
-            vertices.WriteData(m_file.get());
-        const bool isWritten =
-            m_file && std::fseek(m_file.get(), 0, SEEK_END) == 0 && std::ferror(m_file.get()) == 0;
-        m_size = isWritten ? std::ftell(m_file.get()) : -1;
-    }
-
-    Error WhyUnwritable(const vlMeshData& mesh) const
-    {
-        if (!m_file || m_size < 0)
-            return vlio::Failure(ErrorKind::NotWritten, 0, "",
-                                 "the vertex block could not be put into a temporary file");
-        if (m_size == 0)
-            return io::Unwritable("the vertex object has written nothing");
-        return LargestOffset(mesh) + static_cast<std::uint64_t>(m_size) > kLargestOffset ? PassesOffsets()
-                                                                                         : Error();
-    }
-
-    Error Copy(io::BlockWriter& out) const
-    {
-        std::rewind(m_file.get());
-        std::vector<unsigned char> piece(std::size_t{256} << 10);
-        const std::uint64_t start = out.Position();
-        while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), m_file.get()))
-            out.Run(piece.data(), size);
-        if (out.Position() - start == static_cast<std::uint64_t>(m_size))
-            return {};
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
+    if (file)
+        mesh.m_vertexData->WriteData(file.get());
+    const bool isWritten = file && std::fseek(file.get(), 0, SEEK_END) == 0 && std::ferror(file.get()) == 0;
+    const long size = isWritten ? std::ftell(file.get()) : -1;
+    if (size < 0)
         return vlio::Failure(ErrorKind::NotWritten, 0, "",
-                             "the temporary file of the vertex block can't be read");
-    }
-
-private:
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> m_file{nullptr, std::fclose};
-    long m_size = 0;
-};
-
-Error WriteVertices(io::BlockWriter& out, vlMeshVertexData& vertices, const ForeignBlock& foreign)
-{
-    if (IsExactly<vlMeshSkelVertexData>(vertices))
-        mesh::Write(out, static_cast<vlMeshSkelVertexData&>(vertices));
-    else if (IsExactly<vlMeshVertexData>(vertices))
-        mesh::Write(out, vertices);
-    else
-        return foreign.Copy(out);
-    return {};
-}
-
-bool LogUnwritable(const Error& why)
-{
-    if (why)
-        LogError("mesh can't be written: %s", why.Message().c_str());
-    return bool(why);
+                             "the vertex block could not be put into a temporary file");
+    if (size == 0)
+        return io::Unwritable("the vertex object has written nothing");
+    if (Error why = WhyTooLarge(LargestOffset(mesh) + static_cast<std::uint64_t>(size)))
+        return why;
+    block.resize(static_cast<std::size_t>(size));
+    std::rewind(file.get());
+    if (std::fread(block.data(), 1, block.size(), file.get()) == block.size())
+        return {};
+    return vlio::Failure(ErrorKind::NotWritten, 0, "",
+                         "the temporary file of the vertex block can't be read");
 }
 
 }  // namespace
@@ -183,27 +122,23 @@ Error WarnOfVertexTypes(const vlMeshData& mesh)
 {
     const auto asVertex = std::count_if(mesh.m_originalData.begin(), mesh.m_originalData.end(),
                                         [](const auto& data) { return data->m_type == MESH_DATA_VERTEX; });
-    if (asVertex == 0)
-        return {};
-    Error warning;
-    warning.kind = ErrorKind::Limit;
-    warning.text = std::to_string(asVertex) +
-                   " blocks of original data are marked as vertex data: a reader passes over as many blocks";
-    return warning;
+    const char* const text =
+        " blocks of original data are marked as vertex data: a reader passes over as many blocks";
+    return asVertex ? Error{ErrorKind::Limit, 0, {}, {}, {}, std::to_string(asVertex) + text} : Error();
 }
 
 Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOffset)
 {
-    const ForeignBlock foreign(*mesh.m_vertexData);
-    if (Error why = IsOurs(*mesh.m_vertexData) ? Error() : foreign.WhyUnwritable(mesh))
+    const bool isOurs = IsOurs(*mesh.m_vertexData);
+    std::vector<unsigned char> foreign;
+    if (Error why = isOurs ? Error() : TakeForeignBlock(mesh, foreign))
         return why;
     io::BlockWriter out(sink);
     out.Value(kMeshMagic);
     out.Value(kNewestVersion);
     out.Value(mesh.m_skeletonFlag);
     WriteAnimation(out, mesh);
-    WriteBones(out, mesh);
-    WriteAnimBI(out, mesh);
+    WriteSkeleton(out, mesh);
 
     const std::uint64_t offsetAt = out.Position();
     if (tableOffset)
@@ -214,8 +149,10 @@ Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOf
         table.PushDataPair(type, table.PushBlockInfo(static_cast<std::uint32_t>(out.Position())));
     };
     push(MESH_DATA_VERTEX);
-    if (Error error = WriteVertices(out, *mesh.m_vertexData, foreign))
-        return error;
+    if (isOurs)
+        Write(out, *mesh.m_vertexData);
+    else
+        out.Run(foreign.data(), foreign.size());
     for (const auto& data : mesh.m_originalData) {
         push(data->m_type);
         Write(out, *data);
@@ -232,9 +169,8 @@ Error WhyUnwritable(const vlMeshData& mesh)
 {
     if (!mesh.m_vertexData)
         return io::Unwritable("there is no vertex object");
-    for (const auto ask :
-         {WhyKindUnwritable, mesh::WhyAnimationUnwritable, mesh::WhyBonesUnwritable, WhyFramesUnwritable,
-          WhyVerticesUnwritable, WhyOriginalDataUnwritable, WhyTooLarge})
+    for (const auto ask : {WhyKindUnwritable, mesh::WhyAnimationUnwritable, mesh::WhySkeletonUnwritable,
+                           WhyFramesUnwritable, WhyBlocksUnwritable})
         if (Error why = ask(mesh))
             return why;
     return {};
@@ -264,18 +200,18 @@ int vlMeshData::WriteMeshFile(const char* path)
 // NOLINTNEXTLINE(readability-make-member-function-const)
 int vlMeshData::WriteMeshFile(std::FILE* stream)
 {
-    if (LogUnwritable(WhyUnwritable(*this)))
-        return 0;
+    Error why = WhyUnwritable(*this);
     // Offsets in the file count from the start of the stream.
-    if (const long start = std::ftell(stream); start != 0) {
-        LogError("mesh can't be written: the stream %s",
-                 start < 0 ? "can't seek" : "does not stand at its start");
-        return 0;
-    }
+    if (const long start = why ? 0 : std::ftell(stream); start != 0)
+        why = io::Unwritable(start < 0 ? "the stream can't seek" : "the stream does not stand at its start");
     vlio::StreamSink sink(stream);
     std::uint64_t tableOffset = 0;
-    if (LogUnwritable(mesh::WriteFile(sink, *this, &tableOffset)))
+    if (!why)
+        why = mesh::WriteFile(sink, *this, &tableOffset);
+    if (why) {
+        LogError("mesh can't be written: %s", why.Message().c_str());
         return 0;
+    }
     // The word that was written last, wherever the writer patched it.
     std::fseek(stream, static_cast<long>(tableOffset + sizeof(std::uint32_t)), SEEK_SET);
     if (const Error warning = mesh::WarnOfVertexTypes(*this))

@@ -1,12 +1,15 @@
 #include <vlgim/vlMeshVertexData.h>
 
+#include "BlockVisitors.h"
 #include "HalfToFloat.h"
+#include "MeshBlocks.h"
 #include "MeshVersions.h"
-#include "VertexBlock.h"
 
-#include <io/ArrayBlock.h>
+#include <io/SaveFile.h>
 
 #include <algorithm>
+#include <span>
+#include <string>
 #include <utility>
 
 namespace vela::vlgim {
@@ -20,8 +23,69 @@ using io::Block;
 using Vector3 = geomath::_Vector3<float>;
 using Point2 = geomath::_Point2<float>;
 
-constexpr unsigned int kHalfPackMode = 1;  // positions and uvs are half floats
-constexpr std::uint64_t kEntrySize = 10;   // u32 vertices, u32 triangles, u8 uv sets, u8 colours
+constexpr unsigned int kHalfPackMode = 1;   // positions and uvs are half floats
+constexpr std::uint64_t kEntrySize = 10;    // u32 vertices, u32 triangles, u8 uv sets, u8 colours
+constexpr std::uint32_t kMostBits = 65535;  // of the mask of used bones: as many as a mesh can have bones
+constexpr std::uint32_t kBitsWithoutCount = 255;
+
+// The arrays that the counts of an object ask for. A skin's are those of VisitSkin.
+void Visit(auto& mesh, bool hasTangents, auto&& visitor)
+{
+    const std::uint64_t vertices = mesh.m_vertexCount, allFrames = mesh.m_frameCount * vertices;
+    visitor.Array("submesh records", mesh.m_subRecords, mesh.m_subCount);
+    visitor.Array("positions", mesh.m_positions, allFrames);
+    visitor.Array("normals", mesh.m_normals, allFrames);
+    if (hasTangents)
+        visitor.Array("tangents", mesh.m_tangents, allFrames);
+    visitor.Array("triangles", mesh.m_indices, 3 * std::uint64_t{mesh.m_triangleCount});
+    for (unsigned set = 0; set < mesh.m_uvSetCount; ++set)
+        visitor.Array("uvs of set " + std::to_string(set), mesh.m_uvSets[set], vertices);
+    if (mesh.m_colorSetCount != 0)
+        visitor.Array("colours", mesh.m_colors, vertices);
+}
+
+void VisitSkin(auto& mesh, auto&& visitor)
+{
+    const std::uint64_t slots = std::uint64_t{mesh.m_maxBoneRefCount} * mesh.m_vertexCount;
+    visitor.Array("bone references", mesh.m_boneIndices, slots);
+    visitor.Array("bone weights", mesh.m_boneWeights, slots);
+}
+
+// Whether the block has uvs or colours for the vertices of a submesh.
+bool HasRuns(const SubmeshRecord& record)
+{
+    return record.vertexCount != 0 && (record.uvSetCount != 0 || record.hasColors != 0);
+}
+
+// --- reading: a block is measured first, with the skin, and filled when all of it is known to fit ---
+
+// What the submesh entries say together. All sums are 64 bits wide: one that wrapped would lead a run back
+// into the vertex list.
+struct SubmeshSums {
+    std::uint64_t vertices = 0;
+    std::uint64_t uvs = 0;        // entries of all uv runs
+    std::uint64_t colors = 0;     // entries of all colour runs
+    std::uint64_t runEnd = 0;     // one past the last vertex that any run reaches
+    std::uint8_t uvSetCount = 0;  // the largest of them
+
+    void Add(const SubmeshRecord& record)
+    {
+        vertices += record.vertexCount;
+        uvs += std::uint64_t{record.uvSetCount} * record.vertexCount;
+        colors += record.hasColors ? record.vertexCount : 0;
+        uvSetCount = std::max(uvSetCount, record.uvSetCount);
+        if (HasRuns(record))
+            runEnd = vertices;
+    }
+};
+
+// What a block holds, proven to fit before anything is allocated; attributes that it does not hold are null.
+struct VertexSource {
+    vlMeshVertexData mesh;  // its counts alone
+    SubmeshSums submeshes;
+    bool hasHalves;
+    const unsigned char *entries, *positions, *normals, *tangents, *indices, *uvs, *colors, *frames;
+};
 
 SubmeshRecord EntryAt(const unsigned char* entries, std::uint64_t index)
 {
@@ -34,292 +98,406 @@ SubmeshRecord EntryAt(const unsigned char* entries, std::uint64_t index)
     return record;
 }
 
-SubmeshSums Survey(io::BlockReader& in, const unsigned char* entries, std::uint32_t count)
+void MeasureEntries(io::BlockReader& in, VertexSource& source)
 {
+    const auto scope = in.Enter(Block::SubmeshEntries);
+    const std::uint64_t start = in.Offset();
+    source.entries = in.Take(source.mesh.m_subCount, kEntrySize);
     SubmeshSums all;
-    const std::uint64_t start = in.Offset() - count * kEntrySize;
-    for (std::uint32_t i = 0; i < count && !in.Failed(); ++i) {
-        const SubmeshRecord record = EntryAt(entries, i);
+    for (std::uint32_t i = 0; i < source.mesh.m_subCount && !in.Failed(); ++i) {
+        const SubmeshRecord record = EntryAt(source.entries, i);
         all.Add(record);
         if (record.uvSetCount > kMostUvSets)
             in.RefuseAt(start + i * kEntrySize + 8, ErrorKind::Limit, record.uvSetCount, kMostUvSets);
     }
-    return all;
+    source.submeshes = all;
 }
 
-// One attribute over all vertices, filled run by run in ascending order. Vertices without a run get a fill
-// byte, so that no vertex is written twice.
-template <class T>
-class RunFiller {
-public:
-    RunFiller(T* array, int fillByte) : m_array(array), m_fillByte(fillByte) {}
-
-    // Where the values of vertices first to first + count - 1 belong.
-    T* Run(std::uint64_t first, std::uint64_t count)
-    {
-        FillTo(first);
-        m_next = first + count;
-        return m_array + first;
-    }
-
-    void FillTo(std::uint64_t end)
-    {
-        if (end > m_next)
-            std::memset(static_cast<void*>(m_array + m_next), m_fillByte, (end - m_next) * sizeof(T));
-    }
-
-private:
-    T* m_array;
-    int m_fillByte;
-    std::uint64_t m_next = 0;
-};
-
-void FillRecords(SubmeshRecord* records, const unsigned char* entries, std::uint32_t count)
+// Returns the data flag.
+bool MeasureCounts(io::BlockReader& in, VertexSource& source)
 {
-    SubmeshRecord next;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        records[i] = EntryAt(entries, i);
-        records[i].firstVertex = next.firstVertex;
-        records[i].firstTriangle = next.firstTriangle;
-        next.firstVertex += records[i].vertexCount;
-        next.firstTriangle += records[i].triangleCount;
-    }
-}
-
-// The uv runs of half floats stand one behind the other, at half the stride of the float runs.
-void FillUvs(vlMeshVertexData& mesh, const unsigned char* source, bool half)
-{
-    RunFiller<Point2> fillers[] = {{mesh.m_uvSets[0].data(), 0},
-                                   {mesh.m_uvSets[1].data(), 0},
-                                   {mesh.m_uvSets[2].data(), 0},
-                                   {mesh.m_uvSets[3].data(), 0}};
-    for (std::uint32_t i = 0; source && i < mesh.m_subCount; ++i) {
-        const SubmeshRecord& record = mesh.m_subRecords[i];
-        const std::uint64_t count = record.vertexCount;
-        for (std::uint8_t set = 0; count && set < record.uvSetCount; ++set) {
-            Point2* target = fillers[set].Run(record.firstVertex, count);
-            if (half)
-                HalfToFloat(&target->u, source, 2 * count);
-            else
-                io::CopyRun(target, source, count);
-            source += count * (half ? sizeof(Point2) / 2 : sizeof(Point2));
-        }
-    }
-    for (std::uint8_t set = 0; set < mesh.m_uvSetCount; ++set)
-        fillers[set].FillTo(mesh.m_vertexCount);
-}
-
-void FillColors(vlMeshVertexData& mesh, const unsigned char* source)
-{
-    RunFiller<std::uint32_t> filler(mesh.m_colors.data(), 0xFF);
-    for (std::uint32_t i = 0; source && i < mesh.m_subCount; ++i) {
-        const SubmeshRecord& record = mesh.m_subRecords[i];
-        if (record.hasColors && record.vertexCount) {
-            io::CopyRun(filler.Run(record.firstVertex, record.vertexCount), source, record.vertexCount);
-            source += std::uint64_t{record.vertexCount} * sizeof(std::uint32_t);
-        }
-    }
-    filler.FillTo(mesh.m_vertexCount);
+    const auto scope = in.Enter(Block::VertexCounts);
+    const bool hasData = in.Value<std::uint16_t>() != 0;
+    const std::uint64_t at = in.Offset();
+    source.mesh.m_vertexCount = in.Value<std::uint32_t>();
+    source.mesh.m_triangleCount = in.Value<std::uint32_t>();
+    in.Note(Block::Totals, at, in.Offset());
+    if (source.submeshes.runEnd > source.mesh.m_vertexCount)
+        in.RefuseAt(at, ErrorKind::Limit, source.submeshes.runEnd, source.mesh.m_vertexCount);
+    return hasData;
 }
 
 // The runs of the uvs, for whoever has to say where one of them lies.
-void NoteUvs(io::BlockReader& in, const VertexSource& source, std::uint32_t subCount, bool half)
+void NoteUvs(io::BlockReader& in, const VertexSource& source)
 {
-    const std::uint64_t stride = half ? sizeof(Point2) / 2 : sizeof(Point2);
+    const std::uint64_t stride = source.hasHalves ? sizeof(Point2) / 2 : sizeof(Point2);
     std::uint64_t offset = in.Offset() - source.submeshes.uvs * sizeof(Point2);
-    for (std::uint32_t i = 0; i < subCount; ++i) {
+    for (std::uint32_t i = 0; i < source.mesh.m_subCount; ++i) {
         const SubmeshRecord record = EntryAt(source.entries, i);
-        for (std::uint8_t set = 0; record.vertexCount != 0 && set < record.uvSetCount; ++set) {
-            const std::uint64_t end = offset + record.vertexCount * stride;
-            in.Note(Block::UvRun, offset, end, std::int64_t{i} * kMostUvSets + set);
-            offset = end;
-        }
+        const std::uint64_t size = record.vertexCount * stride;
+        for (std::uint8_t set = 0; size != 0 && set < record.uvSetCount; ++set, offset += size)
+            in.Note(Block::UvRun, offset, offset + size, std::int64_t{i} * kMostUvSets + set);
     }
 }
 
 // The frames behind the first, each of positions and normals.
-void NoteFrames(io::BlockReader& in, const VertexSource& source, std::uint64_t frameCount)
+void NoteFrames(io::BlockReader& in, const VertexSource& source)
 {
-    const std::uint64_t size = source.vertexCount * sizeof(Vector3);
-    std::uint64_t offset = in.Offset() - (frameCount - 1) * 2 * size;
-    for (std::uint64_t frame = 1; size != 0 && frame < frameCount; ++frame, offset += 2 * size) {
-        in.Note(Block::FramePositions, offset, offset + size, static_cast<std::int64_t>(frame));
-        in.Note(Block::FrameNormals, offset + size, offset + 2 * size, static_cast<std::int64_t>(frame));
+    const std::uint64_t size = source.mesh.m_vertexCount * sizeof(Vector3);
+    std::uint64_t offset = in.Offset() - (source.mesh.m_frameCount - 1) * 2 * size;
+    for (std::uint32_t frame = 1; size != 0 && frame < source.mesh.m_frameCount; ++frame) {
+        in.Note(Block::FramePositions, offset, offset + size, frame);
+        in.Note(Block::FrameNormals, offset + size, offset + 2 * size, frame);
+        offset += 2 * size;
     }
 }
 
-void MeasureCounts(io::BlockReader& in, VertexSource& source)
-{
-    const auto scope = in.Enter(Block::VertexCounts);
-    source.hasData = in.Value<std::uint16_t>() != 0;
-    const std::uint64_t at = in.Offset();
-    source.vertexCount = in.Value<std::uint32_t>();
-    source.triangleCount = in.Value<std::uint32_t>();
-    in.Note(Block::Totals, at, in.Offset());
-    if (source.submeshes.runEnd > source.vertexCount)
-        in.RefuseAt(at, ErrorKind::Limit, source.submeshes.runEnd, source.vertexCount);
-}
-
 // Goes from the data flag to the end of the block.
-// subCount  of which the runs are noted
-void MeasureData(io::BlockReader& in, VertexSource& source, std::uint64_t frameCount, unsigned int version,
-                 std::uint32_t subCount, bool half)
+void MeasureData(io::BlockReader& in, VertexSource& source, unsigned int version)
 {
-    MeasureCounts(in, source);
-    if (!source.hasData)
+    if (!MeasureCounts(in, source))
         return;
+    const std::uint64_t vertices = source.mesh.m_vertexCount, frames = source.mesh.m_frameCount;
     using Data = vlMeshVertexData;
-    source.positions = in.Take(Block::Positions, source.vertexCount, Data::m_v_sz);
-    source.normals = in.Take(Block::Normals, source.vertexCount, Data::m_v_sz);
+    source.positions = in.Take(Block::Positions, vertices, Data::m_v_sz);
+    source.normals = in.Take(Block::Normals, vertices, Data::m_v_sz);
     if (version >= kTangentVersion && in.Value<std::uint16_t>(Block::TangentFlag) != 0)
-        source.tangents = in.Take(Block::Tangents, frameCount * source.vertexCount, Data::m_v_sz);
-    source.indices = in.Take(Block::Triangles, source.triangleCount, Data::m_tri_sz);
+        source.tangents = in.Take(Block::Tangents, frames * vertices, Data::m_v_sz);
+    source.indices = in.Take(Block::Triangles, source.mesh.m_triangleCount, Data::m_tri_sz);
     {
         const auto scope = in.Enter(Block::Uvs);
         source.uvs = in.Take(source.submeshes.uvs, Data::m_uv_sz);
         if (in.IsTraced())
-            NoteUvs(in, source, subCount, half);
+            NoteUvs(in, source);
     }
     source.colors = in.Take(Block::Colors, source.submeshes.colors, Data::m_c_sz);
     const auto scope = in.Enter(Block::MorphFrames);
-    source.frames = in.Take((frameCount - 1) * source.vertexCount, 2 * sizeof(Vector3));
+    source.frames = in.Take((frames - 1) * vertices, 2 * Data::m_v_sz);
     if (in.IsTraced())
-        NoteFrames(in, source, frameCount);
+        NoteFrames(in, source);
 }
 
-void FillFrames(Vector3* positions, Vector3* normals, const VertexSource& source, std::uint64_t frameCount,
-                bool half)
+// What it gives is of use only where `in` has not failed.
+VertexSource MeasureVertices(io::BlockReader& in, const vlMeshVertexData& target, unsigned int version,
+                             unsigned int packMode)
 {
-    const std::uint64_t count = source.vertexCount;
-    if (half)
-        HalfToFloat(&positions->x, source.positions, 3 * count);
-    else
-        io::CopyRun(positions, source.positions, count);
-    io::CopyRun(normals, source.normals, count);
+    VertexSource source{};
+    source.hasHalves = packMode == kHalfPackMode;
+    source.mesh.m_subCount = target.m_subCount;
+    source.mesh.m_frameCount = std::max(target.m_frameCount, 1U);
+    source.mesh.m_maxBoneRefCount = target.m_maxBoneRefCount;
+    MeasureEntries(in, source);
+    MeasureData(in, source, version);
+    source.mesh.m_uvSetCount = source.submeshes.uvSetCount;
+    source.mesh.m_colorSetCount = 1;
+    source.mesh.m_hasTangents = source.tangents ? 1 : 0;
+    return source;
+}
 
-    const unsigned char* next = source.frames;
-    for (std::uint64_t frame = 1; count && frame < frameCount; ++frame) {
-        io::CopyRun(positions + frame * count, next, count);
-        io::CopyRun(normals + frame * count, next + count * sizeof(Vector3), count);
-        next += 2 * count * sizeof(Vector3);
+void FillRecords(vlMeshVertexData& mesh, const unsigned char* entries)
+{
+    std::uint32_t vertex = 0, triangle = 0;
+    for (std::uint32_t i = 0; i < mesh.m_subCount; ++i) {
+        SubmeshRecord& record = mesh.m_subRecords[i] = EntryAt(entries, i);
+        record.firstVertex = std::exchange(vertex, vertex + record.vertexCount);
+        record.firstTriangle = std::exchange(triangle, triangle + record.triangleCount);
     }
 }
 
+// Copies values of an attribute. Null: the file has none, and all their bytes become `missing`.
 template <class T>
-void FillZero(T* array, std::uint64_t count)
+void Fill(T* to, const unsigned char* from, std::uint64_t count, int missing = 0)
 {
-    std::memset(static_cast<void*>(array), 0, count * sizeof(T));
+    if (from)
+        io::CopyRun(to, from, count);
+    else if (count != 0)
+        std::memset(static_cast<void*>(to), missing, count * sizeof(T));
 }
 
-void Fill(vlMeshVertexData& mesh, const VertexSource& source, bool half)
+template <class Vector>
+void FillVectors(Vector* to, const unsigned char* from, std::uint64_t count, bool hasHalves)
 {
-    const std::uint64_t allFrames = std::uint64_t{mesh.m_frameCount} * mesh.m_vertexCount;
-    FillRecords(mesh.m_subRecords.data(), source.entries, mesh.m_subCount);
-    if (source.hasData) {
-        FillFrames(mesh.m_positions.data(), mesh.m_normals.data(), source, mesh.m_frameCount, half);
-        io::CopyRun(mesh.m_indices.data(), source.indices, 3 * source.triangleCount);
-    } else {
-        FillZero(mesh.m_positions.data(), allFrames);
-        FillZero(mesh.m_normals.data(), allFrames);
-        FillZero(mesh.m_indices.data(), 3 * source.triangleCount);
+    if (from && hasHalves)
+        HalfToFloat(reinterpret_cast<float*>(to), from, count * (sizeof(Vector) / sizeof(float)));
+    else
+        Fill(to, from, count);
+}
+
+void FillFrames(vlMeshVertexData& mesh, const VertexSource& source)
+{
+    const std::uint64_t count = mesh.m_vertexCount, size = count * sizeof(Vector3);
+    FillVectors(mesh.m_positions.data(), source.positions, count, source.hasHalves);
+    Fill(mesh.m_normals.data(), source.normals, count);
+    for (std::uint64_t frame = 1; frame < mesh.m_frameCount; ++frame) {
+        const unsigned char* const run = source.frames ? source.frames + 2 * (frame - 1) * size : nullptr;
+        Fill(mesh.m_positions.data() + frame * count, run, count);
+        Fill(mesh.m_normals.data() + frame * count, run ? run + size : nullptr, count);
     }
-    if (source.tangents)
-        io::CopyRun(mesh.m_tangents.data(), source.tangents, allFrames);
-    FillUvs(mesh, source.uvs, half);
-    FillColors(mesh, source.colors);
+}
+
+// Vertices without values, those behind the submeshes too, are filled as they are passed, so that none is written
+// twice.
+void FillRuns(vlMeshVertexData& mesh, const VertexSource& source)
+{
+    // The uv runs of half floats stand one behind the other, at half the stride of the float runs.
+    const std::uint64_t uvSize = source.hasHalves ? sizeof(Point2) / 2 : sizeof(Point2);
+    const unsigned char *uvs = source.uvs, *colors = source.colors;
+    std::uint64_t first = 0;
+    const auto fill = [&](const SubmeshRecord& record, std::uint64_t count) {
+        for (unsigned set = 0; set < mesh.m_uvSetCount; ++set) {
+            const unsigned char* const run = set < record.uvSetCount ? uvs : nullptr;
+            FillVectors(mesh.m_uvSets[set].data() + first, run, count, source.hasHalves);
+            uvs += run ? count * uvSize : 0;
+        }
+        const unsigned char* const run = record.hasColors ? colors : nullptr;
+        Fill(mesh.m_colors.data() + first, run, count, 0xFF);
+        colors += run ? count * sizeof(std::uint32_t) : 0;
+        first += count;
+    };
+    for (std::uint32_t i = 0; i < mesh.m_subCount; ++i) {
+        const SubmeshRecord& record = mesh.m_subRecords[i];
+        fill(record, std::min<std::uint64_t>(record.vertexCount, mesh.m_vertexCount - first));
+    }
+    fill(SubmeshRecord(), mesh.m_vertexCount - first);
+}
+
+// Makes the arrays of a measured block, in one allocation, and fills them. Where `in` has failed, or the memory budget
+// does not allow it, the target stays as it was.
+void BuildVertices(io::BlockReader& in, VertexSource& source, vlMeshVertexData& target)
+{
+    vlMeshVertexData& mesh = source.mesh;
+    const auto scope = in.Enter(Block::VertexBlock);
+    if (in.Failed() ||
+        !ArrayReader(in).Read([&](auto& reader) { Visit(mesh, mesh.m_hasTangents != 0, reader); }))
+        return;
+    FillRecords(mesh, source.entries);
+    FillFrames(mesh, source);
+    Fill(mesh.m_tangents.data(), source.tangents, mesh.m_tangents.size());
+    Fill(mesh.m_indices.data(), source.indices, mesh.m_indices.size());
+    FillRuns(mesh, source);
+    target = std::move(mesh);
+}
+
+// The skin behind the vertices, proven to fit.
+struct SkinSource {
+    std::uint32_t slots;  // for each vertex
+    std::uint32_t bits;   // of the mask
+    const unsigned char *references, *weights, *mask;
+};
+
+SkinSource MeasureSkin(io::BlockReader& in, std::uint64_t vertexCount, unsigned int version)
+{
+    SkinSource source{};
+    source.slots = version == kEightSlotVersion ? 8 : 4;
+    const std::uint64_t count = vertexCount * source.slots;
+    source.references = in.Take(Block::BoneReferences, count, version >= kWideReferenceVersion ? 2 : 1);
+    source.weights = in.Take(Block::BoneWeights, count, sizeof(float));
+    const auto scope = in.Enter(Block::UsedBones);
+    source.bits = version >= kWideReferenceVersion ? in.Count<std::uint32_t>(kMostBits) : kBitsWithoutCount;
+    if (version >= kMaskVersion)
+        source.mask = in.Take((source.bits + 7) / 8, 1);
+    return source;
+}
+
+// The same for a skin, in an allocation of its own. The counts are set.
+void BuildSkin(io::BlockReader& in, const SkinSource& source, unsigned int version,
+               vlMeshSkelVertexData& mesh)
+{
+    const auto scope = in.Enter(Block::VertexBlock);
+    if (!ArrayReader(in).Read([&](auto& reader) { VisitSkin(mesh, reader); }))
+        return;
+    CopyBoneIndices(mesh.m_boneIndices.data(), source.references, mesh.m_boneIndices.size(),
+                    version >= kWideReferenceVersion);
+    io::CopyRun(mesh.m_boneWeights.data(), source.weights, mesh.m_boneWeights.size());
+    mesh.m_usedBoneBits = source.bits;
+    mesh.m_usedBones.assign(source.bits, false);
+    for (std::uint32_t bit = 0; source.mask && bit < source.bits; ++bit)
+        mesh.m_usedBones[bit] = (source.mask[bit / 8] >> (bit % 8) & 1) != 0;
+}
+
+// --- writing ---
+
+Error WhyRecordUnwritable(const vlMeshVertexData& mesh, const SubmeshRecord& record,
+                          std::uint64_t firstVertex)
+{
+    const auto text = [](std::uint64_t number) { return std::to_string(number); };
+    if (record.uvSetCount > mesh.m_uvSetCount)
+        return io::Unwritable("declares " + text(record.uvSetCount) + " uv sets, and the mesh has " +
+                              text(mesh.m_uvSetCount));
+    if (record.hasColors && mesh.m_colorSetCount == 0)
+        return io::Unwritable("declares colours, and the mesh has none");
+    if (!HasRuns(record))
+        return {};
+    // A reader puts the runs where the counts add up to, whatever firstVertex said.
+    if (record.firstVertex != firstVertex)
+        return io::Unwritable("starts at vertex " + text(record.firstVertex) +
+                              ", and those in front of it have " + text(firstVertex));
+    if (firstVertex + record.vertexCount > mesh.m_vertexCount)
+        return io::Unwritable("has uvs or colours up to vertex " + text(firstVertex + record.vertexCount) +
+                              ", and the mesh has " + text(mesh.m_vertexCount));
+    return {};
+}
+
+Error WhyVerticesUnwritable(const vlMeshVertexData& mesh)
+{
+    if (mesh.m_frameCount == 0)
+        return io::Unwritable("the mesh has no frame");
+    if (mesh.m_uvSetCount > kMostUvSets)
+        return io::Unwritable("the mesh has " + std::to_string(mesh.m_uvSetCount) +
+                              " uv sets, and 4 is the most");
+    ShortArray check;
+    Visit(mesh, bool(mesh.m_tangents), check);
+    std::uint64_t firstVertex = 0;
+    for (std::uint32_t i = 0; !check.why && i < mesh.m_subCount; ++i) {
+        const SubmeshRecord& record = mesh.m_subRecords[i];
+        if (Error why = WhyRecordUnwritable(mesh, record, firstVertex))
+            return io::Inside("submesh " + std::to_string(i), std::move(why));
+        firstVertex += record.vertexCount;
+    }
+    return check.why;
+}
+
+// out  a BlockWriter or a ByteCount
+void WriteVertices(auto& out, const vlMeshVertexData& mesh)
+{
+    const std::uint64_t vertices = mesh.m_vertexCount;
+    const std::span<const SubmeshRecord> records(mesh.m_subRecords.data(), mesh.m_subCount);
+    for (const SubmeshRecord& record : records) {
+        out.Value(record.vertexCount);
+        out.Value(record.triangleCount);
+        out.Value(record.uvSetCount);
+        out.Value(record.hasColors);
+    }
+    out.Value(std::uint16_t{1});
+    out.Value(mesh.m_vertexCount);
+    out.Value(mesh.m_triangleCount);
+    out.Run(mesh.m_positions.data(), vertices);
+    out.Run(mesh.m_normals.data(), vertices);
+    out.Value(std::uint16_t{bool(mesh.m_tangents)});
+    if (mesh.m_tangents)
+        out.Run(mesh.m_tangents.data(), mesh.m_frameCount * vertices);
+    out.Run(mesh.m_indices.data(), 3 * std::uint64_t{mesh.m_triangleCount});
+    for (const SubmeshRecord& record : records)
+        for (std::uint8_t set = 0; record.vertexCount && set < record.uvSetCount; ++set)
+            out.Run(mesh.m_uvSets[set].data() + record.firstVertex, record.vertexCount);
+    for (const SubmeshRecord& record : records)
+        if (record.vertexCount && record.hasColors)
+            out.Run(mesh.m_colors.data() + record.firstVertex, record.vertexCount);
+    for (std::uint64_t frame = 1; vertices && frame < mesh.m_frameCount; ++frame) {
+        out.Run(mesh.m_positions.data() + frame * vertices, vertices);
+        out.Run(mesh.m_normals.data() + frame * vertices, vertices);
+    }
+}
+
+// mask  m_usedBones as the file has it
+void WriteSkin(auto& out, const vlMeshSkelVertexData& mesh, const unsigned char* mask)
+{
+    VisitSkin(mesh, ArrayWriter{out});
+    out.Value(mesh.m_usedBoneBits);
+    out.Run(mask, (mesh.m_usedBoneBits + 7) / 8);
+}
+
+// Sets the bits of the bones that have a weight, and returns the mask as the file has it.
+std::vector<unsigned char> UpdateMask(vlMeshSkelVertexData& mesh)
+{
+    const std::uint64_t count = std::uint64_t{mesh.m_maxBoneRefCount} * mesh.m_vertexCount;
+    const std::uint16_t* const bones = mesh.m_boneIndices.data();
+    const float* const weights = mesh.m_boneWeights.data();
+    // Stores alone, at no bone's place where the weight is 0: slots are too many for a branch or for single bits.
+    std::vector<unsigned char> used(kNoBone + 1U);
+    for (std::uint64_t slot = 0; slot < count; ++slot)
+        used[weights[slot] != 0.0F ? bones[slot] : kNoBone] = 1;
+    mesh.m_usedBones.resize(mesh.m_usedBoneBits);
+    std::vector<unsigned char> mask((mesh.m_usedBoneBits + 7) / 8);
+    for (std::uint32_t bit = 0; bit < mesh.m_usedBoneBits; ++bit) {
+        const bool isUsed = mesh.m_usedBones[bit] || used[bit] != 0;
+        mesh.m_usedBones[bit] = isUsed;
+        mask[bit / 8] = static_cast<unsigned char>(mask[bit / 8] | unsigned{isUsed} << bit % 8);
+    }
+    return mask;
 }
 
 }  // namespace
 
-VertexSource MeasureVertices(io::BlockReader& in, std::uint32_t subCount, std::uint32_t frameCount,
-                             unsigned int version, unsigned int packMode)
+void CopyBoneIndices(std::uint16_t* to, const unsigned char* from, std::uint64_t count, bool isWide)
 {
-    VertexSource source{};
-    {
-        const auto scope = in.Enter(Block::SubmeshEntries);
-        source.entries = in.Take(subCount, kEntrySize);
-        source.submeshes = Survey(in, source.entries, subCount);
-    }
-    MeasureData(in, source, std::max(frameCount, 1U), version, subCount, packMode == kHalfPackMode);
-    return source;
-}
-
-void BuildVertices(io::BlockReader& in, const VertexSource& source, unsigned int packMode,
-                   vlMeshVertexData& target)
-{
-    const std::uint64_t frameCount = std::max(target.m_frameCount, 1U);
-    const std::uint64_t vertexCount = source.vertexCount;
-    const std::uint64_t allFrames = frameCount * vertexCount;
-    const std::uint8_t uvSetCount = source.submeshes.uvSetCount;
-    if (in.Failed())
-        return;
-
-    io::ArrayBlock block;
-    const auto records = block.Plan<SubmeshRecord>(target.m_subCount);
-    const auto positions = block.Plan<Vector3>(allFrames);
-    const auto normals = block.Plan<Vector3>(allFrames);
-    const auto tangents = block.Plan<Vector3>(source.tangents ? allFrames : 0);
-    const auto indices = block.Plan<std::uint16_t>(3 * source.triangleCount);
-    const auto colors = block.Plan<std::uint32_t>(vertexCount);
-    io::ArrayBlock::Slot<Point2> uvs[kMostUvSets];
-    for (std::uint8_t set = 0; set < uvSetCount; ++set)
-        uvs[set] = block.Plan<Point2>(vertexCount);
-    {
-        const auto scope = in.Enter(Block::VertexBlock);
-        if (!block.Allocate(in))
-            return;
-    }
-
-    vlMeshVertexData read;
-    read.m_subRecords = block.Array(records);
-    read.m_frameCount = static_cast<std::uint32_t>(frameCount);
-    read.m_subCount = target.m_subCount;
-    read.m_vertexCount = static_cast<std::uint32_t>(vertexCount);
-    read.m_triangleCount = static_cast<std::uint32_t>(source.triangleCount);
-    read.m_uvSetCount = uvSetCount;
-    read.m_colorSetCount = 1;
-    read.m_hasTangents = source.tangents ? 1 : 0;
-    read.m_positions = block.Array(positions);
-    read.m_normals = block.Array(normals);
-    read.m_indices = block.Array(indices);
-    for (std::uint8_t set = 0; set < uvSetCount; ++set)
-        read.m_uvSets[set] = block.Array(uvs[set]);
-    read.m_colors = block.Array(colors);
-    if (source.tangents)
-        read.m_tangents = block.Array(tangents);
-    read.m_maxBoneRefCount = target.m_maxBoneRefCount;
-    Fill(read, source, packMode == kHalfPackMode);
-    target = std::move(read);
+    if (isWide)
+        return io::CopyRun(to, from, count);
+    for (std::uint64_t i = 0; i < count; ++i)
+        to[i] = from[i] == 255 ? kNoBone : from[i];
 }
 
 void Read(io::BlockReader& in, vlMeshVertexData& mesh, unsigned int version, unsigned int packMode)
 {
-    const VertexSource source = MeasureVertices(in, mesh.m_subCount, mesh.m_frameCount, version, packMode);
-    BuildVertices(in, source, packMode, mesh);
+    VertexSource source = MeasureVertices(in, mesh, version, packMode);
+    BuildVertices(in, source, mesh);
 }
 
-std::vector<std::uint32_t> FittingSubCounts(const unsigned char* data, const unsigned char* end,
-                                            const VertexBlockKind& kind)
+void Read(io::BlockReader& in, vlMeshSkelVertexData& mesh, unsigned int version, unsigned int packMode)
+{
+    VertexSource vertices = MeasureVertices(in, mesh, version, packMode);
+    const SkinSource skin = MeasureSkin(in, vertices.mesh.m_vertexCount, version);
+    vlMeshSkelVertexData read;
+    read.m_vertexCount = vertices.mesh.m_vertexCount;
+    read.m_maxBoneRefCount = vertices.mesh.m_maxBoneRefCount = skin.slots;
+    BuildSkin(in, skin, version, read);
+    BuildVertices(in, vertices, read);
+    if (!in.Failed())
+        mesh = std::move(read);
+}
+
+void Write(io::BlockWriter& out, vlMeshVertexData& mesh)
+{
+    WriteVertices(out, mesh);
+    if (auto* const skin = dynamic_cast<vlMeshSkelVertexData*>(&mesh))
+        WriteSkin(out, *skin, UpdateMask(*skin).data());
+}
+
+std::uint64_t WrittenSize(const vlMeshVertexData& mesh)
+{
+    ByteCount count;
+    WriteVertices(count, mesh);
+    if (const auto* const skin = dynamic_cast<const vlMeshSkelVertexData*>(&mesh))
+        WriteSkin(count, *skin, nullptr);
+    return count.bytes;
+}
+
+std::vector<std::uint32_t> FittingSubCounts(std::span<const unsigned char> block, unsigned int version,
+                                            std::uint32_t frameCount, bool isSkinned)
 {
     std::vector<std::uint32_t> fitting;
-    const auto size = static_cast<std::uint64_t>(end - data);
     VertexSource source{};
+    source.mesh.m_frameCount = std::max(frameCount, 1U);
     for (std::uint32_t count = 0; source.submeshes.uvSetCount <= kMostUvSets; ++count) {
-        io::BlockReader in(data, end);
+        io::BlockReader in(block);
         in.Seek(count * kEntrySize);
-        MeasureData(in, source, std::max(kind.frameCount, 1U), kind.version, 0, false);
-        if (kind.skinned)
-            MeasureSkin(in, source.vertexCount, kind.version);
-        if (!in.Failed() && in.Offset() == size)
+        MeasureData(in, source, version);
+        if (isSkinned)
+            MeasureSkin(in, source.mesh.m_vertexCount, version);
+        if (!in.Failed() && in.Offset() == block.size())
             fitting.push_back(count);
-        if ((count + 1) * kEntrySize > size)
+        if ((count + 1) * kEntrySize > block.size())
             break;
-        source.submeshes.Add(EntryAt(data, count));
+        source.submeshes.Add(EntryAt(block.data(), count));
     }
     return fitting;
 }
 
 }  // namespace mesh
+
+Error WhyUnwritable(const vlMeshVertexData& mesh)
+{
+    Error why = mesh::WhyVerticesUnwritable(mesh);
+    const auto* const skin = dynamic_cast<const vlMeshSkelVertexData*>(&mesh);
+    if (why || !skin)
+        return why;
+    mesh::ShortArray check;
+    mesh::VisitSkin(*skin, check);
+    if (!check.why && skin->m_usedBoneBits > mesh::kMostBits)
+        return io::Unwritable("the mask of used bones has " + std::to_string(skin->m_usedBoneBits) +
+                              " bits, and 65535 is the most");
+    return check.why;
+}
 
 const unsigned char* vlMeshVertexData::ReadDataNew(const unsigned char* data, unsigned int version,
                                                    unsigned int packMode, const unsigned char* end)
@@ -327,6 +505,27 @@ const unsigned char* vlMeshVertexData::ReadDataNew(const unsigned char* data, un
     io::BlockReader in(data, end);
     mesh::Read(in, *this, version, packMode);
     return in.Position();
+}
+
+const unsigned char* vlMeshSkelVertexData::ReadDataNew(const unsigned char* data, unsigned int version,
+                                                       unsigned int packMode, const unsigned char* end)
+{
+    io::BlockReader in(data, end);
+    mesh::Read(in, *this, version, packMode);
+    return in.Position();
+}
+
+// The block of this class alone: a derived class has a writer of its own.
+void vlMeshVertexData::WriteData(std::FILE* stream)
+{
+    io::WriteStream(stream, "vertex block can't be written", mesh::WhyVerticesUnwritable(*this),
+                    [this](io::BlockWriter& out) { mesh::WriteVertices(out, *this); });
+}
+
+void vlMeshSkelVertexData::WriteData(std::FILE* stream)
+{
+    io::WriteStream(stream, "vertex block can't be written", WhyUnwritable(*this),
+                    [this](io::BlockWriter& out) { mesh::Write(out, *this); });
 }
 
 }  // namespace vela::vlgim

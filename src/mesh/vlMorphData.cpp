@@ -1,19 +1,12 @@
 #include <vlgim/vlMorphData.h>
 
 #include "MeshBlocks.h"
+#include "MeshVersions.h"
 
 #include <io/SaveFile.h>
 #include <keys/KeyTimesBlock.h>
 
 namespace vela::vlgim {
-
-namespace {
-
-constexpr unsigned int kFloatTimesVersion = 0x20005;  // times were integers before
-constexpr unsigned int kModeVersion = 0x20011;        // the morph mode arrived
-constexpr unsigned int kNewestVersion = 0x20013;      // the single-frame word went
-
-}  // namespace
 
 const unsigned char* vlMorphData::ReadDataNew(const unsigned char* data, const unsigned char* end)
 {
@@ -26,24 +19,9 @@ const unsigned char* vlMorphData::ReadData(const unsigned char* data, unsigned i
                                            const unsigned char* end)
 {
     io::BlockReader in(data, end);
-    const auto scope = in.Enter(io::Block::MorphData);
-    const auto mode = version >= kModeVersion ? in.Value<unsigned char>() : m_morphMode;
-    const auto singleFrame =
-        version < kNewestVersion ? in.Value<unsigned short>() : static_cast<unsigned short>(0);
-    const auto keyCount = in.Value<unsigned short>();
-    const unsigned char* times = in.Take(keyCount, sizeof(float));
-    if (!in.Spend(keys::TimesSize(keyCount)))
-        return nullptr;
-
-    if (version >= kFloatTimesVersion) {
-        m_times = keys::TimesFrom(times, keyCount);
-    } else {
-        std::vector<unsigned int> integers(keyCount);
-        io::CopyRun(integers.data(), times, keyCount);
-        m_times.SetKeyTimes(integers.data(), keyCount);
-    }
-    m_morphMode = mode;
-    m_singleFrame = singleFrame;
+    mesh::Read(in, *this, version);
+    if (!in.Failed() && version >= kNewestMorphVersion)
+        m_singleFrame = 0;
     return in.Position();
 }
 
@@ -55,17 +33,25 @@ void vlMorphData::WriteData(std::FILE* stream) const
 
 namespace mesh {
 
-void Read(io::BlockReader& in, vlMorphData& morph)
+void Read(io::BlockReader& in, vlMorphData& morph, unsigned int version)
 {
     const auto scope = in.Enter(io::Block::MorphData);
-    const auto mode = in.Value<unsigned char>();
+    const auto mode = version >= kModeVersion ? in.Value<unsigned char>() : morph.m_morphMode;
+    const auto singleFrame = version < kNewestMorphVersion ? in.Value<unsigned short>() : morph.m_singleFrame;
     const auto keyCount = in.Value<unsigned short>();
     const unsigned char* times = in.Take(io::Block::Times, keyCount, sizeof(float));
     if (!in.Spend(keys::TimesSize(keyCount)))
         return;
 
-    morph.m_times = keys::TimesFrom(times, keyCount);  // may throw, so it goes first
+    if (version >= kFloatTimesVersion) {
+        morph.m_times = keys::TimesFrom(times, keyCount);  // may throw, so it goes first
+    } else {
+        std::vector<unsigned int> integers(keyCount);
+        io::CopyRun(integers.data(), times, keyCount);
+        morph.m_times.SetKeyTimes(integers.data(), keyCount);
+    }
     morph.m_morphMode = mode;
+    morph.m_singleFrame = singleFrame;
 }
 
 void Write(io::BlockWriter& out, const vlMorphData& morph)
