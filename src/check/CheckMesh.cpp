@@ -57,30 +57,39 @@ void CheckFrames(const File& file, const vlMeshData& mesh)
         {"positions", "vertex", Floats(v.m_positions), v.m_vertexCount, 3, HasHalves(mesh) ? 6U : 12U});
     CheckFinite(file, file.Find(Block::Normals),
                 {"normals", "vertex", Floats(v.m_normals), v.m_vertexCount, 3});
-    file.ForEachIn(file.Find(Block::MorphFrames), [&](std::size_t field) {
-        const auto frame = static_cast<std::uint64_t>(file[field].step.number);
-        const bool isNormals = file.BlockAt(field) == Block::FrameNormals;
-        CheckFinite(file, field,
-                    {(isNormals ? "normals of frame " : "positions of frame ") + std::to_string(frame),
-                     "vertex", Floats(isNormals ? v.m_normals : v.m_positions, frame * v.m_vertexCount),
-                     v.m_vertexCount, 3});
-    });
+    const std::size_t frames = file.Find(Block::MorphFrames);
+    const std::uint64_t size = v.m_vertexCount * sizeof v.m_positions[0];
+    for (std::uint64_t frame = 1; size != 0 && frame < v.m_frameCount; ++frame) {
+        const std::string number = " of frame " + std::to_string(frame);
+        const std::uint64_t first = frame * v.m_vertexCount, behind = 2 * size * (frame - 1);
+        CheckFinite(
+            file, frames,
+            {"positions" + number, "vertex", Floats(v.m_positions, first), v.m_vertexCount, 3, 12, behind});
+        CheckFinite(file, frames,
+                    {"normals" + number, "vertex", Floats(v.m_normals, first), v.m_vertexCount, 3, 12,
+                     behind + size});
+    }
     if (v.m_tangents)
         CheckFinite(file, file.Find(Block::Tangents),
                     {"tangents", "entry", Floats(v.m_tangents), v.m_tangents.size(), 3});
 }
 
-void CheckUvs(const File& file, const vlMeshVertexData& v)
+void CheckUvs(const File& file, const vlMeshData& mesh)
 {
-    file.ForEachIn(file.Find(Block::Uvs), [&](std::size_t run) {
-        const auto number = static_cast<std::uint64_t>(file[run].step.number);
-        const std::uint64_t submesh = number / mesh::kMostUvSets, set = number % mesh::kMostUvSets;
-        const SubmeshRecord& record = v.m_subRecords[submesh];
-        CheckFinite(file, run,
-                    {"uvs of set " + std::to_string(set) + " of submesh " + std::to_string(submesh),
-                     "its vertex", &v.m_uvSets[set][record.firstVertex].u, record.vertexCount, 2,
-                     file.Size(run) / record.vertexCount});
-    });
+    const vlMeshVertexData& v = *mesh.m_vertexData;
+    const std::size_t uvs = file.Find(Block::Uvs);
+    const std::uint64_t size = HasHalves(mesh) ? 4 : 8;
+    std::uint64_t behind = 0;
+    for (std::uint32_t i = 0; i < v.m_subCount; ++i) {
+        const SubmeshRecord& record = v.m_subRecords[i];
+        for (unsigned set = 0; record.vertexCount != 0 && set < record.uvSetCount; ++set) {
+            CheckFinite(file, uvs,
+                        {"uvs of set " + std::to_string(set) + " of submesh " + std::to_string(i),
+                         "its vertex", &v.m_uvSets[set][record.firstVertex].u, record.vertexCount, 2, size,
+                         behind});
+            behind += record.vertexCount * size;
+        }
+    }
 }
 
 void CheckIndices(const File& file, std::size_t field, const Array<std::uint16_t>& indices,
@@ -326,7 +335,7 @@ void MeshCheck::CheckVertices(const File& file)
     if (file.Has(Block::Positions)) {
         CheckFrames(file, m_mesh);
         CheckTriangles(file, v);
-        CheckUvs(file, v);
+        CheckUvs(file, m_mesh);
         return;
     }
     m_fillsData = v.m_vertexCount != 0 || v.m_triangleCount != 0;

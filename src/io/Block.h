@@ -67,8 +67,6 @@ enum class Block : std::uint8_t {
     RotationKeys,
     ScaleKeys,
     FramePositions,
-    FrameNormals,
-    UvRun,
 };
 
 /// Returns the name of a block for people, such as "bones block". Fields have no names.

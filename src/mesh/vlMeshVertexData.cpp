@@ -127,31 +127,6 @@ bool MeasureCounts(io::BlockReader& in, VertexSource& source)
     return hasData;
 }
 
-// The runs of the uvs, for whoever has to say where one of them lies.
-void NoteUvs(io::BlockReader& in, const VertexSource& source)
-{
-    const std::uint64_t stride = source.hasHalves ? sizeof(Point2) / 2 : sizeof(Point2);
-    std::uint64_t offset = in.Offset() - source.submeshes.uvs * sizeof(Point2);
-    for (std::uint32_t i = 0; i < source.mesh.m_subCount; ++i) {
-        const SubmeshRecord record = EntryAt(source.entries, i);
-        const std::uint64_t size = record.vertexCount * stride;
-        for (std::uint8_t set = 0; size != 0 && set < record.uvSetCount; ++set, offset += size)
-            in.Note(Block::UvRun, offset, offset + size, std::int64_t{i} * kMostUvSets + set);
-    }
-}
-
-// The frames behind the first, each of positions and normals.
-void NoteFrames(io::BlockReader& in, const VertexSource& source)
-{
-    const std::uint64_t size = source.mesh.m_vertexCount * sizeof(Vector3);
-    std::uint64_t offset = in.Offset() - (source.mesh.m_frameCount - 1) * 2 * size;
-    for (std::uint32_t frame = 1; size != 0 && frame < source.mesh.m_frameCount; ++frame) {
-        in.Note(Block::FramePositions, offset, offset + size, frame);
-        in.Note(Block::FrameNormals, offset + size, offset + 2 * size, frame);
-        offset += 2 * size;
-    }
-}
-
 // Goes from the data flag to the end of the block.
 void MeasureData(io::BlockReader& in, VertexSource& source, unsigned int version)
 {
@@ -164,17 +139,9 @@ void MeasureData(io::BlockReader& in, VertexSource& source, unsigned int version
     if (version >= kTangentVersion && in.Value<std::uint16_t>(Block::TangentFlag) != 0)
         source.tangents = in.Take(Block::Tangents, frames * vertices, Data::m_v_sz);
     source.indices = in.Take(Block::Triangles, source.mesh.m_triangleCount, Data::m_tri_sz);
-    {
-        const auto scope = in.Enter(Block::Uvs);
-        source.uvs = in.Take(source.submeshes.uvs, Data::m_uv_sz);
-        if (in.IsTraced())
-            NoteUvs(in, source);
-    }
+    source.uvs = in.Take(Block::Uvs, source.submeshes.uvs, Data::m_uv_sz);
     source.colors = in.Take(Block::Colors, source.submeshes.colors, Data::m_c_sz);
-    const auto scope = in.Enter(Block::MorphFrames);
-    source.frames = in.Take((frames - 1) * vertices, 2 * Data::m_v_sz);
-    if (in.IsTraced())
-        NoteFrames(in, source);
+    source.frames = in.Take(Block::MorphFrames, (frames - 1) * vertices, 2 * Data::m_v_sz);
 }
 
 // What it gives is of use only where `in` has not failed.
