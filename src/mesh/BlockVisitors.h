@@ -4,69 +4,67 @@
 #include <io/BlockReader.h>
 #include <io/Errors.h>
 
+#include <array>
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 
-// A block names its arrays once: in a function template that shows them to a visitor in file order, each with its
-// elements, and with the values that stand between them if the bytes of the block are those alone. The visitors are
-// what can be done with every block.
+// A block names its arrays once, in a function template that shows each of them to a visitor. Where a block has nothing
+// but arrays and values, it shows them all, in file order. The visitors do what every block needs.
 namespace vela::vlgim::mesh {
 
-/// Reads a block into objects that are shown twice: first to prove that everything fits and to plan the arrays, in one
-/// allocation, and once more to fill them.
+/// Reads values at once, and arrays when all of them are known to fit, into one allocation.
 class ArrayReader {
 public:
-    explicit ArrayReader(io::BlockReader& in) : m_in(in), m_again(in) {}
+    explicit ArrayReader(io::BlockReader& in) : m_in(in) {}
 
-    /// visit(reader)  shows the same both times
-    /// Returns false if the reader of the file has failed; the arrays are then as they were.
-    bool Read(auto visit)
+    void Value(auto& value, auto... field) { value = m_in.Value<std::decay_t<decltype(value)>>(field...); }
+
+    /// Plans an array. With a field it receives the next bytes of the file, or stays as it is if it has no elements.
+    /// Without a field it is made and left to the caller to fill.
+    template <class T>
+    void Array(std::string_view, vlgim::Array<T>& array, std::uint64_t count, auto... field)
     {
-        visit(*this);
-        if (!m_arrays.Allocate(m_in))
+        const unsigned char* run = nullptr;
+        if constexpr (sizeof...(field) != 0)
+            run = m_in.Take(field..., count, sizeof(T));
+        m_arrays.at(m_planned++) = {&array, m_block.Plan<T>(count).offset, count, run, Make<T>};
+    }
+
+    /// Makes and fills the arrays. Returns false if the reader of the file has failed; they are then as they were.
+    bool Finish()
+    {
+        if (!m_block.Allocate(m_in))
             return false;
-        m_isAllocated = true;
-        visit(*this);
+        for (std::size_t i = 0; i < m_planned; ++i)
+            m_arrays[i].make(m_arrays[i], m_block);
         return true;
     }
 
-    template <class T, class... Field>
-    void Value(T& value, Field... field)
-    {
-        value = In().template Value<T>(field...);
-    }
-
-    /// Makes an array without filling it.
-    template <class T>
-    void Array(std::string_view, vlgim::Array<T>& array, std::uint64_t count)
-    {
-        if (m_isAllocated)
-            array = m_arrays.Array(m_plan.Plan<T>(count));
-        else
-            m_arrays.Plan<T>(count);
-    }
-
-    /// Makes an array from the bytes of the file; null without elements.
-    template <class T>
-    void Array(std::string_view name, vlgim::Array<T>& array, std::uint64_t count, io::Block field)
-    {
-        const unsigned char* run = In().Take(field, count, sizeof(T));
-        Array(name, array, count);
-        if (!m_isAllocated)
-            return;
-        io::CopyRun(array.data(), run, count);
-        if (count == 0)
-            array = nullptr;
-    }
-
 private:
-    io::BlockReader& In() { return m_isAllocated ? m_again : m_in; }
+    static constexpr std::size_t kMostArrays = 10;  // those of the vertex block
+
+    struct Planned {
+        void* array;
+        std::uint64_t offset, count;
+        const unsigned char* run;
+        void (*make)(const Planned&, const io::ArrayBlock&);
+    };
+
+    template <class T>
+    static void Make(const Planned& planned, const io::ArrayBlock& block)
+    {
+        auto& array = *static_cast<vlgim::Array<T>*>(planned.array);
+        if (planned.count != 0 || !planned.run)
+            array = block.Array(io::ArrayBlock::Slot<T>{planned.offset, planned.count});
+        if (planned.run)
+            io::CopyRun(array.data(), planned.run, planned.count);
+    }
 
     io::BlockReader& m_in;
-    io::BlockReader m_again;  // from the start once more, recording no places
-    io::ArrayBlock m_arrays;
-    io::ArrayBlock m_plan;  // once more as well, so that no slot has to be kept
-    bool m_isAllocated = false;
+    io::ArrayBlock m_block;
+    std::array<Planned, kMostArrays> m_arrays;
+    std::size_t m_planned = 0;
 };
 
 /// Writes values and arrays to a BlockWriter, or to a ByteCount.
@@ -95,7 +93,7 @@ struct ShortArray {
     void Value(auto&&...) {}
     void Array(std::string_view name, const auto& array, std::uint64_t count, auto...)
     {
-        if (!why)
+        if (!why && !io::Holds(array, count))
             why = io::WhyShort(array, count, name);
     }
 };

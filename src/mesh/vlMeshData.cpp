@@ -90,14 +90,14 @@ void ReadOriginalData(io::BlockReader& in, const vlDataShareTable& table, std::s
     constexpr std::size_t objectSize = sizeof(vlOriginalData) + 64;  // with its owner and its count of owners
     if (!in.Spend((table.m_blocks.size() - first) * objectSize))
         return;
-    mesh.m_originalData.reserve(table.m_blocks.size() - first);
     const std::vector<MESH_DATA_TYPE> types = TypesOf(table);
+    mesh.m_originalData.reserve(table.m_blocks.size() - first);
     for (std::size_t i = first; i < table.m_blocks.size() && !in.Failed(); ++i) {
         in.Seek(table.m_blocks[i]);
         const auto scope = in.Enter(Block::OriginalData, static_cast<std::int64_t>(i - first));
-        const auto& data = mesh.m_originalData.emplace_back(std::make_shared<vlOriginalData>());
-        data->m_type = types[i];
-        Read(in, *data, true);
+        vlOriginalData& data = *mesh.m_originalData.emplace_back(std::make_shared<vlOriginalData>());
+        data.m_type = types[i];
+        Read(in, data, true);
     }
 }
 
@@ -145,6 +145,13 @@ bool ReadAndLog(io::BlockReader in, vlMeshData& mesh)
     for (const Error& warning : warnings)
         LogReadWarning(warning);
     return !error;
+}
+
+const SubmeshRecord* RecordAt(const std::shared_ptr<vlMeshVertexData>& vertices, std::uint32_t submesh)
+{
+    const bool exists =
+        vertices && submesh < std::min<std::size_t>(vertices->m_subCount, vertices->m_subRecords.size());
+    return exists ? &vertices->m_subRecords[submesh] : nullptr;
 }
 
 }  // namespace
@@ -242,6 +249,62 @@ std::vector<std::uint32_t> vlMeshData::FittingSubmeshCounts(const unsigned char*
             end = std::min<std::uint64_t>(end, offset);
     return mesh::FittingSubCounts({data + start, data + end}, mesh.m_version, mesh::FrameCount(mesh),
                                   mesh.m_skeletonFlag != 0);
+}
+
+void vlMeshData::CollectSegGeometryInfo(std::vector<geomath::_Vector3<float>*>& positions,
+                                        std::vector<geomath::_Vector3<float>*>& normals,
+                                        std::vector<std::vector<std::uint16_t>>& indices,
+                                        std::vector<geomath::_Point2<float>*>& uvs0,
+                                        std::vector<geomath::_Point2<float>*>& uvs1,
+                                        std::vector<std::uint16_t>& vertexCounts,
+                                        std::vector<std::uint16_t>& triangleCounts) const
+{
+    if (!m_vertexData)
+        return;
+    const vlMeshVertexData& mesh = *m_vertexData;
+    positions.push_back(mesh.m_positions.data());
+    normals.push_back(mesh.m_normals.data());
+    const std::size_t count =
+        std::min<std::size_t>(3 * std::size_t{mesh.m_triangleCount}, mesh.m_indices.size());
+    indices.emplace_back(mesh.m_indices.begin(), mesh.m_indices.begin() + count);
+    uvs0.push_back(mesh.m_uvSets[0].data());
+    uvs1.push_back(mesh.m_uvSets[1].data());
+    vertexCounts.push_back(static_cast<std::uint16_t>(mesh.m_vertexCount));
+    triangleCounts.push_back(static_cast<std::uint16_t>(mesh.m_triangleCount));
+}
+
+bool vlMeshData::CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std::vector<float>& weights,
+                                    std::unordered_map<std::uint16_t, geomath::_Matrix<float>>& matrices,
+                                    std::vector<std::string>& names) const
+{
+    const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(m_vertexData.get());
+    if (!skin)
+        return false;
+    const std::size_t slots = std::min<std::size_t>(
+        {std::size_t{std::min(skin->m_maxBoneRefCount, 4U)} * std::size_t{skin->m_vertexCount},
+         skin->m_boneIndices.size(), skin->m_boneWeights.size()});
+    boneIndices.insert(boneIndices.end(), skin->m_boneIndices.begin(), skin->m_boneIndices.begin() + slots);
+    weights.insert(weights.end(), skin->m_boneWeights.begin(), skin->m_boneWeights.begin() + slots);
+    const std::uint16_t bones = mesh::BoneCount(*this);
+    for (std::uint16_t bone = 0; bone < std::min<std::size_t>(bones, m_boneMatrices.size()); ++bone)
+        matrices[bone] = m_boneMatrices[bone];
+    for (std::uint16_t bone = 0; bone < std::min<std::size_t>(bones, m_boneNames.size()); ++bone)
+        names.emplace_back(m_boneNames[bone].View());
+    return true;
+}
+
+void vlMeshData::GetSubIBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const
+{
+    const SubmeshRecord* record = mesh::RecordAt(m_vertexData, submesh);
+    start = record ? 3 * record->firstTriangle : 0;
+    count = record ? 3 * record->triangleCount : 0;
+}
+
+void vlMeshData::GetSubVBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const
+{
+    const SubmeshRecord* record = mesh::RecordAt(m_vertexData, submesh);
+    start = record ? record->firstVertex : 0;
+    count = record ? record->vertexCount : 0;
 }
 
 }  // namespace vela::vlgim

