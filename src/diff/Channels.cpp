@@ -1,88 +1,62 @@
-#include "Channels.h"
+#include "Parts.h"
 
 #include <keys/KeyTimesBlock.h>
 
-namespace vela::vlgim {
+namespace vela::vlgim::diff {
 
-namespace diff {
-
-namespace {
-
-Run<float> ComponentOf(unsigned char keyed, const Array<float>& array, unsigned width, Times times)
-{
-    Run<float> run = RunOf(array, keyed ? times.count : 1, width);
-    run.isSingle = keyed == 0;
-    return run;
-}
-
-}  // namespace
-
-Times TimesOf(const vlKeyTimes& times)
+Run<float> TimesOf(const vlKeyTimes& times)
 {
     return {times.GetKeyTimes(), keys::WrittenKeyCount(times)};
 }
 
-bool CompareTimes(Comparer& out, Times a, Times b)
+bool CompareTimes(const Comparer& out, Run<float> a, Run<float> b)
 {
-    const std::size_t before = out.Count();
-    if (out.Number("key count", a.count, b.count))
-        out.Runs("key times", Run<float>{a.data, a.count}, Run<float>{b.data, b.count},
-                 [](std::uint64_t key) { return "key " + std::to_string(key); });
-    return out.Count() == before;
+    return out.Number("key count", a.count, b.count) && out.Runs("key times", a, b, Nth("key"));
 }
 
-void CompareChannels(Comparer& out, const vlTransKeysData& a, const vlTransKeysData& b, Times timesA,
-                     Times timesB)
+void CompareChannels(const Comparer& out, const vlTransKeysData& a, const vlTransKeysData& b,
+                     Run<float> timesA, Run<float> timesB)
 {
-    const auto compare = [&](const char* component, unsigned char keyedA, unsigned char keyedB,
-                             const Array<float>& arrayA, const Array<float>& arrayB, unsigned width,
-                             auto apart) {
-        out.Number(std::string(component) + " keyed", keyedA, keyedB);
-        const auto where = [&](std::uint64_t key) {
-            const Times times = keyedA ? timesA : timesB;
-            return keyedA || keyedB ? "key " + std::to_string(key) + " at " + TextOf(times.data[key])
-                                    : std::string();
+    using Keys = vlTransKeysData;
+    const auto compare = [&](const char* component, unsigned char Keys::*keyed, Array<float> Keys::*values,
+                             unsigned width, auto apart) {
+        const auto runOf = [&](const Keys& keys, std::uint64_t times) {
+            Run<float> run = RunOf(keys.*values, keys.*keyed ? times : 1, width);
+            run.isSingle = keys.*keyed == 0;
+            return run;
         };
-        out.Runs(component, ComponentOf(keyedA, arrayA, width, timesA),
-                 ComponentOf(keyedB, arrayB, width, timesB), where, apart);
+        const auto where = [&](std::uint64_t key) {
+            const float* times = a.*keyed ? timesA.data : timesB.data;
+            return a.*keyed || b.*keyed ? "key " + std::to_string(key) + " at " + TextOf(times[key])
+                                        : std::string();
+        };
+        out.Number(std::string(component) + " keyed", a.*keyed, b.*keyed);
+        out.Runs(component, runOf(a, timesA.count), runOf(b, timesB.count), where, apart);
     };
-    compare("position", a.m_posKeyed, b.m_posKeyed, a.m_pos, b.m_pos, 3, ByComponent<float>);
+    compare("position", &Keys::m_posKeyed, &Keys::m_pos, 3, ByComponent());
     // Of a quaternion and of angles no number has the same meaning.
     if (out.Number("rotation order", a.m_rotOrder, b.m_rotOrder) ||
         (a.m_rotOrder != 0 && b.m_rotOrder != 0)) {
         if (a.m_rotOrder)
-            compare("rotation", a.m_rotKeyed, b.m_rotKeyed, a.m_rot, b.m_rot, 3, ByComponent<float>);
+            compare("rotation", &Keys::m_rotKeyed, &Keys::m_rot, 3, ByComponent());
         else
-            compare("rotation", a.m_rotKeyed, b.m_rotKeyed, a.m_rot, b.m_rot, 4, ByRotation);
+            compare("rotation", &Keys::m_rotKeyed, &Keys::m_rot, 4, ByRotation());
     }
-    compare("scale", a.m_scaleKeyed, b.m_scaleKeyed, a.m_scale, b.m_scale, 3, ByComponent<float>);
+    compare("scale", &Keys::m_scaleKeyed, &Keys::m_scale, 3, ByComponent());
 }
 
-void CompareTracks(Comparer& out, const vlTrackData& a, const vlTrackData& b)
+void CompareTracks(const Comparer& out, const vlTrackData& a, const vlTrackData& b)
 {
     out.Text("name", a.m_name, b.m_name);
-    out.Runs("options", Run<unsigned char>{a.m_options, 1, 4}, Run<unsigned char>{b.m_options, 1, 4},
-             [](std::uint64_t) { return std::string(); });
+    out.Number("options", a.m_options, b.m_options);
     out.Code("flags", a.m_flags, b.m_flags);
-    const Times timesA = TimesOf(a.m_times), timesB = TimesOf(b.m_times);
+    const Run<float> timesA = TimesOf(a.m_times), timesB = TimesOf(b.m_times);
     CompareTimes(out, timesA, timesB);
     out.Number("channel count", a.m_channelCount, b.m_channelCount);
     const std::size_t count =
         std::min<std::size_t>({a.m_channelCount, b.m_channelCount, a.m_channels.size(), b.m_channels.size()});
-    for (std::size_t i = 0; i < count; ++i) {
-        const Comparer::Scope scope(out, "channel " + std::to_string(i));
-        CompareChannels(out, a.m_channels[i], b.m_channels[i], timesA, timesB);
-    }
+    for (std::size_t i = 0; i < count; ++i)
+        CompareChannels(out.Within(Nth("channel")(i)), a.m_channels[i], b.m_channels[i], timesA, timesB);
 }
 
-}  // namespace diff
-
-std::vector<Difference> Compare(const vlTrackData& a, const vlTrackData& b, const CompareOptions& options)
-{
-    diff::Comparer out(options);
-    out.Code("version", a.m_version, b.m_version);
-    diff::CompareTracks(out, a, b);
-    return out.Take();
-}
-
-}  // namespace vela::vlgim
+}  // namespace vela::vlgim::diff

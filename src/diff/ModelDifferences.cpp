@@ -1,14 +1,11 @@
-#include "Documents.h"
-#include "MeshDifferences.h"
 #include "Pairs.h"
+#include "Parts.h"
 
 #include <tinyxml2.h>
 
 #include <map>
 
-namespace vela::vlgim {
-
-namespace diff {
+namespace vela::vlgim::diff {
 
 namespace {
 
@@ -20,25 +17,23 @@ std::optional<std::string> MeshPath(const GimData& model)
     return path ? std::optional<std::string>(path) : std::nullopt;
 }
 
-void CompareManifests(Comparer& out, const GimData& a, const GimData& b)
+void CompareManifests(const Comparer& out, const GimData& a, const GimData& b)
 {
     const std::size_t before = out.Count();
     out.Value("mesh path", "", MeshPath(a), MeshPath(b));
     out.Text("skeleton name", a.GetSkeletonName(), b.GetSkeletonName());
-    const std::size_t countA = a.m_submeshes.size(), countB = b.m_submeshes.size();
-    for (std::size_t i = 0; i < std::min(countA, countB); ++i) {
+    for (std::size_t i = 0; i < std::min(a.m_submeshes.size(), b.m_submeshes.size()); ++i) {
         const SubmeshMessage &submeshA = a.m_submeshes[i], &submeshB = b.m_submeshes[i];
-        const Comparer::Scope scope(out, SubmeshText(i, a.m_submeshes));
-        out.Text("Name", submeshA.name, submeshB.name);
-        if (submeshA.mtlIdx != submeshB.mtlIdx)
-            out.Text("MtlIdx", std::to_string(submeshA.mtlIdx), std::to_string(submeshB.mtlIdx));
+        const Comparer submesh = out.Within(SubmeshText(i, a.m_submeshes));
+        submesh.Text("Name", submeshA.name, submeshB.name);
+        submesh.Text("MtlIdx", std::to_string(submeshA.mtlIdx), std::to_string(submeshB.mtlIdx));
     }
     // Of submeshes another count is named with the mesh.
     if (a.m_mesh.m_submeshCount == b.m_mesh.m_submeshCount && out.Count() == before)
         CompareDocuments(out, "manifest", a.m_gimXml, b.m_gimXml);
 }
 
-void CompareParams(Comparer& out, const MaterialMessage& a, const MaterialMessage& b)
+void CompareParams(const Comparer& out, const MaterialMessage& a, const MaterialMessage& b)
 {
     std::map<std::string_view, std::pair<std::optional<std::string>, std::optional<std::string>>> params;
     for (const auto& [name, value] : a.params)
@@ -57,15 +52,14 @@ Names MaterialNames(const GimData& model)
     return names;
 }
 
-void CompareMaterials(Comparer& out, const GimData& a, const GimData& b)
+void CompareMaterials(const Comparer& out, const GimData& a, const GimData& b)
 {
     if (!out.Both("material group", !a.m_mtgXml.IsEmpty(), !b.m_mtgXml.IsEmpty()))
         return;
     const std::size_t before = out.Count();
-    const Names namesA = MaterialNames(a), namesB = MaterialNames(b);
-    Pairs materials(namesA, namesB);
-    CompareLists(out, "material", namesA, namesB, materials, [&](std::size_t i, std::size_t j) {
-        CompareParams(out, a.m_materials[i], b.m_materials[j]);
+    Pairs materials(MaterialNames(a), MaterialNames(b));
+    CompareLists(out, "material", materials, [&](const Comparer& material, std::size_t i, std::size_t j) {
+        CompareParams(material, a.m_materials[i], b.m_materials[j]);
     });
     if (out.Count() == before)
         CompareDocuments(out, "material group", a.m_mtgXml, b.m_mtgXml);
@@ -73,16 +67,12 @@ void CompareMaterials(Comparer& out, const GimData& a, const GimData& b)
 
 }  // namespace
 
-}  // namespace diff
-
-std::vector<Difference> Compare(const GimData& a, const GimData& b, const CompareOptions& options)
+void CompareModels(const Comparer& out, const GimData& a, const GimData& b)
 {
-    diff::Comparer out(options);
-    diff::CompareManifests(out, a, b);
-    diff::CompareMaterials(out, a, b);
-    diff::CompareDocuments(out, "music", a.m_musicXml, b.m_musicXml);
-    diff::CompareMeshes(out, a.m_mesh, b.m_mesh, a.m_submeshes);
-    return out.Take();
+    CompareManifests(out, a, b);
+    CompareMaterials(out, a, b);
+    CompareDocuments(out, "music", a.m_musicXml, b.m_musicXml);
+    CompareMeshes(out, a.m_mesh, b.m_mesh, a.m_submeshes);
 }
 
-}  // namespace vela::vlgim
+}  // namespace vela::vlgim::diff

@@ -1,55 +1,38 @@
 #include "Pairs.h"
 
-#include <algorithm>
+#include <map>
 #include <numeric>
 
 namespace vela::vlgim::diff {
 
-namespace {
-
-std::vector<std::size_t> SortedByName(const Names& names)
+Names NamesOf(const Array<Name32>& fields, std::size_t count)
 {
-    std::vector<std::size_t> order(names.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::stable_sort(order.begin(), order.end(),
-                     [&](std::size_t x, std::size_t y) { return names[x] < names[y]; });
-    return order;
+    return {fields.begin(), fields.begin() + std::min(count, fields.size())};
 }
 
-}  // namespace
-
-Pairs::Pairs(const Names& a, const Names& b) : m_inB(a.size(), kNone), m_inA(b.size(), kNone)
+Pairs::Pairs(Names namesA, Names namesB)
+    : a(std::move(namesA)), b(std::move(namesB)), inB(a.size(), kNone), inA(b.size(), kNone), areSame(a == b)
 {
-    const auto pair = [this](std::size_t i, std::size_t j) {
-        m_inB[i] = j;
-        m_inA[j] = i;
-    };
-    if (a == b) {
-        for (std::size_t i = 0; i < a.size(); ++i)
-            pair(i, i);
-        m_isIdentity = true;
+    if (areSame) {
+        std::iota(inB.begin(), inB.end(), std::size_t{0});
+        inA = inB;
         return;
     }
-    // Sorted and stable, the k-th of a name meets the k-th.
-    const std::vector<std::size_t> orderA = SortedByName(a), orderB = SortedByName(b);
-    for (auto x = orderA.begin(), y = orderB.begin(); x != orderA.end() && y != orderB.end();) {
-        const int order = a[*x].compare(b[*y]);
-        if (order == 0)
-            pair(*x, *y);
-        x += order <= 0;
-        y += order >= 0;
-    }
+    const auto pair = [this](std::size_t i, std::size_t j) {
+        inB[i] = j;
+        inA[j] = i;
+    };
+    std::multimap<std::string_view, std::size_t> left;  // of one name, in the order of the list
+    for (std::size_t j = 0; j < b.size(); ++j)
+        left.emplace(b[j], j);
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (const auto first = left.lower_bound(a[i]); first != left.end() && first->first == a[i])
+            pair(i, left.extract(first).mapped());
     for (std::size_t i = 0; i < a.size(); ++i) {
-        const std::size_t j = i == 0 ? 0 : m_inB[i - 1] == kNone ? kNone : m_inB[i - 1] + 1;
-        if (m_inB[i] == kNone && j < b.size() && m_inA[j] == kNone)
+        const std::size_t j = i == 0 ? 0 : inB[i - 1] == kNone ? kNone : inB[i - 1] + 1;
+        if (inB[i] == kNone && j < b.size() && inA[j] == kNone)
             pair(i, j);
     }
-}
-
-void Pairs::Part(std::size_t a)
-{
-    m_inA[m_inB[a]] = kNone;
-    m_inB[a] = kNone;
 }
 
 }  // namespace vela::vlgim::diff

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 // Which of two lists' entries belong together.
@@ -11,75 +12,66 @@ namespace vela::vlgim::diff {
 
 using Names = std::vector<std::string_view>;
 
-class Pairs {
-public:
+/// The first `count` names, or as many as there are.
+Names NamesOf(const Array<Name32>& fields, std::size_t count);
+
+struct Pairs {
     static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+    Names a, b;
+    std::vector<std::size_t> inB, inA;  ///< index of A's entry in B, and of B's in A; kNone: it has none
+    bool areSame;                       ///< every index means the same in both lists
 
     /// Pairs the k-th of a name with the k-th of it; then one that is left over with the one at the same place behind a
     /// pair, as a renamed one.
-    Pairs(const Names& a, const Names& b);
-
-    /// Index in B of A's entry; kNone: it has none.
-    std::size_t InB(std::size_t a) const { return m_inB[a]; }
-    std::size_t InA(std::size_t b) const { return m_inA[b]; }
-
-    void Part(std::size_t a);
+    Pairs(Names namesA, Names namesB);
 
     /// Whether an index into A's list means the same as one into B's. Beyond both lists, or where one of them is
     /// empty, it means itself.
-    bool MeanTheSame(std::size_t a, std::size_t b) const
+    bool MeanTheSame(std::size_t indexA, std::size_t indexB) const
     {
-        if (m_inB.empty() || m_inA.empty())
-            return a == b;
-        return a < m_inB.size() ? m_inB[a] == b : b >= m_inA.size() && a == b;
+        if (a.empty() || b.empty())
+            return indexA == indexB;
+        return indexA < a.size() ? inB[indexA] == indexB : indexB >= b.size() && indexA == indexB;
     }
-
-    /// Whether every index means the same in both lists.
-    bool IsIdentity() const { return m_isIdentity; }
-
-private:
-    std::vector<std::size_t> m_inB, m_inA;
-    bool m_isIdentity = false;
 };
 
 /// Compares lists of things with names.
-/// kind           as in "bone"
-/// pairs          of the names; those of which one was renamed and the rest differs are parted
-/// compare(i, j)  compares all but the names of A's i-th and B's j-th
+/// kind                     as in "bone"
+/// pairs                    of the names; those of which one was renamed and the rest differs are parted
+/// compare(comparer, i, j)  compares all but the names of A's i-th and B's j-th
 template <class Compare>
-void CompareLists(Comparer& out, const std::string& kind, const Names& a, const Names& b, Pairs& pairs,
-                  Compare compare)
+void CompareLists(const Comparer& out, const std::string& kind, Pairs& pairs, Compare compare)
 {
-    if (a.empty() || b.empty()) {
-        out.Both(kind + "s", !a.empty(), !b.empty());
+    const Names &a = pairs.a, &b = pairs.b;
+    if (!out.Both(kind + "s", !a.empty(), !b.empty()))
         return;
-    }
     for (std::size_t i = 0; i < a.size(); ++i) {
-        const std::size_t j = pairs.InB(i), before = out.Count();
+        const std::size_t j = pairs.inB[i], before = out.Count();
         if (j == Pairs::kNone || a[i] == b[j])
             continue;
-        compare(i, j);
+        compare(out, i, j);
         if (out.Count() != before)
-            pairs.Part(i);
+            pairs.inB[i] = pairs.inA[j] = Pairs::kNone;
         out.Rewind(before);
     }
 
     bool isOrdered = true;
     std::size_t last = 0;
     for (std::size_t i = 0; i < a.size(); ++i) {
-        const std::size_t j = pairs.InB(i);
-        if (!out.Both(Quoted(kind, a[i]), true, j != Pairs::kNone))
+        const std::size_t j = pairs.inB[i];
+        const std::string name = Quoted(kind, a[i]);
+        if (!out.Both(name, true, j != Pairs::kNone))
             continue;
-        if (isOrdered && j < last)
-            out.Add({kind + " order", Quoted(kind, a[i]), {}, 1, std::to_string(i), std::to_string(j)});
-        isOrdered = isOrdered && j >= last;
+        if (j < last && std::exchange(isOrdered, false))
+            out.Add({kind + " order", name, {}, 1, std::to_string(i), std::to_string(j)});
         last = j;
-        const Comparer::Scope scope(out, Quoted(kind, a[i]));
-        out.Text("name", a[i], b[j]);
-        compare(i, j);
+        const Comparer inner = out.Within(name);
+        inner.Text("name", a[i], b[j]);
+        compare(inner, i, j);
     }
     for (std::size_t j = 0; j < b.size(); ++j)
-        out.Both(Quoted(kind, b[j]), pairs.InA(j) != Pairs::kNone, true);
+        out.Both(Quoted(kind, b[j]), pairs.inA[j] != Pairs::kNone, true);
 }
 
 }  // namespace vela::vlgim::diff

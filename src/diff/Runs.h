@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <span>
+#include <type_traits>
 
 // Where two arrays differ most.
 namespace vela::vlgim::diff {
@@ -22,11 +24,23 @@ struct Run {
     const T* At(std::uint64_t entry) const { return isSingle ? data : data + entry * width; }
 };
 
+/// What a value consists of: a number of itself, an array of its numbers, a vector or a matrix of floats.
+template <class T, class Element = std::remove_all_extents_t<T>>
+using Component = std::conditional_t<std::is_arithmetic_v<Element>, Element, float>;
+
+/// Entries of `width` values each.
+template <class T>
+Run<Component<T>> RunOf(const T* values, std::uint64_t count, unsigned width = 1)
+{
+    constexpr auto components = static_cast<unsigned>(sizeof(T) / sizeof(Component<T>));
+    return {reinterpret_cast<const Component<T>*>(values), count, width * components};
+}
+
 /// The first entries of an array; none, as of an array that is not there, where it is shorter.
 template <class T>
-Run<T> RunOf(const Array<T>& array, std::uint64_t count, unsigned width = 1)
+Run<Component<T>> RunOf(const Array<T>& array, std::uint64_t count, unsigned width = 1)
 {
-    return {count * width <= array.size() ? array.data() : nullptr, count, width};
+    return RunOf(count * width <= array.size() ? array.data() : nullptr, count, width);
 }
 
 /// Of two entries: how far they are apart at most, and in which component.
@@ -35,11 +49,10 @@ struct Distant {
     unsigned component = 0;
 };
 
-/// The largest distance so far, and where it is.
+/// The two entries that are furthest apart.
 struct Largest {
-    double distance = 0;
+    Distant apart;
     std::uint64_t entry = 0;
-    unsigned component = 0;
     std::uint64_t count = 0;  // entries that are further apart than the tolerance
 };
 
@@ -54,51 +67,63 @@ double Distance(T a, T b)
     return std::isnan(distance) ? std::numeric_limits<double>::infinity() : distance;
 }
 
-template <class T>
-Distant ByComponent(const T* a, const T* b, unsigned width)
-{
-    Distant most;
-    for (unsigned i = 0; i < width; ++i)
-        if (const double distance = Distance(a[i], b[i]); distance > most.distance)
-            most = {distance, i};
-    return most;
-}
+struct ByComponent {
+    template <class T>
+    Distant operator()(const T* a, const T* b, unsigned width) const
+    {
+        Distant most;
+        for (unsigned i = 0; i < width; ++i)
+            if (const double distance = Distance(a[i], b[i]); distance > most.distance)
+                most = {distance, i};
+        return most;
+    }
+};
 
 /// Quaternions: q and -q are one rotation.
-inline Distant ByRotation(const float* a, const float* b, unsigned width)
-{
-    const float turned[4] = {-b[0], -b[1], -b[2], -b[3]};
-    const Distant straight = ByComponent(a, b, width);
-    const Distant negated = ByComponent(a, turned, width);
-    return negated.distance < straight.distance ? negated : straight;
-}
+struct ByRotation {
+    Distant operator()(const float* a, const float* b, unsigned width) const
+    {
+        const float turned[4] = {-b[0], -b[1], -b[2], -b[3]};
+        const Distant straight = ByComponent()(a, b, width), negated = ByComponent()(a, turned, width);
+        return negated.distance < straight.distance ? negated : straight;
+    }
+};
+
+/// The entries from `first` up to `end`.
+struct Range {
+    std::uint64_t first, end;
+};
+inline constexpr Range kWhole[] = {{0, UINT64_MAX}};
 
 /// Goes through two runs, of as many entries unless one is single.
-/// first      number of their first entry
 /// apart      gives the distance of two entries
 /// allowed    distance up to which they count as equal
 /// bytesTell  whether entries of the same bytes are equal
 template <class T, class Apart>
-void Scan(Run<T> a, Run<T> b, std::uint64_t first, Apart apart, double allowed, bool bytesTell,
-          Largest& largest)
+Largest Scan(Run<T> a, Run<T> b, Apart apart, double allowed, bool bytesTell,
+             std::span<const Range> ranges = kWhole)
 {
     constexpr std::uint64_t kPiece =
         256;  // entries whose bytes are compared at once: nearly all are the same
     const std::uint64_t count = std::max(a.count, b.count);
-    for (std::uint64_t start = 0; start < count; start += kPiece) {
-        const std::uint64_t end = std::min(count, start + kPiece);
-        if (bytesTell && !a.isSingle && !b.isSingle &&
-            std::memcmp(a.At(start), b.At(start), (end - start) * a.width * sizeof(T)) == 0)
-            continue;
-        for (std::uint64_t i = start; i < end; ++i) {
-            const Distant at = apart(a.At(i), b.At(i), a.width);
-            if (!(at.distance > allowed))
+    Largest largest;
+    for (const Range& range : ranges) {
+        for (std::uint64_t start = range.first, end; start < std::min(range.end, count); start = end) {
+            end = std::min({range.end, count, start + kPiece});
+            if (bytesTell && !a.isSingle && !b.isSingle &&
+                std::memcmp(a.At(start), b.At(start), (end - start) * a.width * sizeof(T)) == 0)
                 continue;
-            ++largest.count;
-            if (at.distance > largest.distance)
-                largest = {at.distance, first + i, at.component, largest.count};
+            for (std::uint64_t i = start; i < end; ++i) {
+                const Distant at = apart(a.At(i), b.At(i), a.width);
+                if (!(at.distance > allowed))
+                    continue;
+                ++largest.count;
+                if (at.distance > largest.apart.distance)
+                    largest = {at, i, largest.count};
+            }
         }
     }
+    return largest;
 }
 
 }  // namespace vela::vlgim::diff
