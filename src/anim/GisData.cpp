@@ -46,9 +46,7 @@ Error Load(GisData& model, const char* path, const LoadOptions& options, std::ve
 
 int GisData::Load(const char* path, const char* basePath)
 {
-    LoadOptions options;
-    if (basePath)
-        options.base = basePath;
+    const LoadOptions options{basePath ? std::optional<std::string>(basePath) : std::nullopt, {}};
     std::vector<Error> warnings;
     const Error error = vlgim::Load(*this, path, options, &warnings);
     // A file that can't be read leaves nothing of the animation, one that is refused its path.

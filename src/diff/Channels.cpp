@@ -53,7 +53,7 @@ void CompareTracks(const Comparer& out, const vlTrackData& a, const vlTrackData&
     const Run<float> timesA = TimesOf(a.m_times), timesB = TimesOf(b.m_times);
     CompareTimes(out, timesA, timesB);
     out.Number("channel count", a.m_channelCount, b.m_channelCount);
-    const std::size_t count =
+    const auto count =
         std::min<std::size_t>({a.m_channelCount, b.m_channelCount, a.m_channels.size(), b.m_channels.size()});
     for (std::size_t i = 0; i < count; ++i)
         CompareChannels(out.Within(Nth("channel")(i)), a.m_channels[i], b.m_channels[i], timesA, timesB);

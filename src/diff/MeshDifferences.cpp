@@ -53,7 +53,7 @@ void CompareTracks(const Comparer& out, const vlMeshData& a, const vlMeshData& b
     if (!out.Both("tracks", a.m_hasTracks && a.m_tracks, b.m_hasTracks && b.m_tracks))
         return;
     out.Number("track flag", a.m_hasTracks, b.m_hasTracks);
-    const std::size_t count =
+    const auto count =
         std::min<std::size_t>({a.m_submeshCount, b.m_submeshCount, a.m_tracks.size(), b.m_tracks.size()});
     if (count != 0)
         out.Code("track version", a.m_tracks[0].m_version, b.m_tracks[0].m_version);

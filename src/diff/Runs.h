@@ -32,8 +32,8 @@ using Component = std::conditional_t<std::is_arithmetic_v<Element>, Element, flo
 template <class T>
 Run<Component<T>> RunOf(const T* values, std::uint64_t count, unsigned width = 1)
 {
-    constexpr auto components = static_cast<unsigned>(sizeof(T) / sizeof(Component<T>));
-    return {reinterpret_cast<const Component<T>*>(values), count, width * components};
+    constexpr unsigned size = sizeof(T), componentSize = sizeof(Component<T>);
+    return {reinterpret_cast<const Component<T>*>(values), count, width * (size / componentSize)};
 }
 
 /// The first entries of an array; none, as of an array that is not there, where it is shorter.

@@ -15,6 +15,12 @@ namespace vela::vlgim {
 
 namespace {
 
+// As the manifest's functions take it: null for none.
+const char* Prefix(const std::optional<std::string>& base)
+{
+    return base ? base->c_str() : nullptr;
+}
+
 Error Missing(const char* block, std::string text)
 {
     return {ErrorKind::Reference, 0, "", block, std::nullopt, std::move(text)};
@@ -29,11 +35,9 @@ Error LoadMesh(GimData& model, const char* path, const LoadOptions& options, std
     model.m_mesh.m_submeshCount = static_cast<std::uint32_t>(manifest::Submeshes(model.m_gimXml).size());
     if (model.m_mesh.m_submeshCount == 0)
         return Missing("Vela/SubMesh", "SubMesh list is empty.");
-    model.m_meshPath =
-        manifest::MeshPath(model.m_gimXml, path, options.base ? options.base->c_str() : nullptr);
-    LoadOptions meshOptions;
-    meshOptions.memoryLimit = options.memoryLimit;
-    return Load(model.m_mesh, model.m_meshPath.c_str(), meshOptions, warnings);
+    model.m_meshPath = manifest::MeshPath(model.m_gimXml, path, Prefix(options.base));
+    return Load(model.m_mesh, model.m_meshPath.c_str(),
+                {.base = {}, .submeshCount = {}, .memoryLimit = options.memoryLimit}, warnings);
 }
 
 // The records up to the first that lacks something.
@@ -96,23 +100,15 @@ Error AddMesh(vlio::FileWriter& files, const GimData& model, std::vector<Error>*
 template <class T>
 T RecordAt(const std::vector<T>& records, int index)
 {
-    return index >= 0 && static_cast<std::size_t>(index) < records.size()
-               ? records[static_cast<std::size_t>(index)]
-               : T{};
+    const auto at = static_cast<std::size_t>(index);  // a negative one is beyond all records
+    return at < records.size() ? records[at] : T{};
 }
 
 }  // namespace
 
 Error Load(GimData& model, const char* path, const LoadOptions& options, std::vector<Error>* warnings)
 {
-    const char* const base = options.base ? options.base->c_str() : nullptr;
-    model.m_submeshes.clear();
-    model.m_materials.clear();
-    model.m_meshPath.clear();
-    model.m_mesh = {};
-    model.m_mtgXml.Clear();
-    model.m_musicXml.Clear();
-
+    model = {};
     Error error = model.m_gimXml.LoadFile(path);
     if (!error)
         error = LoadMesh(model, path, options, warnings);
@@ -121,7 +117,8 @@ Error Load(GimData& model, const char* path, const LoadOptions& options, std::ve
             error.file = path;
         return error;
     }
-    if (Error missing = model.m_mtgXml.LoadFile(manifest::MaterialPath(model.m_gimXml, path, base).c_str()))
+    const std::string materialPath = manifest::MaterialPath(model.m_gimXml, path, Prefix(options.base));
+    if (Error missing = model.m_mtgXml.LoadFile(materialPath.c_str()))
         io::Append(warnings, {std::move(missing)});
     else
         ReadMaterials(model.m_mtgXml, model.m_materials);
@@ -133,9 +130,7 @@ Error Load(GimData& model, const char* path, const LoadOptions& options, std::ve
 
 int GimData::Load(const char* path, const char* basePath)
 {
-    LoadOptions options;
-    if (basePath)
-        options.base = basePath;
+    const LoadOptions options{basePath ? std::optional<std::string>(basePath) : std::nullopt, {}};
     std::vector<Error> warnings;
     const Error error = vlgim::Load(*this, path, options, &warnings);
     if (m_gimXml.IsEmpty()) {
@@ -143,15 +138,15 @@ int GimData::Load(const char* path, const char* basePath)
         return error.code;
     }
     // A submesh record that lacks something comes behind everything else that can fail.
-    const bool hasMesh = m_mesh.m_vertexData != nullptr;
-    if (!hasMesh && error.kind == ErrorKind::Reference && error.file == path)
-        LogError("%s\n", error.text.c_str());
-    else if (error.kind == ErrorKind::NotFound || error.kind == ErrorKind::Unreadable)
-        LogError("Failed to read file : %s\n", m_meshPath.c_str());
-    else if (!hasMesh)
-        mesh::LogRead(error, m_mesh);
-    if (!hasMesh)
+    if (!m_mesh.m_vertexData) {
+        if (error.kind == ErrorKind::Reference && error.file == path)
+            LogError("%s\n", error.text.c_str());
+        else if (error.kind == ErrorKind::NotFound || error.kind == ErrorKind::Unreadable)
+            LogError("Failed to read file : %s\n", m_meshPath.c_str());
+        else
+            mesh::LogRead(error, m_mesh);
         return 1;
+    }
     const std::string musicPath = vlio::ReplaceFileExtension(path, "_music.ags");
     for (const Error& warning : warnings) {
         if (warning.kind == ErrorKind::Limit)
@@ -167,23 +162,20 @@ int GimData::Load(const char* path, const char* basePath)
 Error Save(const GimData& model, const char* path, const SaveOptions& options, std::vector<Error>* warnings)
 {
     const bool hasMesh = model.m_mesh.m_submeshCount > 0;
-    if (Error why = hasMesh ? WhyMeshUnwritable(model) : Error()) {
-        why.file = model.m_meshPath;
-        return why;
-    }
+    if (Error why = hasMesh ? WhyMeshUnwritable(model) : Error())
+        return io::InFile(std::move(why), model.m_meshPath.c_str());
     // The manifest is opened first, so it is put in place last: it names the others.
     vlio::FileWriter files;
-    const auto add = [&files](const vlio::XmlData& document, const std::string& place) {
-        return document.IsEmpty() ? Error() : document.AddTo(files, place.c_str());
+    Error error;
+    const auto add = [&files, &error](const vlio::XmlData& document, const std::string& place) {
+        if (!error && !document.IsEmpty())
+            error = document.AddTo(files, place.c_str());
     };
-    Error error = add(model.m_gimXml, vlio::ReplaceFileExtension(path, ".gim"));
+    add(model.m_gimXml, vlio::ReplaceFileExtension(path, ".gim"));
     if (!error && hasMesh)
         error = AddMesh(files, model, warnings);
-    if (!error)
-        error = add(model.m_mtgXml, manifest::MaterialPath(model.m_gimXml, path,
-                                                           options.base ? options.base->c_str() : nullptr));
-    if (!error)
-        error = add(model.m_musicXml, vlio::ReplaceFileExtension(path, "_music.ags"));
+    add(model.m_mtgXml, manifest::MaterialPath(model.m_gimXml, path, Prefix(options.base)));
+    add(model.m_musicXml, vlio::ReplaceFileExtension(path, "_music.ags"));
     if (!error)
         error = files.Commit();
     io::Append(warnings, files.Warnings());
@@ -194,9 +186,7 @@ Error Save(const GimData& model, const char* path, const SaveOptions& options, s
 // NOLINTNEXTLINE(readability-make-member-function-const)
 int GimData::Save(const char* path, const char* basePath)
 {
-    SaveOptions options;
-    if (basePath)
-        options.base = basePath;
+    const SaveOptions options{basePath ? std::optional<std::string>(basePath) : std::nullopt};
     std::vector<Error> warnings;
     const Error error = vlgim::Save(*this, path, options, &warnings);
     vlio::LogWarnings(warnings, nullptr);

@@ -8,6 +8,13 @@ namespace vela::vlgim::manifest {
 
 namespace {
 
+// Null where the element or its attribute is missing.
+const char* AttributeAt(const vlio::XmlData& document, const char* path, const char* name)
+{
+    const tinyxml2::XMLElement* element = document.FindElement(path, nullptr);
+    return element ? element->Attribute(name) : nullptr;
+}
+
 Elements ChildrenAt(const vlio::XmlData& document, const char* path)
 {
     Elements children;
@@ -20,23 +27,20 @@ Elements ChildrenAt(const vlio::XmlData& document, const char* path)
 
 std::string MeshPath(const vlio::XmlData& gim, const char* path, const char* basePath)
 {
-    const tinyxml2::XMLElement* root = gim.GetElement("Vela", nullptr);
-    const char* named = root ? root->Attribute("Mesh") : nullptr;
+    const char* named = AttributeAt(gim, "Vela", "Mesh");
     const std::string mesh = named ? vlio::FormatPath(named) : vlio::ReplaceFileExtension(path, ".mesh");
     return basePath && vlio::IsRelativePath(mesh.c_str()) ? basePath + mesh : mesh;
 }
 
 std::string MaterialPath(const vlio::XmlData& gim, const char* path, const char* basePath)
 {
-    const tinyxml2::XMLElement* file = gim.FindElement("Vela/MtgFile", nullptr);
-    const char* named = file ? file->Attribute("MtgPath") : nullptr;
+    const char* named = AttributeAt(gim, "Vela/MtgFile", "MtgPath");
     return named && basePath ? std::string(basePath) + named : vlio::ReplaceFileExtension(path, ".mtg");
 }
 
 std::string SkeletonName(const vlio::XmlData& gim)
 {
-    const tinyxml2::XMLElement* fileName = gim.FindElement("Vela/SkeletonFile/FileName", nullptr);
-    const char* name = fileName ? fileName->Attribute("Value") : nullptr;
+    const char* name = AttributeAt(gim, "Vela/SkeletonFile/FileName", "Value");
     return name ? name : "";
 }
 

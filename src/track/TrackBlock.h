@@ -2,7 +2,6 @@
 
 #include <io/BlockReader.h>
 #include <io/BlockWriter.h>
-#include <keys/TransKeysBlock.h>
 #include <vlgim/vlTrackData.h>
 
 // Tracks as containers read and write them: many from one file.
@@ -17,9 +16,6 @@ void Skip(io::BlockReader& in);
 
 /// Reads a whole track file. What fails otherwise than in the reader gives an error here.
 Error ReadFile(io::BlockReader& in, vlTrackData& track);
-
-/// Why a track can't be written. To be asked before a file is opened.
-Error WhyUnwritable(const vlTrackData& track);
 
 /// Bytes of a block in full, before any component collapses to one key.
 std::uint64_t LargestSize(const vlTrackData& track);

@@ -9,6 +9,7 @@
 #include <keys/TransKeysBlock.h>
 #include <vlio2/FileStream.h>
 
+#include <algorithm>
 #include <cstring>
 #include <system_error>
 #include <utility>
@@ -23,8 +24,8 @@ using io::Block;
 
 // Everything of a block in front of the channels.
 struct Head {
-    const unsigned char* name;
-    const unsigned char* options;
+    Name32 name;
+    std::uint32_t options;
     std::uint16_t flags;
     unsigned short keyCount;
     const unsigned char* times;
@@ -34,8 +35,9 @@ struct Head {
 Head ReadHead(io::BlockReader& in)
 {
     Head head{};
-    head.name = in.Take(Block::Names, 1, Name32::kSize);
-    head.options = in.Take(4, 1);
+    if (const unsigned char* name = in.Take(Block::Names, 1, Name32::kSize))
+        io::CopyRun(&head.name, name, 1);
+    head.options = in.Value<std::uint32_t>();
     head.flags = in.Value<std::uint16_t>();
     head.keyCount = in.Value<unsigned short>();
     head.times = in.Take(Block::Times, head.keyCount, sizeof(float));
@@ -55,13 +57,22 @@ void WalkChannels(io::BlockReader& in, io::ArrayBlock& arrays, const Head& head,
 
 constexpr auto kMeasureOnly = [](unsigned, const keys::MeasuredKeys&) {};
 
-// Version and header word; the magic has been looked at by whoever cares.
-std::pair<std::uint32_t, std::uint16_t> ReadHeader(io::BlockReader& in)
+struct Header {
+    const unsigned char* magic;  // null: the file is shorter
+    std::uint32_t version;
+    bool hasVersion;
+    std::uint16_t word;
+};
+
+Header ReadHeader(io::BlockReader& in)
 {
     const auto scope = in.Enter(Block::Header);
-    in.Take(1, sizeof kTrackMagic);
-    const auto version = in.Value<std::uint32_t>(Block::VersionWord);
-    return {version, in.Value<std::uint16_t>()};
+    Header header{};
+    header.magic = in.Take(1, sizeof kTrackMagic);
+    header.version = in.Value<std::uint32_t>(Block::VersionWord);
+    header.hasVersion = !in.Failed();
+    header.word = in.Value<std::uint16_t>();
+    return header;
 }
 
 }  // namespace
@@ -86,10 +97,8 @@ void Read(io::BlockReader& in, vlTrackData& track, std::int64_t number)
     track.m_times = keys::TimesFrom(head.times, head.keyCount);
     track.m_channels = channels;
     track.m_channelCount = head.channelCount;
-    Name32 name;
-    io::CopyRun(&name, head.name, 1);
-    track.m_name = Name32(name.View().substr(0, Name32::kSize - 1));
-    std::memcpy(track.m_options, head.options, sizeof track.m_options);
+    track.m_name = Name32(head.name.View().substr(0, Name32::kSize - 1));
+    std::memcpy(track.m_options, &head.options, sizeof track.m_options);
     track.m_flags = FlagsReadAt(track.m_version, head.flags);
 }
 
@@ -102,24 +111,22 @@ void Skip(io::BlockReader& in)
 
 Error ReadFile(io::BlockReader& in, vlTrackData& track)
 {
-    io::BlockReader magic = in;
-    const unsigned char* const start = magic.Take(1, sizeof kTrackMagic);
-    if (!start || std::memcmp(start, kTrackMagic, sizeof kTrackMagic) != 0)
-        return {ErrorKind::Magic, 0, {}, "header", 0, "a track begins with VTRK"};
-    const auto version = magic.Value<std::uint32_t>();
-    if (!magic.Failed())
-        track.m_version = version;
-    if (!magic.Failed() && (version < kOldestTrackVersion || version > kNewestTrackVersion))
-        return {ErrorKind::Version,
-                0,
-                {},
-                "header",
-                sizeof kTrackMagic,
-                "tracks of version 0x10000 and 0x10001 are read, and this is " + io::Hex(version)};
-    const std::uint16_t word = ReadHeader(in).second;
-    if (!in.Failed() && word != kTrackHeaderWord)
-        return {ErrorKind::Magic, 0, {},
-                "header",         8, "the header ends with " + std::to_string(word) + " in place of 256"};
+    const auto refuse = [](ErrorKind kind, std::uint64_t offset, std::string text) {
+        return Error{kind, 0, {}, "header", offset, std::move(text)};
+    };
+    const Header header = ReadHeader(in);
+    if (!header.magic || std::memcmp(header.magic, kTrackMagic, sizeof kTrackMagic) != 0)
+        return refuse(ErrorKind::Magic, 0, "a track begins with VTRK");
+    if (header.hasVersion) {
+        track.m_version = header.version;
+        if (header.version < kOldestTrackVersion || header.version > kNewestTrackVersion)
+            return refuse(ErrorKind::Version, sizeof kTrackMagic,
+                          "tracks of version 0x10000 and 0x10001 are read, and this is " +
+                              io::Hex(header.version));
+    }
+    if (!in.Failed() && header.word != kTrackHeaderWord)
+        return refuse(ErrorKind::Magic, 8,
+                      "the header ends with " + std::to_string(header.word) + " in place of 256");
     vlTrackData read;
     read.m_version = track.m_version;
     Read(in, read, 0);
@@ -127,6 +134,37 @@ Error ReadFile(io::BlockReader& in, vlTrackData& track)
         return in.WhyRefused().AsError();
     track = std::move(read);
     return {};
+}
+
+std::uint64_t LargestSize(const vlTrackData& track)
+{
+    const std::uint64_t keys = track.GetKeyCount();
+    return 42 + 4 * keys + std::uint64_t{track.m_channelCount} * (4 + 40 * std::max<std::uint64_t>(keys, 1));
+}
+
+void Write(io::BlockWriter& out, vlTrackData& track)
+{
+    const unsigned short keyCount = keys::WrittenKeyCount(track.m_times);
+    out.Run(&track.m_name, 1);
+    out.Run(track.m_options, sizeof track.m_options);
+    out.Value(track.m_flags);
+    out.Value(keyCount);
+    out.Run(track.m_times.GetKeyTimes(), keyCount);
+    out.Value(track.m_channelCount);
+    for (unsigned i = 0; i < track.m_channelCount; ++i) {
+        vlTransKeysData& channel = track.m_channels[i];
+        channel.m_keyCount = keyCount;
+        channel.m_compressFlags = 0;  // a track has no place that would tell of another form
+        keys::Write(out, channel);
+    }
+}
+
+void WriteFile(io::BlockWriter& out, vlTrackData& track)
+{
+    out.Run(kTrackMagic, sizeof kTrackMagic);
+    out.Value(kNewestTrackVersion);
+    out.Value(kTrackHeaderWord);
+    Write(out, track);
 }
 
 }  // namespace tracks
@@ -150,34 +188,26 @@ Error Load(vlTrackData& track, const char* path, const LoadOptions& options)
 bool vlTrackData::Load(const char* path)
 {
     const Error error = vlgim::Load(*this, path);
-    const bool isDenied = error.code == static_cast<int>(std::errc::permission_denied);
-    switch (error.kind) {
-    case ErrorKind::None:
-        return true;
-    case ErrorKind::NotFound:
+    if (error.kind == ErrorKind::NotFound || error.code == static_cast<int>(std::errc::permission_denied)) {
         LogError("Track file %s is not found!", path);
-        return false;
-    case ErrorKind::Version:
+    } else if (error.kind == ErrorKind::Version) {
         LogError("Track file %s version too %s!", path, m_version < kOldestTrackVersion ? "old" : "new");
-        return false;
-    case ErrorKind::Magic:
-    case ErrorKind::Unreadable:
-        break;
-    default:
-        LogError("track file is damaged: %s", vlio::WithoutFile(error).c_str());
+    } else if (error) {
+        if (error.kind != ErrorKind::Magic && error.kind != ErrorKind::Unreadable)
+            LogError("track file is damaged: %s", vlio::WithoutFile(error).c_str());
+        LogError("Bad format in track file %s!", path);
     }
-    LogError(isDenied ? "Track file %s is not found!" : "Bad format in track file %s!", path);
-    return false;
+    return !error;
 }
 
 const unsigned char* vlTrackData::ReadHeader(const unsigned char* data, const unsigned char* end)
 {
     io::BlockReader in(data, end);
-    const auto [version, word] = tracks::ReadHeader(in);
+    const tracks::Header header = tracks::ReadHeader(in);
     if (in.Failed())
         return nullptr;
-    m_version = version;
-    return word == kTrackHeaderWord ? in.Position() : nullptr;
+    m_version = header.version;
+    return header.word == kTrackHeaderWord ? in.Position() : nullptr;
 }
 
 const unsigned char* vlTrackData::ReadData(const unsigned char* data, const unsigned char* end)
@@ -185,6 +215,44 @@ const unsigned char* vlTrackData::ReadData(const unsigned char* data, const unsi
     io::BlockReader in(data, end);
     tracks::Read(in, *this);
     return in.Position();
+}
+
+Error WhyUnwritable(const vlTrackData& track)
+{
+    if (Error why = keys::WhyUnwritable(track.m_times))
+        return why;
+    if (Error why = io::WhyShort(track.m_channels, track.m_channelCount, "channels"))
+        return why;
+    const unsigned short keyCount = keys::WrittenKeyCount(track.m_times);
+    for (unsigned i = 0; i < track.m_channelCount; ++i)
+        if (Error why = keys::WhyUnwritable(track.m_channels[i], keyCount))
+            return io::Inside("channel " + std::to_string(i), std::move(why));
+    return {};
+}
+
+Error Save(vlTrackData& track, const char* path, std::vector<Error>* warnings)
+{
+    if (Error why = WhyUnwritable(track))
+        return io::InFile(std::move(why), path);
+    return io::SaveFile(path, warnings, [&track](vlio::Sink& sink) {
+        io::BlockWriter out(sink);
+        tracks::WriteFile(out, track);
+        return Error();
+    });
+}
+
+void vlTrackData::Save(const char* path)
+{
+    std::vector<Error> warnings;
+    const Error error = vlgim::Save(*this, path, &warnings);
+    vlio::LogWarnings(warnings, nullptr);
+    vlio::LogFailure(error, "track file");
+}
+
+void vlTrackData::WriteData(std::FILE* stream)
+{
+    io::WriteStream(stream, "track can't be written", WhyUnwritable(*this),
+                    [this](io::BlockWriter& out) { tracks::Write(out, *this); });
 }
 
 }  // namespace vela::vlgim
