@@ -25,7 +25,7 @@ void CheckImage(Session& session, FileReport& report, const vlio::Bytes& image, 
         CheckDocument(session, report, image, document);
         return;
     case FileKind::Unknown:
-        report.Add(Code::UnknownKind, {},
+        report.Add("unknown-kind", {},
                    "neither its name nor its first bytes show that it belongs to a model");
     }
 }
@@ -54,7 +54,7 @@ CheckResult CheckFile(const char* path, const CheckOptions& options)
         std::string place = path;
         vlio::Bytes image;
         if (!vlio::FileStream::Exists(path, vlio::FILE_SYSTEM_ANY))
-            return session.BeginUnread(path).Add(check::Code::Unreadable, {}, "the file doesn't exist");
+            return session.BeginUnread(path).Add("unreadable", {}, "the file doesn't exist");
         if (check::FileReport* report = check::ReadFile(session, place, image))
             check::CheckImage(session, *report, image, true);
     });
@@ -65,10 +65,20 @@ CheckResult CheckBytes(const unsigned char* data, std::size_t size, const char* 
 {
     return check::RunCheck(options, [&](check::Session& session) {
         if (size > options.memoryLimit)
-            return session.BeginUnread(path).Add(check::Code::MemoryLimit, {},
+            return session.BeginUnread(path).Add("memory-limit", {},
                                                  "the file is larger than the memory limit");
         check::CheckImage(session, session.Begin(path, size), vlio::Bytes(data, data + size), false);
     });
+}
+
+std::span<const FindingCode> FindingCodes()
+{
+    return check::codes::kTable;
+}
+
+const FindingCode* FindFindingCode(std::string_view name)
+{
+    return check::codes::Find(name);
 }
 
 }  // namespace vela::vlgim

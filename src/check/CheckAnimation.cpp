@@ -25,7 +25,7 @@ void CheckSkeleton(const File& file, const vlAnimData& anim)
         const vlTransInfo& info = anim.m_boneTrans[i];
         const std::uint64_t behind = sizeof info * i;
         if (bone.bytes[Name32::kSize - 1] != 0)
-            file.Add(Code::SkeletonName, names, sizeof bone * i,
+            file.Add("skeleton-name", names, sizeof bone * i,
                      "the name of bone " + std::to_string(i) + " fills its 32 bytes: " + name);
         CheckFinite(file, transforms,
                     {"reference transform of bone " + name, "number", &info.m_pos.x,
@@ -41,7 +41,7 @@ void CheckBranch(const File& file)
     const std::size_t version = file.Find(Block::VersionWord);
     if (version == Places::kNone || file.Bytes(version).back() == 0)
         return;
-    file.Add(Code::SaveHeader, version, file.Size(version) - 1,
+    file.Add("save-header", version, file.Size(version) - 1,
              "a save writes branch 0 in place of " + std::to_string(file.Bytes(version).back()));
 }
 
@@ -124,7 +124,7 @@ void AnimationCheck::CheckClips(const File& file)
 void AnimationCheck::CheckSideFiles(const File& file)
 {
     if (!HasRecords() && !m_anim.m_clips.empty())
-        file.Add(Code::ClipsWithoutPlace, file.Find(Block::SideFiles),
+        file.Add("clips-without-place", file.Find(Block::SideFiles),
                  Counted(m_anim.m_clips.size(), "clip is", "clips are") +
                      " counted, but this version has no records for them");
     const auto folder = anim::SideFolder(m_anim.m_path);
@@ -135,8 +135,7 @@ void AnimationCheck::CheckSideFiles(const File& file)
 bool AnimationCheck::IsWritable()
 {
     if (m_anim.m_async != 0 && !anim::SideFolder(m_anim.m_path)) {
-        m_report.Add(Code::MissingFile, {},
-                     "the path has no dot, so there is no folder of side files for it");
+        m_report.Add("missing-file", {}, "the path has no dot, so there is no folder of side files for it");
         return false;
     }
     if (!m_areClipsRead)

@@ -94,17 +94,17 @@ void CheckSubmesh(FileReport& report, ElementPlaces& places, const Element* elem
     const char* name = element->Attribute("Name");
     const tinyxml2::XMLAttribute* mtlIdx = element->FindAttribute("MtlIdx");
     if (!name || !mtlIdx)
-        return report.Add(Code::SubmeshIncomplete, places.Of(element),
+        return report.Add("submesh-incomplete", places.Of(element),
                           std::string("the submesh has no ") + (name ? "MtlIdx" : "Name"));
     int index = 0;
     const bool isNumber = mtlIdx->QueryIntValue(&index) == tinyxml2::XML_SUCCESS;
     const std::string who = "submesh " + std::string(name) + " refers to material " + mtlIdx->Value();
     if (!isNumber)
-        report.Add(Code::MaterialIndex, places.Of(element), who + ", which is not a number");
+        report.Add("material-index", places.Of(element), who + ", which is not a number");
     else if (index < 0)
-        report.Add(Code::MaterialIndex, places.Of(element), who);
+        report.Add("material-index", places.Of(element), who);
     else if (materials && static_cast<std::size_t>(index) >= *materials)
-        report.Add(Code::MaterialIndex, places.Of(element),
+        report.Add("material-index", places.Of(element),
                    who + ", but there " + (*materials == 1 ? "is 1" : "are " + std::to_string(*materials)));
 }
 
@@ -119,12 +119,12 @@ std::optional<std::size_t> CheckMaterials(Session& session, FileReport& by, cons
         return std::nullopt;
     ElementPlaces places(TextOf(image), document);
     if (!document.FindElement("Vela/MaterialGroup", nullptr))
-        report->Add(Code::MaterialIncomplete, places.Of(document.GetElement(nullptr, nullptr)),
+        report->Add("material-incomplete", places.Of(document.GetElement(nullptr, nullptr)),
                     "there is no Vela element that contains a MaterialGroup");
     const manifest::Elements materials = manifest::Materials(document);
     for (const Element* material : materials)
         if (!manifest::Parameters(document, material))
-            report->Add(Code::MaterialIncomplete, places.Of(material),
+            report->Add("material-incomplete", places.Of(material),
                         std::string("material ") + material->Name() + " has no Material/ParamTable");
     return materials.size();
 }
@@ -190,7 +190,7 @@ std::uint32_t CountBeside(Session& session, const std::string& meshPath)
 bool CheckDocument(Session& session, FileReport& report, const vlio::Bytes& image, vlio::XmlData& document)
 {
     if (session.Left(image.size()) / kTreePerByte < image.size()) {
-        report.Add(Code::MemoryLimit, {}, "a document of this size could exceed the memory limit");
+        report.Add("memory-limit", {}, "a document of this size could exceed the memory limit");
         return false;
     }
     const std::string_view text = TextOf(image);
@@ -198,7 +198,7 @@ bool CheckDocument(Session& session, FileReport& report, const vlio::Bytes& imag
     session.Step(report);
     if (!error)
         return true;
-    report.Add(Code::BadXml, Lines(text).Of("", *error.offset), error.text);
+    report.Add("bad-xml", Lines(text).Of("", *error.offset), error.text);
     return false;
 }
 
@@ -211,7 +211,7 @@ void CheckManifest(Session& session, FileReport& report, const vlio::Bytes& imag
     const Element* root = document.GetElement(nullptr, nullptr);
     const Element* list = document.FindElement("Vela/SubMesh", nullptr);
     if (manifest::Submeshes(document).empty())
-        report.Add(Code::NoSubmeshes, places.Of(list ? list : root),
+        report.Add("no-submeshes", places.Of(list ? list : root),
                    list ? "SubMesh lists no submeshes"
                         : "there is no Vela element that contains a SubMesh list");
     if (withFiles)

@@ -35,13 +35,13 @@ void CheckCounts(const File& file, const vlMeshVertexData& v)
         triangles += record.triangleCount;
     }
     if (vertices != v.m_vertexCount || triangles != v.m_triangleCount)
-        file.Add(Code::SubmeshRange, file.Find(Block::SubmeshEntries),
+        file.Add("submesh-range", file.Find(Block::SubmeshEntries),
                  "the submeshes have " + std::to_string(vertices) + " vertices and " +
                      std::to_string(triangles) + " triangles in total, but the mesh has " +
                      std::to_string(v.m_vertexCount) + " and " + std::to_string(v.m_triangleCount));
     constexpr std::uint32_t kMost = std::numeric_limits<std::uint16_t>::max();
     if (std::max(v.m_vertexCount, v.m_triangleCount) > kMost)
-        file.Add(Code::Count16Bit, file.Find(Block::Totals),
+        file.Add("count-16-bit", file.Find(Block::Totals),
                  Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
                      Counted(v.m_triangleCount, "triangle", "triangles") + ", which a query truncates to " +
                      std::to_string(v.m_vertexCount & kMost) + " and " +
@@ -104,7 +104,7 @@ void CheckIndices(const File& file, std::size_t field, const Array<std::uint16_t
         if (indices[i] >= vertexCount)
             bad.Add(i);
     if (bad.count != 0)
-        file.Add(Code::IndexRange, field, sizeof largest * bad.first,
+        file.Add("index-range", field, sizeof largest * bad.first,
                  Counted(bad.count, "index is", "indices are") + " out of range for " +
                      Counted(vertexCount, "vertex", "vertices") + which(bad));
 }
@@ -158,13 +158,13 @@ void CheckSkin(const File& file, const vlMeshData& mesh)
         boneCount = mesh::BoneCount(mesh);
     const SlotTally slots(*skin, boneCount);
     if (const auto [count, first] = slots.badBones; count != 0)
-        file.Add(Code::BoneRange, references, first * (file.Size(references) / (kSlots * vertexCount)),
+        file.Add("bone-range", references, first * (file.Size(references) / (kSlots * vertexCount)),
                  Counted(count, "reference", "references") + " with a weight to bones beyond the last of " +
                      std::to_string(*boneCount) + ", the first to bone " +
                      std::to_string(skin->m_boneIndices[first]) + " at vertex " +
                      std::to_string(first / kSlots));
     if (const auto [count, first] = slots.badSums; count != 0)
-        file.Add(Code::WeightSum, weights, first * kSlots * sizeof(float),
+        file.Add("weight-sum", weights, first * kSlots * sizeof(float),
                  "the weights of " + Counted(count, "vertex", "vertices") + " of " +
                      std::to_string(vertexCount) + " don't add up to 1; the worst sum is " +
                      std::to_string(slots.farthest) + ", the first is vertex " + std::to_string(first));
@@ -176,7 +176,7 @@ void CheckParents(const File& file, std::size_t field, const std::vector<std::ui
     const std::uint64_t size = file.Size(field) / parents.size();
     std::vector<std::uint32_t> visitedBy(parents.size(), 0);  // by the walk of this bone, counted from 1
     const auto add = [&](std::size_t bone, const std::string& text) {
-        file.Add(Code::BoneParent, field, bone * size, "bone " + std::to_string(bone) + text);
+        file.Add("bone-parent", field, bone * size, "bone " + std::to_string(bone) + text);
     };
     for (std::size_t i = 0; i < parents.size(); ++i) {
         if (parents[i] != kNone && parents[i] >= parents.size())
@@ -291,7 +291,7 @@ void MeshCheck::ReportRefusal(const File&, const Error& error)
     if (fitting.size() > 1)
         counts += fitting.size() == 2 ? " or " + std::to_string(fitting[1])
                                       : " and " + std::to_string(fitting.size() - 1) + " larger counts";
-    m_report.Add(Code::SubmeshCount, {error.block, error.offset},
+    m_report.Add("submesh-count", {error.block, error.offset},
                  "the mesh does not fit " + std::to_string(m_submeshCount) + " submeshes, but fits " +
                      counts);
 }
@@ -299,7 +299,7 @@ void MeshCheck::ReportRefusal(const File&, const Error& error)
 void MeshCheck::CheckValues(const File& file)
 {
     if (std::memcmp(m_image.data(), &kMeshMagic, sizeof kMeshMagic) != 0)
-        file.Add(Code::MeshMagic, file.Find(Block::Header), "the file does not begin with 34 80 C8 BB");
+        file.Add("mesh-magic", file.Find(Block::Header), "the file does not begin with 34 80 C8 BB");
     CheckAnimationBlock(file, m_mesh);
     CheckBones(file);
     CheckVertices(file);
@@ -340,7 +340,7 @@ void MeshCheck::CheckVertices(const File& file)
     }
     m_fillsData = v.m_vertexCount != 0 || v.m_triangleCount != 0;
     if (m_fillsData)
-        file.Add(Code::NoVertexData, file.Find(Block::VertexCounts),
+        file.Add("no-vertex-data", file.Find(Block::VertexCounts),
                  "the data flag is 0, and " + Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
                      Counted(v.m_triangleCount, "triangle", "triangles") + " are declared");
 }
@@ -351,14 +351,14 @@ void MeshCheck::CheckUpgrade(const File& file)
     const std::uint64_t packMode = file.Size(version) - 1;
     m_hasOldLayout = m_mesh.m_version < kNewestVersion || HasHalves(m_mesh);
     if (m_mesh.m_version < kNewestVersion)
-        file.Add(Code::SaveVersion, version,
+        file.Add("save-version", version,
                  "a save writes version " + io::Hex(kNewestVersion) + " in place of " +
                      io::Hex(m_mesh.m_version));
     if (HasHalves(m_mesh))
-        file.Add(Code::SaveFloats, version, packMode,
+        file.Add("save-floats", version, packMode,
                  "a save writes positions and uvs as floats in place of half floats");
     else if (m_mesh.m_packMode != 0)
-        file.Add(Code::SaveHeader, version, packMode,
+        file.Add("save-header", version, packMode,
                  "a save writes pack mode 0 in place of " + std::to_string(m_mesh.m_packMode) +
                      ", which means the same");
 }
@@ -369,17 +369,17 @@ void MeshCheck::CheckDrops(const File& file)
     const std::size_t records = file.Find(Block::KeyRecords), animBI = file.Find(Block::AnimBI);
     const std::size_t entries = file.FindIn(file.Find(Block::ShareTable), Block::Indices);
     if (const std::uint64_t size = file.Size(records))
-        file.Add(Code::SaveDropsKeyRecords, records,
+        file.Add("save-drops-key-records", records,
                  std::to_string(size) + " bytes of records for the keys of the animation are not kept");
     if (const std::uint64_t size = file.Size(animBI); size > 1)
-        file.Add(Code::SaveDropsAnimBI, animBI,
+        file.Add("save-drops-anim-bi", animBI,
                  "the anim-BI block of " + std::to_string(size) + " bytes is not kept");
     if (file.Has(Block::Bounds) && !m_mesh.m_boneBounds)
-        file.Add(Code::SaveDropsBounds, file.Find(Block::BoundsFlag),
+        file.Add("save-drops-bounds", file.Find(Block::BoundsFlag),
                  "the bounds of all bones are not kept, since the radius of one is NaN");
     std::uint64_t entry = 0;
     for (const std::uint32_t offset : m_passedOver)
-        file.Add(Code::SaveDropsBlocks, entries, entry += sizeof offset,
+        file.Add("save-drops-blocks", entries, entry += sizeof offset,
                  "a further vertex block, which begins at byte " + std::to_string(offset) +
                      ", is neither read nor kept");
     ReportUnread(file, m_image.size(), m_passedOver);
@@ -396,17 +396,17 @@ void MeshCheck::ReportChange(const Change& change)
     case Block::Track:
         return ReportChangedTrack(change);
     case Block::Header:
-        return change.Add(Code::SaveHeader, "a save writes the magic word of a mesh");
+        return change.Add("save-header", "a save writes the magic word of a mesh");
     case Block::UsedBones:
-        return change.Add(Code::SaveMask, "a save updates the mask of used bones");
+        return change.Add("save-mask", "a save updates the mask of used bones");
     case Block::ShareTable:
         if (!IsTableKept(change.Old(), change.New()))
-            change.Add(Code::SaveTable, "a save rewrites the table of blocks");
+            change.Add("save-table", "a save rewrites the table of blocks");
         return;
     case Block::VertexCounts:
         if (!m_fillsData)
             break;
-        return change.Add(Code::SaveFillsData,
+        return change.Add("save-fills-data",
                           "a save writes zeros for the data that the mesh declares and does not hold");
     case Block::BonesBlock:
         if (!m_tellsOfBones)
@@ -419,13 +419,13 @@ void MeshCheck::ReportChange(const Change& change)
     default:
         break;
     }
-    change.Add(Code::SaveChanges, "a save writes this block in its own form");
+    change.Add("save-changes", "a save writes this block in its own form");
 }
 
 // All blocks are the same, and have another order or no longer lie on one another.
 void MeshCheck::ReportOtherChange(const File& file)
 {
-    file.Add(Code::SaveTable, file.Find(Block::ShareTable), "a save writes the blocks one behind the other");
+    file.Add("save-table", file.Find(Block::ShareTable), "a save writes the blocks one behind the other");
 }
 
 // A mesh whose submeshes nobody can count: what is damaged whatever their number, or that it was not read.
@@ -445,7 +445,7 @@ void CheckUncounted(const Session& session, FileReport& report, const vlio::Byte
     if (error && !dependsOnCount)
         report.Add(error);
     else
-        report.Add(Code::MeshAlone, {}, why);
+        report.Add("mesh-alone", {}, why);
 }
 
 }  // namespace

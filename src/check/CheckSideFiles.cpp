@@ -69,7 +69,7 @@ bool CheckSideClip(Session& session, FileReport& report, const Where& where, con
 {
     const std::string name(clip.m_name.View());
     if (anim::LeavesFolder(name)) {
-        report.Add(Code::Damaged, where, "the clip's name leads out of its folder: " + name);
+        report.Add("damaged", where, "the clip's name leads out of its folder: " + name);
         return false;
     }
     vlio::Bytes image;
@@ -77,7 +77,7 @@ bool CheckSideClip(Session& session, FileReport& report, const Where& where, con
     if (!side || !SideFileCheck(session, *side, image, held, anim, clip).Run())
         return false;
     if (clip.m_name != name)
-        report.Add(Code::ClipRenamed, where,
+        report.Add("clip-renamed", where,
                    "clip " + name + " is named " + std::string(clip.m_name.View()) +
                        " in its side file, and is saved under that name");
     return true;

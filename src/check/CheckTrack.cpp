@@ -20,7 +20,7 @@ private:
     {
         CheckTrackBlock(file, file.Find(Block::Track), m_track);
         if (m_track.m_version < kNewestTrackVersion)
-            file.Add(Code::SaveVersion, file.Find(Block::VersionWord),
+            file.Add("save-version", file.Find(Block::VersionWord),
                      "a save writes version " + io::Hex(kNewestTrackVersion) + " in place of " +
                          io::Hex(m_track.m_version));
         ReportUnread(file, m_image.size());

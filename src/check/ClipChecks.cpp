@@ -23,7 +23,7 @@ void CheckClipBones(const File& file, std::size_t info, const vlAnimData& skelet
         std::string lower = name;
         kit::StringAlgo::ToLower(lower.data());
         const bool isCase = std::find(ids, end, NameIDMurmur3(lower)) != end;
-        file.Add(Code::ClipBone, names, sizeof(Name32) * i,
+        file.Add("clip-bone", names, sizeof(Name32) * i,
                  "bone " + name +
                      (isCase
                           ? " is in the skeleton as " + lower + ", because skeleton names are in lower case"
@@ -46,7 +46,7 @@ void CheckClip(const File& file, std::size_t block, const vlAnimData& skeleton, 
     const std::size_t info = file.FindIn(block, Block::ClipInfo);
     CheckClipBones(file, info, skeleton, clip);
     if (clip.m_keyLayout != KEY_LAYOUT_SHARED && clip.m_keyLayout != KEY_LAYOUT_PER_BONE)
-        return file.Add(Code::ClipLayout, file.FindIn(info, Block::Layout),
+        return file.Add("clip-layout", file.FindIn(info, Block::Layout),
                         "the layout of the key times is " + std::to_string(clip.m_keyLayout) +
                             ", which is neither 0 (shared) nor 1 (per bone)");
     std::uint16_t bone = 0;
@@ -66,7 +66,7 @@ void CheckPivotTracks(const File& file)
     for (std::size_t i = file.Find(Block::PivotTrack); i != Places::kNone;
          i = file.Find(Block::PivotTrack, i + 1))
         if (file.Size(i) > 1)
-            file.Add(Code::SaveDropsPivotTrack, i, "the pivot track is neither read nor kept");
+            file.Add("save-drops-pivot-track", i, "the pivot track is neither read nor kept");
 }
 
 void ReportChangedClip(const Change& change)
@@ -76,18 +76,18 @@ void ReportChangedClip(const Change& change)
         ReportChangedKeys(change);
     else if (block == Block::ClipInfo ||
              (block == Block::BaseInfo && DiffersInNameEnds(change.Old(), change.New())))
-        change.Add(Code::SaveEndsNames, "a save cuts a name of the clip to 31 bytes");
+        change.Add("save-ends-names", "a save cuts a name of the clip to 31 bytes");
     else if (block == Block::BaseInfo)
-        change.Add(Code::SaveBaseInfo, "the clip's record differs from the clip in its side file");
+        change.Add("save-base-info", "the clip's record differs from the clip in its side file");
     else if (block == Block::SideFiles)
-        change.Add(Code::SaveHeader, "a save writes 1108 as the size of a record");
+        change.Add("save-header", "a save writes 1108 as the size of a record");
 }
 
 bool ClipNames::Add(FileReport* report, const Where& where, const vlClipData& clip, std::size_t number)
 {
     const auto [other, isNew] = m_first.emplace(clip.m_name.View(), number);
     if (!isNew && report)
-        report->Add(Code::ClipName, where,
+        report->Add("clip-name", where,
                     "clips " + std::to_string(other->second) + " and " + std::to_string(number) +
                         " are both named " + other->first);
     return isNew;

@@ -62,10 +62,10 @@ std::uint64_t SizeOf(const std::string& path)
 
 void ReportMissing(FileReport& by, const Where& where, const std::string& path)
 {
-    if (!by.Keeps(Code::MissingFile))
-        return by.Add(Code::MissingFile, where, "");
+    if (!by.Keeps("missing-file"))
+        return by.Add("missing-file", where, "");
     const std::string other = FindIgnoringCase(path);
-    by.Add(Code::MissingFile, where,
+    by.Add("missing-file", where,
            path + " doesn't exist" +
                (other.empty() ? "" : "; there is " + other + ", which differs only in case"));
 }
@@ -79,7 +79,7 @@ FileReport* ReadFile(Session& session, const std::string& path, vlio::Bytes& ima
     if (!exists)
         return nullptr;
     if (SizeOf(path) > session.Options().memoryLimit) {
-        session.BeginUnread(path).Add(Code::MemoryLimit, {}, "the file is larger than the memory limit");
+        session.BeginUnread(path).Add("memory-limit", {}, "the file is larger than the memory limit");
         return nullptr;
     }
     if (Error error = vlio::ReadFile(path.c_str(), image)) {

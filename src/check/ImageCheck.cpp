@@ -41,7 +41,7 @@ bool ImageCheck::Run()
 bool ImageCheck::Allows(const Error& whyUnwritable)
 {
     if (whyUnwritable)
-        m_report.Add(Code::SaveRefused, {}, vlio::WithoutFile(whyUnwritable));
+        m_report.Add("save-refused", {}, vlio::WithoutFile(whyUnwritable));
     return !whyUnwritable;
 }
 
@@ -58,7 +58,7 @@ void ImageCheck::CheckSaved(const File& file)
     if (!Allows(error) || saved.IsSame())
         return;
     if (saved.IsCut())
-        m_report.Add(Code::MemoryLimit, {}, "the saved file would exceed the memory limit");
+        m_report.Add("memory-limit", {}, "the saved file would exceed the memory limit");
     else
         CheckWritten(file, saved.Whole());
 }
@@ -72,10 +72,9 @@ void ImageCheck::CheckWritten(const File& file, const vlio::Bytes& written)
     const Error error = Read(in, written);
     m_session.Step(m_report);
     if (error.kind == ErrorKind::MemoryLimit)
-        return m_report.Add(Code::MemoryLimit, {},
-                            "reading the saved file again would exceed the memory limit");
+        return m_report.Add("memory-limit", {}, "reading the saved file again would exceed the memory limit");
     if (error)
-        return m_report.Add(Code::SaveRefused, {}, "the saved file could not be read again");
+        return m_report.Add("save-refused", {}, "the saved file could not be read again");
     const Places saved(written, map);
     ForEachChange(file, saved, [&](const Places::Run& old, const Places::Run& now) {
         ReportChange({file, saved, old, now});
@@ -94,12 +93,12 @@ void ReportUnread(const File& file, std::uint64_t size, const std::vector<std::u
     for (const Places::Run& run : runs) {
         if (run.offset < covered && run.Size() != 0) {
             const std::string name = io::NameOf(file.BlockAt(run.place));
-            file.report.Add(Code::BlocksOverlap, {name, run.offset},
+            file.report.Add("blocks-overlap", {name, run.offset},
                             "the block " + name + " begins inside another one, which ends at byte " +
                                 std::to_string(covered));
         }
         if (run.offset > covered && std::find(known.begin(), known.end(), covered) == known.end())
-            file.report.Add(Code::SaveDropsBytes, {"", covered},
+            file.report.Add("save-drops-bytes", {"", covered},
                             std::to_string(run.offset - covered) + " bytes from here on belong to no block" +
                                 (run.offset == size ? ", up to the end of the file" : ""));
         covered = std::max(covered, run.end);

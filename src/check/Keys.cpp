@@ -30,7 +30,7 @@ void CheckComponent(const File& file, std::size_t field, const FloatRun& run, bo
     if (isKeyed && areFloats &&
         keys::FloatsConstant(run.values, run.count, static_cast<std::uint32_t>(run.width)) &&
         NotFinite(run.values, run.count * run.width).count != 0)
-        file.Add(Code::SaveDropsKeys, field, "some " + run.what + " are NaN, so a save keeps only the first");
+        file.Add("save-drops-keys", field, "some " + run.what + " are NaN, so a save keeps only the first");
 }
 
 }  // namespace
@@ -45,7 +45,7 @@ void CheckTimes(const File& file, std::size_t block, const float* times, std::ui
         if (times[i] <= times[i - 1])
             tally.Add(i);
     if (tally.count != 0)
-        file.Add(Code::TimeOrder, field, tally.first * sizeof(float),
+        file.Add("time-order", field, tally.first * sizeof(float),
                  Counted(tally.count, "key is", "keys are") +
                      " not later than the one before, the first is key " + std::to_string(tally.first) +
                      " of " + std::to_string(count));
@@ -72,8 +72,8 @@ void CheckQuaternions(const File& file, std::size_t field, const std::string& on
         file.Add(code, field, run.behind + tally.first * run.size,
                  which + (tally.count == 1 ? " is" : " are") + fault);
     };
-    add(Code::QuaternionZero, zero, " of length 0");
-    add(Code::QuaternionLength, off, " not of unit length");
+    add("quaternion-zero", zero, " of length 0");
+    add("quaternion-length", off, " not of unit length");
 }
 
 void CheckChannel(const File& file, std::size_t block, const vlTransKeysData& keys)
@@ -81,7 +81,7 @@ void CheckChannel(const File& file, std::size_t block, const vlTransKeysData& ke
     constexpr Block kFields[] = {Block::PositionKeys, Block::RotationKeys, Block::ScaleKeys};
     constexpr unsigned char kLastOrder = EULER_ZYX;
     if (keys.m_rotOrder > kLastOrder)
-        file.Add(Code::RotationOrder, block, file.Size(block) - KeysIn(file, block).size() + 3,
+        file.Add("rotation-order", block, file.Size(block) - KeysIn(file, block).size() + 3,
                  "the order of the Euler angles is " + std::to_string(keys.m_rotOrder) +
                      "; it can be 1 to 6, or 0 for quaternions");
     std::size_t component = 0;
@@ -113,22 +113,22 @@ void CheckTrackBlock(const File& file, std::size_t block, const vlTrackData& tra
 void ReportChangedTrack(const Change& change)
 {
     if (change.Changes(Block::Names))
-        change.Add(Code::SaveEndsNames, "a save clears the bytes behind the end of the track's name");
+        change.Add("save-ends-names", "a save clears the bytes behind the end of the track's name");
     else
-        change.Add(Code::SaveChanges, "a save writes the old flags of the track in their new form");
+        change.Add("save-changes", "a save writes the old flags of the track in their new form");
 }
 
 void ReportChangedKeys(const Change& change)
 {
     constexpr std::size_t kKeyedBytes = 3;
     if (change.Changes(Block::Times))
-        change.Add(Code::SaveMovesTimes, "a save changes key times, which are whole ticks in this version");
+        change.Add("save-moves-times", "a save changes key times, which are whole ticks in this version");
     const ByteSpan old = KeysIn(change.file, change.run.place);
     const ByteSpan now = KeysIn(change.saved, change.savedRun.place);
     if (!std::equal(old.begin(), old.begin() + kKeyedBytes, now.begin()))
-        change.Add(Code::SaveCollapsesKeys, "a save stores keys that are all the same only once");
+        change.Add("save-collapses-keys", "a save stores keys that are all the same only once");
     else if (!std::equal(old.begin(), old.end(), now.begin(), now.end()))
-        change.Add(Code::SaveRecodesKeys, "a save re-encodes compressed keys");
+        change.Add("save-recodes-keys", "a save re-encodes compressed keys");
 }
 
 }  // namespace vela::vlgim::check

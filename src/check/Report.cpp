@@ -16,38 +16,32 @@ namespace check {
 
 namespace {
 
+struct Cause {
+    ErrorKind kind;
+    Code code;
+};
+
+constexpr Cause kCauses[] = {
+    {ErrorKind::NotFound, "missing-file"},   {ErrorKind::Unreadable, "unreadable"},
+    {ErrorKind::Document, "bad-xml"},        {ErrorKind::Magic, "bad-header"},
+    {ErrorKind::Version, "bad-version"},     {ErrorKind::MemoryLimit, "memory-limit"},
+    {ErrorKind::Unwritable, "save-refused"}, {ErrorKind::NotCreated, "save-refused"},
+    {ErrorKind::NotWritten, "save-refused"}};
+
 Code CodeOf(ErrorKind kind)
 {
-    switch (kind) {
-    case ErrorKind::NotFound:
-        return Code::MissingFile;
-    case ErrorKind::Unreadable:
-        return Code::Unreadable;
-    case ErrorKind::Document:
-        return Code::BadXml;
-    case ErrorKind::Magic:
-        return Code::BadHeader;
-    case ErrorKind::Version:
-        return Code::BadVersion;
-    case ErrorKind::MemoryLimit:
-        return Code::MemoryLimit;
-    case ErrorKind::Unwritable:
-    case ErrorKind::NotCreated:
-    case ErrorKind::NotWritten:
-        return Code::SaveRefused;
-    default:
-        return Code::Damaged;
-    }
+    const auto* cause = std::find_if(std::begin(kCauses), std::end(kCauses),
+                                     [kind](const Cause& candidate) { return candidate.kind == kind; });
+    return cause == std::end(kCauses) ? Code("damaged") : cause->code;
 }
 
 }  // namespace
 
 void FileReport::Add(Code code, const Where& where, const std::string& text)
 {
-    const auto index = static_cast<std::size_t>(code);
-    if (++m_counts[index] <= kMost)
+    if (++m_counts[code.index] <= kMost)
         m_findings.push_back(
-            {&FindingCodes()[index], m_path, where.block, where.offset, where.line, where.column, text});
+            {&codes::kTable[code.index], m_path, where.block, where.offset, where.line, where.column, text});
 }
 
 void FileReport::Add(const Error& error)
@@ -64,9 +58,9 @@ bool FileReport::TellsOfSave() const
 
 std::vector<Finding> FileReport::Take()
 {
-    for (std::size_t code = 0; code < kCodeCount; ++code)
+    for (std::size_t code = 0; code < m_counts.size(); ++code)
         if (m_counts[code] > kMost)
-            m_findings.push_back({&FindingCodes()[code], m_path, "", std::nullopt, 0, 0,
+            m_findings.push_back({&codes::kTable[code], m_path, "", std::nullopt, 0, 0,
                                   std::to_string(m_counts[code] - kMost) + " more of this kind in the file"});
     return std::move(m_findings);
 }

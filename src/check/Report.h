@@ -32,7 +32,7 @@ public:
     void Add(const Error& error);
 
     /// Whether one more of a code would be kept: its text and place are worth working out.
-    bool Keeps(Code code) const { return m_counts[static_cast<std::size_t>(code)] < kMost; }
+    bool Keeps(Code code) const { return m_counts[code.index] < kMost; }
 
     /// Whether anything tells that a save changes the file.
     bool TellsOfSave() const;
@@ -47,7 +47,7 @@ private:
 
     std::string m_path;
     std::vector<Finding> m_findings;
-    std::array<std::uint64_t, kCodeCount> m_counts{};
+    std::array<std::uint64_t, std::size(codes::kTable)> m_counts{};
 };
 
 /// Ends a check, from the callback up to the operation that was called.

@@ -53,7 +53,7 @@ void CheckFinite(const File& file, std::size_t field, const FloatRun& run)
     if (tally.count == 0)
         return;
     const std::uint64_t element = tally.first / run.width;
-    file.Add(Code::NotFinite, field,
+    file.Add("not-finite", field,
              run.behind + element * run.size + OffsetWithin(run, tally.first % run.width),
              Counted(tally.count, "number", "numbers") + " of " + std::to_string(numbers) + " in the " +
                  run.what + (tally.count == 1 ? " is" : " are") + " NaN or infinite, the first at " +
@@ -66,7 +66,7 @@ void CheckBoneNames(const File& file, std::size_t field, const Array<Name32>& na
     for (std::uint32_t i = 0; i < count; ++i) {
         const auto [other, isNew] = first.emplace(names[i].View(), i);
         if (!isNew)
-            file.Add(Code::BoneName, field, sizeof(Name32) * i,
+            file.Add("bone-name", field, sizeof(Name32) * i,
                      "bones " + std::to_string(other->second) + " and " + std::to_string(i) +
                          " are both named " + std::string(other->first));
     }
@@ -76,7 +76,7 @@ void CheckBoneNames(const File& file, std::size_t field, const Array<Name32>& na
         return;
     Name32 name;
     std::memcpy(name.bytes, stored.data() + sizeof name * changed.first, sizeof name);
-    file.Add(Code::SaveLowerCase, field, sizeof name * changed.first,
+    file.Add("save-lower-case", field, sizeof name * changed.first,
              Counted(changed.count, "bone has", "bones have") +
                  " upper-case letters in the name, the first is " + std::string(name.View()));
 }
