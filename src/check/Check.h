@@ -6,15 +6,15 @@
 #include <vlio2/XmlData.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 // One check for each kind of file. Each takes the report of its file and the whole image.
 namespace vela::vlgim::check {
 
-void CheckMesh(Session& session, FileReport& report, const vlio::Bytes& image, std::uint32_t submeshCount);
-
-/// A mesh of which nobody tells how many submeshes it has: as many as the file itself allows for, if that is one number.
-void CheckMeshWithoutCount(Session& session, FileReport& report, const vlio::Bytes& image);
+/// submeshCount  none: as many as the file itself allows for, if that is one number
+void CheckMesh(Session& session, FileReport& report, const vlio::Bytes& image,
+               std::optional<std::uint32_t> submeshCount);
 
 /// A mesh without its manifest: the options, the manifest beside it or the file itself tell the submesh count.
 void CheckMeshAlone(Session& session, FileReport& report, const vlio::Bytes& image, bool withManifest);

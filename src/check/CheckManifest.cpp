@@ -7,7 +7,8 @@
 #include <tinyxml2.h>
 
 #include <algorithm>
-#include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace vela::vlgim::check {
 
@@ -15,61 +16,56 @@ namespace {
 
 using Element = tinyxml2::XMLElement;
 
-// A document's tree, and the places of its elements, take so many times its bytes at the most: elements of one letter.
-constexpr std::uint64_t kTreePerByte = 80;
+// Whether the memory limit allows a document's tree: elements of one letter, and the places of all, take so many times
+// its bytes.
+bool AllowsTree(const Session& session, const vlio::Bytes& image)
+{
+    constexpr std::uint64_t kTreePerByte = 80;
+    return session.Left(image.size()) / kTreePerByte >= image.size();
+}
 
 std::string_view TextOf(const vlio::Bytes& image)
 {
     return {reinterpret_cast<const char*>(image.data()), image.size()};
 }
 
-// Lines and columns of a document, best asked for in ascending order.
-class Lines {
-public:
-    explicit Lines(std::string_view text) : m_text(text), m_lineEnd(text.find('\n')) {}
+// The line and column of a byte of a document.
+Where WhereIn(std::string_view text, std::size_t at, std::string block = {})
+{
+    const std::string_view ahead = text.substr(0, at);
+    const std::size_t lineStart = ahead.rfind('\n') + 1;  // 0 in the first line
+    return {std::move(block), std::nullopt,
+            static_cast<std::uint32_t>(std::count(ahead.begin(), ahead.end(), '\n') + 1),
+            static_cast<std::uint32_t>(at - lineStart + 1)};
+}
 
-    Where Of(const std::string& block, std::size_t at)
+// Findings at the elements of a document. The parser keeps only their lines, so the text is scanned for them.
+class ElementReport {
+public:
+    ElementReport(FileReport& report, std::string_view text, vlio::XmlData& document)
+        : m_report(report), m_text(text), m_root(&document.Document())
     {
-        if (at < m_lineStart) {
-            m_line = m_lineStart = 0;
-            m_lineEnd = m_text.find('\n');
-        }
-        while (m_lineEnd < at) {
-            ++m_line;
-            m_lineStart = m_lineEnd + 1;
-            m_lineEnd = m_text.find('\n', m_lineStart);
-        }
-        return {block, std::nullopt, static_cast<std::uint32_t>(m_line + 1),
-                static_cast<std::uint32_t>(at - m_lineStart + 1)};
     }
 
-private:
-    std::string_view m_text;
-    std::size_t m_line = 0, m_lineStart = 0, m_lineEnd;
-};
-
-// Where the elements of a document stand in its text: the parser keeps their lines alone.
-class ElementPlaces {
-public:
-    ElementPlaces(std::string_view text, vlio::XmlData& document) : m_lines(text)
+    // Finding the place takes a pass over the document, so it is left out where the finding would be.
+    void Add(Code code, const Element* element, const std::string& text)
     {
-        std::vector<std::size_t> tags;
-        vlio::ScanXml(text, &tags);
-        std::size_t next = 0;
-        const tinyxml2::XMLNode* node = &document.Document();
-        // In document order, as the scan goes.
-        while ((node = Next(node)) && next < tags.size())
-            if (const Element* element = node->ToElement())
-                m_tags[element] = tags[next++];
+        m_report.Add(code, m_report.Keeps(code) ? Of(element) : Where{}, text);
     }
 
     Where Of(const Element* element)
     {
+        if (m_tags.empty())
+            vlio::ScanXml(m_text, &m_tags);
+        std::size_t index = 0;
+        // In document order, as the scan goes.
+        for (const tinyxml2::XMLNode* node = m_root; node && node != element; node = Next(node))
+            index += node->ToElement() ? 1 : 0;
         std::string path = element->Name();
         for (const tinyxml2::XMLNode* node = element->Parent(); node && node->ToElement();
              node = node->Parent())
             path.insert(0, std::string(node->Value()).append(1, '/'));
-        return m_lines.Of(path, m_tags[element]);
+        return WhereIn(m_text, index < m_tags.size() ? m_tags[index] : 0, std::move(path));
     }
 
 private:
@@ -82,29 +78,30 @@ private:
         return node ? node->NextSibling() : nullptr;
     }
 
-    Lines m_lines;
-    std::unordered_map<const Element*, std::size_t> m_tags;
+    FileReport& m_report;
+    std::string_view m_text;
+    const tinyxml2::XMLNode* m_root;
+    std::vector<std::size_t> m_tags;  // first bytes of the elements, once one was asked for
 };
 
 // A submesh record: what the loader asks for, and a material that exists.
 // materials  how many there are, if that is known
-void CheckSubmesh(FileReport& report, ElementPlaces& places, const Element* element,
-                  std::optional<std::size_t> materials)
+void CheckSubmesh(ElementReport& report, const Element* element, std::optional<std::size_t> materials)
 {
     const char* name = element->Attribute("Name");
     const tinyxml2::XMLAttribute* mtlIdx = element->FindAttribute("MtlIdx");
     if (!name || !mtlIdx)
-        return report.Add("submesh-incomplete", places.Of(element),
+        return report.Add("submesh-incomplete", element,
                           std::string("the submesh has no ") + (name ? "MtlIdx" : "Name"));
     int index = 0;
     const bool isNumber = mtlIdx->QueryIntValue(&index) == tinyxml2::XML_SUCCESS;
     const std::string who = "submesh " + std::string(name) + " refers to material " + mtlIdx->Value();
     if (!isNumber)
-        report.Add("material-index", places.Of(element), who + ", which is not a number");
+        report.Add("material-index", element, who + ", which is not a number");
     else if (index < 0)
-        report.Add("material-index", places.Of(element), who);
+        report.Add("material-index", element, who);
     else if (materials && static_cast<std::size_t>(index) >= *materials)
-        report.Add("material-index", places.Of(element),
+        report.Add("material-index", element,
                    who + ", but there " + (*materials == 1 ? "is 1" : "are " + std::to_string(*materials)));
 }
 
@@ -117,15 +114,15 @@ std::optional<std::size_t> CheckMaterials(Session& session, FileReport& by, cons
     FileReport* const report = ReadFile(session, path, image, &by, where);
     if (!report || !CheckDocument(session, *report, image, document))
         return std::nullopt;
-    ElementPlaces places(TextOf(image), document);
+    ElementReport elements(*report, TextOf(image), document);
     if (!document.FindElement("Vela/MaterialGroup", nullptr))
-        report->Add("material-incomplete", places.Of(document.GetElement(nullptr, nullptr)),
-                    "there is no Vela element that contains a MaterialGroup");
+        elements.Add("material-incomplete", document.GetElement(nullptr, nullptr),
+                     "there is no Vela element that contains a MaterialGroup");
     const manifest::Elements materials = manifest::Materials(document);
     for (const Element* material : materials)
         if (!manifest::Parameters(document, material))
-            report->Add("material-incomplete", places.Of(material),
-                        std::string("material ") + material->Name() + " has no Material/ParamTable");
+            elements.Add("material-incomplete", material,
+                         std::string("material ") + material->Name() + " has no Material/ParamTable");
     return materials.size();
 }
 
@@ -143,15 +140,15 @@ void CheckSkeletonExists(Session& session, FileReport& report, const std::string
 }
 
 void CheckModelFiles(Session& session, FileReport& report, const vlio::XmlData& document,
-                     ElementPlaces& places)
+                     ElementReport& elements)
 {
     const std::string path = report.Path();
-    const Where root = places.Of(document.GetElement(nullptr, nullptr));
+    const Where root = elements.Of(document.GetElement(nullptr, nullptr));
     const manifest::Elements submeshes = manifest::Submeshes(document);
     const std::optional<std::size_t> materials =
         CheckMaterials(session, report, root, manifest::MaterialPath(document, path.c_str(), session.Base()));
     for (const Element* submesh : submeshes)
-        CheckSubmesh(report, places, submesh, materials);
+        CheckSubmesh(elements, submesh, materials);
 
     vlio::Bytes image;
     vlio::XmlData music;
@@ -160,7 +157,7 @@ void CheckModelFiles(Session& session, FileReport& report, const vlio::XmlData& 
 
     if (const std::string skeleton = manifest::SkeletonName(document); !skeleton.empty())
         CheckSkeletonExists(session, report, skeleton,
-                            places.Of(document.FindElement("Vela/SkeletonFile/FileName", nullptr)));
+                            elements.Of(document.FindElement("Vela/SkeletonFile/FileName", nullptr)));
     if (submeshes.empty())
         return;
     if (FileReport* mesh = ReadFile(session, manifest::MeshPath(document, path.c_str(), session.Base()),
@@ -168,28 +165,28 @@ void CheckModelFiles(Session& session, FileReport& report, const vlio::XmlData& 
         CheckMesh(session, *mesh, image, static_cast<std::uint32_t>(submeshes.size()));
 }
 
-// Submeshes that the manifest beside a mesh tells of, if that is the mesh it means; 0 if not.
-std::uint32_t CountBeside(Session& session, const std::string& meshPath)
+// How many submeshes the manifest beside a mesh tells of, if that is the mesh it means.
+std::optional<std::uint32_t> CountBeside(Session& session, const std::string& meshPath)
 {
     const std::string path = vlio::ReplaceFileExtension(meshPath.c_str(), ".gim");
     vlio::Bytes image;
     vlio::XmlData document;
     const FileReport* const report = ReadFile(session, path, image);
     const std::string_view text = TextOf(image);
-    if (!report || session.Left(image.size()) / kTreePerByte < image.size() ||
-        document.Parse(text.data(), text.size()) != 0)
-        return 0;
+    if (!report || !AllowsTree(session, image) || document.Parse(text.data(), text.size()) != 0)
+        return std::nullopt;
     const std::string named = manifest::MeshPath(document, path.c_str(), session.Base());
-    return vlio::FormatPath(named.c_str()) == vlio::FormatPath(meshPath.c_str())
-               ? static_cast<std::uint32_t>(manifest::Submeshes(document).size())
-               : 0;
+    const auto count = static_cast<std::uint32_t>(manifest::Submeshes(document).size());
+    if (count == 0 || vlio::FormatPath(named.c_str()) != vlio::FormatPath(meshPath.c_str()))
+        return std::nullopt;
+    return count;
 }
 
 }  // namespace
 
 bool CheckDocument(Session& session, FileReport& report, const vlio::Bytes& image, vlio::XmlData& document)
 {
-    if (session.Left(image.size()) / kTreePerByte < image.size()) {
+    if (!AllowsTree(session, image)) {
         report.Add("memory-limit", {}, "a document of this size could exceed the memory limit");
         return false;
     }
@@ -198,7 +195,7 @@ bool CheckDocument(Session& session, FileReport& report, const vlio::Bytes& imag
     session.Step(report);
     if (!error)
         return true;
-    report.Add("bad-xml", Lines(text).Of("", *error.offset), error.text);
+    report.Add("bad-xml", WhereIn(text, *error.offset), error.text);
     return false;
 }
 
@@ -207,26 +204,25 @@ void CheckManifest(Session& session, FileReport& report, const vlio::Bytes& imag
     vlio::XmlData document;
     if (!CheckDocument(session, report, image, document))
         return;
-    ElementPlaces places(TextOf(image), document);
+    ElementReport elements(report, TextOf(image), document);
     const Element* root = document.GetElement(nullptr, nullptr);
     const Element* list = document.FindElement("Vela/SubMesh", nullptr);
     if (manifest::Submeshes(document).empty())
-        report.Add("no-submeshes", places.Of(list ? list : root),
-                   list ? "SubMesh lists no submeshes"
-                        : "there is no Vela element that contains a SubMesh list");
+        elements.Add("no-submeshes", list ? list : root,
+                     list ? "SubMesh lists no submeshes"
+                          : "there is no Vela element that contains a SubMesh list");
     if (withFiles)
-        return CheckModelFiles(session, report, document, places);
+        return CheckModelFiles(session, report, document, elements);
     for (const Element* submesh : manifest::Submeshes(document))
-        CheckSubmesh(report, places, submesh, std::nullopt);
+        CheckSubmesh(elements, submesh, std::nullopt);
 }
 
 void CheckMeshAlone(Session& session, FileReport& report, const vlio::Bytes& image, bool withManifest)
 {
-    if (session.Options().submeshCount)
-        return CheckMesh(session, report, image, *session.Options().submeshCount);
-    if (const std::uint32_t count = withManifest ? CountBeside(session, report.Path()) : 0)
-        return CheckMesh(session, report, image, count);
-    CheckMeshWithoutCount(session, report, image);
+    std::optional<std::uint32_t> count = session.Options().submeshCount;
+    if (!count && withManifest)
+        count = CountBeside(session, report.Path());
+    CheckMesh(session, report, image, count);
 }
 
 }  // namespace vela::vlgim::check

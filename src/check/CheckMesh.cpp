@@ -93,29 +93,24 @@ void CheckUvs(const File& file, const vlMeshData& mesh)
 }
 
 void CheckIndices(const File& file, std::size_t field, const Array<std::uint16_t>& indices,
-                  std::uint64_t vertexCount, const std::function<std::string(const Tally&)>& which)
+                  std::uint64_t vertexCount, bool areTriangles)
 {
     // One pass without a branch first.
     std::uint16_t largest = 0;
     for (const std::uint16_t index : indices)
         largest = std::max(largest, index);
+    if (indices.empty() || largest < vertexCount)
+        return;
     Tally bad;
-    for (std::size_t i = 0; largest >= vertexCount && i < indices.size(); ++i)
+    for (std::size_t i = 0; i < indices.size(); ++i)
         if (indices[i] >= vertexCount)
             bad.Add(i);
-    if (bad.count != 0)
-        file.Add("index-range", field, sizeof largest * bad.first,
-                 Counted(bad.count, "index is", "indices are") + " out of range for " +
-                     Counted(vertexCount, "vertex", "vertices") + which(bad));
-}
-
-void CheckTriangles(const File& file, const vlMeshVertexData& v)
-{
-    CheckIndices(file, file.Find(Block::Triangles), v.m_indices, v.m_vertexCount, [&v](const Tally& bad) {
-        return ", the largest is " +
-               std::to_string(*std::max_element(v.m_indices.begin(), v.m_indices.end())) +
-               ", the first in triangle " + std::to_string(bad.first / 3);
-    });
+    file.Add("index-range", field, sizeof largest * bad.first,
+             Counted(bad.count, "index is", "indices are") + " out of range for " +
+                 Counted(vertexCount, "vertex", "vertices") +
+                 (areTriangles ? ", the largest is " + std::to_string(largest) + ", the first in triangle " +
+                                     std::to_string(bad.first / 3)
+                               : ", the first at index " + std::to_string(bad.first)));
 }
 
 constexpr float kWeightTolerance = 1e-3F;
@@ -214,8 +209,7 @@ void CheckOriginalData(const File& file, const vlMeshData& mesh)
         if (data->m_origPositions)
             CheckFinite(file, file.FindIn(block, Block::FramePositions),
                         {"positions", "vertex", Floats(data->m_origPositions), count, 3});
-        CheckIndices(file, file.FindIn(block, Block::Indices), data->m_origIndices, count,
-                     [](const Tally& bad) { return ", the first at index " + std::to_string(bad.first); });
+        CheckIndices(file, file.FindIn(block, Block::Indices), data->m_origIndices, count, false);
         if (data->m_origWeights)
             CheckFinite(file, file.FindIn(block, Block::Weights),
                         {"weights", "vertex", data->m_origWeights.data(), count, kSlots});
@@ -334,7 +328,7 @@ void MeshCheck::CheckVertices(const File& file)
     CheckCounts(file, v);
     if (file.Has(Block::Positions)) {
         CheckFrames(file, m_mesh);
-        CheckTriangles(file, v);
+        CheckIndices(file, file.Find(Block::Triangles), v.m_indices, v.m_vertexCount, true);
         CheckUvs(file, m_mesh);
         return;
     }
@@ -450,19 +444,20 @@ void CheckUncounted(const Session& session, FileReport& report, const vlio::Byte
 
 }  // namespace
 
-void CheckMesh(Session& session, FileReport& report, const vlio::Bytes& image, std::uint32_t submeshCount)
+void CheckMesh(Session& session, FileReport& report, const vlio::Bytes& image,
+               std::optional<std::uint32_t> submeshCount)
 {
-    MeshCheck(session, report, image, submeshCount).Run();
-}
-
-void CheckMeshWithoutCount(Session& session, FileReport& report, const vlio::Bytes& image)
-{
-    const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(image.data(), image.size());
-    if (fitting.size() == 1)
-        return CheckMesh(session, report, image, fitting[0]);
-    CheckUncounted(session, report, image,
-                   fitting.empty() ? "the submesh count is not in the file, and can't be worked out"
-                                   : std::to_string(fitting.size()) + " submesh counts fit the file");
+    std::vector<std::uint32_t> counts;
+    if (submeshCount)
+        counts = {*submeshCount};
+    else
+        counts = vlMeshData::FittingSubmeshCounts(image.data(), image.size());
+    if (counts.size() == 1)
+        MeshCheck(session, report, image, counts[0]).Run();
+    else
+        CheckUncounted(session, report, image,
+                       counts.empty() ? "the submesh count is not in the file, and can't be worked out"
+                                      : std::to_string(counts.size()) + " submesh counts fit the file");
 }
 
 }  // namespace vela::vlgim::check
