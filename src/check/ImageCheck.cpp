@@ -47,11 +47,10 @@ bool ImageCheck::Allows(const Error& whyUnwritable)
 
 void ImageCheck::CheckSaved(const File& file)
 {
-    std::optional<std::uint64_t> patched;
-    if (const std::size_t place = file.Find(Block::TableOffset); place != Places::kNone)
-        patched = file.Offset(place);
-    SavedImage saved(m_image.data(), m_image.size(), std::max<std::uint64_t>(m_image.size(), WrittenSize()),
-                     m_session.Left(m_held + m_spent), patched);
+    const std::size_t patched = file.Find(Block::TableOffset);
+    SavedImage saved(m_image, std::max<std::uint64_t>(m_image.size(), WrittenSize()),
+                     m_session.Left(m_held + m_spent),
+                     patched != Places::kNone ? file.Offset(patched) : SavedImage::kNowhere);
     const Error error = Write(saved);
     Drop();
     m_session.Step(m_report);
