@@ -1,9 +1,6 @@
 #include "commands/Commands.h"
-#include "demo/Flag.h"
-#include "demo/House.h"
-#include "demo/KeyForms.h"
 #include "demo/MeshBuilder.h"
-#include "demo/Walker.h"
+#include "demo/Models.h"
 #include "report/AnimInfo.h"
 #include "report/ModelInfo.h"
 
@@ -19,6 +16,11 @@ namespace vela::vlgim::tools {
 
 namespace {
 
+bool ReadAll(const std::string& path, vlio::Bytes& bytes)
+{
+    return vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_ANY);
+}
+
 // Lists files of the first folder with their namesakes in the second; true if they are the same, byte for byte.
 bool SameFiles(const std::string& first, const std::string& second, std::initializer_list<std::string> names)
 {
@@ -26,11 +28,7 @@ bool SameFiles(const std::string& first, const std::string& second, std::initial
     std::printf("  %-18s  %10s  %10s\n", "file", "first", "second");
     for (const std::string& name : names) {
         vlio::Bytes one, two;
-        const bool read = vlio::FileStream::ReadAllBinary((std::filesystem::path(first) / name).c_str(), one,
-                                                          vlio::FILE_SYSTEM_ANY) &&
-                          vlio::FileStream::ReadAllBinary((std::filesystem::path(second) / name).c_str(), two,
-                                                          vlio::FILE_SYSTEM_ANY);
-        const bool same = read && one == two;
+        const bool same = ReadAll(first + "/" + name, one) && ReadAll(second + "/" + name, two) && one == two;
         std::printf("  %-18s  %10zu  %10zu  %s\n", name.c_str(), one.size(), two.size(),
                     same ? "same bytes" : "DIFFERENT");
         allSame = allSame && same;
@@ -55,22 +53,28 @@ constexpr Model kModels[] = {
     {"walker", "a figure that is skinned to a skeleton", BuildWalkerBody},
 };
 
+// Saves what was built, loads it back and prints it.
+template <class Data>
+bool SaveAndLoad(const char* what, const std::string& path, Data& built, Data& loaded)
+{
+    std::printf("Writing %s to %s\n", what, path.c_str());
+    if (built.Save(path.c_str()) != 0)
+        return false;
+    std::printf("Loading it back\n\n");
+    if (loaded.Load(path.c_str()) != 0)
+        return false;
+    PrintInfo(path, loaded);
+    return true;
+}
+
 bool RunModel(const std::string& folder, const std::string& copy, const Model& model)
 {
     const std::string name = model.name;
-    const std::string manifest = folder + "/" + name + ".gim";
-    std::printf("Writing %s to %s\n", model.what, manifest.c_str());
-    GimData built;
+    GimData built, loaded;
     model.build(built);
     built.m_meshPath = folder + "/" + name + ".mesh";
-    if (built.Save(manifest.c_str()) != 0)
+    if (!SaveAndLoad(model.what, folder + "/" + name + ".gim", built, loaded))
         return false;
-
-    std::printf("Loading it back\n\n");
-    GimData loaded;
-    if (loaded.Load(manifest.c_str()) != 0)
-        return false;
-    PrintInfo(manifest, loaded);
 
     std::printf("\nSaving it to %s\n\n", copy.c_str());
     loaded.m_meshPath = copy + "/" + name + ".mesh";
@@ -83,26 +87,17 @@ bool RunModel(const std::string& folder, const std::string& copy, const Model& m
 
 bool RunSkeleton(const std::string& folder, const std::string& copy)
 {
-    const std::string path = folder + "/walker.gis";
-    std::printf("Writing a walking stick figure to %s\n", path.c_str());
-    GisData walker;
+    GisData walker, loaded, again;
     BuildWalker(walker);
-    walker.m_anim.m_path = path;
-    if (walker.Save(path.c_str()) != 0)
+    walker.m_anim.m_path = folder + "/walker.gis";
+    if (!SaveAndLoad("a walking stick figure", walker.m_anim.m_path, walker, loaded))
         return false;
-
-    std::printf("Loading it back\n\n");
-    GisData loaded;
-    if (loaded.Load(path.c_str()) != 0)
-        return false;
-    PrintInfo(path, loaded);
 
     const std::string copyPath = copy + "/walker.gis";
     std::printf("\nSaving it to %s with its clips in side files, loading that\n\n", copy.c_str());
     loaded.m_anim.m_path = copyPath;
     loaded.m_anim.m_async = 1;
     std::filesystem::create_directory(copy + "/walker_gis");
-    GisData again;
     if (loaded.Save(copyPath.c_str()) != 0 || again.Load(copyPath.c_str()) != 0)
         return false;
     PrintInfo(copyPath, again);

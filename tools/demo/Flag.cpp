@@ -1,6 +1,5 @@
-#include "demo/Flag.h"
-
 #include "demo/MeshBuilder.h"
+#include "demo/Models.h"
 #include "demo/Parts.h"
 
 #include <cmath>
@@ -52,17 +51,15 @@ void BuildFlag(GimData& model)
         flag.AddFrame(Frame(static_cast<float>(frame) / kFrames));
 
     vlMeshData& mesh = model.m_mesh;
-    mesh.m_submeshCount = 2;
-    mesh.m_vertexData = std::make_shared<vlMeshVertexData>();
-    flag.Fill(*mesh.m_vertexData);
+    flag.Fill(mesh);
     mesh.m_hasMorph = 1;
     mesh.m_morph = std::make_shared<vlMorphData>();
     mesh.m_morph->m_times.SetKeyTimes(kFrames, 20);
 
-    BuildManifest(model, {"pole", "cloth"});
-    AppendMaterial(model, "ash", {{"Color", "0.75,0.68,0.55"}, {"Gloss", "0.3"}});
-    AppendMaterial(model, "linen", {{"Roughness", "1"}, {"Texture", "linen.png"}});
-    BuildMusic(model, "flapping", "0.3");
+    BuildDocuments(model,
+                   {{"pole", "ash", {{"Color", "0.75,0.68,0.55"}, {"Gloss", "0.3"}}},
+                    {"cloth", "linen", {{"Roughness", "1"}, {"Texture", "linen.png"}}}},
+                   "flapping", "0.3");
 }
 
 }  // namespace vela::vlgim::tools

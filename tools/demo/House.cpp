@@ -1,6 +1,5 @@
-#include "demo/House.h"
-
 #include "demo/MeshBuilder.h"
+#include "demo/Models.h"
 #include "demo/Parts.h"
 
 #include <cmath>
@@ -10,10 +9,9 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-constexpr const char* kSubmeshes[] = {"walls", "roof", "door"};
 constexpr Vector3 kHinge{-0.5F, 0, 2};
 
-void BuildMesh(vlMeshVertexData& mesh)
+void BuildMesh(vlMeshData& mesh)
 {
     MeshBuilder house;
     house.BeginSubmesh(2, false);
@@ -32,33 +30,26 @@ void BuildMesh(vlMeshVertexData& mesh)
     house.Fill(mesh);
 }
 
-vlTrackData Track(const char* name, unsigned short keyCount, unsigned length)
+vlTrackData Track(const char* name, const vlTransKeysData& channel, unsigned length)
 {
     vlTrackData track;
     track.m_name = Name32(name);
-    track.m_times.SetKeyTimes(keyCount, length);
+    track.m_times.SetKeyTimes(channel.m_keyCount, length);
     track.m_channelCount = 1;
     track.m_channels = Array<vlTransKeysData>(1);
-    return track;
-}
-
-vlTrackData StillTrack(const char* name)
-{
-    vlTrackData track = Track(name, 1, 0);
-    track.m_channels[0] = RestingChannel(1, false, false);
+    track.m_channels[0] = channel;
     return track;
 }
 
 // Turns about the hinge. A transform turns about the model's origin, so its position makes up for the difference:
 // hinge minus turned hinge.
-vlTrackData SwingTrack(const char* name)
+vlTransKeysData Swing()
 {
     constexpr float angles[] = {0, -0.6F, -1.2F, -1.4F, -0.7F, 0};  // radians about y; outwards
     constexpr auto keyCount = static_cast<unsigned short>(std::size(angles));
-    vlTrackData track = Track(name, keyCount, 60);
-    track.m_channels[0] = RestingChannel(keyCount, true, true);
-    float* position = track.m_channels[0].m_pos.get();
-    float* rotation = track.m_channels[0].m_rot.get();
+    vlTransKeysData channel = RestingChannel(keyCount, true, true);
+    float* position = channel.m_pos.get();
+    float* rotation = channel.m_rot.get();
     for (const float angle : angles) {
         const float sine = std::sin(angle), cosine = std::cos(angle);
         position[0] = kHinge.x - (cosine * kHinge.x + sine * kHinge.z);
@@ -68,7 +59,7 @@ vlTrackData SwingTrack(const char* name)
         position += 3;
         rotation += 4;
     }
-    return track;
+    return channel;
 }
 
 }  // namespace
@@ -76,22 +67,19 @@ vlTrackData SwingTrack(const char* name)
 void BuildHouse(GimData& model)
 {
     vlMeshData& mesh = model.m_mesh;
-    mesh.m_submeshCount = static_cast<std::uint32_t>(std::size(kSubmeshes));
-    mesh.m_vertexData = std::make_shared<vlMeshVertexData>();
-    BuildMesh(*mesh.m_vertexData);
+    BuildMesh(mesh);
     mesh.m_hasTracks = 1;
-    mesh.m_tracks = Array<vlTrackData>(std::size(kSubmeshes));
-    mesh.m_tracks[0] = StillTrack(kSubmeshes[0]);
-    mesh.m_tracks[1] = StillTrack(kSubmeshes[1]);
-    mesh.m_tracks[2] = SwingTrack(kSubmeshes[2]);
+    mesh.m_tracks = Array<vlTrackData>(3);
+    mesh.m_tracks[0] = Track("walls", RestingChannel(1, false, false), 0);
+    mesh.m_tracks[1] = Track("roof", RestingChannel(1, false, false), 0);
+    mesh.m_tracks[2] = Track("door", Swing(), 60);
 
-    BuildManifest(model, {kSubmeshes[0], kSubmeshes[1], kSubmeshes[2]});
-    AppendMaterial(model, "plaster",
-                   {{"Color", "0.9,0.86,0.78"}, {"Roughness", "0.9"}, {"Texture", "plaster.png"}});
-    AppendMaterial(model, "tiles",
-                   {{"Color", "0.7,0.2,0.15"}, {"Roughness", "0.7"}, {"Texture", "tiles.png"}});
-    AppendMaterial(model, "oak", {{"Color", "0.35,0.22,0.1"}, {"Gloss", "0.4"}});
-    BuildMusic(model, "door_creak", "0.8");
+    BuildDocuments(
+        model,
+        {{"walls", "plaster", {{"Color", "0.9,0.86,0.78"}, {"Roughness", "0.9"}, {"Texture", "plaster.png"}}},
+         {"roof", "tiles", {{"Color", "0.7,0.2,0.15"}, {"Roughness", "0.7"}, {"Texture", "tiles.png"}}},
+         {"door", "oak", {{"Color", "0.35,0.22,0.1"}, {"Gloss", "0.4"}}}},
+        "door_creak", "0.8");
 }
 
 }  // namespace vela::vlgim::tools

@@ -1,10 +1,10 @@
-#include "demo/KeyForms.h"
-
-#include <vlgim/vlTransKeysData.h>
+#include "demo/Models.h"
+#include "demo/Parts.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <numbers>
 #include <vector>
@@ -20,13 +20,9 @@ constexpr unsigned short kKeys = 60;
 // A lamp in the wind: the rotation is keyed, position and scale stand once for all keys.
 vlTransKeysData Angles()
 {
-    vlTransKeysData channel;
-    channel.m_rotKeyed = 1;
+    vlTransKeysData channel = RestingChannel(kKeys, false, true);
     channel.m_rotOrder = EULER_XYZ;
-    channel.m_keyCount = kKeys;
-    channel.m_pos = Array<float>(3);
     channel.m_rot = Array<float>(std::size_t{kKeys} * 3);
-    channel.m_scale = Array<float>(3, 1.0F);
     float* angles = channel.m_rot.get();
     for (int key = 0; key < kKeys; ++key) {
         const float phase = static_cast<float>(key) * (2 * std::numbers::pi_v<float> / kKeys);
@@ -51,8 +47,7 @@ vlTransKeysData Quaternions(const vlTransKeysData& angles)
     channel.m_rot = Array<float>(std::size_t{kKeys} * 4);
     for (unsigned short key = 0; key < kKeys; ++key) {
         const Rotation q = RotationAt(angles, key);
-        const float components[] = {q.x, q.y, q.z, q.w};
-        std::copy_n(components, 4, &channel.m_rot[std::ptrdiff_t{4} * key]);
+        std::memcpy(&channel.m_rot[std::ptrdiff_t{4} * key], &q, sizeof q);
     }
     return channel;
 }
@@ -83,7 +78,7 @@ std::vector<unsigned char> Written(vlTransKeysData& channel)
 
 bool PrintForm(const char* name, vlTransKeysData channel, unsigned char form)
 {
-    const vlTransKeysData before = Quaternions(channel.m_rotOrder ? channel : Angles());
+    const vlTransKeysData before = channel;
     channel.m_compressFlags = form;
     const std::vector<unsigned char> bytes = Written(channel);
 

@@ -78,24 +78,26 @@ void MeshBuilder::AddFrame(const MeshBuilder& frame)
     Append(m_tangents, frame.m_tangents);
 }
 
-void MeshBuilder::Fill(vlMeshVertexData& mesh) const
+void MeshBuilder::Fill(vlMeshData& mesh, const std::shared_ptr<vlMeshVertexData>& vertices) const
 {
-    mesh.m_subRecords = m_records;
-    mesh.m_subCount = static_cast<std::uint32_t>(m_records.size());
-    mesh.m_vertexCount = static_cast<std::uint32_t>(m_colors.size());
-    mesh.m_frameCount = static_cast<std::uint32_t>(m_positions.size() / m_colors.size());
-    mesh.m_triangleCount = static_cast<std::uint32_t>(m_indices.size() / 3);
-    mesh.m_colorSetCount = 1;
-    mesh.m_hasTangents = 1;
-    mesh.m_positions = m_positions;
-    mesh.m_normals = m_normals;
-    mesh.m_tangents = m_tangents;
-    mesh.m_indices = m_indices;
+    mesh.m_submeshCount = static_cast<std::uint32_t>(m_records.size());
+    mesh.m_vertexData = vertices;
+    vertices->m_subRecords = m_records;
+    vertices->m_subCount = mesh.m_submeshCount;
+    vertices->m_vertexCount = static_cast<std::uint32_t>(m_colors.size());
+    vertices->m_frameCount = static_cast<std::uint32_t>(m_positions.size() / m_colors.size());
+    vertices->m_triangleCount = static_cast<std::uint32_t>(m_indices.size() / 3);
+    vertices->m_colorSetCount = 1;
+    vertices->m_hasTangents = 1;
+    vertices->m_positions = m_positions;
+    vertices->m_normals = m_normals;
+    vertices->m_tangents = m_tangents;
+    vertices->m_indices = m_indices;
     for (const SubmeshRecord& record : m_records)
-        mesh.m_uvSetCount = std::max(mesh.m_uvSetCount, record.uvSetCount);
-    for (std::uint8_t set = 0; set < mesh.m_uvSetCount; ++set)
-        mesh.m_uvSets[set] = m_uvs[set];
-    mesh.m_colors = m_colors;
+        vertices->m_uvSetCount = std::max(vertices->m_uvSetCount, record.uvSetCount);
+    for (std::uint8_t set = 0; set < vertices->m_uvSetCount; ++set)
+        vertices->m_uvSets[set] = m_uvs[set];
+    vertices->m_colors = m_colors;
 }
 
 }  // namespace vela::vlgim::tools

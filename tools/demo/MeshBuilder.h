@@ -1,10 +1,11 @@
 #pragma once
 
-#include <vlgim/vlMeshVertexData.h>
+#include <vlgim/vlMeshData.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <vector>
 
 namespace vela::vlgim::tools {
@@ -37,8 +38,9 @@ public:
     /// Appends the positions, normals and tangents of the same faces at another time.
     void AddFrame(const MeshBuilder& frame);
 
-    /// Puts all that was collected into a mesh.
-    void Fill(vlMeshVertexData& mesh) const;
+    /// Puts all that was collected into the vertex object, new or of another class, and that into the mesh.
+    void Fill(vlMeshData& mesh,
+              const std::shared_ptr<vlMeshVertexData>& vertices = std::make_shared<vlMeshVertexData>()) const;
 
 private:
     std::vector<SubmeshRecord> m_records;

@@ -28,33 +28,22 @@ tinyxml2::XMLElement* Append(tinyxml2::XMLNode* parent, const char* name, const 
     return element;
 }
 
-tinyxml2::XMLElement* BuildManifest(GimData& model, std::initializer_list<const char*> submeshes)
+tinyxml2::XMLElement* BuildDocuments(GimData& model, const std::vector<Surface>& surfaces, const char* event,
+                                     const char* volume)
 {
     tinyxml2::XMLElement* manifest = Append(&model.m_gimXml.Document(), "Vela");
-    tinyxml2::XMLElement* list = Append(manifest, "SubMesh");
+    tinyxml2::XMLElement* submeshes = Append(manifest, "SubMesh");
+    tinyxml2::XMLElement* materials = Append(Append(&model.m_mtgXml.Document(), "Vela"), "MaterialGroup");
     int index = 0;
-    for (const char* name : submeshes) {
+    for (const auto& [submesh, material, parameters] : surfaces) {
         const std::string element = "Mesh" + std::to_string(index);
-        Append(list, element.c_str(), {{"Name", name}})->SetAttribute("MtlIdx", index);
-        ++index;
+        Append(submeshes, element.c_str(), {{"Name", submesh}})->SetAttribute("MtlIdx", index++);
+        tinyxml2::XMLElement* table = Append(Append(Append(materials, material), "Material"), "ParamTable");
+        for (const auto& [key, value] : parameters)
+            Append(table, key, {{"Value", value}});
     }
-    return manifest;
-}
-
-void AppendMaterial(GimData& model, const char* name, const Attributes& parameters)
-{
-    tinyxml2::XMLDocument& document = model.m_mtgXml.Document();
-    if (model.m_mtgXml.IsEmpty())
-        Append(Append(&document, "Vela"), "MaterialGroup");
-    tinyxml2::XMLElement* material = Append(document.RootElement()->FirstChildElement(), name);
-    tinyxml2::XMLElement* table = Append(Append(material, "Material"), "ParamTable");
-    for (const auto& [key, value] : parameters)
-        Append(table, key, {{"Value", value}});
-}
-
-void BuildMusic(GimData& model, const char* event, const char* volume)
-{
     Append(Append(&model.m_musicXml.Document(), "Vela"), "Event", {{"Name", event}, {"Volume", volume}});
+    return manifest;
 }
 
 }  // namespace vela::vlgim::tools
