@@ -8,12 +8,11 @@ namespace {
 
 CheckResult TroubleWith(const std::string& path, const char* code, const std::string& text)
 {
-    Finding finding;
+    CheckResult result;
+    Finding& finding = result.findings.emplace_back();
     finding.code = FindFindingCode(code);
     finding.file = path;
     finding.text = text;
-    CheckResult result;
-    result.findings.push_back(std::move(finding));
     return result;
 }
 
@@ -34,6 +33,12 @@ void AddId(std::vector<FileId>& ids, const std::string& path)
 }
 
 }  // namespace
+
+std::optional<FileId> IdOf(const std::string& path)
+{
+    platform::FileStatus status;
+    return platform::GetStatus(path.c_str(), status) == 0 ? std::optional(status.id) : std::nullopt;
+}
 
 CheckedInput CheckInput(const Input& input, const CheckOptions& options, const FindingFormat& format)
 {

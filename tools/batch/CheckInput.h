@@ -1,14 +1,21 @@
 #pragma once
 
-#include "batch/FileId.h"
 #include "batch/Inputs.h"
 #include "report/FindingLines.h"
 
+#include <platform/Files.h>
+
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace vela::vlgim::tools {
+
+using platform::FileId;
+
+/// Identifies the file of a path, however it is named. None: there is no such file.
+std::optional<FileId> IdOf(const std::string& path);
 
 /// The check of one input, kept until its turn to be printed comes.
 struct CheckedInput {

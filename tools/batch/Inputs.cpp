@@ -56,9 +56,16 @@ bool HasAnimationBeside(const std::string& sideFile)
     return fs::exists(folder, error);
 }
 
+void SortUnique(std::vector<Input>& files)
+{
+    std::ranges::sort(files, {}, &Input::path);
+    const auto repeats = std::ranges::unique(files, {}, &Input::path);
+    files.erase(repeats.begin(), repeats.end());
+}
+
 class Finder {
 public:
-    explicit Finder(const std::function<void(std::size_t)>& found) : m_found(found) {}
+    explicit Finder(Progress& progress) : m_progress(progress) {}
 
     void Add(const std::string& path)
     {
@@ -67,36 +74,30 @@ public:
             m_inputs.roots.push_back(path);
             return Walk(path);
         }
-        const fs::path folder = fs::path(path).parent_path();
-        AddRoot(folder.empty() ? "." : folder.string());
+        std::string folder = fs::path(path).parent_path().string();
+        if (folder.empty())
+            folder = ".";
+        // A list names many files of one folder in a row.
+        if (m_inputs.roots.empty() || m_inputs.roots.back() != folder)
+            m_inputs.roots.push_back(std::move(folder));
         AddFile(path, KindOf(path));
     }
 
     Inputs Take()
     {
-        std::vector<Input>& files = m_inputs.files;
-        std::sort(files.begin(), files.end(), [](const Input& a, const Input& b) { return a.path < b.path; });
-        files.erase(std::unique(files.begin(), files.end(),
-                                [](const Input& a, const Input& b) { return a.path == b.path; }),
-                    files.end());
+        m_progress.Erase();
+        SortUnique(m_inputs.leaders);
+        SortUnique(m_inputs.followers);
         return std::move(m_inputs);
     }
 
 private:
-    // A list names many files of one folder in a row.
-    void AddRoot(std::string folder)
-    {
-        if (m_inputs.roots.empty() || m_inputs.roots.back() != folder)
-            m_inputs.roots.push_back(std::move(folder));
-    }
-
     void AddFile(const std::string& path, FileKind kind)
     {
         const bool isFollower =
             IsSideFile(path, kind) || kind == FileKind::Mesh || kind == FileKind::Document;
-        m_inputs.files.push_back({path, "", kind, isFollower ? Role::Follower : Role::Leader});
-        if (m_found)
-            m_found(m_inputs.files.size());
+        (isFollower ? m_inputs.followers : m_inputs.leaders).push_back({path, "", kind});
+        m_progress.Found(m_inputs.leaders.size() + m_inputs.followers.size());
     }
 
     void AddFound(const std::string& path)
@@ -118,7 +119,7 @@ private:
             for (; !error && entry != fs::directory_iterator(); entry.increment(error))
                 Visit(*entry, folders);
             if (error)
-                m_inputs.files.push_back({folder, error.message(), FileKind::Unknown, Role::Leader});
+                m_inputs.leaders.push_back({folder, error.message()});
         }
     }
 
@@ -133,15 +134,15 @@ private:
             AddFound(entry.path().string());
     }
 
-    const std::function<void(std::size_t)>& m_found;
+    Progress& m_progress;
     Inputs m_inputs;
 };
 
 }  // namespace
 
-Inputs FindInputs(const std::vector<std::string>& paths, const std::function<void(std::size_t)>& found)
+Inputs FindInputs(const std::vector<std::string>& paths, Progress& progress)
 {
-    Finder finder(found);
+    Finder finder(progress);
     for (const std::string& path : paths) {
         if (path != "-") {
             finder.Add(path);

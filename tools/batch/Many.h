@@ -1,9 +1,19 @@
 #pragma once
 
-#include "batch/InOrder.h"
 #include "batch/Progress.h"
 
+#include <platform/Interrupt.h>
+
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <thread>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -26,32 +36,67 @@ void EndIfInterrupted();
 /// Throws std::runtime_error if stdout took no more: who goes on would work for nobody.
 void RequireOutput();
 
-/// Work on many files, in order, with its progress on stderr.
-template <class Result>
-class Many {
-public:
-    explicit Many(unsigned jobs) : m_results(jobs) {}
-
-    Progress& Status() { return m_progress; }
-
-    /// As InOrder::Run. take gives the bytes that were read for the result.
-    template <class Work, class Take>
-    void Run(std::size_t count, const Work& work, const Take& take)
-    {
-        m_progress.Begin(count);
-        m_results.Run(
-            count, work,
-            [&](std::size_t i, const Result& result) {
-                m_progress.Add(take(i, result));
-                RequireOutput();
-            },
-            [this] { m_progress.Show(); });
-        m_progress.Erase();
+/// Calls work(i) for each i below count on several threads, and take(result) on the calling one, in ascending order of
+/// i. A piece that takes long lets the others run ahead of it by a few pieces only, so that a million results never wait
+/// in memory. Once the program is interrupted, no further work is begun; what was begun is finished and taken.
+/// jobs      threads, at least one
+/// progress  shows how far the work is, and is erased at the end
+/// work      does not throw
+/// take      gives the bytes that were read for the result; after an exception of it what was begun is finished and
+///           dropped
+template <class Work, class Take>
+void RunMany(unsigned jobs, std::size_t count, Progress& progress, const Work& work, const Take& take)
+{
+    constexpr std::size_t kAheadPerJob = 16;
+    using Result = std::invoke_result_t<const Work&, std::size_t>;
+    std::vector<std::optional<Result>> waiting(jobs * kAheadPerJob);
+    std::size_t begun = 0, taken = 0;
+    std::mutex mutex;
+    std::condition_variable_any changed;
+    std::stop_source abandoned;
+    const auto isStopped = [&] { return abandoned.stop_requested() || platform::IsInterrupted(); };
+    const auto runWorker = [&] {
+        platform::ShieldThread();
+        std::unique_lock lock(mutex);
+        for (;;) {
+            changed.wait(lock, abandoned.get_token(),
+                         [&] { return isStopped() || begun < taken + waiting.size(); });
+            if (isStopped() || begun == count)
+                return;
+            const std::size_t index = begun++;
+            lock.unlock();
+            Result result = work(index);
+            lock.lock();
+            waiting[index % waiting.size()] = std::move(result);
+            changed.notify_all();
+        }
+    };
+    progress.Begin(count);
+    std::vector<std::jthread> threads;
+    try {
+        for (unsigned job = 0; job < jobs && job < count; ++job)
+            threads.emplace_back(runWorker);
+        std::unique_lock lock(mutex);
+        while (taken < begun || (taken < count && !isStopped())) {
+            std::optional<Result>& slot = waiting[taken % waiting.size()];
+            if (!slot) {
+                changed.wait_for(lock, std::chrono::milliseconds(100));
+                progress.Show();
+                continue;
+            }
+            const std::optional<Result> result = std::exchange(slot, std::nullopt);
+            ++taken;
+            changed.notify_all();
+            lock.unlock();
+            progress.Add(take(*result));
+            RequireOutput();
+            lock.lock();
+        }
+    } catch (...) {
+        abandoned.request_stop();
+        throw;
     }
-
-private:
-    InOrder<Result> m_results;
-    Progress m_progress;
-};
+    progress.Erase();
+}
 
 }  // namespace vela::vlgim::tools

@@ -25,25 +25,20 @@ struct Options {
 
 class Checker {
 public:
-    explicit Checker(const Options& options) : m_options(options), m_all(options.jobs) {}
+    explicit Checker(const Options& options) : m_options(options) {}
 
     int Run()
     {
         const auto begin = std::chrono::steady_clock::now();
-        Inputs inputs =
-            FindInputs(m_options.paths, [this](std::size_t files) { m_all.Status().Found(files); });
+        Inputs inputs = FindInputs(m_options.paths, m_progress);
         const platform::Interruptible interruptible;
-        std::vector<Input> leaders, followers;
-        for (Input& input : inputs.files)
-            (input.role == Role::Leader ? leaders : followers).push_back(std::move(input));
-        CheckAll(leaders);
+        CheckAll(inputs.leaders);
         // What belongs to a leader was looked at with it, whose word counts for it.
-        std::erase_if(followers, [this](const Input& input) {
+        std::erase_if(inputs.followers, [this](const Input& input) {
             const std::optional<FileId> id = IdOf(input.path);
             return id && m_seen.contains(*id);
         });
-        CheckAll(followers);
-        m_all.Status().Erase();
+        CheckAll(inputs.followers);
         EndIfReaderIsGone();
         PrintSummary(std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
         EndIfInterrupted();
@@ -51,12 +46,19 @@ public:
     }
 
 private:
+    struct HashFileId {
+        std::size_t operator()(const FileId& id) const
+        {
+            return std::hash<std::uint64_t>()(id.number) ^ (std::hash<std::uint64_t>()(id.volume) << 1U);
+        }
+    };
+
     void CheckAll(const std::vector<Input>& files)
     {
-        m_all.Run(
-            files.size(),
+        RunMany(
+            m_options.jobs, files.size(), m_progress,
             [this, &files](std::size_t i) { return CheckInput(files[i], m_options.check, m_options.format); },
-            [this](std::size_t, const CheckedInput& checked) {
+            [this](const CheckedInput& checked) {
                 Print(checked);
                 return checked.bytes;
             });
@@ -73,7 +75,7 @@ private:
             if (line.isOfOther && !m_shared.insert(std::hash<std::string>()(line.text)).second)
                 continue;
             m_summary.Add(*line.code);
-            m_all.Status().Erase();
+            m_progress.Erase();
             std::printf("%s\n", line.text.c_str());
         }
     }
@@ -93,7 +95,7 @@ private:
     }
 
     const Options& m_options;
-    Many<CheckedInput> m_all;
+    Progress m_progress;
     std::unordered_set<FileId, HashFileId> m_seen;
     std::unordered_set<std::size_t> m_shared;  // hashes of lines
     CheckSummary m_summary;

@@ -78,15 +78,12 @@ public:
 
     int Run()
     {
-        Progress finding;
-        const Inputs inputs =
-            FindInputs(m_options.paths, [&finding](std::size_t files) { finding.Found(files); });
-        finding.Erase();
+        const Inputs inputs = FindInputs(m_options.paths, m_progress);
         const platform::Interruptible interruptible;
         UpgradePlan plan(inputs.roots);
         // Manifests first, which tell the submeshes of the meshes.
-        for (const Role role : {Role::Leader, Role::Follower})
-            Plan(inputs, role, plan);
+        Plan(inputs.leaders, plan);
+        Plan(inputs.followers, plan);
         if (!platform::IsInterrupted())
             UpgradeAll(plan);
         EndIfReaderIsGone();
@@ -98,16 +95,12 @@ public:
 private:
     std::uint64_t& Count(UpgradeStatus status) { return m_counts[static_cast<std::size_t>(status)]; }
 
-    void Plan(const Inputs& inputs, Role role, UpgradePlan& plan) const
+    void Plan(const std::vector<Input>& files, UpgradePlan& plan)
     {
-        std::vector<Input> files;
-        for (const Input& file : inputs.files)
-            if (file.role == role)
-                files.push_back(file);
-        Many<Target> all(m_options.jobs);
-        all.Run(
-            files.size(), [&](std::size_t i) { return TargetOf(files[i], m_options.upgrade.load); },
-            [&plan](std::size_t, const Target& target) {
+        RunMany(
+            m_options.jobs, files.size(), m_progress,
+            [&](std::size_t i) { return TargetOf(files[i], m_options.upgrade.load); },
+            [&plan](const Target& target) {
                 plan.Add(target);
                 return std::uint64_t{0};
             });
@@ -115,13 +108,12 @@ private:
 
     void UpgradeAll(const UpgradePlan& plan)
     {
-        Many<UpgradeResult> all(m_options.jobs);
-        all.Run(
-            plan.Targets().size(),
+        RunMany(
+            m_options.jobs, plan.Targets().size(), m_progress,
             [&](std::size_t i) { return UpgradeFile(plan.Targets()[i], m_options.upgrade); },
-            [&](std::size_t, const UpgradeResult& result) {
+            [&](const UpgradeResult& result) {
                 ++Count(result.status);
-                all.Status().Erase();
+                m_progress.Erase();
                 m_options.isJson ? PrintJson(result) : PrintText(result);
                 return result.bytes;
             });
@@ -141,6 +133,7 @@ private:
     }
 
     const Options& m_options;
+    Progress m_progress;
     std::array<std::uint64_t, 5> m_counts{};
 };
 
