@@ -7,6 +7,8 @@
 
 namespace vela::vlgim {
 
+using keys::WrittenKeyCount;
+
 namespace {
 
 // The least distance between two keys that SetKeyTime leaves, a frame at 60 Hz.
@@ -30,35 +32,21 @@ void MoveTimes(float* to, const float* from, unsigned count)
         std::memmove(to, from, count * sizeof(float));
 }
 
-unsigned KeyCount(const vlKeyTimes& list)
-{
-    return keys::WrittenKeyCount(list);
-}
-
-bool Holds(const float* interval, float time)
-{
-    return interval[0] <= time && time < interval[1];
-}
-
-unsigned short Found(const vlKeyTimes& list, unsigned key, float time, float* fraction)
-{
-    const float* interval = list.m_times.get() + key;
-    if (fraction)
-        *fraction = (time - interval[0]) / (interval[1] - interval[0]);
-    return static_cast<unsigned short>(key);
-}
-
 // One pass at most, from key `start` to each next one and round to `start` again.
 template <class Next>
 unsigned short Search(const vlKeyTimes& list, float time, unsigned start, float* fraction, Next next)
 {
-    const unsigned count = KeyCount(list);
+    const unsigned count = WrittenKeyCount(list);
     if (start >= count)
         return 0;
     unsigned key = start;
     do {
-        if (Holds(list.m_times.get() + key, time))
-            return Found(list, key, time, fraction);
+        const float* interval = list.m_times.get() + key;
+        if (interval[0] <= time && time < interval[1]) {
+            if (fraction)
+                *fraction = (time - interval[0]) / (interval[1] - interval[0]);
+            return static_cast<unsigned short>(key);
+        }
         key = next(key, count);
     } while (key != start);
     return 0;
@@ -66,13 +54,13 @@ unsigned short Search(const vlKeyTimes& list, float time, unsigned start, float*
 
 void SetTrailingTime(vlKeyTimes& list)
 {
-    list.m_times[KeyCount(list)] = static_cast<float>(2.0 * list.m_length);
+    list.m_times[WrittenKeyCount(list)] = static_cast<float>(2.0 * list.m_length);
 }
 
 // Length and trailing time follow the last key.
 void Refresh(vlKeyTimes& list)
 {
-    const unsigned count = KeyCount(list);
+    const unsigned count = WrittenKeyCount(list);
     list.m_length = count ? list.m_times[count - 1] : 0.0F;
     SetTrailingTime(list);
 }
@@ -104,8 +92,8 @@ vlKeyTimes& vlKeyTimes::operator=(const vlKeyTimes& other)
 
 bool vlKeyTimes::operator==(const vlKeyTimes& other) const
 {
-    const unsigned count = KeyCount(*this);
-    if (count > KeyCount(other))
+    const unsigned count = WrittenKeyCount(*this);
+    if (count > WrittenKeyCount(other))
         return false;
     for (unsigned i = 0; i < count; ++i) {
         const float difference = m_times[i] - other.m_times[i];
@@ -133,7 +121,7 @@ void vlKeyTimes::ClearTimes()
 
 bool vlKeyTimes::AddKeyTime(float time)
 {
-    const unsigned count = KeyCount(*this);
+    const unsigned count = WrittenKeyCount(*this);
     if (std::isnan(time) || count == 0xFFFF || (count != 0 && time < m_times[0]))
         return false;
     float fraction = -1.0F;  // what a search without a hit leaves, and neither test takes for a key
@@ -158,7 +146,7 @@ bool vlKeyTimes::AddKeyTime(float time)
 
 bool vlKeyTimes::RemoveKeyTime(unsigned short index)
 {
-    const unsigned count = KeyCount(*this);
+    const unsigned count = WrittenKeyCount(*this);
     if (index == 0 || index >= count || count <= 2)
         return false;
     MoveTimes(m_times.get() + index, m_times.get() + index + 1, count - index);
@@ -170,7 +158,7 @@ bool vlKeyTimes::RemoveKeyTime(unsigned short index)
 
 bool vlKeyTimes::SetKeyTime(unsigned short index, float time)
 {
-    const unsigned count = KeyCount(*this);
+    const unsigned count = WrittenKeyCount(*this);
     if (index == 0 || index >= count || m_times[index - 1] > time - kKeyGap)
         return false;
     const bool last = index + 1U == count;
@@ -184,7 +172,7 @@ bool vlKeyTimes::SetKeyTime(unsigned short index, float time)
 
 void vlKeyTimes::SetKeysTime(unsigned short first, unsigned short last, float span)
 {
-    const unsigned count = KeyCount(*this);
+    const unsigned count = WrittenKeyCount(*this);
     if (span <= 0 || first >= last || last >= count)
         return;
     const float delta = span - (m_times[last] - m_times[first]);
@@ -224,7 +212,7 @@ void vlKeyTimes::SetKeyTimes(const float* times, unsigned short count)
 
 void vlKeyTimes::ScaleKeyTimes(float factor)
 {
-    const unsigned count = KeyCount(*this);
+    const unsigned count = WrittenKeyCount(*this);
     if (count == 0)
         return;
     for (unsigned i = 0; i < count; ++i)
@@ -246,7 +234,7 @@ unsigned short vlKeyTimes::GetKeyIndexRvs(float time, unsigned short start, floa
 
 unsigned short vlKeyTimes::GetKeyIndexBetween(float time) const
 {
-    const unsigned count = KeyCount(*this);
+    const unsigned count = WrittenKeyCount(*this);
     for (unsigned i = 0; i < count; ++i) {
         if (time == m_times[i])
             return static_cast<unsigned short>(i);
