@@ -57,14 +57,13 @@ TEST(Rotations, EulerMatricesAreTheProductsOfTheirFactors)
             float angles[3] = {0.3F, -2.1F, 2.7F}, back[3] = {9, 9, 9};
             const int second = kAxes[order - 1][1], last = kAxes[order - 1][2];
             angles[second] = middle;
-            _Matrix<float> expected = kUnit, matrix{}, again{};
+            _Matrix<float> expected = kUnit;
             for (const int axis : kAxes[order - 1])
                 expected = TimesFactor(expected, axis, angles[axis]);
-            matrix.m[0][3] = 5;
-            EulerToMatrix(angles[0], angles[1], angles[2], &matrix, order);
+            const _Matrix<float> matrix = EulerToMatrix(angles, order);
             EXPECT_EQ(0, std::memcmp(matrix.m, expected.m, sizeof matrix.m)) << order << " at " << middle;
-            MatrixToEuler(matrix, &back[0], &back[1], &back[2], order);
-            EulerToMatrix(back[0], back[1], back[2], &again, order);
+            MatrixToEuler(matrix, back, order);
+            const _Matrix<float> again = EulerToMatrix(back, order);
             for (int entry = 0; entry < 16; ++entry)
                 EXPECT_NEAR(again.m[entry / 4][entry % 4], matrix.m[entry / 4][entry % 4], 1e-6F) << order;
             EXPECT_NEAR(back[second], middle, 1e-6F);
@@ -73,10 +72,9 @@ TEST(Rotations, EulerMatricesAreTheProductsOfTheirFactors)
     }
     for (const unsigned order : {0U, 7U, 255U}) {
         float angles[3] = {9, 8, 7};
-        _Rotation<float> q{};
-        EulerToRotation(angles, &q, order);
+        const _Rotation<float> q = EulerToRotation(angles, order);
         EXPECT_EQ(BitsOf(q), BitsOf(_Rotation<float>{1, 0, 0, 0})) << "of a matrix without a rotation";
-        MatrixToEuler(kUnit, &angles[0], &angles[1], &angles[2], order);
+        MatrixToEuler(kUnit, angles, order);
         EXPECT_EQ(angles[0] * 100 + angles[1] * 10 + angles[2], 987) << order;
     }
 }
@@ -101,7 +99,7 @@ TEST(Rotations, EulerAnglesOnBothSidesOfTheGimbalThreshold)
                 gimbal ? std::atan2(-sign * m.m[c][b], m.m[b][b]) : std::atan2(sign * m.m[b][c], m.m[c][c]);
             expected[b] = middle;
             expected[c] = gimbal ? 0.0F : std::atan2(sign * m.m[a][b], m.m[a][a]);
-            MatrixToEuler(m, &angles[0], &angles[1], &angles[2], order);
+            MatrixToEuler(m, angles, order);
             EXPECT_EQ(BitsOf(angles), BitsOf(expected)) << "order " << order << ", sine " << sine;
         }
     }
@@ -125,28 +123,26 @@ TEST(Rotations, MatrixBranches)
     };
     for (const auto& c : cases) {
         const auto& [x, y, z] = c.diagonal;
-        _Rotation<float> q{};
-        MatrixToRotation({{{x, 0.5F, 0.25F, 0}, {0.125F, y, 0.0625F, 0}, {0.75F, 0.375F, z, 0}, {}}}, &q);
+        const _Rotation<float> q =
+            MatrixToRotation({{{x, 0.5F, 0.25F, 0}, {0.125F, y, 0.0625F, 0}, {0.75F, 0.375F, z, 0}, {}}});
         EXPECT_EQ(BitsOf(q), c.q) << x << " " << y << " " << z;
     }
 }
 
 TEST(Rotations, MatrixOfARotation)
 {
-    _Matrix<float> m;
-    RotationToMatrix({0.1F, 0.7F, -0.3F, 1.9F}, &m);                     // no unit length is asked for
-    EXPECT_EQ(BitsOf(m.m), (Bits{0xBE23D708, 0xBF800000, 0xC02E147A, 0,  //
-                                 0x3FA3D70A, 0x3F4CCCCD, 0xBD23D710, 0,  //
-                                 0x40266666, 0xBF4CCCCD, 0x33800000, 0,  //
+    const _Matrix<float> m = RotationToMatrix({0.1F, 0.7F, -0.3F, 1.9F});  // no unit length is asked for
+    EXPECT_EQ(BitsOf(m.m), (Bits{0xBE23D708, 0xBF800000, 0xC02E147A, 0,    //
+                                 0x3FA3D70A, 0x3F4CCCCD, 0xBD23D710, 0,    //
+                                 0x40266666, 0xBF4CCCCD, 0x33800000, 0,    //
                                  0, 0, 0, 0x3F800000}));
 }
 
 TEST(Rotations, ProductAndLength)
 {
-    // Large terms that cancel show the order of the sums, and a result in the place of an operand.
-    _Rotation<float> q{2.2F, 9e3F, 0.7F, -5e4F};
-    RotationMultiply({1e4F, 3.1F, -7e3F, 0.3F}, q, &q);
-    EXPECT_EQ(BitsOf(q), (Bits{0xCDD060BA, 0xC82A9B00, 0x4DD1CEF0, 0xC76A6000}));
+    // Large terms that cancel show the order of the sums.
+    const auto product = RotationMultiply({1e4F, 3.1F, -7e3F, 0.3F}, {2.2F, 9e3F, 0.7F, -5e4F});
+    EXPECT_EQ(BitsOf(product), (Bits{0xCDD060BA, 0xC82A9B00, 0x4DD1CEF0, 0xC76A6000}));
 
     const float nan = std::bit_cast<float>(0x7FC00000U);
     const _Rotation<float> cases[][2] = {
@@ -156,11 +152,8 @@ TEST(Rotations, ProductAndLength)
         {{2e19F, 0, 0, 1}, {nan, nan, nan, nan}},
         {{1, -std::numeric_limits<float>::infinity(), 0, 0}, {nan, nan, nan, nan}},
     };
-    for (const auto& [before, after] : cases) {
-        q = before;
-        RotationNormalize(&q);
-        EXPECT_EQ(BitsOf(q), BitsOf(after));
-    }
+    for (const auto& [before, after] : cases)
+        EXPECT_EQ(BitsOf(RotationNormalize(before)), BitsOf(after));
 }
 
 }  // namespace vela::vlgim::keys

@@ -240,8 +240,7 @@ TEST(vlTransKeysData, TransformOfAKey)
     vlTransKeysData noKeys = TwoKeys(0, kQuats);
     noKeys.m_keyCount = 0;
     const float angles[] = {0, 0.25F, -0.0F};
-    geomath::_Rotation<float> turn{};
-    keys::EulerToRotation(angles, &turn, 3);
+    const auto turn = keys::EulerToRotation(angles, 3);
     const Bytes none = Floats({0, 0, 0, 0, 0, 0, 1, 1, 1, 1}),
                 last = Floats({4, 5, 6, 0.5F, 0.5F, 0.5F, -0.5F, 1, 1, 1});
     const std::tuple<vlTransKeysData, unsigned short, Bytes> cases[] = {
@@ -295,10 +294,8 @@ TEST(vlTransKeysData, DeltasOfAnglesAreInOneOrder)
 {
     const auto expected = ArrayOf(kEuler);
     for (float* angles : {&expected[0], &expected[3]}) {
-        geomath::_Rotation<float> q{};
-        keys::EulerToRotation(angles, &q, EULER_YZX);
-        keys::RotationMultiply({-0.0F, -0.6F, -0.0F, 0.8F}, q, &q);
-        keys::RotationToEuler(q, angles, EULER_YZX);
+        const auto q = keys::EulerToRotation(angles, EULER_YZX);
+        keys::RotationToEuler(keys::RotationMultiply({-0.0F, -0.6F, -0.0F, 0.8F}, q), angles, EULER_YZX);
     }
     vlTransKeysData data = TwoKeys(EULER_YXZ, kEuler);
     data.ConvertToDelta({{}, {0, 0.6F, 0, 0.8F}, {}});

@@ -227,7 +227,7 @@ void PlainDecodeHalfRotations(const void* records, std::uint64_t count, float* k
         auto q = KeyAt(keys, i);
         const float squared = q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w;
         if (squared < 0.95F || squared > 1.0F) {
-            RotationNormalize(&q);
+            q = RotationNormalize(q);
             SetKey(keys, i, q);
         }
     }

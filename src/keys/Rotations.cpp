@@ -1,8 +1,8 @@
 #include "Rotations.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdint>
 #include <iterator>
 #include <limits>
 
@@ -30,29 +30,8 @@ const Axes* AxesOf(unsigned order)
 // From this sine of the middle angle on, the first and the last axis are as good as one.
 constexpr float kGimbalSine = 0.999999F;
 
-constexpr float kRightAngle = 1.5707964F;
-
 // Below this trace the square root would be too small to divide by.
 constexpr float kLeastTrace = 1e-6F;
-
-float MiddleAngle(float sine)
-{
-    if (sine <= -1.0F)
-        return -kRightAngle;
-    if (sine >= 1.0F)
-        return kRightAngle;
-    return std::asin(sine);
-}
-
-float Half(float root)
-{
-    return static_cast<float>(static_cast<double>(root) * 0.5);
-}
-
-float HalfOver(float root)
-{
-    return static_cast<float>(0.5 / static_cast<double>(root));
-}
 
 _Rotation<float> FromLargestDiagonal(const float (&m)[4][4])
 {
@@ -62,9 +41,9 @@ _Rotation<float> FromLargestDiagonal(const float (&m)[4][4])
     const int j = (i + 1) % 3;
     const int k = (j + 1) % 3;
     const float root = std::sqrt(m[i][i] - m[j][j] - m[k][k] + 1.0F);
-    const float f = HalfOver(root);
+    const float f = 0.5F / root;
     float q[3];
-    q[i] = Half(root);
+    q[i] = root * 0.5F;
     q[j] = (m[j][i] + m[i][j]) * f;
     q[k] = (m[k][i] + m[i][k]) * f;
     return {q[0], q[1], q[2], (m[j][k] - m[k][j]) * f};
@@ -73,8 +52,8 @@ _Rotation<float> FromLargestDiagonal(const float (&m)[4][4])
 _Rotation<float> FromTrace(const float (&m)[4][4], float trace)
 {
     const float root = std::sqrt(trace + 1.0F);
-    const float f = HalfOver(root);
-    return {(m[1][2] - m[2][1]) * f, (m[2][0] - m[0][2]) * f, (m[0][1] - m[1][0]) * f, Half(root)};
+    const float f = 0.5F / root;
+    return {(m[1][2] - m[2][1]) * f, (m[2][0] - m[0][2]) * f, (m[0][1] - m[1][0]) * f, root * 0.5F};
 }
 
 // 2 a b: exact in double, rounded once.
@@ -85,34 +64,33 @@ float Twice(float a, float b)
 
 }  // namespace
 
-void RotationNormalize(_Rotation<float>* q)
+_Rotation<float> RotationNormalize(const _Rotation<float>& q)
 {
-    const float squared = (q->x * q->x + q->z * q->z) + (q->y * q->y + q->w * q->w);
+    const float squared = (q.x * q.x + q.z * q.z) + (q.y * q.y + q.w * q.w);
     const float length = std::sqrt(squared);
     if (squared == std::numeric_limits<float>::infinity()) {
         const auto nan = std::bit_cast<float>(0x7FC00000U);
-        *q = {nan, nan, nan, nan};
-    } else if (length == 0.0F) {
-        *q = {0.0F, 0.0F, 0.0F, 0.0F};
-    } else {
-        *q = {q->x / length, q->y / length, q->z / length, q->w / length};
+        return {nan, nan, nan, nan};
     }
+    if (length == 0.0F)
+        return {0.0F, 0.0F, 0.0F, 0.0F};
+    return {q.x / length, q.y / length, q.z / length, q.w / length};
 }
 
-void RotationMultiply(const _Rotation<float>& a, const _Rotation<float>& b, _Rotation<float>* out)
+_Rotation<float> RotationMultiply(const _Rotation<float>& a, const _Rotation<float>& b)
 {
-    *out = {a.x * b.w + b.x * a.w + a.y * b.z - a.z * b.y,  //
+    return {a.x * b.w + b.x * a.w + a.y * b.z - a.z * b.y,  //
             b.y * a.w - b.z * a.x + a.y * b.w + a.z * b.x,  //
             b.y * a.x + b.z * a.w - a.y * b.x + a.z * b.w,  //
             b.w * a.w - a.x * b.x - a.y * b.y - a.z * b.z};
 }
 
-void EulerToMatrix(float x, float y, float z, _Matrix<float>* out, unsigned order)
+_Matrix<float> EulerToMatrix(const float* angles, unsigned order)
 {
-    auto& m = out->m;
+    _Matrix<float> matrix{};
+    auto& m = matrix.m;
     if (const Axes* axes = AxesOf(order)) {
         const auto [i, j, k, sense] = *axes;
-        const float angles[] = {x, y, z};
         const float ci = std::cos(angles[i]), si = sense * std::sin(angles[i]);
         const float cj = std::cos(angles[j]), sj = sense * std::sin(angles[j]);
         const float ck = std::cos(angles[k]), sk = sense * std::sin(angles[k]);
@@ -126,59 +104,54 @@ void EulerToMatrix(float x, float y, float z, _Matrix<float>* out, unsigned orde
         m[k][j] = ci * sj * sk - si * ck;
         m[k][k] = ci * cj;
     }
-    for (int row = 0; row < 3; ++row)
-        m[row][3] = 0.0F;
     m[3][3] = 1.0F;
+    return matrix;
 }
 
-void MatrixToRotation(const _Matrix<float>& m, _Rotation<float>* out)
+_Rotation<float> MatrixToRotation(const _Matrix<float>& matrix)
 {
-    const float trace = m.m[0][0] + m.m[1][1] + m.m[2][2];
-    *out = trace < kLeastTrace ? FromLargestDiagonal(m.m) : FromTrace(m.m, trace);
-    RotationNormalize(out);
+    const auto& m = matrix.m;
+    const float trace = m[0][0] + m[1][1] + m[2][2];
+    return RotationNormalize(trace < kLeastTrace ? FromLargestDiagonal(m) : FromTrace(m, trace));
 }
 
-void EulerToRotation(const float* angles, _Rotation<float>* out, unsigned order)
+_Rotation<float> EulerToRotation(const float* angles, unsigned order)
 {
-    _Matrix<float> m{};
-    EulerToMatrix(angles[0], angles[1], angles[2], &m, order);
-    MatrixToRotation(m, out);
+    return MatrixToRotation(EulerToMatrix(angles, order));
 }
 
-void RotationToMatrix(const _Rotation<float>& q, _Matrix<float>* out)
+_Matrix<float> RotationToMatrix(const _Rotation<float>& q)
 {
     const float xx = Twice(q.x, q.x), yy = Twice(q.y, q.y), zz = Twice(q.z, q.z);
     const float xy = Twice(q.x, q.y), xz = Twice(q.x, q.z), yz = Twice(q.y, q.z);
     const float wx = Twice(q.w, q.x), wy = Twice(q.w, q.y), wz = Twice(q.w, q.z);
-    *out = {{{1.0F - yy - zz, xy + wz, xz - wy, 0.0F},
+    return {{{1.0F - yy - zz, xy + wz, xz - wy, 0.0F},
              {xy - wz, 1.0F - xx - zz, yz + wx, 0.0F},
              {xz + wy, yz - wx, 1.0F - xx - yy, 0.0F},
              {0.0F, 0.0F, 0.0F, 1.0F}}};
 }
 
-void MatrixToEuler(const _Matrix<float>& m, float* x, float* y, float* z, unsigned order)
+void MatrixToEuler(const _Matrix<float>& matrix, float* angles, unsigned order)
 {
     const Axes* axes = AxesOf(order);
     if (!axes)
         return;
     const auto [i, j, k, sense] = *axes;
-    const float sine = -sense * m.m[i][k];
-    float* const angles[] = {x, y, z};
-    *angles[j] = MiddleAngle(sine);
+    const auto& m = matrix.m;
+    const float sine = -sense * m[i][k];
+    angles[j] = std::asin(std::clamp(sine, -1.0F, 1.0F));
     if (sine > kGimbalSine) {
-        *angles[k] = 0.0F;
-        *angles[i] = std::atan2(-sense * m.m[k][j], m.m[j][j]);
+        angles[k] = 0.0F;
+        angles[i] = std::atan2(-sense * m[k][j], m[j][j]);
     } else {
-        *angles[k] = std::atan2(sense * m.m[i][j], m.m[i][i]);
-        *angles[i] = std::atan2(sense * m.m[j][k], m.m[k][k]);
+        angles[k] = std::atan2(sense * m[i][j], m[i][i]);
+        angles[i] = std::atan2(sense * m[j][k], m[k][k]);
     }
 }
 
 void RotationToEuler(const _Rotation<float>& q, float* angles, unsigned order)
 {
-    _Matrix<float> m;
-    RotationToMatrix(q, &m);
-    MatrixToEuler(m, &angles[0], &angles[1], &angles[2], order);
+    MatrixToEuler(RotationToMatrix(q), angles, order);
 }
 
 }  // namespace vela::vlgim::keys

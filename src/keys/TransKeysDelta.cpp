@@ -42,12 +42,9 @@ void Multiply(vlTransKeysData& data, const _Rotation<float>& left)
     const std::uint32_t width = hasAngles ? 3 : 4;
     std::span<float> keys = OwnKeys(data.m_rot, data.m_rotKeyed, data.m_keyCount, width);
     for (; !keys.empty(); keys = keys.subspan(width)) {
-        _Rotation<float> q{};
-        if (hasAngles)
-            keys::EulerToRotation(keys.data(), &q, EULER_YZX);
-        else
-            q = {keys[0], keys[1], keys[2], keys[3]};
-        keys::RotationMultiply(left, q, &q);
+        const _Rotation<float> q =
+            keys::RotationMultiply(left, hasAngles ? keys::EulerToRotation(keys.data(), EULER_YZX)
+                                                   : _Rotation<float>{keys[0], keys[1], keys[2], keys[3]});
         if (hasAngles)
             keys::RotationToEuler(q, keys.data(), EULER_YZX);
         else

@@ -32,11 +32,12 @@ void vlTransKeysData::GetKeyPRS(unsigned short key, _Vector3<float>* position, _
     if (position)
         *position = VectorOr(KeyAt(m_pos, m_posKeyed, m_keyCount, key, 3), 0.0F);
     if (rotation) {
-        *rotation = {0.0F, 0.0F, 0.0F, 1.0F};
         const float* rot = KeyAt(m_rot, m_rotKeyed, m_keyCount, key, m_rotOrder ? 3 : 4);
-        if (rot && m_rotOrder)
-            keys::EulerToRotation(rot, rotation, m_rotOrder);
-        else if (rot)
+        if (!rot)
+            *rotation = {0.0F, 0.0F, 0.0F, 1.0F};
+        else if (m_rotOrder)
+            *rotation = keys::EulerToRotation(rot, m_rotOrder);
+        else
             *rotation = {rot[0], rot[1], rot[2], rot[3]};
     }
     if (scale)
