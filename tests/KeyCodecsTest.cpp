@@ -1,6 +1,6 @@
 #include "support/Bytes.h"
 
-#include <keys/KeyCodecs.h>
+#include <keys/KeyForms.h>
 
 #include <geomath/HalfTables.h>
 
@@ -96,8 +96,8 @@ TEST(KeyCodecs, PacksRotations)
         Quat after = c.before;
         for (float& component : after)
             component = c.negated ? -component : component;
-        ExpectEncodes(&EncodeRotations32, c.before, c.record32, 4, after);
-        ExpectEncodes(&EncodeRotations48, c.before, c.record48, 6, after);
+        ExpectEncodes(kPacked32.encode, c.before, c.record32, 4, after);
+        ExpectEncodes(kPacked48.encode, c.before, c.record48, 6, after);
     }
 }
 
@@ -118,12 +118,12 @@ TEST(KeyCodecs, UnpacksRotations)
         {0x31377248B668, {0x3F0E3A0B, 0xBE274208, 0x3F25CE32, 0x3EFD843E}},
         {0x68B23129F98E, {0x3F1091AF, 0xBE27E06C, 0x3EE639BE, 0x3F2C1D54}}};
     for (const auto& [record, expected] : cases32)
-        ExpectDecodes(&DecodeRotations32, record, 4, expected);
+        ExpectDecodes(kPacked32.decode, record, 4, expected);
     for (const auto& [record, expected] : cases48)
-        ExpectDecodes(&DecodeRotations48, record, 6, expected);
+        ExpectDecodes(kPacked48.decode, record, 6, expected);
     const std::uint32_t longest = 0xFFFFFFFF;
     Quat q{};
-    DecodeRotations32(&longest, 1, q.data());
+    kPacked32.decode(&longest, 1, q.data());
     EXPECT_TRUE(q[3] != q[3]) << "the others are too long without it";
 }
 
@@ -136,13 +136,13 @@ TEST(KeyCodecs, HalvesAreCutNotRounded)
         {0x33800000, 0x0001}, {0x337FFFFF, 0x0000}, {0x80000001, 0x8000}};
     for (const auto& [single, half] : cases) {
         const float value = std::bit_cast<float>(single);
-        ExpectEncodes(&EncodeHalfRotations, {value, value, value, value}, half * 0x0001000100010001U, 8,
+        ExpectEncodes(kHalves4.encode, {value, value, value, value}, half * 0x0001000100010001U, 8,
                       {value, value, value, value});
         std::vector<float> values(15, value), back(15);
         std::vector<std::uint16_t> halves(15);
-        EncodeHalfVectors3(values.data(), 5, halves.data());
+        kHalves3.encode(values.data(), 5, halves.data());
         EXPECT_EQ(halves, std::vector(15, half)) << std::hex << single;
-        DecodeHalfVectors3(halves.data(), 5, back.data());
+        kHalves3.decode(halves.data(), 5, back.data());
         EXPECT_EQ(std::bit_cast<std::uint32_t>(back[14]), geomath::_to_float[half]);
     }
 }
@@ -164,7 +164,7 @@ TEST(KeyCodecs, HalfRotationsOutOfLengthAreNormalised)
         {{0x7C00, 0x3C00, 0x0000, 0x0000}, {0x7FC00000, 0x7FC00000, 0x7FC00000, 0x7FC00000}},
     };
     for (const auto& [halves, expected] : cases)
-        ExpectDecodes(&DecodeHalfRotations, std::bit_cast<std::uint64_t>(halves), 8, expected);
+        ExpectDecodes(kHalves4.decode, std::bit_cast<std::uint64_t>(halves), 8, expected);
 }
 
 }  // namespace vela::vlgim::keys

@@ -16,10 +16,10 @@ InstructionSet BestInstructionSet();
 /// thread reads or writes a file.
 void HoldTo(InstructionSet most);
 
-/// Returns the best version of a function for this machine. Null means that a version was not compiled; `base` is never
-/// null.
-template <class Function>
-Function BestOf(Function avx512, Function avx2, Function sse4, Function base)
+/// Returns the best version of a function or table for this machine. Null means that a version was not compiled; `base`
+/// is never null.
+template <class Version>
+Version BestOf(Version avx512, Version avx2, Version sse4, Version base)
 {
     const InstructionSet best = BestInstructionSet();
     if (avx512 && best >= InstructionSet::kAvx512)

@@ -19,6 +19,27 @@ void CopyFloats(const void* records, std::uint64_t count, float* keys)
     std::memcpy(keys, records, count * kWidth * sizeof(float));
 }
 
+// A single key is what most channels have, and too short for a vector.
+const RunCodecs& CodecsFor(std::uint64_t count)
+{
+    if (count < kShortestRun)
+        return kPlainCodecs;
+    static const RunCodecs& wide = WideCodecs();
+    return wide;
+}
+
+template <Codec RunCodecs::*kCodec>
+void Decode(const void* records, std::uint64_t count, float* keys)
+{
+    (CodecsFor(count).*kCodec).decode(records, count, keys);
+}
+
+template <Codec RunCodecs::*kCodec>
+void Encode(float* keys, std::uint64_t count, void* records)
+{
+    (CodecsFor(count).*kCodec).encode(keys, count, records);
+}
+
 template <std::uint32_t kSize>
 bool RecordsConstant(const void* records, std::uint64_t count)
 {
@@ -43,16 +64,33 @@ bool HalvesConstant(const void* records, std::uint64_t count)
     return true;
 }
 
+template <std::uint32_t kWidth>
+constexpr KeyForm SinglesForm()
+{
+    return {4 * kWidth, kWidth, CopyFloats<kWidth>, nullptr, nullptr, false, true, true};
+}
+
+template <Codec RunCodecs::*kCodec, std::uint32_t kWidth>
+constexpr KeyForm HalvesForm(bool comparesFloats)
+{
+    return {2 * kWidth, kWidth,         Decode<kCodec>, Encode<kCodec>, HalvesConstant<kWidth>,
+            false,      comparesFloats, false};
+}
+
+template <Codec RunCodecs::*kCodec, std::uint32_t kSize>
+constexpr KeyForm PackedForm()
+{
+    return {kSize, 4, Decode<kCodec>, Encode<kCodec>, RecordsConstant<kSize>, true, true, true};
+}
+
 }  // namespace
 
-constinit const KeyForm kSingles3{12, 3, CopyFloats<3>, nullptr, nullptr, true, true};
-constinit const KeyForm kSingles4{16, 4, CopyFloats<4>, nullptr, nullptr, true, true};
-constinit const KeyForm kHalves3{6,     3,    DecodeHalfVectors3, EncodeHalfVectors3, HalvesConstant<3>,
-                                 false, false};
-constinit const KeyForm kHalves4{8,    4,    DecodeHalfRotations, EncodeHalfRotations, HalvesConstant<4>,
-                                 true, false};
-constinit const KeyForm kPacked32{4, 4, DecodeRotations32, EncodeRotations32, RecordsConstant<4>, true, true};
-constinit const KeyForm kPacked48{6, 4, DecodeRotations48, EncodeRotations48, RecordsConstant<6>, true, true};
+constinit const KeyForm kSingles3 = SinglesForm<3>();
+constinit const KeyForm kSingles4 = SinglesForm<4>();
+constinit const KeyForm kHalves3 = HalvesForm<&RunCodecs::halfVectors, 3>(false);
+constinit const KeyForm kHalves4 = HalvesForm<&RunCodecs::halfRotations, 4>(true);
+constinit const KeyForm kPacked32 = PackedForm<&RunCodecs::packed32, 4>();
+constinit const KeyForm kPacked48 = PackedForm<&RunCodecs::packed48, 6>();
 
 bool Near(float a, float b)
 {

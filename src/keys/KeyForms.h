@@ -14,12 +14,12 @@ struct KeyForm {
     /// Decodes a run of records into count * width floats.
     void (*decode)(const void* records, std::uint64_t count, float* keys);
 
-    /// Encodes a run of keys into count * recordSize bytes, and may change the signs of keys in place. Null if the
-    /// records are the floats themselves.
+    /// Encodes a run of keys into count * recordSize bytes. Null if the records are the floats themselves.
     void (*encode)(float* keys, std::uint64_t count, void* records);
     /// Returns true if all records equal record 0. Null if `encode` is null.
     bool (*constant)(const void* records, std::uint64_t count);
 
+    bool turnsSigns;      ///< `encode` may change the signs of keys, in place
     bool comparesFloats;  ///< keys are constant only if their floats are equal, too
     bool shrinksFloats;   ///< constant keys are cut to one in the float array; otherwise in the packed array
 };

@@ -1,11 +1,8 @@
-#include "keys/WideCodecs.h"
-
 #include "keys/InstructionSets.h"
-#include "keys/PackedGrid.h"
+#include "keys/KeyCodecs.h"
 #include "keys/WideTargets.h"
 
-#include <cstddef>
-#include <limits>
+#include <array>
 
 // Compiled once for each instruction set, by including itself.
 #define HWY_TARGET_INCLUDE "keys/WideCodecs.cpp"
@@ -17,6 +14,13 @@ HWY_BEFORE_NAMESPACE();
 namespace vela::vlgim::keys::HWY_NAMESPACE {
 
 #if VLGIM_HAS_VECTORS
+
+template <class V, class D>
+HWY_INLINE void StoreTo(V v, D d, unsigned char* bytes)
+{
+    const hn::Repartition<std::uint8_t, D> du8;
+    hn::StoreU(hn::BitCast(du8, v), du8, bytes);
+}
 
 // --- keys of four floats ---
 
@@ -60,31 +64,31 @@ HWY_INLINE void StoreKeys(D d, const Components<V>& q, float* keys)
     hn::StoreU(k.w, d, keys + 3 * kLanes);
 }
 
-// Of 32-bit values that lie as in a file.
+// Takes the lanes, as a matrix in rows of kWidth, column by column. Values that lie as in a file are in rows of as
+// many as there are blocks, and in block order in rows of four.
+template <std::size_t kWidth, class D, class V>
+HWY_INLINE V ByColumns(D d, V v)
+{
+    constexpr std::size_t kLanes = hn::MaxLanes(D());
+    static constexpr auto kOrder = [] {
+        std::array<std::uint32_t, kLanes> order{};
+        for (std::uint32_t i = 0; i < kLanes; ++i)
+            order[i] = i * kWidth % kLanes + i * kWidth / kLanes;
+        return order;
+    }();
+    return kLanes == 4 ? v : hn::TableLookupLanes(v, hn::SetTableIndices(d, kOrder.data()));
+}
+
 template <class D, class V>
 HWY_INLINE V ToBlockOrder(D d, V v)
 {
-    if constexpr (hn::MaxLanes(D()) == 16) {
-        alignas(64) static constexpr std::uint32_t kOrder[] = {0, 4, 8,  12, 1, 5, 9,  13,
-                                                               2, 6, 10, 14, 3, 7, 11, 15};
-        return hn::TableLookupLanes(v, hn::SetTableIndices(d, kOrder));
-    } else if constexpr (hn::MaxLanes(D()) == 8) {
-        alignas(32) static constexpr std::uint32_t kOrder[] = {0, 2, 4, 6, 1, 3, 5, 7};
-        return hn::TableLookupLanes(v, hn::SetTableIndices(d, kOrder));
-    } else {
-        return v;
-    }
+    return ByColumns<hn::MaxLanes(D()) / 4>(d, v);
 }
 
 template <class D, class V>
 HWY_INLINE V FromBlockOrder(D d, V v)
 {
-    if constexpr (hn::MaxLanes(D()) == 8) {
-        alignas(32) static constexpr std::uint32_t kOrder[] = {0, 4, 1, 5, 2, 6, 3, 7};
-        return hn::TableLookupLanes(v, hn::SetTableIndices(d, kOrder));
-    } else {
-        return ToBlockOrder(d, v);
-    }
+    return ByColumns<4>(d, v);
 }
 
 // --- packed rotations ---
@@ -99,26 +103,15 @@ template <std::uint32_t kLargestCode, class D, class V>
 HWY_INLINE hn::Vec<D> FromCode(D d, V code)
 {
     const auto number = hn::ConvertTo(d, hn::BitCast(hn::RebindToSigned<D>(), code));
-    return hn::Sub(hn::Div(number, hn::Set(d, kScale<kLargestCode>)), hn::Set(d, kMost));
+    return number / hn::Set(d, kScale<kLargestCode>) - hn::Set(d, kMost);
 }
 
-// Moves all four round by as many places as the tag says, whose bits the masks are: the first ends at the
-// tag's place.
+// Moves all four round, x to y, by one place where `odd` is set and by two where `upper` is.
 template <class V, class M>
-HWY_INLINE Components<V> TurnRight(const Components<V>& q, M odd, M upper)
+HWY_INLINE Components<V> Turn(const Components<V>& q, M odd, M upper)
 {
     const Components<V> r{hn::IfThenElse(odd, q.w, q.x), hn::IfThenElse(odd, q.x, q.y),
                           hn::IfThenElse(odd, q.y, q.z), hn::IfThenElse(odd, q.z, q.w)};
-    return {hn::IfThenElse(upper, r.z, r.x), hn::IfThenElse(upper, r.w, r.y), hn::IfThenElse(upper, r.x, r.z),
-            hn::IfThenElse(upper, r.y, r.w)};
-}
-
-// The reverse: what was at the tag's place comes first.
-template <class V, class M>
-HWY_INLINE Components<V> TurnLeft(const Components<V>& q, M odd, M upper)
-{
-    const Components<V> r{hn::IfThenElse(odd, q.y, q.x), hn::IfThenElse(odd, q.z, q.y),
-                          hn::IfThenElse(odd, q.w, q.z), hn::IfThenElse(odd, q.x, q.w)};
     return {hn::IfThenElse(upper, r.z, r.x), hn::IfThenElse(upper, r.w, r.y), hn::IfThenElse(upper, r.x, r.z),
             hn::IfThenElse(upper, r.y, r.w)};
 }
@@ -127,52 +120,51 @@ template <class D, class V>
 HWY_INLINE auto HighBit(D d, V v)
 {
     const hn::RebindToSigned<D> di;
-    return hn::RebindMask(d, hn::Lt(hn::BitCast(di, v), hn::Zero(di)));
+    return hn::RebindMask(d, hn::BitCast(di, v) < hn::Zero(di));
 }
 
 template <std::uint32_t kLargestCode, class D, class V>
 HWY_INLINE void DecodeFields(D d, const Fields<V>& fields, float* keys)
 {
-    const auto a = FromCode<kLargestCode>(d, fields.a);
-    const auto b = FromCode<kLargestCode>(d, fields.b);
-    const auto c = FromCode<kLargestCode>(d, fields.c);
+    const auto code = [d](V field) HWY_ATTR {
+        return FromCode<kLargestCode>(d, field & hn::Set(hn::RebindToUnsigned<D>(), kLargestCode));
+    };
+    const auto a = code(fields.a), b = code(fields.b), c = code(fields.c);
     const auto upper = HighBit(d, fields.tag);
     const auto odd = HighBit(d, hn::ShiftLeft<1>(fields.tag));
     // The squares go off in the order y, z, w, with x in the place of the missing component.
-    const auto aa = hn::Mul(a, a), bb = hn::Mul(b, b), cc = hn::Mul(c, c);
+    const auto aa = a * a, bb = b * b, cc = c * c;
     const auto first = hn::IfThenElse(upper, hn::IfThenElse(odd, bb, cc), hn::IfThenElse(odd, cc, aa));
     const auto second = hn::IfThenElse(odd, hn::IfThenElse(upper, cc, aa), bb);
     const auto third = hn::IfThenElse(upper, aa, hn::IfThenElse(odd, bb, cc));
-    const auto missing = hn::Sqrt(hn::Sub(hn::Sub(hn::Sub(hn::Set(d, 1.0F), first), second), third));
-    StoreKeys(d, TurnRight<hn::Vec<D>>({missing, a, b, c}, odd, upper), keys);
+    const auto missing = hn::Sqrt(hn::Set(d, 1.0F) - first - second - third);
+    StoreKeys(d, Turn<hn::Vec<D>>({missing, a, b, c}, odd, upper), keys);
 }
 
-// What is no 32-bit integer, NaN too, becomes one whose lower bits are 0.
-#if HWY_ARCH_X86
-// The instruction's own 0x80000000 is one. To let Highway mend it to the largest integer, and to come before
-// it, costs more than a third of the encoder's time: 7.3 of a copy instead of 5.4 with AVX2, for 4,096 keys.
-#if HWY_TARGET <= HWY_AVX3
-HWY_INLINE hn::Vec512<std::int32_t> Truncate(hn::Full512<float>, hn::Vec512<float> v)
+// What is no 32-bit integer, NaN too, becomes one whose lower bits are 0. The instructions' own 0x80000000 is one. To
+// let Highway mend it to the largest integer, and to come before it, costs more than a third of the encoder's time.
+template <class D, class V>
+HWY_INLINE auto Truncate(D d, V v)
 {
-    return hn::Vec512<std::int32_t>{_mm512_cvttps_epi32(v.raw)};
+    const auto fits = v < hn::Set(d, 0x1p31F);
+    return hn::ConvertTo(hn::RebindToSigned<D>(), hn::IfThenElseZero(fits, v));
+}
+#if HWY_ARCH_X86
+HWY_INLINE auto Truncate(hn::Full128<float>, hn::Vec128<float> v)
+{
+    return hn::Vec128<std::int32_t>{_mm_cvttps_epi32(v.raw)};
 }
 #endif
 #if HWY_TARGET <= HWY_AVX2
-HWY_INLINE hn::Vec256<std::int32_t> Truncate(hn::Full256<float>, hn::Vec256<float> v)
+HWY_INLINE auto Truncate(hn::Full256<float>, hn::Vec256<float> v)
 {
     return hn::Vec256<std::int32_t>{_mm256_cvttps_epi32(v.raw)};
 }
 #endif
-HWY_INLINE hn::Vec128<std::int32_t> Truncate(hn::Full128<float>, hn::Vec128<float> v)
+#if HWY_TARGET <= HWY_AVX3
+HWY_INLINE auto Truncate(hn::Full512<float>, hn::Vec512<float> v)
 {
-    return hn::Vec128<std::int32_t>{_mm_cvttps_epi32(v.raw)};
-}
-#else
-template <class D, class V>
-HWY_INLINE auto Truncate(D d, V v)
-{
-    const auto fits = hn::Lt(v, hn::Set(d, 0x1p31F));
-    return hn::ConvertTo(hn::RebindToSigned<D>(), hn::IfThenElseZero(fits, v));
+    return hn::Vec512<std::int32_t>{_mm512_cvttps_epi32(v.raw)};
 }
 #endif
 
@@ -180,9 +172,8 @@ template <std::uint32_t kLargestCode, class D, class V>
 HWY_INLINE auto ToCode(D d, V component)
 {
     const hn::RebindToUnsigned<D> du;
-    const auto code = hn::Add(
-        hn::Mul(hn::Add(component, hn::Set(d, kMost)), hn::Set(d, kScale<kLargestCode>)), hn::Set(d, 0.5F));
-    return hn::And(hn::BitCast(du, Truncate(d, code)), hn::Set(du, kLargestCode));
+    const auto code = (component + hn::Set(d, kMost)) * hn::Set(d, kScale<kLargestCode>) + hn::Set(d, 0.5F);
+    return hn::BitCast(du, Truncate(d, code)) & hn::Set(du, kLargestCode);
 }
 
 template <std::uint32_t kLargestCode, class D>
@@ -195,51 +186,44 @@ HWY_INLINE auto EncodeFields(D d, float* keys)
     const auto z = hn::BitCast(di, hn::Abs(q.z)), w = hn::BitCast(di, hn::Abs(q.w));
     // As integers a NaN is the largest of all, and as a float it equals nothing, which leaves x.
     const auto largest = hn::BitCast(d, hn::Max(hn::Max(x, y), hn::Max(z, w)));
-    const auto isY = hn::Eq(hn::BitCast(d, y), largest);
-    const auto isZ = hn::AndNot(isY, hn::Eq(hn::BitCast(d, z), largest));
-    const auto isW = hn::AndNot(hn::Or(isY, isZ), hn::Eq(hn::BitCast(d, w), largest));
+    const auto isY = hn::BitCast(d, y) == largest;
+    const auto isZ = hn::AndNot(isY, hn::BitCast(d, z) == largest);
+    const auto isW = hn::AndNot(hn::Or(isY, isZ), hn::BitCast(d, w) == largest);
     const auto odd = hn::Or(isY, isW);
     const auto upper = hn::Or(isZ, isW);
 
-    auto turned = TurnLeft(q, odd, upper);
-    const auto negative = hn::Lt(turned.x, hn::Zero(d));
+    auto turned = Turn(q, odd, hn::Or(isY, isZ));  // the largest to x, by four places less
+    const auto negative = turned.x < hn::Zero(d);
     if (!hn::AllFalse(d, negative)) {
         const auto sign = hn::IfThenElseZero(negative, hn::SignBit(d));
-        StoreKeys(d,
-                  Components<hn::Vec<D>>{hn::Xor(q.x, sign), hn::Xor(q.y, sign), hn::Xor(q.z, sign),
-                                         hn::Xor(q.w, sign)},
-                  keys);
-        turned = {turned.x, hn::Xor(turned.y, sign), hn::Xor(turned.z, sign), hn::Xor(turned.w, sign)};
+        StoreKeys<D, hn::Vec<D>>(d, {q.x ^ sign, q.y ^ sign, q.z ^ sign, q.w ^ sign}, keys);
+        turned = {turned.x, turned.y ^ sign, turned.z ^ sign, turned.w ^ sign};
     }
-    const auto tag = hn::Or(hn::IfThenElseZero(hn::RebindMask(du, odd), hn::Set(du, 1U << 30)),
-                            hn::IfThenElseZero(hn::RebindMask(du, upper), hn::Set(du, 1U << 31)));
+    const auto tag = hn::IfThenElseZero(hn::RebindMask(du, odd), hn::Set(du, 1U << 30)) |
+                     hn::IfThenElseZero(hn::RebindMask(du, upper), hn::Set(du, 1U << 31));
     return Fields<hn::Vec<decltype(du)>>{tag, ToCode<kLargestCode>(d, turned.y),
                                          ToCode<kLargestCode>(d, turned.z),
                                          ToCode<kLargestCode>(d, turned.w)};
 }
 
+template <class D>
 struct Packed32 : Steps<4, 4> {
-    static constexpr std::uint64_t kVectors = 1;
-
-    template <class D>
-    static HWY_INLINE void Block(D d, const unsigned char* records, float* keys)
+    static HWY_INLINE void Block(const unsigned char* records, float* keys)
     {
+        const D d;
         const hn::RebindToUnsigned<D> du;
         const auto word = ToBlockOrder(du, LoadFrom(du, records));
-        const auto mask = hn::Set(du, kLargest32);
-        DecodeFields<kLargest32>(d,
-                                 Fields<hn::Vec<decltype(du)>>{word, hn::And(hn::ShiftRight<20>(word), mask),
-                                                               hn::And(hn::ShiftRight<10>(word), mask),
-                                                               hn::And(word, mask)},
-                                 keys);
+        using Word = hn::Vec<decltype(du)>;
+        DecodeFields<kLargest32, D, Word>(d, {word, hn::ShiftRight<20>(word), hn::ShiftRight<10>(word), word},
+                                          keys);
     }
 
-    template <class D>
-    static HWY_INLINE void Block(D d, float* keys, unsigned char* records)
+    static HWY_INLINE void Block(float* keys, unsigned char* records)
     {
+        const D d;
         const hn::RebindToUnsigned<D> du;
         const auto f = EncodeFields<kLargest32>(d, keys);
-        const auto word = hn::Or(hn::Or(f.tag, hn::ShiftLeft<20>(f.a)), hn::Or(hn::ShiftLeft<10>(f.b), f.c));
+        const auto word = f.tag | hn::ShiftLeft<20>(f.a) | hn::ShiftLeft<10>(f.b) | f.c;
         StoreTo(FromBlockOrder(du, word), du, records);
     }
 };
@@ -272,12 +256,18 @@ HWY_INLINE void StoreBlocks24(D d, V blocks, V rest, unsigned char* bytes)
     }
 }
 
-struct Packed48 : Steps<6, 4> {
-    static constexpr std::uint64_t kVectors = 1;
+// Shuffles the bytes of each block of 16; an index of 128 gives 0.
+template <class D, class V>
+HWY_INLINE V Shuffle(D du8, V v, const std::uint8_t (&order)[16])
+{
+    return hn::TableLookupBytesOr0(v, hn::LoadDup128(du8, order));
+}
 
-    template <class D>
-    static HWY_INLINE void Block(D d, const unsigned char* records, float* keys)
+template <class D>
+struct Packed48 : Steps<6, 4> {
+    static HWY_INLINE void Block(const unsigned char* records, float* keys)
     {
+        const D d;
         const hn::RebindToUnsigned<D> du;
         const hn::Repartition<std::uint8_t, D> du8;
         const hn::Repartition<std::uint64_t, D> du64;
@@ -287,28 +277,22 @@ struct Packed48 : Steps<6, 4> {
                                                               4, 5, 128, 128, 10, 11, 128, 128};
         alignas(16) static constexpr std::uint8_t kUpper[] = {6, 7, 4,   5,   12, 13, 10,  11,
                                                               8, 9, 128, 128, 14, 15, 128, 128};
-        const auto lower = hn::BitCast(
-            du64, hn::TableLookupBytesOr0(LoadBlocks24(du8, records), hn::LoadDup128(du8, kLower)));
-        const auto upper = hn::BitCast(
-            du64, hn::TableLookupBytesOr0(LoadBlocks24(du8, records + 8), hn::LoadDup128(du8, kUpper)));
+        const auto lower = hn::BitCast(du64, Shuffle(du8, LoadBlocks24(du8, records), kLower));
+        const auto upper = hn::BitCast(du64, Shuffle(du8, LoadBlocks24(du8, records + 8), kUpper));
         const auto high = ToBlockOrder(du, hn::BitCast(du, hn::InterleaveLower(du64, lower, upper)));
         const auto low = ToBlockOrder(du, hn::BitCast(du, hn::InterleaveUpper(du64, lower, upper)));
-        const auto mask = hn::Set(du, kLargest48);
-        DecodeFields<kLargest48>(d,
-                                 Fields<hn::Vec<decltype(du)>>{high, hn::And(hn::ShiftRight<15>(high), mask),
-                                                               hn::And(high, mask), hn::And(low, mask)},
-                                 keys);
+        using Word = hn::Vec<decltype(du)>;
+        DecodeFields<kLargest48, D, Word>(d, {high, hn::ShiftRight<15>(high), high, low}, keys);
     }
 
-    template <class D>
-    static HWY_INLINE void Block(D d, float* keys, unsigned char* records)
+    static HWY_INLINE void Block(float* keys, unsigned char* records)
     {
+        const D d;
         const hn::RebindToUnsigned<D> du;
         const hn::Repartition<std::uint8_t, D> du8;
         const hn::Repartition<std::uint64_t, D> du64;
         const auto f = EncodeFields<kLargest48>(d, keys);
-        const auto high =
-            hn::BitCast(du64, FromBlockOrder(du, hn::Or(hn::Or(f.tag, hn::ShiftLeft<15>(f.a)), f.b)));
+        const auto high = hn::BitCast(du64, FromBlockOrder(du, f.tag | hn::ShiftLeft<15>(f.a) | f.b));
         const auto low = hn::BitCast(du64, FromBlockOrder(du, f.c));
         // Two records with 4 bytes of the third, and 8 more.
         alignas(16) static constexpr std::uint8_t kLower[] = {2, 3, 0,  1,  8,   9,   6,   7,
@@ -319,116 +303,114 @@ struct Packed48 : Steps<6, 4> {
                                                              128, 128, 128, 128, 128, 128, 128, 128};
         const auto lower = hn::BitCast(du8, hn::InterleaveLower(du64, high, low));
         const auto upper = hn::BitCast(du8, hn::InterleaveUpper(du64, high, low));
-        StoreBlocks24(du8,
-                      hn::Or(hn::TableLookupBytesOr0(lower, hn::LoadDup128(du8, kLower)),
-                             hn::TableLookupBytesOr0(upper, hn::LoadDup128(du8, kUpper))),
-                      hn::TableLookupBytesOr0(upper, hn::LoadDup128(du8, kRest)), records);
+        StoreBlocks24(du8, Shuffle(du8, lower, kLower) | Shuffle(du8, upper, kUpper),
+                      Shuffle(du8, upper, kRest), records);
     }
 };
 
-// --- half rotations ---
+// --- half floats ---
 
-template <class D, class V>
-HWY_INLINE auto WithinGuard(D d, V squared)
-{
-    return hn::And(hn::Ge(squared, hn::Set(d, 0.95F)), hn::Le(squared, hn::Set(d, 1.0F)));
-}
+template <class D>
+class HalfRotations : public Steps<8, 4> {
+public:
+    HWY_INLINE HalfRotations() : m_areUnit(hn::Zero(D()) == hn::Zero(D())) {}
 
-template <class D, class V>
-HWY_INLINE V GuardedSquare(D, const Components<V>& q)
-{
-    return hn::Add(hn::Add(hn::Add(hn::Mul(q.x, q.x), hn::Mul(q.y, q.y)), hn::Mul(q.z, q.z)),
-                   hn::Mul(q.w, q.w));
-}
-
-// As RotationNormalize, for the keys outside the guard.
-template <class D, class V>
-HWY_INLINE Components<V> Normalized(D d, const Components<V>& q)
-{
-    const auto guard = GuardedSquare(d, q);
-    const auto kept = hn::Or(WithinGuard(d, guard), hn::IsNaN(guard));
-    const auto squared =
-        hn::Add(hn::Add(hn::Mul(q.x, q.x), hn::Mul(q.z, q.z)), hn::Add(hn::Mul(q.y, q.y), hn::Mul(q.w, q.w)));
-    const auto length = hn::Sqrt(squared);
-    const auto infinite = hn::Eq(squared, hn::Set(d, std::numeric_limits<float>::infinity()));
-    const auto none = hn::Eq(length, hn::Zero(d));
-    const auto nan = hn::BitCast(d, hn::Set(hn::RebindToUnsigned<D>(), 0x7FC00000U));
-    const auto normal = [&](V v) HWY_ATTR {
-        const auto divided = hn::IfThenElse(infinite, nan, hn::IfThenZeroElse(none, hn::Div(v, length)));
-        return hn::IfThenElse(kept, v, divided);
-    };
-    return {normal(q.x), normal(q.y), normal(q.z), normal(q.w)};
-}
-
-struct HalfRotation : Steps<8, 4> {
-    static constexpr std::uint64_t kVectors = 1;
-
-    template <class D>
-    static HWY_INLINE void Block(D d, const unsigned char* records, float* keys)
+    HWY_INLINE void Block(const unsigned char* records, float* keys)
     {
         constexpr std::size_t kLanes = hn::MaxLanes(D());
+        const D d;
         const hn::Rebind<std::int16_t, D> d16;
-        const auto h0 = LoadFrom(d16, records);
-        const auto h1 = LoadFrom(d16, records + 2 * kLanes);
-        const auto h2 = LoadFrom(d16, records + 4 * kLanes);
-        const auto h3 = LoadFrom(d16, records + 6 * kLanes);
-        const auto v0 = Singles(d, h0), v1 = Singles(d, h1), v2 = Singles(d, h2), v3 = Singles(d, h3);
-        // A NaN is outside, too, and there it gets its bits right.
-        if (HWY_LIKELY(hn::AllTrue(d, WithinGuard(d, GuardedSquare(d, Transpose(d, v0, v1, v2, v3)))))) {
-            hn::StoreU(v0, d, keys);
-            hn::StoreU(v1, d, keys + kLanes);
-            hn::StoreU(v2, d, keys + 2 * kLanes);
-            hn::StoreU(v3, d, keys + 3 * kLanes);
-        } else {
-            StoreKeys(d,
-                      Normalized(d, Transpose(d, SinglesByArithmetic<NanRule::kKept>(d, h0),
-                                              SinglesByArithmetic<NanRule::kKept>(d, h1),
-                                              SinglesByArithmetic<NanRule::kKept>(d, h2),
-                                              SinglesByArithmetic<NanRule::kKept>(d, h3))),
-                      keys);
-        }
+        const auto v0 = FromHalves(d, LoadFrom(d16, records));
+        const auto v1 = FromHalves(d, LoadFrom(d16, records + 2 * kLanes));
+        const auto v2 = FromHalves(d, LoadFrom(d16, records + 4 * kLanes));
+        const auto v3 = FromHalves(d, LoadFrom(d16, records + 6 * kLanes));
+        const auto q = Transpose(d, v0, v1, v2, v3);
+        const auto squared = q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w;
+        // What is not finite is outside, too.
+        m_areUnit = hn::And(m_areUnit, hn::And(squared >= hn::Set(d, 0.95F), squared <= hn::Set(d, 1.0F)));
+        hn::StoreU(v0, d, keys);
+        hn::StoreU(v1, d, keys + kLanes);
+        hn::StoreU(v2, d, keys + 2 * kLanes);
+        hn::StoreU(v3, d, keys + 3 * kLanes);
     }
+
+    HWY_INLINE bool HasConverted() const { return hn::AllTrue(D(), m_areUnit); }
+
+private:
+    hn::Mask<D> m_areUnit;
 };
+
+// Truncates mantissas; Highway's own conversion rounds them. The result is wrong for absolute values from 65,536 on, and
+// for NaNs. Other instruction sets have no such conversion, so there the plain code converts all.
+#if HWY_TARGET <= HWY_AVX2
+constexpr int kTruncate = _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC;
+
+HWY_INLINE auto Cut(hn::Vec128<float> v)
+{
+    return hn::Vec64<std::uint16_t>{_mm_cvtps_ph(v.raw, kTruncate)};
+}
+HWY_INLINE auto Cut(hn::Vec256<float> v)
+{
+    return hn::Vec128<std::uint16_t>{_mm256_cvtps_ph(v.raw, kTruncate)};
+}
+#if HWY_TARGET <= HWY_AVX3
+HWY_INLINE auto Cut(hn::Vec512<float> v)
+{
+    return hn::Vec256<std::uint16_t>{_mm512_cvtps_ph(v.raw, kTruncate)};
+}
+#endif
+
+template <class D>
+class CutHalves : public Steps<2, 1> {
+public:
+    HWY_INLINE CutHalves() : m_largest(hn::Zero(di)) {}
+
+    HWY_INLINE void Block(const float* singles, unsigned char* halves)
+    {
+        const auto single = hn::LoadU(D(), singles);
+        m_largest = hn::Max(m_largest, hn::BitCast(di, hn::Abs(single)));
+        StoreTo(Cut(single), hn::Rebind<std::uint16_t, D>(), halves);
+    }
+
+    HWY_INLINE bool HasConverted() const { return hn::AllTrue(di, m_largest < hn::Set(di, 0x47800000)); }
+
+private:
+    static constexpr hn::RebindToSigned<D> di{};
+    hn::Vec<hn::RebindToSigned<D>> m_largest;
+};
+#else
+template <class D>
+struct CutHalves : Steps<2, 1> {
+    static void Block(const float*, unsigned char*) {}
+    static bool HasConverted() { return false; }
+};
+#endif
 
 // --- runs ---
 
-template <class Kernel>
+template <template <class D> class Kernel, std::uint64_t kItemsPerKey, Codec RunCodecs::*kPlain>
 void Encode(float* keys, std::uint64_t count, void* records)
 {
-    ForRun<Kernel>(keys, count, static_cast<unsigned char*>(records));
+    if (!ForRun<Kernel>(keys, kItemsPerKey * count, static_cast<unsigned char*>(records)))
+        (kPlainCodecs.*kPlain).encode(keys, count, records);
 }
 
-template <class Kernel>
+template <template <class D> class Kernel, std::uint64_t kItemsPerKey, Codec RunCodecs::*kPlain>
 void Decode(const void* records, std::uint64_t count, float* keys)
 {
-    ForRun<Kernel>(static_cast<const unsigned char*>(records), count, keys);
+    if (!ForRun<Kernel>(static_cast<const unsigned char*>(records), kItemsPerKey * count, keys))
+        (kPlainCodecs.*kPlain).decode(records, count, keys);
 }
 
-template <std::uint64_t kWidth>
-void EncodeHalves(float* keys, std::uint64_t count, void* records)
-{
-    ConvertHalves<NanRule::kKept>(keys, kWidth * count, static_cast<unsigned char*>(records));
-}
-
-void DecodeHalfVectors3(const void* records, std::uint64_t count, float* keys)
-{
-    ConvertHalves<NanRule::kKept>(static_cast<const unsigned char*>(records), 3 * count, keys);
-}
-
-constexpr RunCodecs kCodecs{Encode<Packed32>, Encode<Packed48>, EncodeHalves<4>,      EncodeHalves<3>,
-                            Decode<Packed32>, Decode<Packed48>, Decode<HalfRotation>, DecodeHalfVectors3};
-
-const RunCodecs* Codecs()
-{
-    return &kCodecs;
-}
+constexpr RunCodecs kCodecs{
+    {Encode<Packed32, 1, &RunCodecs::packed32>, Decode<Packed32, 1, &RunCodecs::packed32>},
+    {Encode<Packed48, 1, &RunCodecs::packed48>, Decode<Packed48, 1, &RunCodecs::packed48>},
+    {Encode<CutHalves, 4, &RunCodecs::halfRotations>, Decode<HalfRotations, 1, &RunCodecs::halfRotations>},
+    {Encode<CutHalves, 3, &RunCodecs::halfVectors>, Decode<DecodeHalves, 3, &RunCodecs::halfVectors>}};
 
 #else
 
-const RunCodecs* Codecs()
-{
-    return nullptr;
-}
+constexpr const RunCodecs& kCodecs = kPlainCodecs;
 
 #endif
 
@@ -438,11 +420,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace vela::vlgim::keys {
 
-const RunCodecs* WideCodecs()
+const RunCodecs& WideCodecs()
 {
-    using Choice = const RunCodecs* (*)();
-    return BestOf<Choice>(HWY_CHOOSE_AVX3(Codecs), HWY_CHOOSE_AVX2(Codecs), HWY_CHOOSE_SSE4(Codecs),
-                          HWY_STATIC_DISPATCH(Codecs))();
+    return *BestOf<const RunCodecs*>(HWY_CHOOSE_AVX3(kCodecs), HWY_CHOOSE_AVX2(kCodecs),
+                                     HWY_CHOOSE_SSE4(kCodecs), &HWY_STATIC_DISPATCH(kCodecs));
 }
 
 }  // namespace vela::vlgim::keys

@@ -1,6 +1,7 @@
 #include "mesh/HalfToFloat.h"
 
 #include "keys/InstructionSets.h"
+#include "keys/KeyCodecs.h"
 #include "keys/WideTargets.h"
 
 #include <bit>
@@ -19,10 +20,10 @@ void ConvertRun(float* target, const unsigned char* source, std::uint64_t count)
 {
 #if VLGIM_HAS_VECTORS
     namespace wide = keys::HWY_NAMESPACE;
-    wide::ConvertHalves<wide::NanRule::kOne>(source, count, target);
-#else
-    PlainHalfToFloat(target, source, count);
+    if (wide::ForRun<wide::DecodeHalves>(source, count, target))
+        return;
 #endif
+    PlainHalfToFloat(target, source, count);
 }
 
 }  // namespace vela::vlgim::HWY_NAMESPACE
