@@ -8,6 +8,8 @@
 #include <vlgim/Error.h>
 #include <vlgim/vlTransKeysData.h>
 
+#include <array>
+
 // Transform channels as containers read and write them: many channels of one file share one allocation.
 namespace vela::vlgim::keys {
 
@@ -20,11 +22,12 @@ struct MeasuredComponent {
 
 /// A measured block: it is completely in the file image, and its arrays are planned.
 struct MeasuredKeys {
-    unsigned char posKeyed, rotKeyed, scaleKeyed, rotOrder;
+    const unsigned char*
+        head;  ///< in the file image: three keyed bytes and the rotation order, then the records
     unsigned short keyCount;
-    MeasuredComponent pos, rot, scale;
-    const unsigned char* records;  ///< records of all three components, in the file image
+    std::array<MeasuredComponent, 3> components;  ///< positions, rotations, scales
 };
+constexpr std::uint64_t kHeadSize = 4;
 
 /// Measures a block and moves past it. The result is valid only if `in` has not failed. A file is measured channel by
 /// channel before anything is read, so speed matters: the records of all three components are taken as one run, and
@@ -32,36 +35,28 @@ struct MeasuredKeys {
 inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, unsigned short keyCount,
                                 unsigned char compressFlags)
 {
-    const unsigned char* const head = in.Take(4, 1);
-    if (!head)
-        return {};
     MeasuredKeys block;
-    block.posKeyed = head[0];
-    block.rotKeyed = head[1];
-    block.scaleKeyed = head[2];
-    block.rotOrder = head[3];
+    block.head = in.Take(kHeadSize, 1);
+    if (!block.head)
+        return {};
     block.keyCount = keyCount;
-    const std::uint64_t start = in.Offset();
-    const auto measure = [&](MeasuredComponent& component, const KeyForm& form, unsigned char keyed) {
-        component.form = &form;
-        component.count = ComponentKeys(keyed, keyCount);
-        component.slot = arrays.Plan<float>(std::uint64_t{component.count} * form.width);
-        return std::uint64_t{component.count} * form.recordSize;
-    };
-    // Counts have 16 bits and records at most 16 bytes, so no sum can overflow.
-    const std::uint64_t rotations = measure(block.pos, PositionForm(), block.posKeyed);
-    const std::uint64_t scales =
-        rotations + measure(block.rot, RotationForm(block.rotOrder, compressFlags), block.rotKeyed);
-    const std::uint64_t size = scales + measure(block.scale, ScaleForm(compressFlags), block.scaleKeyed);
-    block.records = in.Take(size, 1);
-    const auto note = [&](io::Block keys, std::uint64_t from, std::uint64_t to) {
-        if (from != to)
-            in.Note(keys, start + from, start + to);
-    };
-    if (in.IsTraced()) {
-        note(io::Block::PositionKeys, 0, rotations);
-        note(io::Block::RotationKeys, rotations, scales);
-        note(io::Block::ScaleKeys, scales, size);
+    const KeyForm* const forms[] = {&PositionForm(), &RotationForm(block.head[3], compressFlags),
+                                    &ScaleForm(compressFlags)};
+    std::uint64_t size = 0;  // counts have 16 bits and records at most 16 bytes, so no sum can overflow
+    for (std::size_t i = 0; i < block.components.size(); ++i) {
+        const std::uint32_t count = ComponentKeys(block.head[i], keyCount);
+        block.components[i] = {forms[i], count, arrays.Plan<float>(std::uint64_t{count} * forms[i]->width)};
+        size += std::uint64_t{count} * forms[i]->recordSize;
+    }
+    std::uint64_t start = in.Offset();
+    in.Take(size, 1);
+    constexpr io::Block kBlocks[] = {io::Block::PositionKeys, io::Block::RotationKeys, io::Block::ScaleKeys};
+    for (std::size_t i = 0; in.IsTraced() && i < block.components.size(); ++i) {
+        const MeasuredComponent& keys = block.components[i];
+        const std::uint64_t end = start + std::uint64_t{keys.count} * keys.form->recordSize;
+        if (start != end)
+            in.Note(kBlocks[i], start, end);
+        start = end;
     }
     return block;
 }
@@ -88,13 +83,6 @@ void VisitComponents(Keys& keys, Visit visit)
 /// Returns why a channel can't be written with as many keys as its container has times: a component's array is too
 /// short, or has another number of keys than there are times. Call it before a file is opened.
 Error WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount);
-
-/// Makes the packed arrays of the components whose form has them. If a packed form changes the sign of any rotation,
-/// m_rot becomes a new array, because copies may share the old one.
-void PackTransData(vlTransKeysData& keys);
-
-/// Reduces each component whose keys are all equal to one key, in a new array.
-void PackKeys(vlTransKeysData& keys);
 
 /// Writes a channel for which WhyUnwritable returned success, and changes it as vlTransKeysData::WriteData does.
 void Write(io::BlockWriter& out, vlTransKeysData& keys);

@@ -2,42 +2,26 @@
 
 namespace vela::vlgim {
 
-namespace keys {
-
-namespace {
-
-// Decodes the next run of records, and goes on to the one behind it.
-void Decode(const MeasuredComponent& component, const io::ArrayBlock& arrays, const unsigned char*& records,
-            Array<float>& keys)
+void keys::FillKeys(const MeasuredKeys& block, const io::ArrayBlock& arrays, vlTransKeysData& keys)
 {
-    if (component.count == 0) {
-        keys = nullptr;
-        return;
-    }
-    keys = arrays.Array(component.slot);
-    component.form->decode(records, component.count, keys.data());
-    records += std::size_t{component.count} * component.form->recordSize;
-}
-
-}  // namespace
-
-void FillKeys(const MeasuredKeys& block, const io::ArrayBlock& arrays, vlTransKeysData& keys)
-{
-    keys.m_posKeyed = block.posKeyed;
-    keys.m_rotKeyed = block.rotKeyed;
-    keys.m_scaleKeyed = block.scaleKeyed;
-    keys.m_rotOrder = block.rotOrder;
+    keys.m_posKeyed = block.head[0];
+    keys.m_rotKeyed = block.head[1];
+    keys.m_scaleKeyed = block.head[2];
+    keys.m_rotOrder = block.head[3];
     keys.m_compressFlags = 0;
-    const unsigned char* records = block.records;
-    Decode(block.pos, arrays, records, keys.m_pos);
-    Decode(block.rot, arrays, records, keys.m_rot);
-    Decode(block.scale, arrays, records, keys.m_scale);
     keys.m_packedRot = nullptr;
     keys.m_packedScale = nullptr;
     keys.m_keyCount = block.keyCount;
+    Array<float>* const targets[] = {&keys.m_pos, &keys.m_rot, &keys.m_scale};
+    const unsigned char* records = block.head + kHeadSize;
+    for (std::size_t i = 0; i < block.components.size(); ++i) {
+        const auto& [form, count, slot] = block.components[i];
+        *targets[i] = count != 0 ? arrays.Array(slot) : nullptr;
+        if (count != 0)
+            form->decode(records, count, targets[i]->data());
+        records += std::size_t{count} * form->recordSize;
+    }
 }
-
-}  // namespace keys
 
 const unsigned char* vlTransKeysData::ReadData(const void* src, const unsigned char* end)
 {

@@ -26,12 +26,22 @@ void KeepFirst(Array<T>& array, std::size_t bytes)
     array = std::move(first);
 }
 
-// Reduces a component to key 0 where all of its keys equal it.
+// Makes the records of a component whose form has them, and reduces the component to key 0 where all of its keys equal
+// it. Copies may share the old arrays, so what changes becomes a new one.
 template <class T>
-void CollapseConstant(const KeyForm& form, std::uint32_t count, unsigned char& keyed, Array<float>& keys,
-                      Array<T>& records)
+void Pack(const KeyForm& form, unsigned short keyCount, unsigned char& keyed, Array<float>& keys,
+          Array<T>& records)
 {
-    if (!keyed || !Constant(form, keys.data(), records.data(), count))
+    const std::uint32_t count = ComponentKeys(keyed, keyCount);
+    if (form.encode && keys) {
+        records = Array<T>::ForOverwrite(std::size_t{count} * form.recordSize / sizeof(T));
+        Array<float> turned = form.turnsSigns ? keys.Clone() : keys;
+        form.encode(turned.data(), count, records.data());
+        if (std::memcmp(turned.data(), keys.data(), keys.size() * sizeof(float)) != 0)
+            keys = std::move(turned);
+    }
+    // Without keys there is no key 0 to keep.
+    if (!keyed || count == 0 || !Constant(form, keys.data(), records.data(), count))
         return;
     if (form.shrinksFloats)
         KeepFirst(keys, form.width * sizeof(float));
@@ -40,13 +50,12 @@ void CollapseConstant(const KeyForm& form, std::uint32_t count, unsigned char& k
     keyed = 0;
 }
 
-void WriteComponent(io::BlockWriter& out, const KeyForm& form, const float* keys, const void* records,
-                    std::uint32_t count)
+template <class T>
+void WriteComponent(io::BlockWriter& out, const KeyForm& form, std::uint32_t count, const Array<float>& keys,
+                    const Array<T>& records)
 {
-    if (form.encode)
-        out.Run(static_cast<const unsigned char*>(records), std::uint64_t{count} * form.recordSize);
-    else
-        out.Run(keys, std::uint64_t{count} * form.width);
+    const void* const run = form.encode ? static_cast<const void*>(records.data()) : keys.data();
+    out.Run(static_cast<const unsigned char*>(run), std::uint64_t{count} * form.recordSize);
 }
 
 }  // namespace
@@ -65,48 +74,21 @@ Error WhyUnwritable(const vlTransKeysData& keys, unsigned short keyCount)
     return why;
 }
 
-void PackTransData(vlTransKeysData& keys)
-{
-    const KeyForm& rotForm = RotationForm(keys.m_rotOrder, keys.m_compressFlags);
-    if (rotForm.encode && keys.m_rot) {
-        const std::uint32_t count = ComponentKeys(keys.m_rotKeyed, keys.m_keyCount);
-        keys.m_packedRot = Array<unsigned char>::ForOverwrite(std::size_t{count} * rotForm.recordSize);
-        Array<float> turned = keys.m_rot.Clone();
-        rotForm.encode(turned.data(), count, keys.m_packedRot.data());
-        if (std::memcmp(turned.data(), keys.m_rot.data(), turned.size() * sizeof(float)) != 0)
-            keys.m_rot = std::move(turned);
-    }
-    const KeyForm& scaleForm = ScaleForm(keys.m_compressFlags);
-    if (scaleForm.encode && keys.m_scale) {
-        const std::uint32_t count = ComponentKeys(keys.m_scaleKeyed, keys.m_keyCount);
-        keys.m_packedScale = Array<std::array<unsigned short, 3>>::ForOverwrite(count);
-        scaleForm.encode(keys.m_scale.data(), count, keys.m_packedScale.data());
-    }
-}
-
-void PackKeys(vlTransKeysData& keys)
-{
-    if (keys.m_keyCount == 0)  // there is no key 0 to keep
-        return;
-    Array<unsigned char> none;  // positions have no packed form
-    CollapseConstant(PositionForm(), keys.m_keyCount, keys.m_posKeyed, keys.m_pos, none);
-    CollapseConstant(RotationForm(keys.m_rotOrder, keys.m_compressFlags), keys.m_keyCount, keys.m_rotKeyed,
-                     keys.m_rot, keys.m_packedRot);
-    CollapseConstant(ScaleForm(keys.m_compressFlags), keys.m_keyCount, keys.m_scaleKeyed, keys.m_scale,
-                     keys.m_packedScale);
-}
-
 void Write(io::BlockWriter& out, vlTransKeysData& keys)
 {
-    PackTransData(keys);
-    PackKeys(keys);
+    Array<unsigned char> none;  // positions have no records of their own
+    const KeyForm& rotForm = RotationForm(keys.m_rotOrder, keys.m_compressFlags);
+    const KeyForm& scaleForm = ScaleForm(keys.m_compressFlags);
+    Pack(PositionForm(), keys.m_keyCount, keys.m_posKeyed, keys.m_pos, none);
+    Pack(rotForm, keys.m_keyCount, keys.m_rotKeyed, keys.m_rot, keys.m_packedRot);
+    Pack(scaleForm, keys.m_keyCount, keys.m_scaleKeyed, keys.m_scale, keys.m_packedScale);
     const unsigned char head[] = {keys.m_posKeyed, keys.m_rotKeyed, keys.m_scaleKeyed, keys.m_rotOrder};
     out.Run(head, sizeof head);
-    out.Run(keys.m_pos.data(), std::uint64_t{3} * ComponentKeys(keys.m_posKeyed, keys.m_keyCount));
-    WriteComponent(out, RotationForm(keys.m_rotOrder, keys.m_compressFlags), keys.m_rot.data(),
-                   keys.m_packedRot.data(), ComponentKeys(keys.m_rotKeyed, keys.m_keyCount));
-    WriteComponent(out, ScaleForm(keys.m_compressFlags), keys.m_scale.data(), keys.m_packedScale.data(),
-                   ComponentKeys(keys.m_scaleKeyed, keys.m_keyCount));
+    WriteComponent(out, PositionForm(), ComponentKeys(keys.m_posKeyed, keys.m_keyCount), keys.m_pos, none);
+    WriteComponent(out, rotForm, ComponentKeys(keys.m_rotKeyed, keys.m_keyCount), keys.m_rot,
+                   keys.m_packedRot);
+    WriteComponent(out, scaleForm, ComponentKeys(keys.m_scaleKeyed, keys.m_keyCount), keys.m_scale,
+                   keys.m_packedScale);
 }
 
 }  // namespace keys
