@@ -216,33 +216,38 @@ TEST_F(WideCodecsTest, Packed48DecodesAsThePlainOne)
 // Also of the plain code, where that is all there is.
 TEST(HalfCodecs, EveryHalfDecodesAsTheTablesSayAndBack)
 {
-    std::vector<std::uint16_t> halves(65538);
-    std::iota(halves.begin(), halves.end(), std::uint16_t{0});
-    const Bytes records = BytesOf(halves);
-    std::vector<std::uint32_t> tables(std::begin(geomath::_to_float), std::end(geomath::_to_float));
-    tables.insert(tables.end(), {tables[0], tables[1]});
-    std::vector<std::uint32_t> quiet = tables;
-    for (const std::uint16_t half : halves)
-        if ((half & 0x7FFFU) > 0x7C00)
-            quiet[half] = 0xFFC00000;
-    ExpectAsPlain("halves", records, 2, [&](const RunCodecs& codecs) {
-        Bytes converted(4 * halves.size()), decoded = converted, back(records.size());
-        ForRuns(halves.size(), [&](std::size_t first, std::size_t run) {
-            Converter(codecs)(AsFloats(converted) + first, records.data() + 2 * first, run);
+    // In order, and as runs of the same half, which alone decides whether the plain code takes the run.
+    for (const std::size_t repeats : {std::size_t{1}, 3 * kRun}) {
+        std::vector<std::uint16_t> halves;
+        std::vector<std::uint32_t> tables, quiet;
+        for (std::size_t i = 0; i < 65538 * repeats; ++i) {
+            const auto half = static_cast<std::uint16_t>(i / repeats);
+            halves.push_back(half);
+            tables.push_back(geomath::_to_float[half]);
+            quiet.push_back((half & 0x7FFFU) > 0x7C00 ? 0xFFC00000 : tables.back());
+        }
+        const Bytes records = BytesOf(halves);
+        ExpectAsPlain("halves", records, 2, [&](const RunCodecs& codecs) {
+            Bytes converted(4 * halves.size()), decoded = converted, back(records.size());
+            ForRuns(halves.size(), [&](std::size_t first, std::size_t run) {
+                Converter(codecs)(AsFloats(converted) + first, records.data() + 2 * first, run);
+            });
+            EXPECT_TRUE(converted == BytesOf(quiet));
+            ForRuns(halves.size() / 3, [&](std::size_t first, std::size_t run) {
+                codecs.halfVectors.decode(records.data() + 6 * first, run, AsFloats(decoded) + 3 * first);
+            });
+            EXPECT_TRUE(decoded == BytesOf(tables));
+            ForRuns(halves.size() / 3, [&](std::size_t first, std::size_t run) {
+                codecs.halfVectors.encode(AsFloats(decoded) + 3 * first, run, back.data() + 6 * first);
+            });
+            EXPECT_TRUE(back == records);
+            return Arrays{converted};
         });
-        EXPECT_TRUE(converted == BytesOf(quiet));
-        ForRuns(halves.size() / 3, [&](std::size_t first, std::size_t run) {
-            codecs.halfVectors.decode(records.data() + 6 * first, run, AsFloats(decoded) + 3 * first);
-        });
-        EXPECT_TRUE(decoded == BytesOf(tables));
-        ForRuns(halves.size() / 3, [&](std::size_t first, std::size_t run) {
-            codecs.halfVectors.encode(AsFloats(decoded) + 3 * first, run, back.data() + 6 * first);
-        });
-        EXPECT_TRUE(back == records);
-        return Arrays{converted};
-    });
-    HalfToFloat(nullptr, records.data(), 65536);
-    HalfToFloat(std::vector<float>(65536).data(), nullptr, 65536);
+    }
+    const Bytes two{0, 0};
+    float single = 0;
+    HalfToFloat(nullptr, two.data(), 1);
+    HalfToFloat(&single, nullptr, 1);
 }
 
 TEST_F(WideCodecsTest, HalfRotationsDecodeAsPlainOnes)
