@@ -36,7 +36,7 @@ void EndIfInterrupted();
 /// Throws std::runtime_error if stdout took no more: who goes on would work for nobody.
 void RequireOutput();
 
-/// Calls work(i) for each i below count on several threads, and take(result) on the calling one, in ascending order of
+/// Calls work(i) for each i below count on several threads, and take(i, result) on the calling one, in ascending order of
 /// i. A piece that takes long lets the others run ahead of it by a few pieces only, so that a million results never wait
 /// in memory. Once the program is interrupted, no further work is begun; what was begun is finished and taken.
 /// jobs      threads, at least one
@@ -88,7 +88,7 @@ void RunMany(unsigned jobs, std::size_t count, Progress& progress, const Work& w
             ++taken;
             changed.notify_all();
             lock.unlock();
-            progress.Add(take(*result));
+            progress.Add(take(taken - 1, *result));
             RequireOutput();
             lock.lock();
         }

@@ -1,7 +1,6 @@
 #include "batch/Progress.h"
 
 #include "report/Print.h"
-#include "report/Terminal.h"
 
 #include <cinttypes>
 #include <cstdio>

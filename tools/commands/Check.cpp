@@ -1,10 +1,11 @@
 #include "batch/CheckInput.h"
 #include "batch/Many.h"
 #include "commands/Commands.h"
-#include "report/CheckSummary.h"
 #include "report/CodeNames.h"
-#include "report/Terminal.h"
+#include "report/Json.h"
+#include "report/Print.h"
 
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -58,7 +59,7 @@ private:
         RunMany(
             m_options.jobs, files.size(), m_progress,
             [this, &files](std::size_t i) { return CheckInput(files[i], m_options.check, m_options.format); },
-            [this](const CheckedInput& checked) {
+            [this](std::size_t, const CheckedInput& checked) {
                 Print(checked);
                 return checked.bytes;
             });
@@ -66,39 +67,54 @@ private:
 
     void Print(const CheckedInput& checked)
     {
-        m_summary.bytes += checked.bytes;
+        m_bytes += checked.bytes;
         for (const FileId& id : checked.read)
-            m_summary.files += m_seen.insert(id).second ? 1 : 0;
+            m_files += m_seen.insert(id).second ? 1 : 0;
         m_seen.insert(checked.unread.begin(), checked.unread.end());
         for (const CheckedInput::Line& line : checked.lines) {
             // A material group that a hundred models share is named once.
             if (line.isOfOther && !m_shared.insert(std::hash<std::string>()(line.text)).second)
                 continue;
-            m_summary.Add(*line.code);
+            ++m_counts[static_cast<std::size_t>(line.code->severity)];
+            m_unreadable += IsUnreadable(*line.code) ? 1 : 0;
             m_progress.Erase();
             std::printf("%s\n", line.text.c_str());
         }
     }
 
+    // The JSON leaves the time out, so that the output of the same files is the same.
     void PrintSummary(double seconds) const
     {
+        const auto [notes, warnings, errors] = m_counts;
         if (m_options.format.isJson)
-            PrintJson(m_summary, platform::IsInterrupted());
-        else
-            PrintText(m_summary, seconds);
+            return PrintLine(Line("summary", {{"files", m_files},
+                                              {"bytes", m_bytes},
+                                              {"errors", errors},
+                                              {"warnings", warnings},
+                                              {"notes", notes},
+                                              {"unreadable", m_unreadable},
+                                              {"interrupted", platform::IsInterrupted()}}));
+        std::fflush(stdout);
+        std::fprintf(stderr, "%s, %.1f MB in %.1f s: %s, %s, %s; %s unreadable\n",
+                     Counted(m_files, "file", "files").c_str(), static_cast<double>(m_bytes) / 1e6, seconds,
+                     Counted(errors, "error", "errors").c_str(),
+                     Counted(warnings, "warning", "warnings").c_str(),
+                     Counted(notes, "note", "notes").c_str(), Grouped(m_unreadable).c_str());
     }
 
     bool IsClean() const
     {
-        return m_summary.Count(Severity::Error) + m_summary.Count(Severity::Warning) == 0 &&
-               (!m_options.isStrict || m_summary.Count(Severity::Note) == 0);
+        const auto [notes, warnings, errors] = m_counts;
+        return errors + warnings == 0 && (!m_options.isStrict || notes == 0);
     }
 
     const Options& m_options;
     Progress m_progress;
     std::unordered_set<FileId, HashFileId> m_seen;
     std::unordered_set<std::size_t> m_shared;  // hashes of lines
-    CheckSummary m_summary;
+    std::array<std::uint64_t, 3> m_counts{};   // findings printed, by severity
+    std::uint64_t m_unreadable = 0;            // of them, files that can't be read
+    std::uint64_t m_files = 0, m_bytes = 0;    // read; each file counts once
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "commands/Commands.h"
 #include "report/CodeNames.h"
+#include "report/FindingLines.h"
 #include "report/Json.h"
 
 #include <cstdio>
@@ -23,13 +24,11 @@ void PrintText(const FindingCode& code)
 
 void PrintJson(const FindingCode& code)
 {
-    Json line = BeginLine("code");
-    line.update({{"code", code.name},
-                 {"severity", NameOf(code.severity)},
-                 {"drops", code.isDrop},
-                 {"meaning", code.meaning},
-                 {"what_to_do", code.whatToDo}});
-    PrintLine(line);
+    PrintLine(Line("code", {{"code", code.name},
+                            {"severity", NameOf(code.severity)},
+                            {"drops", code.isDrop},
+                            {"meaning", code.meaning},
+                            {"what_to_do", code.whatToDo}}));
 }
 
 void PrintRow(const FindingCode& code)
@@ -38,9 +37,7 @@ void PrintRow(const FindingCode& code)
                 code.meaning, code.whatToDo);
 }
 
-void PrintPageHead()
-{
-    std::printf("%s", R"(# What `vlgim check` finds
+constexpr const char* kPageHead = R"(# What `vlgim check` finds
 
 - An **error** means that the file, or something in it, can't be used as it is.
 - A **warning** is about something that the formats allow but that causes trouble, or that a save loses.
@@ -54,13 +51,12 @@ This page is the output of `vlgim codes --markdown`.
 
 | Code | Severity | What it means | What to do |
 |---|---|---|---|
-)");
-}
+)";
 
 int PrintCodes(const Options& options)
 {
     if (options.isMarkdown)
-        PrintPageHead();
+        std::printf("%s", kPageHead);
     const auto print = options.isMarkdown ? PrintRow : options.isJson ? PrintJson : PrintText;
     if (options.codes.empty())
         for (const FindingCode& code : FindingCodes())

@@ -1,8 +1,7 @@
 #include "commands/Commands.h"
 #include "demo/MeshBuilder.h"
 #include "demo/Models.h"
-#include "report/AnimInfo.h"
-#include "report/ModelInfo.h"
+#include "report/Info.h"
 
 #include <vlio2/FileStream.h>
 
@@ -63,7 +62,7 @@ bool SaveAndLoad(const char* what, const std::string& path, Data& built, Data& l
     std::printf("Loading it back\n\n");
     if (loaded.Load(path.c_str()) != 0)
         return false;
-    PrintInfo(path, loaded);
+    PrintInfo(InfoOf(path, loaded));
     return true;
 }
 
@@ -100,7 +99,7 @@ bool RunSkeleton(const std::string& folder, const std::string& copy)
     std::filesystem::create_directory(copy + "/walker_gis");
     if (loaded.Save(copyPath.c_str()) != 0 || again.Load(copyPath.c_str()) != 0)
         return false;
-    PrintInfo(copyPath, again);
+    PrintInfo(InfoOf(copyPath, again));
 
     std::printf("\nSaving that in one file again\n\n");
     again.m_anim.m_async = 0;

@@ -63,30 +63,27 @@ Json DifferenceLine(const Difference& difference)
     const auto shown = [](const std::optional<std::string>& value) {
         return value ? Json(Shown(*value)) : Json();
     };
-    Json line = BeginLine("difference");
-    line["field"] = Shown(difference.field);
-    line["where"] = Shown(difference.where);
-    line["largest"] = difference.largest ? Number(*difference.largest) : Json();
-    line["count"] = difference.count;
-    line["a"] = shown(difference.a);
-    line["b"] = shown(difference.b);
-    return line;
+    return Line("difference", {{"field", Shown(difference.field)},
+                               {"where", Shown(difference.where)},
+                               {"largest", difference.largest ? Json(*difference.largest) : Json()},
+                               {"count", difference.count},
+                               {"a", shown(difference.a)},
+                               {"b", shown(difference.b)}});
+}
+
+std::vector<Difference> Compare(const MeshFile& a, const MeshFile& b, const CompareOptions& options)
+{
+    return vlgim::Compare(a.mesh, b.mesh, options);
 }
 
 // Files that differ in kind have nothing to compare.
-template <class A, class B>
-std::optional<std::vector<Difference>> Differences(const A&, const B&, const CompareOptions&)
+std::optional<std::vector<Difference>> Differences(const LoadedFile& a, const LoadedFile& b,
+                                                   const CompareOptions& options)
 {
-    return std::nullopt;
-}
-
-template <class T>
-std::optional<std::vector<Difference>> Differences(const T& a, const T& b, const CompareOptions& options)
-{
-    if constexpr (std::is_same_v<T, MeshFile>)
-        return Compare(a.mesh, b.mesh, options);
-    else
-        return Compare(a, b, options);
+    if (a.index() != b.index())
+        return std::nullopt;
+    return std::visit(
+        [&](const auto& x) { return Compare(x, std::get<std::decay_t<decltype(x)>>(b), options); }, a);
 }
 
 int PrintDifferences(const Options& options)
@@ -95,8 +92,7 @@ try {
     const std::optional<LoadedFile> b = LoadFile(options.b, options.load);
     if (!a || !b)
         return kTrouble;
-    const auto differences = std::visit(
-        [&options](const auto& x, const auto& y) { return Differences(*x, *y, options.compare); }, *a, *b);
+    const auto differences = Differences(*a, *b, options.compare);
     if (!differences) {
         std::fprintf(stderr, "%s and %s are files of different kinds\n", Shown(options.a).c_str(),
                      Shown(options.b).c_str());

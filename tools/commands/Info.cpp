@@ -1,7 +1,5 @@
+#include "report/Info.h"
 #include "commands/Commands.h"
-#include "report/AnimInfo.h"
-#include "report/InfoJson.h"
-#include "report/ModelInfo.h"
 #include "report/Print.h"
 
 #include <cstdio>
@@ -24,14 +22,8 @@ try {
     const std::optional<LoadedFile> file = LoadFile(path, options.load);
     if (!file)
         return false;
-    std::visit(
-        [&path, &options](const auto& loaded) {
-            if (options.isJson)
-                PrintLine(InfoLine(path, *loaded));
-            else
-                PrintInfo(path, *loaded);
-        },
-        *file);
+    const Json info = std::visit([&path](const auto& loaded) { return InfoOf(path, loaded); }, *file);
+    options.isJson ? PrintLine(info) : PrintInfo(info);
     return true;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "%s: %s\n", Shown(path).c_str(), error.what());

@@ -22,20 +22,21 @@ struct Options {
     bool isJson = false;
 };
 
-void PrintJson(const UpgradeResult& result)
+Json ReasonInfo(const Reason& reason)
+{
+    return {{"code", reason.code ? Json(reason.code->name) : Json()},
+            {"text", Shown(reason.text)},
+            {"count", reason.count}};
+}
+
+void PrintJson(const std::string& file, const UpgradeResult& result)
 {
     const auto version = [](const std::string& text) { return text.empty() ? Json() : Json(text); };
-    Json line = BeginLine("upgrade");
-    line["file"] = Shown(result.file);
-    line["from"] = version(result.from);
-    line["to"] = version(result.to);
-    line["status"] = NameOf(result.status);
-    line["reasons"] = Json::array();
-    for (const Reason& reason : result.reasons)
-        line["reasons"].push_back({{"code", reason.code ? Json(reason.code->name) : Json()},
-                                   {"text", Shown(reason.text)},
-                                   {"count", reason.count}});
-    PrintLine(line);
+    PrintLine(Line("upgrade", {{"file", Shown(file)},
+                               {"from", version(result.from)},
+                               {"to", version(result.to)},
+                               {"status", NameOf(result.status)},
+                               {"reasons", List(result.reasons, ReasonInfo)}}));
 }
 
 void PrintReason(const Reason& reason)
@@ -56,11 +57,11 @@ bool IsKeptFromDropping(const UpgradeResult& result)
                        [](const Reason& reason) { return reason.code && reason.code->isDrop; });
 }
 
-void PrintText(const UpgradeResult& result)
+void PrintText(const std::string& file, const UpgradeResult& result)
 {
     if (result.status == UpgradeStatus::Current)
         return;
-    std::printf("%s: ", Shown(result.file).c_str());
+    std::printf("%s: ", Shown(file).c_str());
     if (result.status == UpgradeStatus::Upgraded || result.status == UpgradeStatus::WouldUpgrade)
         std::printf("%s, %s to %s\n",
                     result.status == UpgradeStatus::Upgraded ? "upgraded" : "would be upgraded",
@@ -80,12 +81,12 @@ public:
     {
         const Inputs inputs = FindInputs(m_options.paths, m_progress);
         const platform::Interruptible interruptible;
-        UpgradePlan plan(inputs.roots);
         // Manifests first, which tell the submeshes of the meshes.
+        UpgradePlan plan(inputs.roots);
         Plan(inputs.leaders, plan);
         Plan(inputs.followers, plan);
         if (!platform::IsInterrupted())
-            UpgradeAll(plan);
+            UpgradeAll(plan.Targets());
         EndIfReaderIsGone();
         PrintSummary();
         EndIfInterrupted();
@@ -100,21 +101,22 @@ private:
         RunMany(
             m_options.jobs, files.size(), m_progress,
             [&](std::size_t i) { return TargetOf(files[i], m_options.upgrade.load); },
-            [&plan](const Target& target) {
+            [&plan](std::size_t, const Target& target) {
                 plan.Add(target);
                 return std::uint64_t{0};
             });
     }
 
-    void UpgradeAll(const UpgradePlan& plan)
+    void UpgradeAll(const std::vector<Target>& targets)
     {
         RunMany(
-            m_options.jobs, plan.Targets().size(), m_progress,
-            [&](std::size_t i) { return UpgradeFile(plan.Targets()[i], m_options.upgrade); },
-            [&](const UpgradeResult& result) {
+            m_options.jobs, targets.size(), m_progress,
+            [&](std::size_t i) { return UpgradeFile(targets[i], m_options.upgrade); },
+            [&](std::size_t i, const UpgradeResult& result) {
                 ++Count(result.status);
                 m_progress.Erase();
-                m_options.isJson ? PrintJson(result) : PrintText(result);
+                const auto print = m_options.isJson ? PrintJson : PrintText;
+                print(targets[i].path, result);
                 return result.bytes;
             });
     }

@@ -2,6 +2,8 @@
 
 #include "report/Print.h"
 
+#include <vlgim/Findings.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
@@ -16,10 +18,10 @@ std::size_t Distance(std::string_view a, std::string_view b)
 {
     std::vector<std::size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < a.size(); ++i) {
+    for (const char letter : a) {
         std::size_t diagonal = row[0]++;
         for (std::size_t j = 0; j < b.size(); ++j) {
-            const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+            const std::size_t replaced = diagonal + (letter == b[j] ? 0 : 1);
             diagonal = row[j + 1];
             row[j + 1] = std::min({replaced, diagonal + 1, row[j] + 1});
         }
@@ -56,18 +58,6 @@ CLI::Option* AddCodeOption(CLI::App& command, const std::string& option, std::ve
         ->allow_extra_args(false)
         ->type_name("CODE")
         ->check(CLI::Validator(WhyUnknown, ""));
-}
-
-const char* NameOf(Severity severity)
-{
-    switch (severity) {
-    case Severity::Error:
-        return "error";
-    case Severity::Warning:
-        return "warning";
-    default:
-        return "note";
-    }
 }
 
 }  // namespace vela::vlgim::tools

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <vlgim/Findings.h>
-
 #include <CLI/CLI.hpp>
 
 #include <string>
@@ -13,8 +11,5 @@ namespace vela::vlgim::tools {
 /// exist is wrong usage, and the message names those that are spelled alike.
 CLI::Option* AddCodeOption(CLI::App& command, const std::string& option, std::vector<std::string>& codes,
                            const std::string& description);
-
-/// As people write it: "error", "warning" or "note".
-const char* NameOf(Severity severity);
 
 }  // namespace vela::vlgim::tools

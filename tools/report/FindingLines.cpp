@@ -1,6 +1,5 @@
 #include "report/FindingLines.h"
 
-#include "report/CodeNames.h"
 #include "report/Json.h"
 #include "report/Print.h"
 
@@ -11,16 +10,15 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-const char* ColorOf(Severity severity)
+struct SeverityText {
+    const char *name, *color;
+};
+
+SeverityText TextOf(Severity severity)
 {
-    switch (severity) {
-    case Severity::Error:
-        return "\033[1;31m";
-    case Severity::Warning:
-        return "\033[1;35m";
-    default:
-        return "\033[1;36m";
-    }
+    constexpr SeverityText texts[] = {
+        {"note", "\033[1;36m"}, {"warning", "\033[1;35m"}, {"error", "\033[1;31m"}};
+    return texts[static_cast<std::size_t>(severity)];
 }
 
 bool Holds(const std::vector<std::string>& codes, const FindingCode& code)
@@ -34,9 +32,8 @@ std::string TextLine(const Finding& finding, bool isColored)
     std::string text = Shown(finding.file);
     if (finding.line != 0)
         text += ':' + std::to_string(finding.line) + ':' + std::to_string(finding.column);
-    const Severity severity = finding.code->severity;
-    text += isColored ? std::string(": ") + ColorOf(severity) + NameOf(severity) + ":\033[0m "
-                      : std::string(": ") + NameOf(severity) + ": ";
+    const auto [name, color] = TextOf(finding.code->severity);
+    text += isColored ? std::string(": ") + color + name + ":\033[0m " : std::string(": ") + name + ": ";
     text += Shown(finding.text);
     if (const std::string place = PlaceIn(finding); !place.empty())
         text += " (" + place + ')';
@@ -45,17 +42,14 @@ std::string TextLine(const Finding& finding, bool isColored)
 
 std::string JsonLine(const Finding& finding)
 {
-    Json line = BeginLine("finding");
-    line["code"] = finding.code->name;
-    line["severity"] = NameOf(finding.code->severity);
-    line["file"] = Shown(finding.file);
-    line["block"] = Shown(finding.block);
+    Json line = Line("finding", {{"code", finding.code->name},
+                                 {"severity", NameOf(finding.code->severity)},
+                                 {"file", Shown(finding.file)},
+                                 {"block", Shown(finding.block)}});
     if (finding.offset)
         line["offset"] = *finding.offset;
-    if (finding.line != 0) {
-        line["line"] = finding.line;
-        line["column"] = finding.column;
-    }
+    if (finding.line != 0)
+        line.update({{"line", finding.line}, {"column", finding.column}});
     line["text"] = Shown(finding.text);
     return line.dump();
 }
@@ -71,6 +65,11 @@ bool FindingFormat::Wants(const FindingCode& code) const
 std::string FindingFormat::Line(const Finding& finding) const
 {
     return isJson ? JsonLine(finding) : TextLine(finding, isColored);
+}
+
+const char* NameOf(Severity severity)
+{
+    return TextOf(severity).name;
 }
 
 bool IsUnreadable(const FindingCode& code)

@@ -20,6 +20,9 @@ struct FindingFormat {
     std::string Line(const Finding& finding) const;
 };
 
+/// As people write it: "error", "warning" or "note".
+const char* NameOf(Severity severity);
+
 /// Whether findings of this code are about files that can't be read.
 bool IsUnreadable(const FindingCode& code);
 

@@ -3,17 +3,33 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <string>
 
 namespace vela::vlgim::tools {
 
-Json BeginLine(const char* type)
+namespace {
+
+void NameNotFinite(Json& value)
 {
-    return {{"version", 1}, {"type", type}};
+    const double number = value.is_number_float() ? value.get<double>() : 0;
+    if (!std::isfinite(number))
+        value = std::isnan(number) ? "NaN" : number > 0 ? "Infinity" : "-Infinity";
+    if (value.is_structured())
+        for (Json& element : value)
+            NameNotFinite(element);
 }
 
-void PrintLine(const Json& line)
+}  // namespace
+
+Json Line(const char* type, const Json& members)
 {
+    Json line = {{"version", 1}, {"type", type}};
+    line.update(members);
+    return line;
+}
+
+void PrintLine(Json line)
+{
+    NameNotFinite(line);
     std::printf("%s\n", line.dump().c_str());
 }
 
@@ -21,8 +37,6 @@ void PrintLine(const Json& line)
 // nearest to the float's shortest text.
 Json Number(float value)
 {
-    if (!std::isfinite(value))
-        return Number(static_cast<double>(value));
     char text[32];
     const char* end = std::to_chars(text, text + sizeof text, value).ptr;
     double shortest = 0;
@@ -30,21 +44,14 @@ Json Number(float value)
     return shortest;
 }
 
-Json Number(double value)
+Json Numbers(std::span<const float> values)
 {
-    if (std::isnan(value))
-        return "NaN";
-    if (std::isinf(value))
-        return value > 0 ? "Infinity" : "-Infinity";
-    return value;
+    return List(values, Number);
 }
 
-Json Numbers(const float* values, std::size_t count)
+Json Numbers(const geomath::_Vector3<float>& vector)
 {
-    Json list = Json::array();
-    for (std::size_t i = 0; i < count; ++i)
-        list.push_back(Number(values[i]));
-    return list;
+    return {Number(vector.x), Number(vector.y), Number(vector.z)};
 }
 
 }  // namespace vela::vlgim::tools

@@ -19,70 +19,50 @@ void Print(const Error& error)
     std::fprintf(stderr, "%s\n", Shown(error.Message()).c_str());
 }
 
-// Of files that a model or a skeleton need not have only what is wrong with them.
-void PrintWarnings(const std::vector<Error>& warnings)
+Error LoadMesh(MeshFile& file, const std::string& path, const vlio::Bytes& bytes, LoadOptions options,
+               std::vector<Error>& warnings)
 {
-    for (const Error& warning : warnings)
-        if (warning.kind != ErrorKind::NotFound || !warning.file.ends_with(".ags"))
-            Print(warning);
-}
-
-// What was loaded, and nothing where that is of no use.
-template <class Data>
-std::optional<LoadedFile> Loaded(std::unique_ptr<Data> data, const Error& error,
-                                 const std::vector<Error>& warnings, bool isOfUse)
-{
-    PrintWarnings(warnings);
-    if (error)
-        Print(error);
-    return isOfUse ? std::optional<LoadedFile>(std::move(data)) : std::nullopt;
-}
-
-std::optional<LoadedFile> LoadModel(const std::string& path, const LoadOptions& options)
-{
-    auto model = std::make_unique<GimData>();
-    std::vector<Error> warnings;
-    const Error error = Load(*model, path.c_str(), options, &warnings);
-    const bool hasMesh = model->m_mesh.m_vertexData != nullptr;  // a submesh record may still lack something
-    return Loaded(std::move(model), error, warnings, hasMesh);
-}
-
-std::optional<LoadedFile> LoadMesh(const std::string& path, const vlio::Bytes& bytes, LoadOptions options)
-{
-    auto file = std::make_unique<MeshFile>();
     SubmeshCount submeshes;
-    std::vector<Error> warnings;
     Error error = FindSubmeshCount(path, bytes, options, submeshes);
     if (!error) {
         options.submeshCount = submeshes.count;
-        error = Load(file->mesh, bytes, options, &warnings);
-        file->countSource = submeshes.source;
-        file->size = bytes.size();
-        std::copy_n(bytes.begin(), std::min(bytes.size(), file->magic.size()), file->magic.begin());
+        error = Load(file.mesh, bytes, options, &warnings);
+        file.countSource = submeshes.source;
+        file.size = bytes.size();
+        std::copy_n(bytes.begin(), std::min(bytes.size(), file.magic.size()), file.magic.begin());
     }
     error.file = path;
-    return Loaded(std::move(file), error, warnings, !error);
+    return error;
 }
 
-std::optional<LoadedFile> LoadAnimation(const std::string& path, const LoadOptions& options)
+// What load(data, warnings) loaded, and nothing where that is of no use.
+template <class Data, class Load>
+std::optional<LoadedFile> Loaded(const Load& load)
 {
-    auto skeleton = std::make_unique<GisData>();
+    Data data;
     std::vector<Error> warnings;
-    const Error error = Load(*skeleton, path.c_str(), options, &warnings);
-    return Loaded(std::move(skeleton), error, warnings, !error);
+    const Error error = load(data, warnings);
+    // Of files that a model or a skeleton need not have only what is wrong with them.
+    for (const Error& warning : warnings)
+        if (warning.kind != ErrorKind::NotFound || !warning.file.ends_with(".ags"))
+            Print(warning);
+    if (error)
+        Print(error);
+    bool isOfUse = !error;
+    if constexpr (std::is_same_v<Data, GimData>)
+        isOfUse = data.m_mesh.m_vertexData != nullptr;  // a submesh record may still lack something
+    return isOfUse ? std::optional<LoadedFile>(std::move(data)) : std::nullopt;
 }
 
-std::optional<LoadedFile> LoadTrack(const std::string& path, const LoadOptions& options)
-{
-    auto track = std::make_unique<vlTrackData>();
-    const Error error = Load(*track, path.c_str(), options);
-    return Loaded(std::move(track), error, {}, !error);
-}
-
-std::uint32_t CountInManifest(const std::string& path)
+// Submeshes that a manifest lists.
+std::uint32_t CountSubmeshes(const std::string& path)
 {
     vlio::XmlData manifest;
-    return manifest.Load(path.c_str()) == 0 ? CountSubmeshes(manifest) : 0;
+    std::vector<tinyxml2::XMLElement*> submeshes;
+    if (manifest.Load(path.c_str()) == 0)
+        if (const tinyxml2::XMLElement* list = manifest.FindElement("Vela/SubMesh", nullptr))
+            manifest.GetChildElementList(submeshes, list, nullptr);
+    return static_cast<std::uint32_t>(submeshes.size());
 }
 
 }  // namespace
@@ -97,14 +77,6 @@ void AddLoadOptions(CLI::App& command, LoadOptions& options)
         "the file itself if only one count fits");
 }
 
-std::uint32_t CountSubmeshes(const vlio::XmlData& manifest)
-{
-    std::vector<tinyxml2::XMLElement*> submeshes;
-    if (const tinyxml2::XMLElement* list = manifest.FindElement("Vela/SubMesh", nullptr))
-        manifest.GetChildElementList(submeshes, list, nullptr);
-    return static_cast<std::uint32_t>(submeshes.size());
-}
-
 Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const LoadOptions& options,
                        SubmeshCount& found)
 {
@@ -113,7 +85,7 @@ Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const 
         return {};
     }
     const std::string manifest = vlio::ReplaceFileExtension(path.c_str(), ".gim");
-    if (const std::uint32_t count = CountInManifest(manifest)) {
+    if (const std::uint32_t count = CountSubmeshes(manifest)) {
         found = {count, "as " + Shown(manifest) + " says"};
         return {};
     }
@@ -134,25 +106,30 @@ Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const 
 std::optional<LoadedFile> LoadFile(const std::string& path, const LoadOptions& options)
 {
     // The readers of models and animations take their file, and those that belong to it, from the disk themselves.
-    const FileKind byName = KindOfFile(path, nullptr, 0);
-    if (byName == FileKind::Model)
-        return LoadModel(path, options);
-    if (byName == FileKind::Animation)
-        return LoadAnimation(path, options);
+    FileKind kind = KindOfFile(path, nullptr, 0);
     vlio::Bytes bytes;
-    if (const Error error = vlio::ReadFile(path.c_str(), bytes)) {
-        Print(error);
-        return std::nullopt;
+    if (kind != FileKind::Model && kind != FileKind::Animation) {
+        if (const Error error = vlio::ReadFile(path.c_str(), bytes)) {
+            Print(error);
+            return std::nullopt;
+        }
+        kind = KindOfFile(path, bytes.data(), bytes.size());
     }
-    switch (KindOfFile(path, bytes.data(), bytes.size())) {
+    const auto load = [&](auto& data, std::vector<Error>& warnings) {
+        return Load(data, path.c_str(), options, &warnings);
+    };
+    switch (kind) {
     case FileKind::Mesh:
-        return LoadMesh(path, bytes, options);
+        return Loaded<MeshFile>([&](MeshFile& file, std::vector<Error>& warnings) {
+            return LoadMesh(file, path, bytes, options, warnings);
+        });
     case FileKind::Track:
-        return LoadTrack(path, options);
+        return Loaded<vlTrackData>(
+            [&](vlTrackData& track, auto&) { return Load(track, path.c_str(), options); });
     case FileKind::Animation:
-        return LoadAnimation(path, options);
+        return Loaded<GisData>(load);
     default:
-        return LoadModel(path, options);
+        return Loaded<GimData>(load);
     }
 }
 

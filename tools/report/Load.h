@@ -8,7 +8,6 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
@@ -28,9 +27,6 @@ struct SubmeshCount {
     std::string source;
 };
 
-/// Submeshes that a manifest lists.
-std::uint32_t CountSubmeshes(const vlio::XmlData& manifest);
-
 /// The submesh count of a .mesh file: as given, as the manifest beside it says, or the one that fits.
 Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const LoadOptions& options,
                        SubmeshCount& found);
@@ -38,14 +34,13 @@ Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const 
 /// A .mesh file without its manifest.
 struct MeshFile {
     vlMeshData mesh;
-    std::string countSource;             ///< of SubmeshCount
-    std::uint64_t size = 0;              ///< of the file, in bytes
-    std::array<unsigned char, 4> magic;  ///< its first bytes, which the reader passes over
+    std::string countSource;               ///< of SubmeshCount
+    std::uint64_t size = 0;                ///< of the file, in bytes
+    std::array<unsigned char, 4> magic{};  ///< its first bytes, which the reader passes over
 };
 
 /// A file with what belongs to it, by kind.
-using LoadedFile = std::variant<std::unique_ptr<GimData>, std::unique_ptr<MeshFile>, std::unique_ptr<GisData>,
-                                std::unique_ptr<vlTrackData>>;
+using LoadedFile = std::variant<GimData, MeshFile, GisData, vlTrackData>;
 
 /// Loads a .gim, .mesh, .gis or track file: by its extension, in any case, or else by its first bytes; what is none of
 /// them is taken for a manifest. None: it can't be read, and stderr says why. Throws std::bad_alloc.

@@ -1,184 +1,234 @@
-#include "report/MeshInfo.h"
-
-#include "report/AnimFacts.h"
-#include "report/MeshFacts.h"
+#include "report/Info.h"
 #include "report/Print.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <limits>
+#include <map>
 
 namespace vela::vlgim::tools {
 
 namespace {
 
-std::string Kind(std::uint16_t skeletonFlag)
+using Vector3 = geomath::_Vector3<float>;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr std::uint16_t kNone = 0xFFFF;  // no bone, no parent
+constexpr std::uint32_t kSlots = 4;      // bone references a vertex
+
+// Null: the mesh is not skinned.
+const vlMeshSkelVertexData* SkinOf(const vlMeshData& mesh)
 {
-    if (skeletonFlag == 0)
-        return "static mesh";
-    return skeletonFlag == 1 ? "skinned mesh"
-                             : "skinned mesh without bones, flag " + std::to_string(skeletonFlag);
+    return dynamic_cast<const vlMeshSkelVertexData*>(mesh.m_vertexData.get());
 }
 
-std::string Attributes(const vlMeshVertexData& mesh, bool hasColors)
+// Of all arrays, most of which are the vertices'.
+std::uint64_t BytesOf(const vlMeshData& mesh, const Json& tracks)
 {
-    std::string text = "positions, normals";
-    if (mesh.m_tangents)
-        text += ", tangents";
-    if (mesh.m_uvSetCount)
-        text += ", " + std::to_string(mesh.m_uvSetCount) + (mesh.m_uvSetCount == 1 ? " uv set" : " uv sets");
-    return hasColors ? text + ", colours" : text;
+    const vlMeshVertexData& vertices = *mesh.m_vertexData;
+    std::uint64_t size = BytesInMemory(vertices.m_subRecords, vertices.m_positions, vertices.m_normals,
+                                       vertices.m_tangents, vertices.m_indices, vertices.m_colors) +
+                         BytesInMemory(mesh.m_boneParents, mesh.m_boneNames, mesh.m_boneNameIds,
+                                       mesh.m_boneMatrices, mesh.m_boneBounds);
+    for (const auto& uvs : vertices.m_uvSets)
+        size += BytesInMemory(uvs);
+    if (const auto* skin = SkinOf(mesh))
+        size += BytesInMemory(skin->m_boneIndices, skin->m_boneWeights);
+    if (mesh.m_morph)
+        size += BytesInMemory(mesh.m_morph->m_times.m_times);
+    for (const Json& track : tracks)
+        size += track["bytes_in_memory"].get<std::uint64_t>();
+    for (const auto& data : mesh.m_originalData)
+        size += sizeof *data + BytesInMemory(data->m_origPositions, data->m_origIndices, data->m_origExtra,
+                                             data->m_origBones, data->m_origWeights);
+    return size;
 }
 
-void PrintBox(const std::optional<Box>& box)
+// Around the positions of all frames, but for NaN, which is in no box: where an axis has nothing else, its low is infinity
+// and its high minus infinity.
+Json BoxOf(const vlMeshVertexData& mesh)
 {
-    if (!box)
-        return Row("box", "empty");
-    Row("box", "(%g, %g, %g) to (%g, %g, %g)", box->low.x, box->low.y, box->low.z, box->high.x, box->high.y,
-        box->high.z);
-}
-
-void PrintSubmeshes(const vlMeshVertexData& vertices, const std::vector<SubmeshMessage>& names)
-{
-    std::size_t width = 4;
-    for (const SubmeshMessage& submesh : names)
-        width = std::max(width, Shown(submesh.name).size());
-    std::printf("\n  %4s  %-*s  %21s  %21s  %7s  %7s\n", "#", static_cast<int>(width), "name", "vertices",
-                "triangles", "uv sets", "colours");
-    for (std::uint32_t i = 0; i < vertices.m_subCount; ++i) {
-        const SubmeshRecord& record = vertices.m_subRecords[i];
-        const auto range = [](std::uint32_t first, std::uint32_t count) {
-            return count ? Grouped(first) + " to " + Grouped(std::uint64_t{first} + count - 1)
-                         : std::string("none");
-        };
-        std::printf("  %4u  %-*s  %21s  %21s  %7u  %7s\n", i, static_cast<int>(width),
-                    i < names.size() ? Shown(names[i].name).c_str() : "-",
-                    range(record.firstVertex, record.vertexCount).c_str(),
-                    range(record.firstTriangle, record.triangleCount).c_str(), record.uvSetCount,
-                    record.hasColors ? "yes" : "no");
+    if (mesh.m_positions.empty())
+        return nullptr;
+    Vector3 low{kInfinity, kInfinity, kInfinity}, high{-kInfinity, -kInfinity, -kInfinity};
+    for (const Vector3& p : mesh.m_positions) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
     }
+    return {{"low", Numbers(low)}, {"high", Numbers(high)}};
 }
 
-void PrintWeights(const SkinFacts& skin)
+bool HasColors(const vlMeshVertexData& mesh)
 {
-    if (skin.HasSums())
-        Row("weights", "%u a vertex, sums %g to %g", kSlots, skin.lowest, skin.highest);
-    else
-        Row("weights", "%u a vertex, no sums", kSlots);
-    std::string influences;
-    for (std::size_t i = 0; i <= kSlots; ++i)
-        if (skin.byInfluences[i] != 0)
-            influences += (influences.empty() ? "" : ", ") + Grouped(skin.byInfluences[i]) + " with " +
-                          std::to_string(i);
-    Row("influences", "%s", influences.empty() ? "none" : influences.c_str());
-    if (skin.nanSums != 0)
-        Row("bad weights", "sums that are not a number: %s", Grouped(skin.nanSums).c_str());
-    if (skin.missingBones != 0)
-        Row("bad bones", "references to a bone that does not exist: %s", Grouped(skin.missingBones).c_str());
+    return std::any_of(mesh.m_subRecords.begin(), mesh.m_subRecords.end(),
+                       [](const SubmeshRecord& record) { return record.hasColors != 0; });
 }
 
-std::string NameAt(const std::vector<std::string>& names, std::uint16_t bone)
+// Indices beyond the last vertex.
+std::size_t BadIndices(const vlMeshVertexData& mesh)
 {
-    if (bone == kNone)
-        return "-";
-    return bone < names.size() ? Shown(names[bone]) : std::to_string(bone) + ", which does not exist";
+    const auto isBad = [&mesh](std::uint16_t index) { return index >= mesh.m_vertexCount; };
+    return static_cast<std::size_t>(std::count_if(mesh.m_indices.begin(), mesh.m_indices.end(), isBad));
 }
 
-// 0 stands for no root as well as for the first bone.
-std::string Root(const vlMeshData& mesh, const std::vector<std::string>& names)
+Json SubmeshInfo(const SubmeshRecord& record)
 {
-    if (mesh.m_rootBone == kNone)
-        return "several roots";
-    return mesh.m_rootBone == 0 && mesh.m_boneParents[0] != kNone ? "no root"
-                                                                  : "root " + NameAt(names, mesh.m_rootBone);
+    return {{"first_vertex", record.firstVertex},     {"vertices", record.vertexCount},
+            {"first_triangle", record.firstTriangle}, {"triangles", record.triangleCount},
+            {"uv_sets", record.uvSetCount},           {"colors", record.hasColors != 0}};
 }
 
-void PrintBones(const vlMeshData& mesh, const SkinFacts& skin)
-{
-    const std::vector<std::string>& names = skin.boneNames;
-    const std::vector<bool>& used = skin.usedBones;
-    Row("used bones", "%td, in a mask of %zu", std::count(used.begin(), used.end(), true), used.size());
-    if (names.empty())
-        return Row("bones", "none");
-    Row("bones", "%zu, %s, %s bounds", names.size(), Root(mesh, names).c_str(),
-        mesh.m_boneBounds ? "with" : "without");
-    std::printf("\n  %4s  %-20s  %-20s  %4s  %7s\n", "#", "bone", "parent", "used", "radius");
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        std::printf("  %4zu  %-20s  %-20s  %4s", i, Shown(names[i]).c_str(),
-                    NameAt(names, mesh.m_boneParents[i]).c_str(), skin.IsUsed(i) ? "yes" : "no");
-        if (mesh.m_boneBounds)
-            std::printf("  %7.3g", static_cast<double>(mesh.m_boneBounds.get()[i].m_radius));
-        std::printf("\n");
+// What the slots of all vertices come to. Slots without a bone count for nothing.
+struct SkinFacts {
+    std::uint64_t byInfluences[kSlots + 1] = {};     // vertices with 0 to 4 weights that are not 0
+    float lowest = kInfinity, highest = -kInfinity;  // sum of a vertex' weights, but for NaN
+    std::uint64_t nanSums = 0;
+    std::uint64_t missingBones = 0;  // slots that refer to a bone that does not exist
+
+    Json WeightSums() const
+    {
+        if (lowest > highest)
+            return nullptr;
+        return {{"lowest", Number(lowest)}, {"highest", Number(highest)}};
     }
+};
+
+SkinFacts Tally(const vlMeshSkelVertexData& skin, std::size_t boneCount)
+{
+    SkinFacts facts;
+    for (std::size_t first = 0; first < skin.m_boneIndices.size(); first += kSlots) {
+        unsigned influences = 0;
+        float sum = 0;
+        for (std::size_t slot = first; slot < first + kSlots; ++slot) {
+            const std::uint16_t bone = skin.m_boneIndices[slot];
+            if (bone == kNone)
+                continue;
+            influences += skin.m_boneWeights[slot] != 0.0F ? 1 : 0;
+            sum += skin.m_boneWeights[slot];
+            // A mesh without bones refers to those of another.
+            facts.missingBones += boneCount != 0 && bone >= boneCount ? 1 : 0;
+        }
+        ++facts.byInfluences[influences];
+        facts.nanSums += std::isnan(sum) ? 1 : 0;
+        facts.lowest = std::min(facts.lowest, sum);  // which a NaN leaves as it is
+        facts.highest = std::max(facts.highest, sum);
+    }
+    return facts;
 }
 
-void PrintMorph(const vlMorphData& morph, std::uint32_t frameCount)
+Json BoneInfo(const vlMeshData& mesh, const std::vector<bool>& used, std::size_t bone)
 {
-    constexpr unsigned short shown = 8;
-    std::string times;
-    const unsigned short count = morph.m_times.GetKeyTimes() ? morph.m_times.GetKeyCount() : 0;
-    for (unsigned short key = 0; key < std::min(count, shown); ++key) {
-        char text[32];
-        std::snprintf(text, sizeof text, " %g", static_cast<double>(morph.m_times.GetKeyTime(key)));
-        times += text;
-    }
-    std::printf("\n");
-    Row("morph", "mode %u, frames %u", morph.m_morphMode, frameCount);
-    Row("keys", "%u, at%s%s", count, times.c_str(), count > shown ? " ..." : "");
+    const std::uint16_t parent = mesh.m_boneParents[bone];
+    Json bounds;
+    if (mesh.m_boneBounds)
+        bounds = {{"extents", Numbers(mesh.m_boneBounds[bone].m_extents)},
+                  {"radius", Number(mesh.m_boneBounds[bone].m_radius)}};
+    return {{"name", Shown(mesh.m_boneNames[bone])},
+            {"parent", parent == kNone ? Json() : Json(parent)},
+            {"used", bone < used.size() && used[bone]},
+            {"bounds", bounds}};
 }
 
-void PrintTracks(const vlTrackData* tracks, std::uint32_t count)
+Json SkinInfo(const vlMeshData& mesh)
 {
-    std::printf("\n  %4s  %-16s  %5s  %8s  %8s  %6s\n", "#", "track", "keys", "length", "channels", "moving");
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const vlTrackData& track = tracks[i];
-        const auto moving =
-            std::count_if(track.m_channels.get(), track.m_channels.get() + track.m_channelCount, Moves);
-        std::printf("  %4u  %-16s  %5u  %8g  %8u  %6td\n", i, Shown(track.m_name).c_str(),
-                    track.GetKeyCount(), track.m_times.GetLength(), track.m_channelCount, moving);
-    }
+    const vlMeshSkelVertexData* skin = SkinOf(mesh);
+    if (!skin)
+        return nullptr;
+    const std::size_t boneCount = mesh.m_boneParents.size();
+    const SkinFacts facts = Tally(*skin, boneCount);
+    Json bones = Json::array(), used = Json::array();
+    for (std::size_t bone = 0; bone < boneCount; ++bone)
+        bones.push_back(BoneInfo(mesh, skin->m_usedBones, bone));
+    for (std::size_t bone = 0; bone < skin->m_usedBones.size(); ++bone)
+        if (skin->m_usedBones[bone])
+            used.push_back(bone);
+    return {{"slots_per_vertex", kSlots},
+            {"weight_sums", facts.WeightSums()},
+            {"nan_weight_sums", facts.nanSums},
+            {"vertices_by_influences", facts.byInfluences},
+            {"bad_bone_references", facts.missingBones},
+            {"mask_bits", skin->m_usedBones.size()},
+            {"used_bones", used},
+            {"bones", bones}};
 }
 
-void PrintOriginalData(const std::vector<std::shared_ptr<vlOriginalData>>& blocks)
+Json MorphInfo(const vlMorphData& morph)
 {
-    std::printf("\n  %4s  %-16s  %10s  %10s  %10s  %4s\n", "#", "original data", "vertices", "indices",
-                "extra", "skin");
-    for (std::size_t i = 0; i < blocks.size(); ++i) {
-        const vlOriginalData& data = *blocks[i];
-        std::printf("  %4zu  type %-11u  %10s  %10s  %10s  %4s\n", i, data.m_type,
-                    Grouped(data.m_origVertexCount).c_str(), Grouped(data.m_origIndexCount).c_str(),
-                    Grouped(data.m_origExtraCount).c_str(), data.m_origBones ? "yes" : "no");
-    }
+    const std::span times(morph.m_times.GetKeyTimes(), morph.m_times.GetKeyCount());
+    return {{"mode", morph.m_morphMode}, {"times", Numbers(times)}};
+}
+
+Json OriginalInfo(const std::shared_ptr<vlOriginalData>& data)
+{
+    return {{"block_type", static_cast<std::uint32_t>(data->m_type)},
+            {"vertices", data->m_origVertexCount},
+            {"indices", data->m_origIndexCount},
+            {"extra", data->m_origExtraCount},
+            {"skin", data->m_origBones != nullptr}};
+}
+
+Json MeshInfo(const vlMeshData& mesh, const std::string& countSource)
+{
+    const vlMeshVertexData& vertices = *mesh.m_vertexData;
+    const Json tracks = List(mesh.m_tracks, TrackInfo);
+    return {{"format_version", Hex(mesh.m_version)},
+            {"pack_mode", mesh.m_packMode},
+            {"skeleton_flag", mesh.m_skeletonFlag},
+            {"submesh_count_source", countSource},
+            {"vertices", vertices.m_vertexCount},
+            {"triangles", vertices.m_triangleCount},
+            {"frames", vertices.m_frameCount},
+            {"tangents", vertices.m_tangents != nullptr},
+            {"uv_sets", vertices.m_uvSetCount},
+            {"colors", HasColors(vertices)},
+            {"box", BoxOf(vertices)},
+            {"bad_indices", BadIndices(vertices)},
+            {"bytes_in_memory", BytesOf(mesh, tracks)},
+            {"submeshes", List(vertices.m_subRecords, SubmeshInfo)},
+            {"skin", SkinInfo(mesh)},
+            {"morph", mesh.m_morph ? MorphInfo(*mesh.m_morph) : Json()},
+            {"tracks", tracks},
+            {"original_data", List(mesh.m_originalData, OriginalInfo)}};
+}
+
+Json ManifestSubmesh(const SubmeshMessage& submesh)
+{
+    return {{"name", Shown(submesh.name)}, {"material", submesh.mtlIdx}};
+}
+
+Json MaterialInfo(const MaterialMessage& material)
+{
+    const std::map<std::string, std::string> sorted(material.params.begin(), material.params.end());
+    Json parameters = Json::object();
+    for (const auto& [name, value] : sorted)
+        parameters[Shown(name)] = Shown(value);
+    return {{"name", Shown(material.name)}, {"parameters", parameters}};
 }
 
 }  // namespace
 
-void PrintMesh(const vlMeshData& mesh, const std::string& countSource,
-               const std::vector<SubmeshMessage>& names)
+Json InfoOf(const std::string& path, const GimData& model)
 {
-    const vlMeshVertexData& vertices = *mesh.m_vertexData;
-    const MeshFacts facts = GatherFacts(mesh);
-    Row("version", "%s, pack mode %u", Hex(mesh.m_version).c_str(), mesh.m_packMode);
-    Row("kind", "%s", Kind(mesh.m_skeletonFlag).c_str());
-    Row("submeshes", "%u, %s", mesh.m_submeshCount, countSource.c_str());
-    Row("vertices", "%s", Grouped(vertices.m_vertexCount).c_str());
-    Row("triangles", "%s", Grouped(vertices.m_triangleCount).c_str());
-    Row("attributes", "%s", Attributes(vertices, facts.hasColors).c_str());
-    PrintBox(facts.box);
-    if (facts.badIndices != 0)
-        Row("bad indices", "beyond the last vertex: %s", Grouped(facts.badIndices).c_str());
-    Row("in memory", "%s bytes", Grouped(facts.bytesInMemory).c_str());
-    PrintSubmeshes(vertices, names);
-    if (facts.skin) {
-        std::printf("\n");
-        PrintWeights(*facts.skin);
-        PrintBones(mesh, *facts.skin);
-    }
-    if (mesh.m_morph)
-        PrintMorph(*mesh.m_morph, vertices.m_frameCount);
-    if (mesh.m_tracks)
-        PrintTracks(mesh.m_tracks.get(), mesh.m_submeshCount);
-    if (!mesh.m_originalData.empty())
-        PrintOriginalData(mesh.m_originalData);
+    const std::string skeleton = model.GetSkeletonName();
+    return Line("model", {{"file", Shown(path)},
+                          {"mesh_file", Shown(model.m_meshPath)},
+                          {"skeleton", skeleton.empty() ? Json() : Json(Shown(skeleton))},
+                          {"music", !model.m_musicXml.IsEmpty()},
+                          {"submeshes", List(model.m_submeshes, ManifestSubmesh)},
+                          {"materials", List(model.m_materials, MaterialInfo)},
+                          {"mesh", MeshInfo(model.m_mesh, "as the manifest says")}});
+}
+
+Json InfoOf(const std::string& path, const MeshFile& file)
+{
+    char magic[12];
+    std::snprintf(magic, sizeof magic, "%02X %02X %02X %02X", file.magic[0], file.magic[1], file.magic[2],
+                  file.magic[3]);
+    return Line("mesh", {{"file", Shown(path)},
+                         {"bytes", file.size},
+                         {"magic", magic},
+                         {"mesh", MeshInfo(file.mesh, file.countSource)}});
 }
 
 }  // namespace vela::vlgim::tools

@@ -1,11 +1,12 @@
 #include "report/Print.h"
 
+#include <platform/Console.h>
+
 #include <algorithm>
 #include <bit>
-#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 
 namespace vela::vlgim::tools {
 
@@ -46,32 +47,11 @@ void AppendEscaped(std::string& text, char byte)
 
 }  // namespace
 
-void Row(const char* label, const char* format, ...)
-{
-    std::printf("  %-12s", label);
-    std::va_list args;
-    va_start(args, format);
-    std::vprintf(format, args);
-    va_end(args);
-    std::printf("\n");
-}
-
 std::string Hex(std::uint32_t number)
 {
     char text[16];
     std::snprintf(text, sizeof text, "0x%X", number);
     return text;
-}
-
-std::string HexBytes(std::span<const unsigned char> bytes)
-{
-    std::string text;
-    for (const unsigned char byte : bytes) {
-        char digits[4];
-        std::snprintf(digits, sizeof digits, "%02X ", byte);
-        text += digits;
-    }
-    return text.substr(0, text.empty() ? 0 : text.size() - 1);
 }
 
 std::string Grouped(std::uint64_t number)
@@ -102,6 +82,18 @@ std::string Shown(std::string_view text)
         text.remove_prefix(bytes.size());
     }
     return shown;
+}
+
+bool CanRewrite(std::FILE* stream)
+{
+    const char* kind = std::getenv("TERM");
+    return platform::IsTerminal(stream) && kind && std::string_view(kind) != "dumb";
+}
+
+bool CanColor(std::FILE* stream)
+{
+    const char* noColor = std::getenv("NO_COLOR");
+    return CanRewrite(stream) && (!noColor || !*noColor);
 }
 
 }  // namespace vela::vlgim::tools

@@ -1,22 +1,14 @@
 #pragma once
 
-#include <vlgim/Export.h>
-
 #include <cstdint>
-#include <span>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
 namespace vela::vlgim::tools {
 
-/// Prints one line of an account: a label and a printf-style value, aligned.
-void Row(const char* label, const char* format, ...) VLGIM_PRINTF(2, 3);
-
 /// 327684 as "0x50004".
 std::string Hex(std::uint32_t number);
-
-/// Bytes as "34 80 C8 BB".
-std::string HexBytes(std::span<const unsigned char> bytes);
 
 /// 1234567 as "1,234,567".
 std::string Grouped(std::uint64_t number);
@@ -28,5 +20,11 @@ std::string Counted(std::uint64_t number, const char* one, const char* many);
 /// control character (C0, DEL, C1), and each byte that is no UTF-8, as \xHH. A backslash stays one, so that the text
 /// can't be turned back for certain.
 std::string Shown(std::string_view text);
+
+/// Whether a line that is shown there can be written over.
+bool CanRewrite(std::FILE* stream);
+
+/// Whether text that is shown there may have colours: not where NO_COLOR is set and not empty.
+bool CanColor(std::FILE* stream);
 
 }  // namespace vela::vlgim::tools

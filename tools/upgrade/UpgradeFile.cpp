@@ -12,14 +12,14 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-bool IsCurrent(const vlMeshData& mesh)
+auto FormOf(const vlMeshData& mesh)
 {
-    return mesh.m_version == vlMeshData().m_version && mesh.m_packMode == vlMeshData().m_packMode;
+    return std::tuple(mesh.m_version, mesh.m_packMode);
 }
 
-bool IsCurrent(const vlTrackData& track)
+auto FormOf(const vlTrackData& track)
 {
-    return track.m_version == vlTrackData().m_version;
+    return std::tuple(track.m_version);
 }
 
 auto CountsOf(const vlMeshData& mesh)
@@ -33,11 +33,10 @@ auto CountsOf(const vlTrackData& track)
     return std::tuple(track.GetKeyCount(), track.m_channelCount);
 }
 
-// Whether what was read again is in the newest form and as large as what was saved.
 template <class Data>
-bool IsUpgradeOf(const Data& saved, const Data& data)
+bool IsCurrent(const Data& data)
 {
-    return IsCurrent(saved) && CountsOf(saved) == CountsOf(data);
+    return FormOf(data) == FormOf(Data());
 }
 
 bool IsSaveChange(const FindingCode& code)
@@ -45,13 +44,10 @@ bool IsSaveChange(const FindingCode& code)
     return std::string_view(code.name).starts_with("save-");
 }
 
-// The upgrade of one file. A step gives false where the result is final.
+// The upgrade of one file.
 class Upgrade {
 public:
-    Upgrade(const Target& target, const UpgradeOptions& options) : m_target(target), m_options(options)
-    {
-        m_result.file = target.path;
-    }
+    Upgrade(const Target& target, const UpgradeOptions& options) : m_target(target), m_options(options) {}
 
     UpgradeResult Run()
     {
@@ -65,6 +61,8 @@ public:
     }
 
 private:
+    const char* Path() const { return m_target.real.c_str(); }
+
     void Stop(UpgradeStatus status, const std::string& reason)
     {
         m_result.status = status;
@@ -74,62 +72,35 @@ private:
     void RunMesh()
     {
         vlio::Bytes image;
-        if (const Error error = ReadImage(image))
+        if (const Error error = vlio::ReadFile(Path(), image))
             return Stop(UpgradeStatus::Failed, error.text);
         m_result.bytes = image.size();
-        if (!BeginMesh(image))
+        // The header alone, so that a mesh that is current already costs no more. That read is refused where the header
+        // ends, and the version and pack mode are set by then.
+        constexpr std::size_t headerSize = 10;
+        vlMeshData header;
+        static_cast<void>(Load(header, std::span(image).first(std::min(image.size(), headerSize))));
+        if (!Begin(header, image.size() >= headerSize))
             return;
-        const std::optional<std::uint32_t> submeshes = FindSubmeshes(image);
-        if (submeshes && MayBeSaved(submeshes) && !m_options.isDryRun)
-            SaveMesh(image, *submeshes);
+        LoadOptions options;
+        options.submeshCount = FindSubmeshes(image);
+        if (!options.submeshCount || !ShouldSave(options.submeshCount))
+            return;
+        vlMeshData mesh;
+        std::vector<Error> warnings;
+        if (const Error error = Load(mesh, image, options, &warnings))
+            return Stop(UpgradeStatus::Failed, error.Message());
+        vlio::Bytes().swap(image);  // so that two images are never in memory
+        SaveAndCompare(mesh, options, warnings);
     }
 
     void RunTrack()
     {
         vlTrackData track;
-        if (const Error error = Load(track, m_target.real.c_str()))
-            return Stop(UpgradeStatus::Failed, error.Message());
-        if (Begin(track, true) && MayBeSaved(std::nullopt) && !m_options.isDryRun)
-            SaveTrack(track);
-    }
-
-    Error ReadImage(vlio::Bytes& image) const { return vlio::ReadFile(m_target.real.c_str(), image); }
-
-    // Reads the header alone, so that a mesh that is current already costs no more. That read is refused where the header
-    // ends, and the version and pack mode are set by then.
-    bool BeginMesh(const vlio::Bytes& image)
-    {
-        constexpr std::size_t headerSize = 10;
-        vlMeshData mesh;
-        static_cast<void>(Load(mesh, std::span(image).first(std::min(image.size(), headerSize))));
-        return Begin(mesh, image.size() >= headerSize);
-    }
-
-    // Leaves what was saved in image, so that two images are never in memory.
-    void SaveMesh(vlio::Bytes& image, std::uint32_t submeshes)
-    {
-        vlMeshData mesh, saved;
-        mesh.m_submeshCount = saved.m_submeshCount = submeshes;
-        std::vector<Error> warnings;
-        Error error = Load(mesh, image, {}, &warnings);
-        if (!error)
-            error = Save(mesh, m_target.real.c_str(), &warnings);
-        if (error)
-            return Stop(UpgradeStatus::Failed, error.Message());
-        error = ReadImage(image);
-        if (!error)
-            error = Load(saved, image);
-        Finish(error, !error && IsUpgradeOf(saved, mesh), warnings);
-    }
-
-    void SaveTrack(vlTrackData& track)
-    {
-        std::vector<Error> warnings;
-        if (const Error error = Save(track, m_target.real.c_str(), &warnings))
-            return Stop(UpgradeStatus::Failed, error.Message());
-        vlTrackData saved;
-        const Error error = Load(saved, m_target.real.c_str());
-        Finish(error, !error && IsUpgradeOf(saved, track), warnings);
+        if (const Error error = Load(track, Path()))
+            Stop(UpgradeStatus::Failed, error.Message());
+        else if (Begin(track, true) && ShouldSave(std::nullopt))
+            SaveAndCompare(track, {}, {});
     }
 
     // Whether the file is old, and may be touched.
@@ -147,45 +118,37 @@ private:
         return m_target.trouble.empty();
     }
 
-    // As many as the manifest says, if there is one. None: the result stands.
+    // As many as the manifest says, if there is one. Where only other counts let every block end at the next one, the mesh
+    // is not the one that the manifest means, and a save would spoil it. None: the result stands.
     std::optional<std::uint32_t> FindSubmeshes(const vlio::Bytes& image)
     {
-        if (m_target.submeshes)
-            return IfItFits(*m_target.submeshes, image);
-        SubmeshCount found;
-        const Error error = FindSubmeshCount(m_target.path, image, m_options.load, found);
-        if (!error)
-            return IfItFits(found.count, image);
-        Stop(UpgradeStatus::Skipped, error.Message());
-        return std::nullopt;
-    }
-
-    // Where only other counts let every block end at the next one, the mesh is not the one that the manifest means, and
-    // a save would spoil it.
-    std::optional<std::uint32_t> IfItFits(std::uint32_t count, const vlio::Bytes& image)
-    {
-        const std::vector<std::uint32_t> fitting =
-            vlMeshData::FittingSubmeshCounts(image.data(), image.size());
-        if (fitting.empty() || std::find(fitting.begin(), fitting.end(), count) != fitting.end())
-            return count;
-        Stop(UpgradeStatus::Skipped, "it should have " + Counted(count, "submesh", "submeshes") +
-                                         ", and the file itself fits " + std::to_string(fitting[0]));
+        SubmeshCount found{m_target.submeshes.value_or(0), ""};
+        const Error error =
+            m_target.submeshes ? Error() : FindSubmeshCount(m_target.path, image, m_options.load, found);
+        const auto fitting = vlMeshData::FittingSubmeshCounts(image.data(), image.size());
+        if (error)
+            Stop(UpgradeStatus::Skipped, error.Message());
+        else if (fitting.empty() || std::find(fitting.begin(), fitting.end(), found.count) != fitting.end())
+            return found.count;
+        else
+            Stop(UpgradeStatus::Skipped, "it should have " + Counted(found.count, "submesh", "submeshes") +
+                                             ", and the file itself fits " + std::to_string(fitting[0]));
         return std::nullopt;
     }
 
     // Leaves in the result what is against a save, or else what a save changes.
-    bool MayBeSaved(std::optional<std::uint32_t> submeshes)
+    bool ShouldSave(std::optional<std::uint32_t> submeshes)
     {
         CheckOptions options;
         options.submeshCount = submeshes;
-        const CheckResult check = CheckFile(m_target.real.c_str(), options);
+        const CheckResult check = CheckFile(Path(), options);
         m_result.bytes += check.bytes;
         AddReasons(check, [this](const FindingCode& code) { return IsAgainst(code); });
         const bool mayBeSaved = m_result.reasons.empty();
         if (mayBeSaved)
             AddReasons(check, IsSaveChange);
         m_result.status = mayBeSaved ? UpgradeStatus::WouldUpgrade : UpgradeStatus::Skipped;
-        return mayBeSaved;
+        return mayBeSaved && !m_options.isDryRun;
     }
 
     bool IsAgainst(const FindingCode& code) const
@@ -205,20 +168,24 @@ private:
 
     void AddReason(const Finding& finding)
     {
-        const auto known =
-            std::find_if(m_result.reasons.begin(), m_result.reasons.end(),
-                         [&finding](const Reason& reason) { return reason.code == finding.code; });
-        if (known != m_result.reasons.end()) {
-            ++known->count;
-            return;
-        }
+        for (Reason& reason : m_result.reasons)
+            if (reason.code == finding.code) {
+                ++reason.count;
+                return;
+            }
         const std::string place = PlaceIn(finding);
         m_result.reasons.push_back({finding.code, finding.text + (place.empty() ? "" : " (" + place + ')')});
     }
 
-    void Finish(const Error& error, bool isThere, const std::vector<Error>& warnings)
+    // What is read again has to be in the newest form and as large as what was saved.
+    template <class Data>
+    void SaveAndCompare(Data& data, const LoadOptions& options, std::vector<Error> warnings)
     {
-        if (!isThere)
+        if (const Error error = Save(data, Path(), &warnings))
+            return Stop(UpgradeStatus::Failed, error.Message());
+        Data saved;
+        const Error error = Load(saved, Path(), options);
+        if (error || !IsCurrent(saved) || CountsOf(saved) != CountsOf(data))
             return Stop(UpgradeStatus::Failed, "it was saved, and can't be read back: " + error.Message());
         m_result.status = UpgradeStatus::Upgraded;
         for (const Error& warning : warnings)
@@ -242,7 +209,7 @@ UpgradeResult UpgradeFile(const Target& target, const UpgradeOptions& options)
 try {
     return Upgrade(target, options).Run();
 } catch (const std::exception& error) {
-    return {target.path, "", "", UpgradeStatus::Failed, {{nullptr, error.what()}}};
+    return {"", "", UpgradeStatus::Failed, {{nullptr, error.what()}}};
 }
 
 }  // namespace vela::vlgim::tools

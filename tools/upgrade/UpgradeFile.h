@@ -32,7 +32,6 @@ struct Reason {
 };
 
 struct UpgradeResult {
-    std::string file;
     std::string from, to;  ///< versions, as in "0x50001"; empty: not known
     UpgradeStatus status = UpgradeStatus::Current;
     std::vector<Reason> reasons;

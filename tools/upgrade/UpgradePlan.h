@@ -1,13 +1,13 @@
 #pragma once
 
 #include "batch/Inputs.h"
-#include "batch/Many.h"
 #include "report/Load.h"
 
 #include <vlgim/Findings.h>
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -17,8 +17,8 @@ namespace vela::vlgim::tools {
 /// A file to save in the newest form, or one that is not and has to be named.
 struct Target {
     std::string path;  ///< as it was given, or as the manifest gives it
-    std::string real;  ///< behind all links; empty where there is no such file
     FileKind kind = FileKind::Unknown;
+    std::string real;                        ///< behind all links; empty where there is no such file
     std::optional<std::uint32_t> submeshes;  ///< of a mesh, as its manifest says
     std::string manifest;                    ///< that names the mesh; empty: it was given itself
     std::string trouble;                     ///< why it is not to be touched; empty: it may be
@@ -41,9 +41,7 @@ public:
     const std::vector<Target>& Targets() const { return m_targets; }
 
 private:
-    bool IsInside(const std::string& real) const;
-
-    std::vector<std::string> m_roots;
+    std::set<std::string> m_roots;
     std::vector<Target> m_targets;
     std::unordered_map<std::string, std::size_t> m_byPlace;
 };
