@@ -67,7 +67,7 @@ std::size_t ReferenceLength(std::string_view text)
     // expects to stop at the mark of this reference ('#' or 'x'). If it stops at the same mark of a later reference, it
     // drops all text in between.
     const std::size_t end = text.find(';', length);
-    if (end == text.npos)
+    if (end == std::string_view::npos)
         return 1;
     const std::size_t stop = text.find_last_not_of(isHex ? "0123456789abcdefABCDEF" : "0123456789", end - 1);
     return text[stop] == text[isHex ? 2 : 1] ? 0 : 1;
@@ -135,13 +135,14 @@ private:
             if (!Take(begin))
                 continue;
             const std::size_t size = m_left.find(end);
-            return size == m_left.npos ? Refuse(XML_REFUSED_MARKUP) : m_left.remove_prefix(size + end.size());
+            return size == std::string_view::npos ? Refuse(XML_REFUSED_MARKUP)
+                                                  : m_left.remove_prefix(size + end.size());
         }
         if (Take("<"))
             return Tag();
 
         const std::size_t size = start.find('<');
-        if (size == start.npos)
+        if (size == std::string_view::npos)
             return Refuse(XML_REFUSED_MARKUP);
         m_left = start.substr(size);
         Value(start.substr(0, size));  // with the space before it
@@ -183,8 +184,8 @@ private:
             return Refuse(XML_REFUSED_MARKUP);
         SkipSpace();
         const bool isQuoted = m_left.starts_with('"') || m_left.starts_with('\'');
-        const std::size_t end = isQuoted ? m_left.find(m_left.front(), 1) : m_left.npos;
-        if (end == m_left.npos)
+        const std::size_t end = isQuoted ? m_left.find(m_left.front(), 1) : std::string_view::npos;
+        if (end == std::string_view::npos)
             return Refuse(XML_REFUSED_MARKUP);
         const std::string_view value = m_left.substr(1, end - 1);
         m_left.remove_prefix(end + 1);
@@ -228,7 +229,7 @@ XmlScan ScanXml(std::string_view text, std::vector<std::size_t>* startTags)
 {
     // The parser's document ends at the first NUL. NULs at the end are harmless.
     const std::size_t end = text.find('\0');
-    if (end != text.npos && text.find_first_not_of('\0', end) != text.npos)
+    if (end != std::string_view::npos && text.find_first_not_of('\0', end) != std::string_view::npos)
         return {XML_REFUSED_NUL, end};
     return Scanner(text.substr(0, end), startTags).Run();
 }
