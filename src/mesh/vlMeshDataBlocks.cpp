@@ -131,7 +131,7 @@ Error WhyAnimationUnwritable(const vlMeshData& mesh)
         return why;
     for (std::uint32_t i = 0; i < count; ++i) {
         const vlTrackData& track = mesh.m_tracks[i];
-        Error why = tracks::WhyUnwritable(track);
+        Error why = WhyUnwritable(track);
         // The version of the first track is stored for all of them.
         if (FlagsReadAt(mesh.m_tracks[0].m_version, track.m_flags) != track.m_flags)
             why = io::Unwritable("the version of the first track has no place for its flags");

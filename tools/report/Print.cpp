@@ -1,6 +1,6 @@
 #include "report/Print.h"
 
-#include <platform/Console.h>
+#include <platform/Files.h>
 
 #include <algorithm>
 #include <bit>
