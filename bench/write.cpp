@@ -40,7 +40,8 @@ Pair Mesh(std::uint32_t vertices, Place place, Target target)
     const Bytes image = MeshImage(vertices, false);
     const auto mesh = std::make_shared<vlMeshData>();
     mesh->m_submeshCount = 1;
-    mesh->ReadMeshFile(image.data(), image.size());
+    if (!mesh->ReadMeshFile(image.data(), image.size()))
+        std::abort();
     return Writing<vlMeshData>(mesh, &vlMeshData::WriteMeshFile, place, target);
 }
 

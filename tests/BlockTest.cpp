@@ -81,11 +81,10 @@ TEST(BlockWriter, PiecesComeOutInOrderAndPlacesCanBePatched)
         Bytes values;
         for (std::size_t i = 0; i < run; ++i)
             values.push_back(static_cast<unsigned char>(i * 31 % 251));
-        Bytes expected{0xEE};
+        Bytes expected;
         test::MemorySink sink;
-        sink.Write("\xEE", 1);
         {
-            BlockWriter out(sink, 1);
+            BlockWriter out(sink);
             for (int round = 0; round < 3; ++round) {
                 const std::uint64_t place = out.Position();
                 EXPECT_EQ(place, expected.size());

@@ -119,21 +119,11 @@ public:
             detail::FreeBlock(block);
             throw;
         }
-        return Adopt(static_cast<T*>(elements), block);
+        return {static_cast<T*>(elements), block};
     }
 
-    /// For the library only: makes an array of elements that are already laid out, and takes over one owner of the
-    /// block.
-    static Array Adopt(T* elements, detail::SharedBlock* block) noexcept
-    {
-        Array array;
-        array.m_elements = elements;
-        array.m_block = block;
-        return array;
-    }
-
-    /// Returns an array of copies of the elements, which shares nothing with this one. The clone of a null array is
-    /// null. Throws std::bad_alloc.
+    /// Returns an array of copies of the elements. Elements that are or contain arrays still share theirs with the
+    /// originals. The clone of a null array is null. Throws std::bad_alloc.
     [[nodiscard]] Array Clone() const
     {
         if (!m_elements)
@@ -168,6 +158,11 @@ public:
     friend bool operator==(const Array& a, const Array& b) noexcept { return a.m_elements == b.m_elements; }
 
 private:
+    friend detail::SharedBlock;
+
+    // Takes over one owner of the block that the elements lie in.
+    Array(T* elements, detail::SharedBlock* block) noexcept : m_elements(elements), m_block(block) {}
+
     T* m_elements = nullptr;  // their number is stored in front of them
     detail::SharedBlock* m_block = nullptr;
 };

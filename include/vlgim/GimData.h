@@ -65,7 +65,7 @@ public:
     /// was loaded as for 0. Nothing is logged about the record.
     /// Returns any other error of XmlData::Load if the manifest could not be read. LogError names it, and the object is
     /// empty. Throws std::bad_alloc.
-    int Load(const char* path, const char* basePath = nullptr);
+    [[nodiscard]] int Load(const char* path, const char* basePath = nullptr);
 
     /// Saves the model: all documents that are not empty and, if m_mesh.m_submeshCount is above 0, the mesh. All files
     /// are written and checked before the first is replaced. The manifest is replaced last.
@@ -78,7 +78,7 @@ public:
     /// then, or only some of them (see vlio::FileWriter). A save is refused before any file is replaced if the mesh
     /// can't be written (WhyUnwritable), if the manifest has submesh records but not as many as the mesh has submeshes,
     /// and if two files have the same path.
-    int Save(const char* path, const char* basePath = nullptr);
+    [[nodiscard]] int Save(const char* path, const char* basePath = nullptr);
 
     /// Returns the name of the skeleton file as the manifest gives it; empty if it gives none.
     std::string GetSkeletonName() const;

@@ -31,7 +31,7 @@ public:
     /// result. Returns 1 otherwise; LogError gives the reason. The object is then empty, but after a file that was read
     /// and refused m_anim has its m_path and m_version (vlAnimData::ReadAnimationFile). A file of 4 GiB or more is not
     /// read. Throws std::bad_alloc.
-    int Load(const char* path, const char* basePath = nullptr);
+    [[nodiscard]] int Load(const char* path, const char* basePath = nullptr);
 
     /// Saves the .gis file if m_anim has bones, and the .ags document if it is not empty. All files are written and
     /// checked before the first is replaced. The .gis file is replaced last.
@@ -44,7 +44,7 @@ public:
     /// Returns 0 if everything was saved. Otherwise no file has been replaced, or only some of them (see
     /// vlio::FileWriter), and LogError gives the reason. The result is then what vlAnimData::WriteAnimationFile returns
     /// for the error; it is 1 for an error of the document, and if a file could not be put in place.
-    int Save(const char* path);
+    [[nodiscard]] int Save(const char* path);
 };
 
 /// Loads a skeleton as GisData::Load does. Nothing is logged.

@@ -43,9 +43,6 @@ struct Name32 {
     }
     operator std::string_view() const noexcept { return View(); }
 
-    /// True if the text fills all 32 bytes.
-    bool IsFull() const noexcept { return View().size() == kSize; }
-
     /// Compares the texts; the bytes after the NUL are ignored.
     friend bool operator==(const Name32& a, const Name32& b) noexcept { return a.View() == b.View(); }
     friend bool operator==(const Name32& a, std::string_view b) noexcept { return a.View() == b; }

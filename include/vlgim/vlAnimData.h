@@ -57,7 +57,8 @@ public:
     /// 2.0 to 6.1 was refused.
     /// A read uses at most 64 times the bytes of all files, plus 16 MiB, not counting the file images. A side file that
     /// several clips name counts once. Throws std::bad_alloc; the object is then unchanged.
-    bool ReadAnimationFile(const unsigned char* data, std::uint32_t length, const std::string& path);
+    [[nodiscard]] bool ReadAnimationFile(const unsigned char* data, std::uint32_t length,
+                                         const std::string& path);
 
     /// Writes the file and, if m_async is not 0, the side files. All files are written and checked before the first is
     /// replaced. The .gis file is replaced last.
@@ -82,7 +83,7 @@ public:
     ///   below -6291458 and above 6291458 can move by up to 193 ticks; and the 64 largest ticks become the lowest tick;
     /// - compressed keys are encoded again, with the sign that their form gives to a quaternion, and a component whose
     ///   keys are all equal keeps one key.
-    int WriteAnimationFile(const char* path);
+    [[nodiscard]] int WriteAnimationFile(const char* path);
 
     /// ConvertToDelta turns the keys of all clips into deltas against m_boneTrans; ConvertFromDelta turns them back.
     /// Keys that have the requested form already are left alone. Converting there and back rounds.

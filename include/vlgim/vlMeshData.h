@@ -59,11 +59,11 @@ public:
     /// m_version, m_packMode and m_skeletonFlag are then its values; no block is left. The magic word is not checked. A
     /// read uses at most 64 times `length`, plus 16 MiB, of memory. Throws std::bad_alloc; the object is then
     /// unchanged.
-    bool ReadMeshFile(const unsigned char* data, std::size_t length);
+    [[nodiscard]] bool ReadMeshFile(const unsigned char* data, std::size_t length);
 
     /// Unbounded: all counts and offsets of the file are trusted, and the memory is not limited.
     /// Reads a file image as ReadMeshFile(data, length) does, for a caller who guarantees that the file is intact.
-    bool ReadMeshFile(const unsigned char* data);
+    [[nodiscard]] bool ReadMeshFile(const unsigned char* data);
 
     /// Writes the mesh as version 0x50004 with pack mode 0, whatever m_version and m_packMode are. The file appears as
     /// a whole or not at all, unless it has to be written in place (see vlio::FileWriter).
@@ -81,7 +81,7 @@ public:
     /// Returns 0 if the file was saved. Returns 1 otherwise; LogError gives the reason: "unable to open %s", "failed to
     /// write %s: %s", or why the mesh can't be written. The old file is then unchanged, unless it had to be written in
     /// place. If WhyUnwritable returns an error, no file is opened.
-    int WriteMeshFile(const char* path);
+    [[nodiscard]] int WriteMeshFile(const char* path);
 
     /// Writes the mesh to a stream as WriteMeshFile(path) does.
     /// stream  open for binary writing, able to seek, not in append mode, and at position 0, because offsets in the

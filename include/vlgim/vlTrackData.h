@@ -40,7 +40,7 @@ public:
     ///   file is damaged" with block, channel and byte comes first.
     /// m_version is then the file's if the file has the magic and a version; everything else is unchanged. A read uses
     /// at most 64 times the bytes of the file, plus 16 MiB, not counting the file image. Throws std::bad_alloc.
-    bool Load(const char* path);
+    [[nodiscard]] bool Load(const char* path);
 
     /// Writes a track file of version 0x10001, whatever m_version is. The file appears as a whole or not at all, unless
     /// it has to be written in place (see vlio::FileWriter). Writing changes the channels in memory as WriteData does,

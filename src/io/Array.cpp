@@ -1,4 +1,4 @@
-#include "SharedBlock.h"
+#include "ArrayBlock.h"
 
 #include <basekit/BlockAllocator.h>
 #include <platform/Threads.h>

@@ -1,17 +1,46 @@
 #pragma once
 
 #include "BlockReader.h"
-#include "SharedBlock.h"
 
 #include <basekit/AddressSanitizer.h>
 #include <basekit/BlockAllocator.h>
 #include <vlgim/Array.h>
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <new>
 #include <utility>
 
-namespace vela::vlgim::io {
+namespace vela::vlgim {
+
+/// The start of a block: memory that has the elements of one or several arrays. The number of elements is stored before
+/// each array. Releasing an array only touches the start of its block, which is in the cache.
+struct detail::SharedBlock {
+    std::atomic<std::size_t> owners;
+    std::size_t size;  ///< in bytes, including this head
+
+    /// Makes an array of elements in this block, as one more owner. No other thread may have any of its arrays yet.
+    template <class T>
+    Array<T> Share(T* elements)
+    {
+        owners.store(owners.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        return {elements, this};
+    }
+};
+
+namespace io {
+
+/// Stored before the elements of each array.
+struct ElementsHead {
+    std::size_t padding;
+    std::size_t count;
+};
+
+// Elements start at multiples of this.
+inline constexpr std::size_t kElementsAlignment = 16;
+static_assert(sizeof(detail::SharedBlock) == kElementsAlignment &&
+              sizeof(ElementsHead) == kElementsAlignment);
 
 /// The memory of all arrays of one read, in one allocation. The C library returns large separate arrays to the system
 /// after each model, and the next model faults their pages in again. One block stays.
@@ -74,11 +103,9 @@ public:
 #ifdef VLGIM_ADDRESS_SANITIZER
         return vlgim::Array<T>::ForOverwrite(static_cast<std::size_t>(slot.count));
 #else
-        // No other thread has any of the arrays yet.
-        m_block->owners.store(m_block->owners.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
         auto* const elements = reinterpret_cast<unsigned char*>(m_block) + slot.offset;
         new (elements - sizeof(ElementsHead)) ElementsHead{0, static_cast<std::size_t>(slot.count)};
-        return vlgim::Array<T>::Adopt(reinterpret_cast<T*>(elements), m_block);
+        return m_block->Share(reinterpret_cast<T*>(elements));
 #endif
     }
 
@@ -93,4 +120,6 @@ private:
     detail::SharedBlock* m_block = nullptr;
 };
 
-}  // namespace vela::vlgim::io
+}  // namespace io
+
+}  // namespace vela::vlgim

@@ -107,10 +107,14 @@ public:
 
     /// From now on records the place of each block in `map`, which has to outlive the reader. A copy of the reader does
     /// not record: it passes over bytes again that were already recorded.
-    void Trace(BlockMap& map) { m_map = &map; }
+    void Trace(BlockMap& map)
+    {
+        m_map = &map;
+        m_traced = this;
+    }
 
     /// True if places are recorded, so that they are worth computing.
-    bool IsTraced() const { return m_map && !Failed(); }
+    bool IsTraced() const { return m_traced == this && !Failed(); }
 
     /// Records a range of bytes as a block, or as a field of the current block.
     void Note(Block block, std::uint64_t offset, std::uint64_t end, std::int64_t number = Step::kOnly)
@@ -159,20 +163,13 @@ public:
     template <class T>
     T Value()
     {
-        static_assert(std::is_arithmetic_v<T>);
-        T value{};
-        if (const unsigned char* bytes = Take(1, sizeof(T)))
-            std::memcpy(&value, bytes, sizeof(T));
-        return value;
+        return ValueAt<T>(Take(1, sizeof(T)));
     }
 
     template <class T>
     T Value(Block block)
     {
-        T value{};
-        if (const unsigned char* bytes = Take(block, 1, sizeof(T)))
-            std::memcpy(&value, bytes, sizeof(T));
-        return value;
+        return ValueAt<T>(Take(block, 1, sizeof(T)));
     }
 
     /// Returns true if the budget allows this many more bytes of memory. Otherwise the reader has failed.
@@ -257,21 +254,15 @@ private:
     // Adds the block to the refusal of its own run.
     void NameRefused(Block block);
 
-    // Not copied.
-    struct Tracing {
-        BlockMap* map = nullptr;
-
-        Tracing() = default;
-        Tracing(const Tracing&) {}
-        Tracing& operator=(const Tracing&) = delete;
-        Tracing& operator=(BlockMap* to)
-        {
-            map = to;
-            return *this;
-        }
-        explicit operator bool() const { return map != nullptr; }
-        BlockMap* operator->() const { return map; }
-    };
+    template <class T>
+    static T ValueAt(const unsigned char* bytes)
+    {
+        static_assert(std::is_arithmetic_v<T>);
+        T value{};
+        if (bytes)
+            std::memcpy(&value, bytes, sizeof(T));
+        return value;
+    }
 
     const unsigned char* m_start;
     std::uint64_t m_size;
@@ -281,7 +272,8 @@ private:
     std::uint64_t m_limit = UINT64_MAX;
     Step m_steps[Refusal::kDeepest];  // of the open scopes
     std::size_t m_depth = 0;
-    Tracing m_map;
+    BlockMap* m_map = nullptr;
+    const BlockReader* m_traced = nullptr;  // the reader that records, of all copies
     Refusal m_refusal;
 };
 

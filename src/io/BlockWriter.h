@@ -17,10 +17,8 @@ namespace vela::vlgim::io {
 /// fit the cache, and smaller ones cost system calls.
 class BlockWriter {
 public:
-    /// start  bytes that the sink already has; Position counts them
-    explicit BlockWriter(vlio::Sink& sink, std::uint64_t start = 0)
-        : m_sink(sink), m_buffer(std::make_unique_for_overwrite<unsigned char[]>(kCapacity)),
-          m_handedOver(start)
+    explicit BlockWriter(vlio::Sink& sink)
+        : m_sink(sink), m_buffer(std::make_unique_for_overwrite<unsigned char[]>(kCapacity))
     {
     }
     BlockWriter(const BlockWriter&) = delete;
@@ -49,7 +47,7 @@ public:
         m_used = 0;
     }
 
-    /// The position in bytes from the start of the sink.
+    /// The position in bytes from the first one written.
     std::uint64_t Position() const { return m_handedOver + m_used; }
 
     /// Replaces a value that was already written, in the buffer or in the sink.
@@ -98,7 +96,7 @@ private:
     vlio::Sink& m_sink;
     std::unique_ptr<unsigned char[]> m_buffer;
     std::size_t m_used = 0;
-    std::uint64_t m_handedOver;  // position of the buffered bytes
+    std::uint64_t m_handedOver = 0;  // position of the buffered bytes
 };
 
 }  // namespace vela::vlgim::io

@@ -9,16 +9,19 @@
 #include <string_view>
 #include <utility>
 
-// Errors of objects that can't be written. The place is built on the way out, from the innermost part.
+// Errors of objects and files. The place is built on the way out, from the innermost part.
 namespace vela::vlgim::io {
+
+/// Makes an error of a whole object or file.
+inline Error MakeError(ErrorKind kind, std::string text, std::string file = {})
+{
+    return {kind, 0, std::move(file), "", std::nullopt, std::move(text)};
+}
 
 /// Makes the error of an object that can't be written.
 inline Error Unwritable(std::string text)
 {
-    Error error;
-    error.kind = ErrorKind::Unwritable;
-    error.text = std::move(text);
-    return error;
+    return MakeError(ErrorKind::Unwritable, std::move(text));
 }
 
 /// Returns the same error with `place` as the enclosing place.

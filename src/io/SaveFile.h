@@ -20,20 +20,28 @@ inline void Append(std::vector<Error>* list, const std::vector<Error>& more)
         list->insert(list->end(), more.begin(), more.end());
 }
 
-/// Writes one file, as a whole or not at all (see vlio::FileWriter). write(sink) writes its bytes, or returns an error
-/// that ends the save.
+/// Writes a set of files, as a whole or not at all (see vlio::FileWriter). add(set) opens and writes them, or returns an
+/// error that ends the save.
+template <class Add>
+Error SaveSet(std::vector<Error>* warnings, Add add)
+{
+    vlio::FileWriter set;
+    Error error = add(set);
+    if (!error)
+        error = set.Commit();
+    Append(warnings, set.Warnings());
+    return error;
+}
+
+/// Writes one file in the same way. write(sink) writes its bytes, or returns an error that ends the save.
 template <class Write>
 Error SaveFile(const char* path, std::vector<Error>* warnings, Write write)
 {
-    vlio::FileWriter file;
-    vlio::Sink* sink = nullptr;
-    Error error = file.Open(path, sink);
-    if (!error)
-        error = write(*sink);
-    if (!error)
-        error = file.Commit();
-    Append(warnings, file.Warnings());
-    return error;
+    return SaveSet(warnings, [&](vlio::FileWriter& set) {
+        vlio::Sink* sink = nullptr;
+        Error error = set.Open(path, sink);
+        return error ? error : write(*sink);
+    });
 }
 
 /// Does what the documented stream forms do: calls write(out), or logs the error `why` behind the message if the object
