@@ -113,7 +113,7 @@ void CheckAnimationBytes(const Bytes& file)
     if (isRead || result.findings.empty() || anim.m_version < 0x60000)
         ExpectTold(result, isRead, file, test::Written([&](vlio::Sink& sink) {
                        if (isRead && !WhyUnwritable(anim))
-                           static_cast<void>(anim::WriteFile(sink, anim, {}));
+                           anim::WriteFile(sink, anim);
                    }));
 }
 

@@ -4,7 +4,7 @@
 #include "support/Bytes.h"
 
 #include <anim/AnimFile.h>
-#include <vlio2/Failures.h>
+#include <anim/ClipBlock.h>
 
 #include <algorithm>
 #include <map>
@@ -78,17 +78,20 @@ std::string ClipOf(const std::string& path)
 Files Write(vlAnimData& anim)
 {
     std::map<std::string, test::MemorySink> sinks;
-    const Error error = anim::WriteFile(sinks[""], anim, [&](const std::string& path, vlio::Sink*& sink) {
-        const std::string clip = ClipOf(path);
+    anim::WriteFile(sinks[""], anim);
+    std::vector<std::string> paths;
+    Check(!anim::FindSideFiles(anim, paths), "what can be written has no side files");
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        const std::string clip = ClipOf(paths[i]);
         if (clip.empty())
-            return vlio::Failure(ErrorKind::NotCreated, 0, path.c_str(), "it lies in a folder of its own");
-        sink = &sinks[clip];
-        return Error();
-    });
+            return {};
+        io::BlockWriter out(sinks[clip]);
+        clips::Write(out, anim.m_version, *anim.m_clips[i]);
+    }
     Files files;
     for (auto& [clip, file] : sinks)
         files[clip] = std::move(file.content);
-    return error ? Files() : files;
+    return files;
 }
 
 // Whether the names of the clips make files of this folder, each one of its own.

@@ -49,11 +49,8 @@ Bytes AsyncFile(const Names& names, std::uint32_t baseInfoSize = 1108)
 Bytes Write(vlAnimData& anim)
 {
     return Written([&](vlio::Sink& sink) {
-        const auto noSideFile = [](const std::string& path, vlio::Sink*&) {
-            return vlio::Failure(ErrorKind::NotCreated, 0, path.c_str(), "none is written here");
-        };
         if (!WhyUnwritable(anim))
-            static_cast<void>(anim::WriteFile(sink, anim, noSideFile));
+            anim::WriteFile(sink, anim);
     });
 }
 
@@ -307,17 +304,20 @@ TEST_F(vlAnimDataTest, DeltasAreAgainstTheBoneOfTheSameNameAndWarnAtAWrite)
         expectKeys(true, {-9, -24, 0.5F, 7});
     }
     anim.m_clips.resize(1);
-    EXPECT_EQ(anim.WriteAnimationFile(Path("a.gis").c_str()), 0);
+    const std::string path = Path("a.gis");
+    EXPECT_EQ(anim.WriteAnimationFile(path.c_str()), 0);
     for (int round = 0; round < 2; ++round) {
         anim.ConvertFromDelta();
         expectKeys(false, {1, 6, 1, 7});
     }
     anim.m_clips.clear();
     anim.m_boneCount = 0;
-    EXPECT_EQ(anim.WriteAnimationFile(Path("a.gis").c_str()), 1);
-    EXPECT_EQ(log.lines, (Lines{"W skeletal animation a.gis is written with deltas, which no file tells",
-                                "E skeletal animation a.gis can't be written: it has neither bones nor "
-                                "clips, and is too short to be read"}));
+    EXPECT_EQ(anim.WriteAnimationFile(path.c_str()), 1);
+    EXPECT_EQ(log.lines,
+              (Lines{"W skeletal animation " + path + " is written with deltas, which no file tells",
+                     "E skeletal animation " + path +
+                         " can't be written: it has neither bones nor "
+                         "clips, and is too short to be read"}));
 }
 
 // The bytes of a side file allow for its memory once, however many clips name it.

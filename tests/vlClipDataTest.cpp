@@ -2,7 +2,6 @@
 #include "support/Blocks.h"
 
 #include <anim/ClipBlock.h>
-#include <anim/Ticks.h>
 #include <nameid/NameID.h>
 #include <vlgim/vlClipData.h>
 

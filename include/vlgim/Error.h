@@ -18,13 +18,14 @@ enum class ErrorKind : std::uint8_t {
     Magic,        ///< the file does not begin like a file of its kind
     Version,      ///< the version of the file is not supported, or it belongs to an unknown branch
     Bytes,        ///< a block needs more bytes than the file has left
-    Limit,        ///< a count exceeds what the format or this library allows; also the kind of most warnings
+    Limit,        ///< a count exceeds what the format or this library allows
     Memory,       ///< the file needs more memory than a file of its size may use
     MemoryLimit,  ///< the file needs more memory than the caller allows
     Reference,    ///< something that is named or counted is missing, such as the name of a submesh record
     Unwritable,   ///< the object can't be written so that it reads back the same
     NotCreated,   ///< the system refuses to create or replace the file; Error::code holds its errno value
     NotWritten,  ///< the system refused to write the file or to put it in place; Error::code as for NotCreated
+    Warning,     ///< nothing failed; what the caller should know about a file that was read or written
 };
 
 /// The result of an operation: success, or what went wrong and where. It converts to true for a failure:

@@ -1,40 +1,29 @@
 #pragma once
 
 #include <io/BlockReader.h>
-#include <io/BlockWriter.h>
 #include <vlgim/Error.h>
 #include <vlgim/vlAnimData.h>
 #include <vlio2/FileWriter.h>
 
-#include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
 // The parts of an animation file, and its side files.
 namespace vela::vlgim::anim {
 
-/// Asks what a file begins with, in place of what a load would read: sets m_version, and gives an error where it is not
-/// read here. From then on m_version has no branch number.
-Error ReadHeader(const unsigned char* data, std::size_t length, vlAnimData& anim);
+/// Reads a whole file through `in`, which reads the bytes of `file`, into an animation that has its m_path alone. With
+/// side files their clips are read too; else these have their base info only. After an error it is half read, but for
+/// m_version: that has no branch number once the header is accepted.
+Error ReadFile(io::BlockReader& in, std::span<const unsigned char> file, vlAnimData& anim,
+               bool withSideFiles);
 
-/// Everything from the header up to the clips, of which there are as many as they are counted, all null.
-void ReadHead(io::BlockReader& in, vlAnimData& anim);
+/// Writes the file, but not its side files, of an animation that WhyUnwritable has nothing against.
+void WriteFile(vlio::Sink& sink, vlAnimData& anim);
 
-/// The clips of a file that has them itself.
-void ReadClips(io::BlockReader& in, vlAnimData& anim);
-
-/// The base info of all clips of a file that has them in side files.
-void ReadBaseInfo(io::BlockReader& in, vlAnimData& anim);
-
-/// Gives the sink of a clip's side file, for the path that it would have. The sink stays the callable's own, and is
-/// written to up to the next call.
-using ClipOpener = std::function<Error(const std::string& path, vlio::Sink*& sink)>;
-
-/// Writes the file, and with m_async its side files, of an animation that WhyUnwritable has nothing against.
-Error WriteFile(vlio::Sink& sink, vlAnimData& anim, const ClipOpener& openClip);
-
-/// Everything of the file that is no clip's own: the base info of clips in side files included.
-void WriteHead(io::BlockWriter& out, const vlAnimData& anim);
+/// Gives the paths of the side files, clip by clip; none for an animation that has its clips itself. An error where a
+/// clip can't have a side file of its own.
+Error FindSideFiles(const vlAnimData& anim, std::vector<std::string>& paths);
 
 /// Adds the file and its side files to a set, for the caller to commit: first to open, the .gis is renamed last. After an
 /// error the caller drops the set.

@@ -7,7 +7,9 @@
 #include <vlgim/Error.h>
 #include <vlgim/vlClipData.h>
 
+#include <bit>
 #include <cstdint>
+#include <limits>
 
 // Clips as animation files read and write them: many with one reader each.
 namespace vela::vlgim::clips {
@@ -15,20 +17,40 @@ namespace vela::vlgim::clips {
 /// Bytes of a base info record.
 inline constexpr std::uint32_t kBaseInfoSize = 1108;
 
-/// Passes over a whole clip record and plans its arrays. `clip` is fresh or has its base info.
-void Measure(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, const vlClipData& clip);
+// Key times of files below version 5.2 are integers.
+inline constexpr float kTicksPerUnit = 4.8F;
+static_assert(std::bit_cast<std::uint32_t>(kTicksPerUnit) == 0x4099999A);
+
+inline float TickToTime(std::int32_t tick)
+{
+    return static_cast<float>(tick) / kTicksPerUnit;
+}
+
+/// Rounds half up and cuts, so that negative times come out up to a tick too high. NaN and what does not fit
+/// give the lowest tick, as the processor's own conversion does.
+inline std::int32_t TimeToTick(float time)
+{
+    const double ticks = static_cast<double>(time * kTicksPerUnit) + 0.5;
+    constexpr double kBeyond = 2147483648.0;
+    return ticks > -kBeyond - 1 && ticks < kBeyond ? static_cast<std::int32_t>(ticks)
+                                                   : std::numeric_limits<std::int32_t>::min();
+}
+
+/// Passes over a whole clip record and plans its arrays. The clip gets its name and attributes; where `in` fails, it is
+/// half read.
+void Measure(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, vlClipData& clip);
 
 /// Reads a record that has been measured, again from its start, with the same plan and the arrays that have been
 /// allocated meanwhile. m_keysOffset counts from byte `origin` of the image.
 void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays, std::uint32_t version,
           std::uint64_t origin, vlClipData& clip);
 
-/// Both for the one clip of a side file.
+/// Both for the one clip of a side file. Where `in` fails, the clip is half read.
 /// number  of the clip in the animation
 void ReadSideFile(io::BlockReader& in, std::uint32_t version, vlClipData& clip,
                   std::int64_t number = io::Step::kOnly);
 
-/// Reads a base info record. Where `in` fails, the clip is as it was.
+/// Reads a base info record. Where `in` fails, the clip is half read.
 void ReadBaseInfo(io::BlockReader& in, vlClipData& clip);
 
 /// Writes a whole clip record, of a clip that WhyUnwritable has nothing against.

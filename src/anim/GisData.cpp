@@ -3,6 +3,7 @@
 #include "AnimFile.h"
 
 #include <corecommon/Log.h>
+#include <io/Errors.h>
 #include <io/SaveFile.h>
 #include <vlio2/FileStream.h>
 #include <vlio2/FileWriter.h>
@@ -22,7 +23,7 @@ Error LoadAnimation(vlAnimData& anim, const std::string& path, const LoadOptions
     vlio::Bytes bytes;
     Error error = vlio::ReadFile(path.c_str(), bytes);
     if (!error && bytes.size() > std::numeric_limits<std::uint32_t>::max())
-        error = {ErrorKind::Unreadable, 0, path, "", std::nullopt, "the file has 4 GiB or more"};
+        error = io::MakeError(ErrorKind::Unreadable, "the file has 4 GiB or more", path);
     return error ? error : Load(anim, bytes, path, options, warnings);
 }
 
@@ -59,7 +60,7 @@ int GisData::Load(const char* path, const char* basePath)
         return 1;
     }
     for (const Error& warning : warnings)
-        if (warning.kind != ErrorKind::Limit)
+        if (warning.kind != ErrorKind::Warning)
             LogWarning("Failed to read ags data!\n");
     return 0;
 }
@@ -73,8 +74,8 @@ Error Save(GisData& model, const char* path, std::vector<Error>* warnings)
         const std::string gisPath = vlio::ReplaceFileExtension(path, ".gis");
         error = anim::AddTo(files, model.m_anim, gisPath.c_str(), warnings);
     } else if (!model.m_anim.m_clips.empty()) {
-        io::Append(warnings, {{ErrorKind::Limit, 0, model.m_anim.m_path, "", std::nullopt,
-                               "has clips but no skeleton, and is not saved"}});
+        io::Append(warnings, {io::MakeError(ErrorKind::Warning, "has clips but no skeleton, and is not saved",
+                                            model.m_anim.m_path)});
     }
     if (!error && !model.m_agsXml.IsEmpty())
         error = model.m_agsXml.AddTo(files, vlio::ReplaceFileExtension(path, ".ags").c_str());

@@ -9,12 +9,12 @@
 #include <io/ArrayBlock.h>
 #include <io/Errors.h>
 #include <io/Name.h>
-#include <io/SaveFile.h>
+#include <vlio2/Failures.h>
 #include <vlio2/FileStream.h>
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
-#include <set>
 #include <utility>
 
 namespace vela::vlgim {
@@ -30,7 +30,8 @@ constexpr std::uint32_t kHeaderSize = 8;
 // No file is shorter, whatever it holds; readers have always asked for as much.
 constexpr std::size_t kLeastLength = 40;
 
-constexpr unsigned kBranches = 5;
+constexpr unsigned kBranches = 5;  // in the top byte of the version
+constexpr std::uint32_t kVersionMask = 0xFFFFFF;
 
 static_assert(sizeof(vlTransInfo) == 40);  // as in the file: position, rotation, scale
 
@@ -54,92 +55,27 @@ void ReadSkeleton(io::BlockReader& in, vlAnimData& anim)
         anim.m_boneNameIds[i] = io::LowerAndHash(anim.m_boneNames[i]);
 }
 
-// Names that have no NUL in their field.
-void WarnOfNames(const vlAnimData& anim, std::vector<Error>* warnings)
+// Asks what a file begins with, in place of what a load would read: sets m_version, and gives an error where it is not
+// read here. From then on m_version has no branch number.
+Error ReadHeader(std::span<const unsigned char> file, vlAnimData& anim)
 {
-    for (unsigned i = 0; warnings && i < anim.m_boneCount; ++i)
-        if (anim.m_boneNames[i].bytes[Name32::kSize - 1] != 0)
-            warnings->push_back({ErrorKind::Limit, 0, anim.m_path, "bones", std::nullopt,
-                                 "the name of bone " + std::to_string(i) + " fills its 32 bytes"});
-}
-
-Error ReadSideFile(const std::string& path, vlAnimData& anim, std::size_t slot, io::BlockReader& load,
-                   bool isNew)
-{
-    const bool leaves = LeavesFolder(anim.m_clips[slot]->m_name);
-    vlio::Bytes bytes;
-    Error error =
-        leaves ? Error{ErrorKind::Unreadable, 0, path, "", std::nullopt, "its name leads out of its folder"}
-               : vlio::ReadFile(path.c_str(), bytes);
-    if (error.kind == ErrorKind::NotFound) {
-        anim.m_clips[slot].reset();
-        return {};
-    }
-    if (error)
-        return error;
-    io::BlockReader in(bytes);
-    in.JoinBudget(load, isNew ? bytes.size() : 0);
-    clips::ReadSideFile(in, anim.m_version, *anim.m_clips[slot], static_cast<std::int64_t>(slot));
-    load.JoinBudget(in, 0);
-    return in.WhyRefused().AsError(path);
-}
-
-Error ReadSideFiles(io::BlockReader& in, vlAnimData& anim)
-{
-    const auto folder = SideFolder(anim.m_path);
-    if (!folder)
-        return {ErrorKind::Reference, 0,
-                anim.m_path,          "",
-                std::nullopt,         "the path has no dot, so that no folder of side files belongs to it"};
-    std::set<std::string> read;
-    for (std::size_t i = 0; i < anim.m_clips.size(); ++i) {
-        const auto scope = in.Enter(Block::BaseInfo, static_cast<std::int64_t>(i));
-        if (!in.Spend(sizeof(vlClipData)))
-            return in.WhyRefused().AsError(anim.m_path);
-        anim.m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
-        if (anim.m_version < kSideFiles)
-            continue;
-        clips::ReadBaseInfo(in, *anim.m_clips[i]);
-        if (in.Failed())
-            return in.WhyRefused().AsError(anim.m_path);
-        const std::string path = SidePath(*folder, *anim.m_clips[i]);
-        // However many clips name a file, its bytes allow for their memory once.
-        if (Error error = ReadSideFile(path, anim, i, in, read.insert(path).second))
-            return error;
-    }
-    return {};
-}
-
-Error ReadBody(io::BlockReader& in, vlAnimData& anim, std::vector<Error>* warnings)
-{
-    ReadHead(in, anim);
-    WarnOfNames(anim, warnings);
-    if (!in.Failed() && anim.m_async != 0)
-        return ReadSideFiles(in, anim);
-    ReadClips(in, anim);
-    return in.WhyRefused().AsError(anim.m_path);
-}
-
-}  // namespace
-
-Error ReadHeader(const unsigned char* data, std::size_t length, vlAnimData& anim)
-{
-    if (data && length >= kHeaderSize)
-        io::CopyRun(&anim.m_version, data + 4, 1);
+    if (file.size() >= kHeaderSize)
+        io::CopyRun(&anim.m_version, file.data() + 4, 1);
     const auto refuse = [](ErrorKind kind, std::uint64_t offset, std::string text) {
         return Error{kind, 0, "", "header", offset, std::move(text)};
     };
     // A length is a signed number of 32 bits to those who load it.
-    if (!data || length < kLeastLength || length > std::numeric_limits<std::int32_t>::max())
+    if (file.size() < kLeastLength || file.size() > std::numeric_limits<std::int32_t>::max())
         return refuse(ErrorKind::Magic, 0,
-                      "an animation has from 40 bytes to 2 GiB, and this file has " + std::to_string(length));
-    if (std::memcmp(data, kGisMagic, sizeof kGisMagic) != 0)
+                      "an animation has from 40 bytes to 2 GiB, and this file has " +
+                          std::to_string(file.size()));
+    if (std::memcmp(file.data(), kGisMagic, sizeof kGisMagic) != 0)
         return refuse(ErrorKind::Magic, 0, "an animation begins with RGIS");
     const unsigned branch = anim.m_version >> 24;
     if (branch >= kBranches)
         return refuse(ErrorKind::Version, 4,
                       "the animation belongs to branch " + std::to_string(branch) + ", and 0 to 4 are read");
-    const std::uint32_t version = anim.m_version & 0xFFFFFF;
+    const std::uint32_t version = anim.m_version & kVersionMask;
     if (version >= kOldestGisVersion && version <= kNewestGisVersion)
         anim.m_version = version;
     if (version < kOldestReadVersion || version > kNewestGisVersion)
@@ -148,6 +84,7 @@ Error ReadHeader(const unsigned char* data, std::size_t length, vlAnimData& anim
     return {};
 }
 
+// Everything from the header up to the clips, of which there are as many as they are counted, all null.
 void ReadHead(io::BlockReader& in, vlAnimData& anim)
 {
     {
@@ -173,71 +110,127 @@ void ReadHead(io::BlockReader& in, vlAnimData& anim)
         anim.m_clips.resize(clipCount);
 }
 
-// All clips are measured ahead of the first that is filled, so that their arrays lie in one block: the C library
-// keeps that for the next file, where many small ones went back to the system and were faulted in anew.
+// Makes the clips one after the other, and calls read(number) for each until one says that the read ends.
+template <class Read>
+void ForEachNewClip(io::BlockReader& in, vlAnimData& anim, Block block, Read read)
+{
+    for (std::size_t i = 0; i < anim.m_clips.size(); ++i) {
+        const auto scope = in.Enter(block, static_cast<std::int64_t>(i));
+        if (!in.Spend(sizeof(vlClipData)))
+            return;
+        anim.m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
+        if (!read(i))
+            return;
+    }
+}
+
+// The clips of a file that has them itself. All are measured ahead of the first that is filled, so that their arrays
+// lie in one block: the C library keeps that for the next file, where many small ones went back to the system and were
+// faulted in anew.
 void ReadClips(io::BlockReader& in, vlAnimData& anim)
 {
     io::BlockReader again = in;
     io::ArrayBlock arrays, plan;
-    for (std::size_t i = 0; i < anim.m_clips.size() && !in.Failed(); ++i) {
-        const auto scope = in.Enter(Block::Clip, static_cast<std::int64_t>(i));
-        if (!in.Spend(sizeof(vlClipData)))
-            return;
-        anim.m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
+    ForEachNewClip(in, anim, Block::Clip, [&](std::size_t i) {
         clips::Measure(in, arrays, anim.m_version, *anim.m_clips[i]);
-        if (!arrays.IsAffordable(in))
-            return;
-    }
+        return arrays.IsAffordable(in);
+    });
     if (!arrays.Allocate(in))
         return;
     for (const auto& clip : anim.m_clips)
         clips::Fill(again, plan, arrays, anim.m_version, kHeaderSize, *clip);
 }
 
-void ReadBaseInfo(io::BlockReader& in, vlAnimData& anim)
+// Where the file is missing, the clip becomes null.
+Error ReadSideFile(io::BlockReader& load, vlAnimData& anim, std::size_t slot, const std::string& folder,
+                   bool isNew)
 {
-    for (std::size_t i = 0; i < anim.m_clips.size() && !in.Failed(); ++i) {
-        const auto scope = in.Enter(Block::BaseInfo, static_cast<std::int64_t>(i));
-        if (!in.Spend(sizeof(vlClipData)))
-            return;
-        anim.m_clips[i] = std::make_shared<vlClipData>();
-        if (anim.m_version >= kSideFiles)
-            clips::ReadBaseInfo(in, *anim.m_clips[i]);
+    std::string path;
+    vlio::Bytes bytes;
+    Error error = FindSideFile(folder, *anim.m_clips[slot], ErrorKind::Unreadable, path);
+    if (!error)
+        error = vlio::ReadFile(path.c_str(), bytes);
+    if (error.kind == ErrorKind::NotFound) {
+        anim.m_clips[slot].reset();
+        return {};
     }
+    if (error)
+        return error;
+    io::BlockReader in(bytes);
+    in.JoinBudget(load, isNew ? bytes.size() : 0);
+    clips::ReadSideFile(in, anim.m_version, *anim.m_clips[slot], static_cast<std::int64_t>(slot));
+    load.JoinBudget(in, 0);
+    return in.WhyRefused().AsError(path);
+}
+
+// The base info of all clips, and their side files where these are asked for.
+Error ReadRecords(io::BlockReader& in, vlAnimData& anim, bool withSideFiles)
+{
+    std::string folder;
+    if (Error error = withSideFiles ? FindSideFolder(anim.m_path, folder) : Error())
+        return error;
+    ClipNames names;
+    Error error;
+    ForEachNewClip(in, anim, Block::BaseInfo, [&](std::size_t i) {
+        if (!HasSideFiles(anim))
+            return true;
+        clips::ReadBaseInfo(in, *anim.m_clips[i]);
+        // However many clips name a file, its bytes allow for their memory once.
+        if (withSideFiles && !in.Failed())
+            error = ReadSideFile(in, anim, i, folder, names.Add(*anim.m_clips[i], i) == i);
+        return !error;
+    });
+    return error ? error : in.WhyRefused().AsError(anim.m_path);
+}
+
+// Names that have no NUL in their field.
+void WarnOfNames(const vlAnimData& anim, std::vector<Error>* warnings)
+{
+    for (unsigned i = 0; warnings && i < anim.m_boneCount; ++i)
+        if (anim.m_boneNames[i].bytes[Name32::kSize - 1] != 0)
+            warnings->push_back(io::Inside(
+                "bones",
+                io::MakeError(ErrorKind::Warning,
+                              "the name of bone " + std::to_string(i) + " fills its 32 bytes", anim.m_path)));
+}
+
+}  // namespace
+
+Error ReadFile(io::BlockReader& in, std::span<const unsigned char> file, vlAnimData& anim, bool withSideFiles)
+{
+    if (Error error = ReadHeader(file, anim))
+        return error;
+    ReadHead(in, anim);
+    if (!in.Failed() && anim.m_async != 0)
+        return ReadRecords(in, anim, withSideFiles);
+    ReadClips(in, anim);
+    return in.WhyRefused().AsError(anim.m_path);
 }
 
 bool LogRead(const Error& error, const vlAnimData& anim, const std::vector<Error>& warnings)
 {
-    const std::uint32_t version = anim.m_version & 0xFFFFFF;
     for (const Error& warning : warnings)
-        if (warning.kind == ErrorKind::Limit)
+        if (warning.kind == ErrorKind::Warning)
             LogError("incorrect gis file!");
-    switch (error.kind) {
-    case ErrorKind::None:
+    if (!error)
         return true;
-    case ErrorKind::Magic:
-        LogError("Bad format in skeletal animation file!");
-        return false;
-    case ErrorKind::Version:
-        if (anim.m_version >> 24 >= kBranches)
-            LogError("Skeletal animation file version is not suitable for current branch!");
-        else if (version < kOldestGisVersion || version > kNewestGisVersion)
-            LogError("Skeletal animation file version too %s!", version < kOldestGisVersion ? "old" : "new");
-        else
-            break;
-        LogError("Bad format in skeletal animation file!");
-        return false;
-    case ErrorKind::Unreadable:
+    const bool isKnown = anim.m_version >= kOldestGisVersion && anim.m_version <= kNewestGisVersion;
+    if (error.kind == ErrorKind::Unreadable)
         LogError("Failed to read file : %s\n", error.file.c_str());
-        break;
-    case ErrorKind::Reference:
+    else if (error.kind == ErrorKind::Reference)
         LogError("Unable to open seperate animation file %s", error.file.c_str());
-        break;
-    default:
+    else if (error.kind == ErrorKind::Version && anim.m_version >> 24 >= kBranches)
+        LogError("Skeletal animation file version is not suitable for current branch!");
+    else if (error.kind == ErrorKind::Version && !isKnown)
+        LogError("Skeletal animation file version too %s!",
+                 (anim.m_version & kVersionMask) < kOldestGisVersion ? "old" : "new");
+    else if (error.kind != ErrorKind::Version && error.kind != ErrorKind::Magic)
         LogError("gis file is damaged: %s",
                  error.file == anim.m_path ? vlio::WithoutFile(error).c_str() : error.Message().c_str());
-    }
-    LogError("Bad format in skeletal animation, version %u.x!", std::min(version >> 16, 5U));
+    if (isKnown && error.kind != ErrorKind::Magic)
+        LogError("Bad format in skeletal animation, version %u.x!", std::min(anim.m_version >> 16, 5U));
+    else
+        LogError("Bad format in skeletal animation file!");
     return false;
 }
 
@@ -248,12 +241,10 @@ Error Load(vlAnimData& anim, std::span<const unsigned char> file, const std::str
 {
     vlAnimData read;
     read.m_path = path;
-    Error error = anim::ReadHeader(file.data(), file.size(), read);
-    if (!error) {
-        io::BlockReader in(file);
-        in.LimitMemory(options.memoryLimit);
-        error = anim::ReadBody(in, read, warnings);
-    }
+    io::BlockReader in(file);
+    in.LimitMemory(options.memoryLimit);
+    Error error = anim::ReadFile(in, file, read, true);
+    anim::WarnOfNames(read, warnings);
     if (error) {
         vlAnimData refused;
         refused.m_path = std::move(read.m_path);

@@ -4,12 +4,13 @@
 
 namespace vela::vlgim {
 
-// Calls convert(keys, reference) for each bone of each clip that the skeleton has.
 namespace {
 
-template <class Convert>
-void ForEachBone(vlAnimData& anim, Convert convert)
+// Converts the keys of each bone of each clip that the skeleton has, unless they have this form.
+void Convert(vlAnimData& anim, bool toDelta, void (vlTransKeysData::*convert)(const vlTransInfo&))
 {
+    if (anim.m_isDelta == toDelta)
+        return;
     const std::int32_t* first = anim.m_boneNameIds;
     const std::int32_t* last =
         first + std::min<std::size_t>({anim.m_boneCount, vlAnimData::kMaxBones, anim.m_boneTrans.size()});
@@ -20,28 +21,21 @@ void ForEachBone(vlAnimData& anim, Convert convert)
             std::min<std::size_t>({clip->m_boneCount, vlClipData::kMaxBones, clip->m_keys.size()});
         for (std::size_t i = 0; i < count; ++i)
             if (const auto found = std::find(first, last, clip->m_boneNameIds[i]); found != last)
-                convert(clip->m_keys[i], anim.m_boneTrans[static_cast<std::size_t>(found - first)]);
+                (clip->m_keys[i].*convert)(anim.m_boneTrans[static_cast<std::size_t>(found - first)]);
     }
+    anim.m_isDelta = toDelta;
 }
 
 }  // namespace
 
 void vlAnimData::ConvertToDelta()
 {
-    if (m_isDelta)
-        return;
-    ForEachBone(*this,
-                [](vlTransKeysData& keys, const vlTransInfo& reference) { keys.ConvertToDelta(reference); });
-    m_isDelta = true;
+    Convert(*this, true, &vlTransKeysData::ConvertToDelta);
 }
 
 void vlAnimData::ConvertFromDelta()
 {
-    if (!m_isDelta)
-        return;
-    ForEachBone(
-        *this, [](vlTransKeysData& keys, const vlTransInfo& reference) { keys.ConvertFromDelta(reference); });
-    m_isDelta = false;
+    Convert(*this, false, &vlTransKeysData::ConvertFromDelta);
 }
 
 }  // namespace vela::vlgim

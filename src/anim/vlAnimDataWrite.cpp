@@ -10,7 +10,7 @@
 #include <io/SaveFile.h>
 
 #include <limits>
-#include <set>
+#include <utility>
 
 namespace vela::vlgim {
 
@@ -21,22 +21,15 @@ std::string Numbered(std::size_t clip)
     return "clip " + std::to_string(clip);
 }
 
-Error Refuse(ErrorKind kind, std::string block, std::string text)
-{
-    Error error = io::Inside(std::move(block), io::Unwritable(std::move(text)));
-    error.kind = kind;
-    return error;
-}
-
 // What keeps the clips from being a list that reads back as long as it is.
 Error WhyUncountable(const vlAnimData& anim)
 {
     if (anim.m_clips.size() > std::numeric_limits<std::uint16_t>::max())
-        return Refuse(ErrorKind::Limit, "",
-                      std::to_string(anim.m_clips.size()) + " clips, and a file has room for 65535");
+        return io::MakeError(ErrorKind::Limit,
+                             std::to_string(anim.m_clips.size()) + " clips, and a file has room for 65535");
     for (std::size_t i = 0; i < anim.m_clips.size(); ++i)
         if (!anim.m_clips[i])
-            return Refuse(ErrorKind::Reference, Numbered(i), "its side file was missing");
+            return io::Inside(Numbered(i), io::MakeError(ErrorKind::Reference, "its side file was missing"));
     return {};
 }
 
@@ -57,7 +50,7 @@ Error WhySkeletonUnwritable(const vlAnimData& anim)
 
 Error WhyClipsUnwritable(const vlAnimData& anim)
 {
-    const bool hasNoPlace = anim.m_async != 0 && anim.m_version < kSideFiles;
+    const bool hasNoPlace = anim.m_async != 0 && !anim::HasSideFiles(anim);
     for (std::size_t i = 0; i < anim.m_clips.size(); ++i) {
         const vlClipData& clip = *anim.m_clips[i];
         Error why;
@@ -74,7 +67,7 @@ Error WhyClipsUnwritable(const vlAnimData& anim)
 // Readers refuse a file below 40 bytes, and a skeleton or a record makes one longer.
 Error WhyTooShort(const vlAnimData& anim)
 {
-    const bool hasRecords = !anim.m_clips.empty() && (anim.m_async == 0 || anim.m_version >= kSideFiles);
+    const bool hasRecords = !anim.m_clips.empty() && (anim.m_async == 0 || anim::HasSideFiles(anim));
     if (anim.m_boneCount == 0 && !hasRecords)
         return io::Unwritable("it has neither bones nor clips, and is too short to be read");
     return {};
@@ -82,103 +75,92 @@ Error WhyTooShort(const vlAnimData& anim)
 
 Error WhySideFilesUnwritable(const vlAnimData& anim)
 {
-    if (anim.m_async == 0)
-        return {};
-    const auto folder = anim::SideFolder(anim.m_path);
-    if (!folder)
-        return Refuse(ErrorKind::Reference, "",
-                      "the path has no dot, so that no folder of side files belongs to it");
-    std::set<std::string> names;
-    for (std::size_t i = 0; i < anim.m_clips.size() && anim.m_version >= kSideFiles; ++i) {
-        const std::string name(anim.m_clips[i]->m_name.View());
-        if (!names.insert(name).second)
-            return Refuse(ErrorKind::Reference, Numbered(i), "another has its name, " + name);
-        if (anim::LeavesFolder(name))
-            return {ErrorKind::NotCreated,
-                    0,
-                    anim::SidePath(*folder, *anim.m_clips[i]),
-                    Numbered(i),
-                    std::nullopt,
-                    "its name leads out of its folder"};
-    }
-    return {};
+    std::vector<std::string> paths;
+    return anim::FindSideFiles(anim, paths);
 }
 
-void WriteSkeleton(io::BlockWriter& out, const vlAnimData& anim)
+// Of the animation as the file `path`, where no other file is to blame.
+Error WhyUnwritableAs(const vlAnimData& anim, const std::string& path)
 {
-    out.Value(anim.m_boneCount);
-    out.Run(anim.m_boneNames.data(), anim.m_boneCount);
-    out.Run(anim.m_boneTrans.data(), anim.m_boneCount);
+    for (const auto ask :
+         {WhyUncountable, WhySkeletonUnwritable, WhyClipsUnwritable, WhyTooShort, WhySideFilesUnwritable})
+        if (Error why = ask(anim)) {
+            if (why.file.empty())
+                why.file = path;
+            return why;
+        }
+    return {};
 }
 
 }  // namespace
 
 Error WhyUnwritable(const vlAnimData& anim)
 {
-    for (const auto ask :
-         {WhyUncountable, WhySkeletonUnwritable, WhyClipsUnwritable, WhyTooShort, WhySideFilesUnwritable})
-        if (Error why = ask(anim)) {
-            if (why.file.empty())
-                why.file = anim.m_path;
-            return why;
-        }
-    return {};
+    return WhyUnwritableAs(anim, anim.m_path);
 }
 
 namespace anim {
 
-void WriteHead(io::BlockWriter& out, const vlAnimData& anim)
+Error FindSideFiles(const vlAnimData& anim, std::vector<std::string>& paths)
 {
-    out.Run(kGisMagic, sizeof kGisMagic);
-    out.Value(anim.m_version);
-    out.Value(static_cast<std::uint16_t>(anim.m_clips.size()));
-    if (anim.m_version < kSkeleton)
-        return;
-    WriteSkeleton(out, anim);
-    out.Value(anim.m_async);
-    if (anim.m_async == 0 || anim.m_version < kSideFiles)
-        return;
-    out.Value(clips::kBaseInfoSize);
-    for (const auto& clip : anim.m_clips)
-        clips::WriteBaseInfo(out, *clip);
-}
-
-Error WriteFile(vlio::Sink& sink, vlAnimData& anim, const ClipOpener& openClip)
-{
-    {
-        // Whole and handed over before the first side file: opening one may end the sink of the file before it.
-        io::BlockWriter out(sink);
-        WriteHead(out, anim);
-        for (const auto& clip : anim.m_clips)
-            if (anim.m_async == 0)
-                clips::Write(out, anim.m_version, *clip);
-    }
-    if (anim.m_async == 0 || anim.m_version < kSideFiles)
-        return {};
-    const std::string folder = SideFolder(anim.m_path).value_or("");
-    for (const auto& clip : anim.m_clips) {
-        vlio::Sink* side = nullptr;
-        if (Error error = openClip(SidePath(folder, *clip), side))
-            return error;
-        io::BlockWriter out(*side);
-        clips::Write(out, anim.m_version, *clip);
+    std::string folder;
+    if (Error why = anim.m_async != 0 ? FindSideFolder(anim.m_path, folder) : Error())
+        return why;
+    ClipNames names;
+    for (std::size_t i = 0; HasSideFiles(anim) && i < anim.m_clips.size(); ++i) {
+        const vlClipData& clip = *anim.m_clips[i];
+        Error why = FindSideFile(folder, clip, ErrorKind::NotCreated, paths.emplace_back());
+        if (names.Add(clip, i) != i)
+            why = io::MakeError(ErrorKind::Reference,
+                                "another has its name, " + std::string(clip.m_name.View()));
+        if (why)
+            return io::Inside(Numbered(i), std::move(why));
     }
     return {};
 }
 
+void WriteFile(vlio::Sink& sink, vlAnimData& anim)
+{
+    io::BlockWriter out(sink);
+    out.Run(kGisMagic, sizeof kGisMagic);
+    out.Value(anim.m_version);
+    out.Value(static_cast<std::uint16_t>(anim.m_clips.size()));
+    if (anim.m_version >= kSkeleton) {
+        out.Value(anim.m_boneCount);
+        out.Run(anim.m_boneNames.data(), anim.m_boneCount);
+        out.Run(anim.m_boneTrans.data(), anim.m_boneCount);
+        out.Value(anim.m_async);
+    }
+    if (HasSideFiles(anim))
+        out.Value(clips::kBaseInfoSize);
+    for (const auto& clip : anim.m_clips)
+        if (anim.m_async == 0)
+            clips::Write(out, anim.m_version, *clip);
+        else if (HasSideFiles(anim))
+            clips::WriteBaseInfo(out, *clip);
+}
+
 Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path, std::vector<Error>* warnings)
 {
-    if (Error why = WhyUnwritable(anim))
+    if (Error why = WhyUnwritableAs(anim, path))
         return why;
     vlio::Sink* sink = nullptr;
     if (Error error = set.Open(path, sink))
         return error;
     if (anim.m_isDelta)
-        io::Append(warnings, {{ErrorKind::Limit, 0, anim.m_path, "", std::nullopt,
-                               "is written with deltas, which no file tells"}});
-    return WriteFile(*sink, anim, [&set](const std::string& side, vlio::Sink*& opened) {
-        return set.Open(side.c_str(), opened);
-    });
+        io::Append(warnings,
+                   {io::MakeError(ErrorKind::Warning, "is written with deltas, which no file tells", path)});
+    WriteFile(*sink, anim);
+    std::vector<std::string> sidePaths;
+    if (Error error = FindSideFiles(anim, sidePaths))
+        return error;
+    for (std::size_t i = 0; i < sidePaths.size(); ++i) {
+        if (Error error = set.Open(sidePaths[i].c_str(), sink))
+            return error;
+        io::BlockWriter out(*sink);
+        clips::Write(out, anim.m_version, *anim.m_clips[i]);
+    }
+    return {};
 }
 
 int LogSave(const Error& error)
@@ -195,12 +177,8 @@ int LogSave(const Error& error)
 
 Error Save(vlAnimData& anim, const char* path, std::vector<Error>* warnings)
 {
-    vlio::FileWriter set;
-    Error error = anim::AddTo(set, anim, path, warnings);
-    if (!error)
-        error = set.Commit();
-    io::Append(warnings, set.Warnings());
-    return error;
+    return io::SaveSet(warnings,
+                       [&](vlio::FileWriter& set) { return anim::AddTo(set, anim, path, warnings); });
 }
 
 int vlAnimData::WriteAnimationFile(const char* path)

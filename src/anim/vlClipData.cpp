@@ -1,15 +1,15 @@
 #include "AnimVersions.h"
 #include "ClipBlock.h"
-#include "Ticks.h"
 
-#include <io/ArrayBlock.h>
+#include <io/Errors.h>
 #include <io/Name.h>
+#include <io/SaveFile.h>
 #include <keys/KeyTimesBlock.h>
 #include <keys/TransKeysBlock.h>
 #include <track/TrackBlock.h>
 
 #include <algorithm>
-#include <cstring>
+#include <type_traits>
 #include <utility>
 
 namespace vela::vlgim {
@@ -19,113 +19,91 @@ namespace {
 using io::Block;
 
 constexpr std::uint32_t kVersionMask = 0xFFFFFF;
+constexpr std::uint8_t kNoPivotTrack = 0;
+constexpr const char* kCantBeWritten = "clip can't be written";
 
-// Bytes behind a NUL are kept; the last one is always a NUL.
-void SetNames(vlClipData& clip, const unsigned char* names)
+// Visits the attributes that a version has, in file order. They stand together in clip info and in base info records.
+template <class Clip, class Visit>
+void ForEachAttribute(Clip& clip, std::uint32_t version, Visit visit)
 {
-    io::CopyRun(&clip.m_name, names, 1);
-    io::CopyRun(&clip.m_name2, names + Name32::kSize, 1);
+    if (version >= kAttrWord)
+        visit(clip.m_attrWord);
+    visit(clip.m_attrByte0);
+    visit(clip.m_attrByte1);
+    visit(clip.m_attrShort);
+    visit(clip.m_attrLong);
+    if (version >= kCompressedKeys)
+        visit(clip.m_compressFlags);
+    if (version >= kSharedKeyTimes)
+        visit(clip.m_keyLayout);
+}
+
+bool HasKeyData(const vlClipData& clip)
+{
+    return clip.m_keyLayout == KEY_LAYOUT_SHARED || clip.m_keyLayout == KEY_LAYOUT_PER_BONE;
+}
+
+void ReadNames(io::BlockReader& in, vlClipData& clip)
+{
+    if (const unsigned char* names = in.Take(2, Name32::kSize)) {
+        io::CopyRun(&clip.m_name, names, 1);
+        io::CopyRun(&clip.m_name2, names + Name32::kSize, 1);
+    }
+    // Bytes behind a NUL are kept; the last one is always a NUL.
     clip.m_name.bytes[Name32::kSize - 1] = clip.m_name2.bytes[Name32::kSize - 1] = 0;
+    clip.m_boneCount = in.Count<std::uint16_t>(vlClipData::kMaxBones);
 }
 
-// Attributes that stand together in clip info and in base info records.
-struct Attributes {
-    std::uint32_t attrWord;
-    std::uint8_t attrByte0, attrByte1;
-    std::uint16_t attrShort;
-    std::uint32_t attrLong;
-    std::uint8_t compressFlags, keyLayout;
+void ReadAttributes(io::BlockReader& in, std::uint32_t version, vlClipData& clip)
+{
+    clip.m_keyLayout = KEY_LAYOUT_PER_BONE;  // the only one before the version that tells it
+    ForEachAttribute(clip, version,
+                     [&in](auto& value) { value = in.Value<std::remove_reference_t<decltype(value)>>(); });
+    if (version >= kSharedKeyTimes)
+        in.Note(Block::Layout, in.Offset() - sizeof clip.m_keyLayout, in.Offset());
+}
+
+// A run in the file image that becomes an array.
+template <class T>
+struct Run {
+    const unsigned char* bytes = nullptr;
+    std::uint16_t count = 0;
+    io::ArrayBlock::Slot<T> slot;
 };
 
-Attributes ReadAttributes(io::BlockReader& in, std::uint32_t version, const vlClipData& clip)
-{
-    Attributes read{};
-    read.attrWord = version >= kAttrWord ? in.Value<std::uint32_t>() : clip.m_attrWord;
-    read.attrByte0 = in.Value<std::uint8_t>();
-    read.attrByte1 = in.Value<std::uint8_t>();
-    read.attrShort = in.Value<std::uint16_t>();
-    read.attrLong = in.Value<std::uint32_t>();
-    read.compressFlags = version >= kCompressedKeys ? in.Value<std::uint8_t>() : clip.m_compressFlags;
-    read.keyLayout = version >= kSharedKeyTimes ? in.Value<std::uint8_t>(Block::Layout) : KEY_LAYOUT_PER_BONE;
-    return read;
-}
-
-void SetAttributes(vlClipData& clip, const Attributes& attributes)
-{
-    clip.m_attrWord = attributes.attrWord;
-    clip.m_attrByte0 = attributes.attrByte0;
-    clip.m_attrByte1 = attributes.attrByte1;
-    clip.m_attrShort = attributes.attrShort;
-    clip.m_attrLong = attributes.attrLong;
-    clip.m_compressFlags = attributes.compressFlags;
-    clip.m_keyLayout = attributes.keyLayout;
-}
-
-// Clip info that has been measured.
-struct MeasuredInfo {
-    const unsigned char* names;      // both
-    const unsigned char* boneNames;  // 32 bytes each
-    std::uint16_t boneCount;
-    Attributes attributes;
-    io::ArrayBlock::Slot<Name32> slot;
-};
-
-MeasuredInfo MeasureInfo(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version,
-                         const vlClipData& clip)
+// Clip info, but for the names of the bones, which are planned.
+Run<Name32> ReadInfo(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, vlClipData& clip)
 {
     const auto scope = in.Enter(Block::ClipInfo);
-    MeasuredInfo info{};
-    info.names = in.Take(2, Name32::kSize);
-    info.boneCount = in.Count<std::uint16_t>(vlClipData::kMaxBones);
-    info.boneNames = in.Take(Block::BoneNames, info.boneCount, Name32::kSize);
-    info.attributes = ReadAttributes(in, version & kVersionMask, clip);
-    info.slot = arrays.Plan<Name32>(info.boneCount);
-    return info;
+    ReadNames(in, clip);
+    const std::uint16_t count = clip.m_boneCount;
+    const unsigned char* names = in.Take(Block::BoneNames, count, Name32::kSize);
+    ReadAttributes(in, version, clip);
+    return {names, count, arrays.Plan<Name32>(count)};
 }
 
-void FillInfo(const MeasuredInfo& info, const io::ArrayBlock& arrays, vlClipData& clip)
+void FillInfo(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays, std::uint32_t version,
+              vlClipData& clip)
 {
-    clip.m_boneNames = arrays.Array(info.slot);
-    SetNames(clip, info.names);
-    SetAttributes(clip, info.attributes);
-    clip.m_boneCount = info.boneCount;
-    io::CopyRun(clip.m_boneNames.data(), info.boneNames, info.boneCount);
-    for (unsigned i = 0; i < info.boneCount; ++i)
+    const Run<Name32> names = ReadInfo(in, plan, version, clip);
+    clip.m_boneNames = arrays.Array(names.slot);
+    io::CopyRun(clip.m_boneNames.data(), names.bytes, names.count);
+    for (unsigned i = 0; i < names.count; ++i)
         clip.m_boneNameIds[i] = io::Hash(clip.m_boneNames[i]);
 }
 
-// What tells how key data lie in a file.
-struct KeyDataForm {
-    std::uint32_t version;
-    std::uint16_t boneCount;
-    std::uint8_t keyLayout, compressFlags;
-
-    bool HasTicks() const { return version < kCompressedKeys; }
-};
-
-KeyDataForm FormOf(const MeasuredInfo& info, std::uint32_t version)
+Run<float> MeasureTimes(io::BlockReader& in)
 {
-    return {version, info.boneCount, info.attributes.keyLayout, info.attributes.compressFlags};
-}
-
-struct MeasuredTimes {
-    const unsigned char* run = nullptr;  // in the file image, 4 bytes each
-    unsigned short count = 0;
-    io::ArrayBlock::Slot<float> slot;  // of a bone; shared times own their array
-};
-
-MeasuredTimes MeasureTimes(io::BlockReader& in)
-{
-    MeasuredTimes times;
-    times.count = in.Value<unsigned short>();
-    times.run = in.Take(Block::Times, times.count, sizeof(float));
+    Run<float> times;
+    times.count = in.Value<std::uint16_t>();
+    times.bytes = in.Take(Block::Times, times.count, sizeof(float));
     return times;
 }
 
-// The times of all bones, where they have them together.
-MeasuredTimes MeasureSharedTimes(io::BlockReader& in, const KeyDataForm& form)
+// The times of all bones, where they have them together. They own their array, and nothing is planned for it.
+Run<float> MeasureSharedTimes(io::BlockReader& in, const vlClipData& clip)
 {
-    if (form.keyLayout != KEY_LAYOUT_SHARED)
+    if (clip.m_keyLayout != KEY_LAYOUT_SHARED)
         return {};
     const auto scope = in.Enter(Block::KeyTimes);
     return MeasureTimes(in);
@@ -133,49 +111,41 @@ MeasuredTimes MeasureSharedTimes(io::BlockReader& in, const KeyDataForm& form)
 
 // Goes through the bones of the key data, planning their arrays, and hands on the times and keys of each.
 template <class Visit>
-void WalkBones(io::BlockReader& in, io::ArrayBlock& arrays, const KeyDataForm& form, MeasuredTimes times,
-               Visit visit)
+void WalkBones(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, const vlClipData& clip,
+               Run<float> times, Visit visit)
 {
-    if (form.keyLayout != KEY_LAYOUT_SHARED && form.keyLayout != KEY_LAYOUT_PER_BONE)
-        return;
-    for (unsigned i = 0; i < form.boneCount && !in.Failed(); ++i) {
+    const unsigned char flags = version < kCompressedKeys ? std::uint8_t{0} : clip.m_compressFlags;
+    for (unsigned i = 0; HasKeyData(clip) && i < clip.m_boneCount && !in.Failed(); ++i) {
         const auto scope = in.Enter(Block::Bone, i);
-        if (form.keyLayout == KEY_LAYOUT_PER_BONE) {
+        if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE) {
             times = MeasureTimes(in);
             times.slot = arrays.Plan<float>(times.count);
         }
-        const unsigned char flags = form.HasTicks() ? 0 : form.compressFlags;
         visit(i, times, keys::MeasureKeys(in, arrays, times.count, flags));
     }
 }
 
-void MeasureKeyData(io::BlockReader& in, io::ArrayBlock& arrays, const KeyDataForm& form)
+void MeasureKeyData(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version,
+                    const vlClipData& clip)
 {
-    const MeasuredTimes shared = MeasureSharedTimes(in, form);
-    WalkBones(in, arrays, form, shared, [](unsigned, const MeasuredTimes&, const keys::MeasuredKeys&) {});
-    in.Spend(form.boneCount * sizeof(vlTransKeysData));
-    if (form.keyLayout == KEY_LAYOUT_SHARED)
+    const Run<float> shared = MeasureSharedTimes(in, clip);
+    WalkBones(in, arrays, version, clip, shared, [](unsigned, const auto&, const auto&) {});
+    in.Spend(clip.m_boneCount * sizeof(vlTransKeysData));
+    if (clip.m_keyLayout == KEY_LAYOUT_SHARED)
         in.Spend(sizeof(vlKeyTimes) + keys::TimesSize(shared.count));
 }
 
-void FillTimes(const MeasuredTimes& from, bool ticks, float* times)
-{
-    if (!ticks) {
-        io::CopyRun(times, from.run, from.count);
-        return;
-    }
-    for (unsigned i = 0; i < from.count; ++i) {
-        std::int32_t tick = 0;
-        io::CopyRun(&tick, from.run + std::size_t{i} * sizeof tick, 1);
-        times[i] = clips::TickToTime(tick);
-    }
-}
-
-void FillBoneTimes(const MeasuredTimes& from, const io::ArrayBlock& arrays, bool ticks, unsigned bone,
+void FillBoneTimes(const Run<float>& from, const io::ArrayBlock& arrays, bool ticks, unsigned bone,
                    vlClipData& clip)
 {
     const auto times = arrays.Array(from.slot);
-    FillTimes(from, ticks, times.data());
+    if (!ticks)
+        io::CopyRun(times.data(), from.bytes, from.count);
+    for (unsigned i = 0; ticks && i < from.count; ++i) {
+        std::int32_t tick = 0;
+        io::CopyRun(&tick, from.bytes + std::size_t{i} * sizeof tick, 1);
+        times[i] = clips::TickToTime(tick);
+    }
     // std::max keeps its first operand where a NaN is compared.
     for (unsigned i = 0; i < from.count; ++i)
         clip.m_length = std::max(clip.m_length, times[i]);
@@ -186,25 +156,24 @@ void FillBoneTimes(const MeasuredTimes& from, const io::ArrayBlock& arrays, bool
 
 // Walks the key data, which has been measured, once more: the plan comes out the same, so that nothing has to
 // be kept of the first walk. `plan` holds what was planned ahead of the key data.
-void FillKeyData(io::BlockReader& in, io::ArrayBlock& plan, const KeyDataForm& form,
-                 const io::ArrayBlock& arrays, vlClipData& clip)
+void FillKeyData(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays,
+                 std::uint32_t version, vlClipData& clip)
 {
-    const bool isShared = form.keyLayout == KEY_LAYOUT_SHARED;
-    const MeasuredTimes shared = MeasureSharedTimes(in, form);
-    auto keys = Array<vlTransKeysData>::ForOverwrite(form.boneCount);
+    const bool isShared = clip.m_keyLayout == KEY_LAYOUT_SHARED;
+    const Run<float> shared = MeasureSharedTimes(in, clip);
+    auto keys = Array<vlTransKeysData>::ForOverwrite(clip.m_boneCount);
     clip.m_keyTimes =
-        isShared ? std::make_shared<vlKeyTimes>(keys::TimesFrom(shared.run, shared.count)) : nullptr;
+        isShared ? std::make_shared<vlKeyTimes>(keys::TimesFrom(shared.bytes, shared.count)) : nullptr;
     clip.m_keys = std::move(keys);
     for (auto& times : clip.m_boneKeyTimes)
         if (times)  // a new clip has none, and 255 stores are a thirtieth of its time
             times = nullptr;
     std::fill(std::begin(clip.m_boneKeyCounts), std::end(clip.m_boneKeyCounts), std::uint16_t{0});
-    WalkBones(in, plan, form, shared,
-              [&](unsigned bone, const MeasuredTimes& times, const keys::MeasuredKeys& block) {
-                  if (!isShared)
-                      FillBoneTimes(times, arrays, form.HasTicks(), bone, clip);
-                  keys::FillKeys(block, arrays, clip.m_keys[bone]);
-              });
+    WalkBones(in, plan, version, clip, shared, [&](unsigned bone, const auto& times, const auto& block) {
+        if (!isShared)
+            FillBoneTimes(times, arrays, version < kCompressedKeys, bone, clip);
+        keys::FillKeys(block, arrays, clip.m_keys[bone]);
+    });
     if (isShared) {
         clip.m_maxKeys = std::max(clip.m_maxKeys, shared.count);
         clip.m_length = static_cast<float>(clip.m_keyTimes->GetLength());
@@ -220,24 +189,118 @@ void SkipPivotTrack(io::BlockReader& in)
     tracks::Skip(in);
 }
 
+Error WhyBonesUnwritable(const vlClipData& clip)
+{
+    if (clip.m_boneCount > vlClipData::kMaxBones)
+        return io::Unwritable(std::to_string(clip.m_boneCount) + " bones, and there is room for 255");
+    return {};
+}
+
+Error WhyInfoUnwritable(const vlClipData& clip)
+{
+    if (Error why = WhyBonesUnwritable(clip))
+        return why;
+    if (Error why = io::WhyShort(clip.m_boneNames, clip.m_boneCount, "bone names"))
+        return why;
+    // A reader ends them at 31 bytes, and looks for a side file of that name.
+    if (clip.m_name.bytes[Name32::kSize - 1] != 0 || clip.m_name2.bytes[Name32::kSize - 1] != 0)
+        return io::Unwritable("its name has no end");
+    return {};
+}
+
+unsigned short KeyCount(const vlClipData& clip, unsigned bone)
+{
+    return clip.m_keyLayout == KEY_LAYOUT_SHARED ? keys::WrittenKeyCount(*clip.m_keyTimes)
+                                                 : clip.m_boneKeyCounts[bone];
+}
+
+Error WhyBoneUnwritable(const vlClipData& clip, unsigned bone)
+{
+    if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE)
+        if (Error why = io::WhyShort(clip.m_boneKeyTimes[bone], clip.m_boneKeyCounts[bone], "key times"))
+            return why;
+    return keys::WhyUnwritable(clip.m_keys[bone], KeyCount(clip, bone));
+}
+
+Error WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version)
+{
+    if (version < kSharedKeyTimes && clip.m_keyLayout != KEY_LAYOUT_PER_BONE)
+        return io::Unwritable("its version has key times per bone only");
+    if (!HasKeyData(clip))
+        return {};
+    if (clip.m_keyLayout == KEY_LAYOUT_SHARED && !clip.m_keyTimes)
+        return io::Unwritable("no list holds the key times");
+    if (Error why = clip.m_keyTimes ? keys::WhyUnwritable(*clip.m_keyTimes) : Error())
+        return why;
+    if (Error why = WhyBonesUnwritable(clip))
+        return why;
+    if (Error why = io::WhyShort(clip.m_keys, clip.m_boneCount, "keys of the bones"))
+        return why;
+    for (unsigned i = 0; i < clip.m_boneCount; ++i)
+        if (Error why = WhyBoneUnwritable(clip, i))
+            return io::Inside("bone " + std::to_string(i), std::move(why));
+    return {};
+}
+
+void WriteNames(io::BlockWriter& out, const vlClipData& clip)
+{
+    out.Run(&clip.m_name, 1);
+    out.Run(&clip.m_name2, 1);
+    out.Value(clip.m_boneCount);
+}
+
+void WriteInfo(io::BlockWriter& out, std::uint32_t version, const vlClipData& clip)
+{
+    WriteNames(out, clip);
+    out.Run(clip.m_boneNames.data(), clip.m_boneCount);
+    ForEachAttribute(clip, version, [&out](auto value) { out.Value(value); });
+}
+
+void WriteTimes(io::BlockWriter& out, const float* times, unsigned short count, std::uint32_t version)
+{
+    out.Value(count);
+    if (version >= kCompressedKeys) {
+        out.Run(times, count);
+        return;
+    }
+    for (unsigned i = 0; i < count; ++i)
+        out.Value(clips::TimeToTick(times[i]));
+}
+
+void WriteKeys(io::BlockWriter& out, std::uint32_t version, vlClipData& clip)
+{
+    if (!HasKeyData(clip))
+        return;
+    const bool isShared = clip.m_keyLayout == KEY_LAYOUT_SHARED;
+    if (isShared)
+        WriteTimes(out, clip.m_keyTimes->GetKeyTimes(), KeyCount(clip, 0), version);
+    for (unsigned i = 0; i < clip.m_boneCount; ++i) {
+        if (!isShared)
+            WriteTimes(out, clip.m_boneKeyTimes[i].data(), KeyCount(clip, i), version);
+        vlTransKeysData& keys = clip.m_keys[i];
+        keys.m_compressFlags = version < kCompressedKeys ? std::uint8_t{0} : clip.m_compressFlags;
+        keys.m_keyCount = KeyCount(clip, i);  // where it was not set
+        keys::Write(out, keys);
+    }
+}
+
 }  // namespace
 
 namespace clips {
 
-void Measure(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, const vlClipData& clip)
+void Measure(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, vlClipData& clip)
 {
-    const MeasuredInfo info = MeasureInfo(in, arrays, version, clip);
-    MeasureKeyData(in, arrays, FormOf(info, version));
+    ReadInfo(in, arrays, version, clip);
+    MeasureKeyData(in, arrays, version, clip);
     SkipPivotTrack(in);
 }
 
 void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays, std::uint32_t version,
           std::uint64_t origin, vlClipData& clip)
 {
-    const MeasuredInfo info = MeasureInfo(in, plan, version, clip);
-    FillInfo(info, arrays, clip);
+    FillInfo(in, plan, arrays, version, clip);
     clip.m_keysOffset = static_cast<std::uint32_t>(in.Offset() - origin);
-    FillKeyData(in, plan, FormOf(info, version), arrays, clip);
+    FillKeyData(in, plan, arrays, version, clip);
     SkipPivotTrack(in);
 }
 
@@ -253,34 +316,58 @@ void ReadSideFile(io::BlockReader& in, std::uint32_t version, vlClipData& clip, 
 
 void ReadBaseInfo(io::BlockReader& in, vlClipData& clip)
 {
-    const unsigned char* names = in.Take(2, Name32::kSize);
-    const auto boneCount = in.Count<std::uint16_t>(vlClipData::kMaxBones);
-    const unsigned char* ids = in.Take(vlClipData::kMaxBones, sizeof(std::int32_t));
-    const Attributes attributes = ReadAttributes(in, kNewestGisVersion, clip);
-    const auto length = in.Value<float>();
-    const auto keysOffset = in.Value<std::uint32_t>();
-    if (in.Failed())
-        return;
-    SetNames(clip, names);
-    SetAttributes(clip, attributes);
-    clip.m_boneCount = boneCount;
-    io::CopyRun(clip.m_boneNameIds, ids, vlClipData::kMaxBones);
-    clip.m_length = length;
-    clip.m_keysOffset = keysOffset;
+    ReadNames(in, clip);
+    const unsigned char* ids = in.Take(vlClipData::kMaxBones, sizeof clip.m_boneNameIds[0]);
+    ReadAttributes(in, kNewestGisVersion, clip);
+    clip.m_length = in.Value<float>();
+    clip.m_keysOffset = in.Value<std::uint32_t>();
+    if (ids)
+        io::CopyRun(clip.m_boneNameIds, ids, vlClipData::kMaxBones);
+}
+
+Error WhyUnwritable(const vlClipData& clip, std::uint32_t version)
+{
+    Error why = WhyInfoUnwritable(clip);
+    return why ? why : WhyKeysUnwritable(clip, version);
+}
+
+void Write(io::BlockWriter& out, std::uint32_t version, vlClipData& clip)
+{
+    WriteInfo(out, version, clip);
+    WriteKeys(out, version, clip);
+    out.Value(kNoPivotTrack);
+}
+
+void WriteBaseInfo(io::BlockWriter& out, const vlClipData& clip)
+{
+    WriteNames(out, clip);
+    out.Run(clip.m_boneNameIds, vlClipData::kMaxBones);
+    ForEachAttribute(clip, kNewestGisVersion, [&out](auto value) { out.Value(value); });
+    out.Value(clip.m_length);
+    out.Value(clip.m_keysOffset);
 }
 
 }  // namespace clips
 
+// The sections on their own leave the clip as it was where they fail, so another one is read first.
+
 const unsigned char* vlClipData::ReadClipInfo(const unsigned char* data, std::uint32_t version,
                                               const unsigned char* end)
 {
-    io::BlockReader in(data, end);
-    io::ArrayBlock arrays;
-    const MeasuredInfo info = MeasureInfo(in, arrays, version, *this);
+    io::BlockReader in(data, end), again = in;
+    io::ArrayBlock arrays, plan;
+    vlClipData measured;
+    ReadInfo(in, arrays, version & kVersionMask, measured);
     if (!arrays.Allocate(in))
         return nullptr;
-    FillInfo(info, arrays, *this);
+    FillInfo(again, plan, arrays, version & kVersionMask, *this);
     return in.Position();
+}
+
+void vlClipData::WriteClipInfo(std::FILE* stream, std::uint32_t version) const
+{
+    io::WriteStream(stream, kCantBeWritten, WhyInfoUnwritable(*this),
+                    [&](io::BlockWriter& out) { WriteInfo(out, version & kVersionMask, *this); });
 }
 
 const unsigned char* vlClipData::ReadKeysData(const unsigned char* data, std::uint32_t version,
@@ -288,15 +375,19 @@ const unsigned char* vlClipData::ReadKeysData(const unsigned char* data, std::ui
 {
     if (m_boneCount > kMaxBones)
         return nullptr;
-    io::BlockReader in(data, end);
-    const KeyDataForm form{version, m_boneCount, m_keyLayout, m_compressFlags};
-    io::BlockReader again = in;
+    io::BlockReader in(data, end), again = in;
     io::ArrayBlock arrays, plan;
-    MeasureKeyData(in, arrays, form);
+    MeasureKeyData(in, arrays, version, *this);
     if (!arrays.Allocate(in))
         return nullptr;
-    FillKeyData(again, plan, form, arrays, *this);
+    FillKeyData(again, plan, arrays, version, *this);
     return in.Position();
+}
+
+void vlClipData::WriteKeysData(std::FILE* stream, std::uint32_t version)
+{
+    io::WriteStream(stream, kCantBeWritten, WhyKeysUnwritable(*this, version),
+                    [&](io::BlockWriter& out) { WriteKeys(out, version, *this); });
 }
 
 const unsigned char* vlClipData::ReadPivotTrack(const unsigned char* data, const unsigned char* end)
@@ -306,12 +397,26 @@ const unsigned char* vlClipData::ReadPivotTrack(const unsigned char* data, const
     return in.Position();
 }
 
+void vlClipData::WritePivotTrack(std::FILE* stream)
+{
+    io::WriteStream(stream, kCantBeWritten, {}, [](io::BlockWriter& out) { out.Value(kNoPivotTrack); });
+}
+
 void* vlClipData::ReadAsyncBaseInfo(const void* data, std::uint32_t, const unsigned char* end)
 {
-    io::BlockReader in(static_cast<const unsigned char*>(data), end);
+    io::BlockReader in(static_cast<const unsigned char*>(data), end), again = in;
     const auto scope = in.Enter(Block::BaseInfo);
-    clips::ReadBaseInfo(in, *this);
+    vlClipData measured;
+    clips::ReadBaseInfo(in, measured);
+    if (!in.Failed())
+        clips::ReadBaseInfo(again, *this);
     return const_cast<unsigned char*>(in.Position());
+}
+
+void vlClipData::WriteAsyncBaseInfo(std::FILE* stream) const
+{
+    io::WriteStream(stream, kCantBeWritten, WhyBonesUnwritable(*this),
+                    [this](io::BlockWriter& out) { clips::WriteBaseInfo(out, *this); });
 }
 
 }  // namespace vela::vlgim

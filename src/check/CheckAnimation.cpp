@@ -2,7 +2,6 @@
 #include "ClipChecks.h"
 
 #include <anim/AnimFile.h>
-#include <anim/AnimVersions.h>
 #include <anim/SidePaths.h>
 #include <io/Errors.h>
 #include <vlio2/Path.h>
@@ -53,16 +52,16 @@ public:
     }
 
 private:
-    Error Read(io::BlockReader& in, const vlio::Bytes& image) override;
+    Error Read(io::BlockReader& in, const vlio::Bytes& image) override
+    {
+        return anim::ReadFile(in, image, m_anim, false);
+    }
     void CheckValues(const File& file) override;
     void ReportRefusal(const File& file, const Error& error) override;
     bool IsWritable() override;
     Error Write(vlio::Sink& sink) override
     {
-        if (m_anim.m_async == 0)
-            return anim::WriteFile(sink, m_anim, nullptr);
-        io::BlockWriter out(sink);
-        anim::WriteHead(out, m_anim);
+        anim::WriteFile(sink, m_anim);
         return {};
     }
     void Drop() override { m_anim = {}; }
@@ -70,24 +69,12 @@ private:
 
     void CheckClips(const File& file);
     void CheckSideFiles(const File& file);
-    bool HasRecords() const { return m_anim.m_version >= kSideFiles && !m_anim.m_clips.empty(); }
+    bool HasRecords() const { return anim::HasSideFiles(m_anim) && !m_anim.m_clips.empty(); }
 
     bool m_withSideFiles;
     bool m_areClipsRead = true;
     vlAnimData m_anim;
 };
-
-Error AnimationCheck::Read(io::BlockReader& in, const vlio::Bytes& image)
-{
-    if (Error error = anim::ReadHeader(image.data(), image.size(), m_anim))
-        return error;
-    anim::ReadHead(in, m_anim);
-    if (!in.Failed() && m_anim.m_async == 0)
-        anim::ReadClips(in, m_anim);
-    else if (!in.Failed())
-        anim::ReadBaseInfo(in, m_anim);
-    return in.WhyRefused().AsError();
-}
 
 void AnimationCheck::ReportRefusal(const File& file, const Error& error)
 {
@@ -109,12 +96,12 @@ void AnimationCheck::CheckValues(const File& file)
 
 void AnimationCheck::CheckClips(const File& file)
 {
-    ClipNames names;
+    anim::ClipNames names;
     std::size_t place = 0;
     for (std::size_t i = 0; i < m_anim.m_clips.size(); ++i) {
         place = file.Find(Block::Clip, place);
         const vlClipData& clip = *m_anim.m_clips[i];
-        names.Add(&m_report, file.At(place), clip, i);
+        CheckClipName(names, &m_report, file.At(place), clip, i);
         CheckClip(file, place, m_anim, clip);
         place = file[place].behind;
     }
@@ -127,14 +114,14 @@ void AnimationCheck::CheckSideFiles(const File& file)
         file.Add("clips-without-place", file.Find(Block::SideFiles),
                  Counted(m_anim.m_clips.size(), "clip is", "clips are") +
                      " counted, but this version has no records for them");
-    const auto folder = anim::SideFolder(m_anim.m_path);
-    if (HasRecords() && m_withSideFiles && folder)
-        m_areClipsRead = CheckSideClips(m_session, file, m_anim, *folder, m_held + m_spent);
+    if (HasRecords() && m_withSideFiles)
+        m_areClipsRead = CheckSideClips(m_session, file, m_anim, m_held + m_spent);
 }
 
 bool AnimationCheck::IsWritable()
 {
-    if (m_anim.m_async != 0 && !anim::SideFolder(m_anim.m_path)) {
+    std::string folder;
+    if (m_anim.m_async != 0 && anim::FindSideFolder(m_anim.m_path, folder)) {
         m_report.Add("missing-file", {}, "the path has no dot, so there is no folder of side files for it");
         return false;
     }
@@ -142,7 +129,7 @@ bool AnimationCheck::IsWritable()
         return Allows(io::Unwritable(
             "some clips have no readable side file of their own, and all clips are saved together"));
     // Records have been looked at, with their side files or without.
-    return (m_anim.m_async != 0 && HasRecords()) || Allows(WhyUnwritable(m_anim));
+    return HasRecords() || Allows(WhyUnwritable(m_anim));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include "ClipChecks.h"
 
 #include <anim/ClipBlock.h>
-#include <anim/SidePaths.h>
 
 #include <utility>
 
@@ -68,12 +67,13 @@ bool CheckSideClip(Session& session, FileReport& report, const Where& where, con
                    const std::string& folder, std::uint64_t held, vlClipData& clip)
 {
     const std::string name(clip.m_name.View());
-    if (anim::LeavesFolder(name)) {
+    std::string path;
+    if (anim::FindSideFile(folder, clip, ErrorKind::Unreadable, path)) {
         report.Add("damaged", where, "the clip's name leads out of its folder: " + name);
         return false;
     }
     vlio::Bytes image;
-    FileReport* const side = ReadFile(session, anim::SidePath(folder, clip), image, &report, where);
+    FileReport* const side = ReadFile(session, path, image, &report, where);
     if (!side || !SideFileCheck(session, *side, image, held, anim, clip).Run())
         return false;
     if (clip.m_name != name)
@@ -85,21 +85,23 @@ bool CheckSideClip(Session& session, FileReport& report, const Where& where, con
 
 }  // namespace
 
-bool CheckSideClips(Session& session, const File& file, vlAnimData& anim, const std::string& folder,
-                    std::uint64_t held)
+bool CheckSideClips(Session& session, const File& file, vlAnimData& anim, std::uint64_t held)
 {
+    std::string folder, savedPath;
+    if (anim::FindSideFolder(anim.m_path, folder))
+        return true;  // a finding of the save tells of it
     bool areRead = true;
-    ClipNames names, savedNames;
+    anim::ClipNames names, savedNames;
     std::size_t place = 0;
     for (std::size_t i = 0; i < anim.m_clips.size(); ++i, ++place) {
         place = file.Find(Block::BaseInfo, place);
         const Where where = file.At(place);
         vlClipData& clip = *anim.m_clips[i];
-        const bool isNew = names.Add(&file.report, where, clip, i);
+        const bool isNew = CheckClipName(names, &file.report, where, clip, i);
         areRead &= isNew && CheckSideClip(session, file.report, where, anim, folder, held, clip);
         // One that is named like another was told of above.
-        areRead &= savedNames.Add(isNew ? &file.report : nullptr, where, clip, i) &&
-                   !anim::LeavesFolder(clip.m_name);
+        areRead &= CheckClipName(savedNames, isNew ? &file.report : nullptr, where, clip, i) &&
+                   !anim::FindSideFile(folder, clip, ErrorKind::NotCreated, savedPath);
     }
     return areRead;
 }

@@ -83,14 +83,15 @@ void ReportChangedClip(const Change& change)
         change.Add("save-header", "a save writes 1108 as the size of a record");
 }
 
-bool ClipNames::Add(FileReport* report, const Where& where, const vlClipData& clip, std::size_t number)
+bool CheckClipName(anim::ClipNames& names, FileReport* report, const Where& where, const vlClipData& clip,
+                   std::size_t number)
 {
-    const auto [other, isNew] = m_first.emplace(clip.m_name.View(), number);
-    if (!isNew && report)
+    const std::size_t first = names.Add(clip, number);
+    if (first != number && report)
         report->Add("clip-name", where,
-                    "clips " + std::to_string(other->second) + " and " + std::to_string(number) +
-                        " are both named " + other->first);
-    return isNew;
+                    "clips " + std::to_string(first) + " and " + std::to_string(number) + " are both named " +
+                        std::string(clip.m_name.View()));
+    return first == number;
 }
 
 }  // namespace vela::vlgim::check

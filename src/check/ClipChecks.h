@@ -2,10 +2,8 @@
 
 #include "Values.h"
 
+#include <anim/SidePaths.h>
 #include <vlgim/vlAnimData.h>
-
-#include <map>
-#include <string>
 
 // Clips, in an animation or in side files of their own.
 namespace vela::vlgim::check {
@@ -19,20 +17,13 @@ void CheckPivotTracks(const File& file);
 /// What becomes of a clip, of its base info, or of their count.
 void ReportChangedClip(const Change& change);
 
-/// Names of clips, to find those that are named alike.
-class ClipNames {
-public:
-    /// Whether no other clip is named so; else a finding at `where` of a report that is not null says which.
-    bool Add(FileReport* report, const Where& where, const vlClipData& clip, std::size_t number);
-
-private:
-    std::map<std::string, std::size_t, std::less<>> m_first;
-};
+/// Whether no other clip is named so; else a finding at `where` of a report that is not null says which.
+bool CheckClipName(anim::ClipNames& names, FileReport* report, const Where& where, const vlClipData& clip,
+                   std::size_t number);
 
 /// Reads all side files of an animation into the base info of its clips and checks them. Whether all were read, and a
 /// save would give each clip a side file of its own.
 /// held  bytes in memory
-bool CheckSideClips(Session& session, const File& file, vlAnimData& anim, const std::string& folder,
-                    std::uint64_t held);
+bool CheckSideClips(Session& session, const File& file, vlAnimData& anim, std::uint64_t held);
 
 }  // namespace vela::vlgim::check

@@ -149,7 +149,7 @@ int GimData::Load(const char* path, const char* basePath)
     }
     const std::string musicPath = vlio::ReplaceFileExtension(path, "_music.ags");
     for (const Error& warning : warnings) {
-        if (warning.kind == ErrorKind::Limit)
+        if (warning.kind == ErrorKind::Warning)
             mesh::LogReadWarning(warning);
         else if (warning.file == musicPath)
             LogWarning("Failed to read music ags data!\n");

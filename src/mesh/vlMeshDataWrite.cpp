@@ -124,7 +124,7 @@ Error WarnOfVertexTypes(const vlMeshData& mesh)
                                         [](const auto& data) { return data->m_type == MESH_DATA_VERTEX; });
     const char* const text =
         " blocks of original data are marked as vertex data: a reader passes over as many blocks";
-    return asVertex ? Error{ErrorKind::Limit, 0, {}, {}, {}, std::to_string(asVertex) + text} : Error();
+    return asVertex ? Error{ErrorKind::Warning, 0, {}, {}, {}, std::to_string(asVertex) + text} : Error();
 }
 
 Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOffset)
