@@ -109,7 +109,7 @@ Error WarnOfPassedOver(std::ptrdiff_t vertexPairs, const std::vector<std::uint32
     const std::string text = "tells of " + std::to_string(vertexPairs) +
                              " vertex blocks, of which the first is read and the others are lost at a write" +
                              places;
-    return {ErrorKind::Limit, 0, {}, "share table", {}, text};
+    return {ErrorKind::Warning, 0, {}, "share table", {}, text};
 }
 
 // Everything behind the header.
