@@ -310,16 +310,14 @@ void MeshCheck::CheckBones(const File& file)
     const std::uint16_t count = mesh::BoneCount(m_mesh);
     if (block == Places::kNone || count == 0)
         return;
-    const std::size_t names = file.FindIn(block, Block::Names);
     CheckParents(file, file.FindIn(block, Block::Parents), m_mesh.m_boneParents);
-    CheckBoneNames(file, names, m_mesh.m_boneNames, count);
+    const bool areRenamed = CheckBoneNames(file, file.FindIn(block, Block::Names), m_mesh.m_boneNames, count);
     if (m_mesh.m_boneBounds)
         CheckFinite(file, file.FindIn(block, Block::Bounds),
                     {"bounds of the bones", "bone", m_mesh.m_boneBounds[0].m_extents, count, 7});
     CheckFinite(file, file.FindIn(block, Block::Matrices),
                 {"matrices of the bones", "bone", &m_mesh.m_boneMatrices[0].m[0][0], count, 16});
-    m_tellsOfBones = file.Has(Block::Bounds) != bool(m_mesh.m_boneBounds) ||
-                     ChangedNames(file.Bytes(names), m_mesh.m_boneNames, count).count != 0;
+    m_tellsOfBones = areRenamed || file.Has(Block::Bounds) != bool(m_mesh.m_boneBounds);
 }
 
 void MeshCheck::CheckVertices(const File& file)

@@ -51,13 +51,6 @@ std::string FindIgnoringCase(const std::filesystem::path& path)
     return found.string();
 }
 
-std::uint64_t SizeOf(const std::string& path)
-{
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
-    return error ? 0 : size;
-}
-
 }  // namespace
 
 void ReportMissing(FileReport& by, const Where& where, const std::string& path)
@@ -78,7 +71,9 @@ FileReport* ReadFile(Session& session, const std::string& path, vlio::Bytes& ima
         ReportMissing(*by, where, path);
     if (!exists)
         return nullptr;
-    if (SizeOf(path) > session.Options().memoryLimit) {
+    std::error_code hasNoSize;
+    const std::uintmax_t size = std::filesystem::file_size(path, hasNoSize);
+    if (!hasNoSize && size > session.Options().memoryLimit) {
         session.BeginUnread(path).Add("memory-limit", {}, "the file is larger than the memory limit");
         return nullptr;
     }

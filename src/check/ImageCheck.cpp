@@ -8,13 +8,38 @@
 
 namespace vela::vlgim::check {
 
+namespace {
+
+// Calls visit(old, now) for each run whose bytes are others in a second image of the file that has the same block. Both
+// images were read whole.
+template <class Visit>
+void ForEachChange(const Places& old, const Places& now, Visit visit)
+{
+    // Blocks come in the same order; each image may have some that the other lacks, in a row no longer than this.
+    constexpr std::ptrdiff_t kMostExtra = 16;
+    const std::vector<Places::Run> oldRuns = old.Runs(), newRuns = now.Runs();
+    auto next = newRuns.begin();
+    for (const Places::Run& run : oldRuns) {
+        const auto last = next + std::min(kMostExtra, newRuns.end() - next);
+        const auto match = std::find_if(next, last, [&](const Places::Run& candidate) {
+            return old[run.place].step == now[candidate.place].step;
+        });
+        if (match == last)
+            continue;
+        if (!AreSame(old.Bytes(run), now.Bytes(*match)))
+            visit(run, *match);
+        next = match + 1;
+    }
+}
+
+}  // namespace
+
 bool Change::Changes(Block field) const
 {
     const std::size_t old = file.FindIn(run.place, field), now = saved.FindIn(savedRun.place, field);
     if (old == Places::kNone || now == Places::kNone)
         return old != now;
-    const ByteSpan before = file.Bytes(old), after = saved.Bytes(now);
-    return !std::equal(before.begin(), before.end(), after.begin(), after.end());
+    return !AreSame(file.Bytes(old), saved.Bytes(now));
 }
 
 bool ImageCheck::Run()

@@ -125,9 +125,9 @@ void ReportChangedKeys(const Change& change)
         change.Add("save-moves-times", "a save changes key times, which are whole ticks in this version");
     const ByteSpan old = KeysIn(change.file, change.run.place);
     const ByteSpan now = KeysIn(change.saved, change.savedRun.place);
-    if (!std::equal(old.begin(), old.begin() + kKeyedBytes, now.begin()))
+    if (!AreSame(old.first(kKeyedBytes), now.first(kKeyedBytes)))
         change.Add("save-collapses-keys", "a save stores keys that are all the same only once");
-    else if (!std::equal(old.begin(), old.end(), now.begin(), now.end()))
+    else if (!AreSame(old, now))
         change.Add("save-recodes-keys", "a save re-encodes compressed keys");
 }
 

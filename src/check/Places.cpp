@@ -6,7 +6,7 @@ namespace vela::vlgim::check {
 
 std::size_t Places::Find(Block block, std::size_t from, std::size_t behind) const
 {
-    for (std::size_t i = from; i < behind; ++i)
+    for (std::size_t i = from; i < std::min(behind, m_map.places.size()); ++i)
         if (BlockAt(i) == block)
             return i;
     return kNone;
@@ -47,27 +47,6 @@ std::vector<Places::Run> Places::Runs() const
     for (std::size_t i = 0; i < m_map.places.size(); i = m_map.places[i].behind)
         AddRuns(i, runs);
     return runs;
-}
-
-void ForEachChange(const Places& old, const Places& now,
-                   const std::function<void(const Places::Run& old, const Places::Run& now)>& visit)
-{
-    // Blocks come in the same order; each image may have some that the other lacks, in a row no longer than this.
-    constexpr std::ptrdiff_t kMostExtra = 16;
-    const std::vector<Places::Run> oldRuns = old.Runs(), newRuns = now.Runs();
-    auto next = newRuns.begin();
-    for (const Places::Run& run : oldRuns) {
-        const auto last = next + std::min(kMostExtra, newRuns.end() - next);
-        const auto match = std::find_if(next, last, [&](const Places::Run& candidate) {
-            return old[run.place].step == now[candidate.place].step;
-        });
-        if (match == last)
-            continue;
-        const ByteSpan before = old.Bytes(run), after = now.Bytes(*match);
-        if (!std::equal(before.begin(), before.end(), after.begin(), after.end()))
-            visit(run, *match);
-        next = match + 1;
-    }
 }
 
 }  // namespace vela::vlgim::check

@@ -3,8 +3,8 @@
 #include <io/Block.h>
 #include <vlio2/FileStream.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <limits>
 #include <span>
 #include <string>
@@ -14,6 +14,11 @@ namespace vela::vlgim::check {
 
 using io::Block;
 using ByteSpan = std::span<const unsigned char>;
+
+inline bool AreSame(ByteSpan a, ByteSpan b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end());
+}
 
 /// A file image with its blocks and their fields, which lie behind the block that they are in.
 class Places {
@@ -25,11 +30,8 @@ public:
     const io::BlockMap::Place& operator[](std::size_t index) const { return m_map.places[index]; }
     Block BlockAt(std::size_t index) const { return m_map.places[index].step.block; }
 
-    /// The next place of a block or field, at or behind place `from`; kNone if there is none.
-    std::size_t Find(Block block, std::size_t from = 0) const
-    {
-        return Find(block, from, m_map.places.size());
-    }
+    /// The next place of a block or field, at or behind place `from` and before `behind`; kNone if there is none.
+    std::size_t Find(Block block, std::size_t from = 0, std::size_t behind = kNone) const;
 
     /// The first of a block or field inside of a place.
     std::size_t FindIn(std::size_t place, Block block) const
@@ -72,16 +74,10 @@ public:
     ByteSpan Bytes(const Run& run) const { return ByteSpan(m_image).subspan(run.offset, run.Size()); }
 
 private:
-    std::size_t Find(Block block, std::size_t from, std::size_t behind) const;
     void AddRuns(std::size_t place, std::vector<Run>& runs) const;
 
     const vlio::Bytes& m_image;
     const io::BlockMap& m_map;
 };
-
-/// Calls visit(old, now) for each run whose bytes are others in a second image of the file that has the same block. Both
-/// images were read whole.
-void ForEachChange(const Places& old, const Places& now,
-                   const std::function<void(const Places::Run& old, const Places::Run& now)>& visit);
 
 }  // namespace vela::vlgim::check

@@ -60,34 +60,28 @@ void CheckFinite(const File& file, std::size_t field, const FloatRun& run)
                  run.element + ' ' + std::to_string(element));
 }
 
-void CheckBoneNames(const File& file, std::size_t field, const Array<Name32>& names, std::uint32_t count)
+bool CheckBoneNames(const File& file, std::size_t field, const Array<Name32>& names, std::uint32_t count)
 {
+    const ByteSpan stored = file.Bytes(field);
     std::map<std::string_view, std::uint32_t> first;
+    Tally changed;
     for (std::uint32_t i = 0; i < count; ++i) {
         const auto [other, isNew] = first.emplace(names[i].View(), i);
         if (!isNew)
             file.Add("bone-name", field, sizeof(Name32) * i,
                      "bones " + std::to_string(other->second) + " and " + std::to_string(i) +
                          " are both named " + std::string(other->first));
+        if (std::memcmp(stored.data() + sizeof(Name32) * i, names[i].bytes, sizeof(Name32)) != 0)
+            changed.Add(i);
     }
-    const ByteSpan stored = file.Bytes(field);
-    const Tally changed = ChangedNames(stored, names, count);
     if (changed.count == 0)
-        return;
+        return false;
     Name32 name;
     std::memcpy(name.bytes, stored.data() + sizeof name * changed.first, sizeof name);
     file.Add("save-lower-case", field, sizeof name * changed.first,
              Counted(changed.count, "bone has", "bones have") +
                  " upper-case letters in the name, the first is " + std::string(name.View()));
-}
-
-Tally ChangedNames(ByteSpan stored, const Array<Name32>& names, std::uint32_t count)
-{
-    Tally changed;
-    for (std::uint32_t i = 0; i < count; ++i)
-        if (std::memcmp(stored.data() + sizeof(Name32) * i, names[i].bytes, sizeof(Name32)) != 0)
-            changed.Add(i);
-    return changed;
+    return true;
 }
 
 }  // namespace vela::vlgim::check

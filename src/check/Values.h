@@ -53,11 +53,8 @@ void CheckTrackBlock(const File& file, std::size_t block, const vlTrackData& tra
 void ReportChangedTrack(const Change& change);
 void ReportChangedKeys(const Change& change);
 
-/// Names of bones: none twice, and whether a reader made them lower-case.
-void CheckBoneNames(const File& file, std::size_t field, const Array<Name32>& names, std::uint32_t count);
-
-/// Names that a reader has changed.
-Tally ChangedNames(ByteSpan stored, const Array<Name32>& names, std::uint32_t count);
+/// Names of bones: none twice, and whether a reader made them lower-case, which is the result.
+bool CheckBoneNames(const File& file, std::size_t field, const Array<Name32>& names, std::uint32_t count);
 
 /// "1 vertex", "12 vertices": a count with its word, which takes an s or has a form of its own.
 std::string Counted(std::uint64_t count, const char* one, const char* many);
