@@ -15,7 +15,7 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-struct Options {
+struct CheckSettings {
     std::vector<std::string> paths;
     FindingFormat format;
     CheckOptions check;
@@ -26,7 +26,7 @@ struct Options {
 
 class Checker {
 public:
-    explicit Checker(const Options& options) : m_options(options) {}
+    explicit Checker(const CheckSettings& options) : m_options(options) {}
 
     int Run()
     {
@@ -108,7 +108,7 @@ private:
         return errors + warnings == 0 && (!m_options.isStrict || notes == 0);
     }
 
-    const Options& m_options;
+    const CheckSettings& m_options;
     Progress m_progress;
     std::unordered_set<FileId, HashFileId> m_seen;
     std::unordered_set<std::size_t> m_shared;  // hashes of lines
@@ -121,7 +121,7 @@ private:
 
 void AddCheck(CLI::App& app, std::function<int()>& run)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CheckSettings>();
     CLI::App* check =
         app.add_subcommand("check", "Report what is wrong with files and what a save would change");
     check

@@ -10,7 +10,7 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-struct Options {
+struct CodesSettings {
     std::vector<std::string> codes;  // all, if empty
     bool isJson = false;
     bool isMarkdown = false;
@@ -53,7 +53,7 @@ This page is the output of `vlgim codes --markdown`.
 |---|---|---|---|
 )";
 
-int PrintCodes(const Options& options)
+int PrintCodes(const CodesSettings& options)
 {
     if (options.isMarkdown)
         std::printf("%s", kPageHead);
@@ -70,7 +70,7 @@ int PrintCodes(const Options& options)
 
 void AddCodes(CLI::App& app, std::function<int()>& run)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CodesSettings>();
     CLI::App* codes = app.add_subcommand("codes", "Explain the codes of findings");
     AddCodeOption(*codes, "CODE", options->codes, "Codes to explain; default: all")->allow_extra_args();
     CLI::Option* json =

@@ -13,7 +13,7 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-struct Options {
+struct DiffSettings {
     std::string a, b;
     LoadOptions load;
     CompareOptions compare;
@@ -86,7 +86,7 @@ std::optional<std::vector<Difference>> Differences(const LoadedFile& a, const Lo
         [&](const auto& x) { return Compare(x, std::get<std::decay_t<decltype(x)>>(b), options); }, a);
 }
 
-int PrintDifferences(const Options& options)
+int PrintDifferences(const DiffSettings& options)
 try {
     const std::optional<LoadedFile> a = LoadFile(options.a, options.load);
     const std::optional<LoadedFile> b = LoadFile(options.b, options.load);
@@ -113,7 +113,7 @@ try {
 
 void AddDiff(CLI::App& app, std::function<int()>& run)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DiffSettings>();
     CLI::App* diff =
         app.add_subcommand("diff", "Compare two models, meshes, animations or tracks field by field");
     diff->add_option("A", options->a, "A .gim, .mesh, .gis or track file")->required();

@@ -10,14 +10,14 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-struct Options {
+struct InfoSettings {
     std::vector<std::string> files;
     LoadOptions load;
     bool isJson = false;
 };
 
 // Whether the file could be read; if not, stderr says why.
-bool PrintFile(const std::string& path, const Options& options)
+bool PrintFile(const std::string& path, const InfoSettings& options)
 try {
     const std::optional<LoadedFile> file = LoadFile(path, options.load);
     if (!file)
@@ -30,7 +30,7 @@ try {
     return false;
 }
 
-int PrintAll(const Options& options)
+int PrintAll(const InfoSettings& options)
 {
     int code = kClean;
     for (const std::string& file : options.files) {
@@ -46,7 +46,7 @@ int PrintAll(const Options& options)
 
 void AddInfo(CLI::App& app, std::function<int()>& run)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<InfoSettings>();
     CLI::App* info = app.add_subcommand("info", "Summarise .gim, .mesh, .gis and track files");
     info->add_option("FILE", options->files, "Model manifests, meshes, animations, tracks")->required();
     info->add_flag(

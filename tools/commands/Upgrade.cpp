@@ -15,7 +15,7 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-struct Options {
+struct UpgradeSettings {
     std::vector<std::string> paths;
     UpgradeOptions upgrade;
     unsigned jobs = DefaultJobs();
@@ -75,7 +75,7 @@ void PrintText(const std::string& file, const UpgradeResult& result)
 
 class Upgrader {
 public:
-    explicit Upgrader(const Options& options) : m_options(options) {}
+    explicit Upgrader(const UpgradeSettings& options) : m_options(options) {}
 
     int Run()
     {
@@ -115,8 +115,7 @@ private:
             [&](std::size_t i, const UpgradeResult& result) {
                 ++Count(result.status);
                 m_progress.Erase();
-                const auto print = m_options.isJson ? PrintJson : PrintText;
-                print(targets[i].path, result);
+                m_options.isJson ? PrintJson(targets[i].path, result) : PrintText(targets[i].path, result);
                 return result.bytes;
             });
     }
@@ -134,7 +133,7 @@ private:
                      count(UpgradeStatus::Failed).c_str(), count(UpgradeStatus::Current).c_str());
     }
 
-    const Options& m_options;
+    const UpgradeSettings& m_options;
     Progress m_progress;
     std::array<std::uint64_t, 5> m_counts{};
 };
@@ -150,7 +149,7 @@ std::string WhyNoDrop(const std::string& name)
 
 void AddUpgrade(CLI::App& app, std::function<int()>& run)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<UpgradeSettings>();
     CLI::App* upgrade = app.add_subcommand("upgrade", "Save old meshes and tracks in the newest format");
     upgrade
         ->add_option(
