@@ -1,14 +1,19 @@
-#include "batch/CheckInput.h"
+#include "batch/Inputs.h"
 #include "batch/Many.h"
 #include "commands/Commands.h"
 #include "report/CodeNames.h"
+#include "report/FindingLines.h"
 #include "report/Json.h"
 #include "report/Print.h"
+
+#include <platform/Files.h>
 
 #include <array>
 #include <chrono>
 #include <cstdio>
 #include <memory>
+#include <new>
+#include <optional>
 #include <unordered_set>
 
 namespace vela::vlgim::tools {
@@ -22,6 +27,70 @@ struct CheckSettings {
     std::uint64_t memoryLimit = 0;  // in MiB; 0: none
     unsigned jobs = DefaultJobs();
     bool isStrict = false;
+};
+
+using platform::FileId;
+
+// Identifies the file of a path, however it is named. None: there is no such file.
+std::optional<FileId> IdOf(const std::string& path)
+{
+    platform::FileStatus status;
+    return platform::GetStatus(path.c_str(), status) == 0 ? std::optional(status.id) : std::nullopt;
+}
+
+void AddId(std::vector<FileId>& ids, const std::string& path)
+{
+    if (const std::optional<FileId> id = IdOf(path))
+        ids.push_back(*id);
+}
+
+CheckResult TroubleWith(const std::string& path, const char* code, const std::string& text)
+{
+    CheckResult result;
+    Finding& finding = result.findings.emplace_back();
+    finding.code = FindFindingCode(code);
+    finding.file = path;
+    finding.text = text;
+    return result;
+}
+
+// One input that takes too much memory doesn't end the check of the others.
+CheckResult Check(const Input& input, const CheckOptions& options)
+try {
+    if (!input.trouble.empty())
+        return TroubleWith(input.path, "unreadable", "the folder can't be read: " + input.trouble);
+    return CheckFile(input.path.c_str(), options);
+} catch (const std::bad_alloc&) {
+    return TroubleWith(input.path, "memory-limit", "the machine has not enough memory to check it");
+}
+
+// The check of one input with the files that belong to it, kept until its turn to be printed comes.
+struct CheckedInput {
+    struct Line {
+        std::string text;
+        const FindingCode* code;
+        bool isOfOther;  // about a file that belongs to the input, and may belong to other inputs too
+    };
+
+    // Called on any thread.
+    CheckedInput(const Input& input, const CheckOptions& options, const FindingFormat& format)
+    {
+        const CheckResult result = Check(input, options);
+        bytes = result.bytes;
+        for (const std::string& file : result.files)
+            AddId(read, file);
+        for (const Finding& finding : result.findings) {
+            if (IsUnreadable(*finding.code))
+                AddId(unread, finding.file);
+            if (format.Wants(*finding.code))
+                lines.push_back({format.Line(finding), finding.code, finding.file != input.path});
+        }
+    }
+
+    std::vector<Line> lines;
+    std::vector<FileId> read;    // files that were read
+    std::vector<FileId> unread;  // files that exist and could not be read
+    std::uint64_t bytes = 0;     // read
 };
 
 class Checker {
@@ -58,7 +127,9 @@ private:
     {
         RunMany(
             m_options.jobs, files.size(), m_progress,
-            [this, &files](std::size_t i) { return CheckInput(files[i], m_options.check, m_options.format); },
+            [this, &files](std::size_t i) {
+                return CheckedInput(files[i], m_options.check, m_options.format);
+            },
             [this](std::size_t, const CheckedInput& checked) {
                 Print(checked);
                 return checked.bytes;

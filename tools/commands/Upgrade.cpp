@@ -4,7 +4,7 @@
 #include "report/CodeNames.h"
 #include "report/Json.h"
 #include "report/Print.h"
-#include "upgrade/UpgradeFile.h"
+#include "upgrade/Upgrade.h"
 
 #include <algorithm>
 #include <array>

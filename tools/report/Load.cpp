@@ -94,13 +94,13 @@ Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const 
         found = {fitting[0], "the one count that fits the file"};
         return {};
     }
-    Error error;
-    error.kind = ErrorKind::Reference;
-    error.file = path;
-    error.text = std::string("the file does not say how many submeshes it has, and ") +
-                 (fitting.empty() ? "they can't be worked out" : "several counts fit it") +
-                 "; use --submeshes N";
-    return error;
+    const std::string why = fitting.empty() ? "they can't be worked out" : "several counts fit it";
+    return {ErrorKind::Reference,
+            0,
+            path,
+            "",
+            std::nullopt,
+            "the file does not say how many submeshes it has, and " + why + "; use --submeshes N"};
 }
 
 std::optional<LoadedFile> LoadFile(const std::string& path, const LoadOptions& options)

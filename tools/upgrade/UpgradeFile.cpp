@@ -1,4 +1,4 @@
-#include "upgrade/UpgradeFile.h"
+#include "upgrade/Upgrade.h"
 
 #include "report/FindingLines.h"
 #include "report/Print.h"

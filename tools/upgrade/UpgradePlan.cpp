@@ -1,4 +1,4 @@
-#include "upgrade/UpgradePlan.h"
+#include "upgrade/Upgrade.h"
 
 #include <algorithm>
 #include <exception>
