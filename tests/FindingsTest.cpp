@@ -458,7 +458,7 @@ TEST_F(FindingsTest, PlacesInDocuments)
          "Vela/SubMesh/a"},
         {"<Vela>\n\n   <SubMesh/></Vela>", 3, 4, "Vela/SubMesh"},
         {"<Vela>\n\n   <SubMesh></SubMesk></Vela>", 3, 4, ""},
-        {"<Vela>\n  <a b='&#0;'/></Vela>", 2, 14, ""},
+        {"<Vela>\n  <a b='&#0;'/></Vela>", 2, 9, ""},
         {"<Vela>\n  <a ", 2, 6, ""},
         {"", 1, 1, ""},
     };

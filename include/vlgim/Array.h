@@ -53,7 +53,7 @@ public:
 
     Array() noexcept = default;
 
-    /// A null array. A template, so that the count 0 is a count.
+    /// A null array. It is a template so that Array(0) makes an array of no elements.
     template <class Null>
     requires std::is_null_pointer_v<Null> Array(Null)
     noexcept {}

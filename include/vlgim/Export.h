@@ -2,7 +2,8 @@
 
 #include <version>
 
-#if !defined(__cpp_lib_span) || !defined(__cpp_lib_bit_cast) || !defined(__cpp_concepts)
+#if !defined(__cpp_concepts) || !defined(__cpp_lib_span) || !defined(__cpp_lib_to_chars) ||                  \
+    (defined(_GLIBCXX_RELEASE) && _GLIBCXX_RELEASE < 12)
 #error "vlgim needs a C++20 compiler and standard library: g++ 12, clang++ 14 with libstdc++ 12, or newer"
 #endif
 

@@ -49,7 +49,7 @@ public:
     /// - one of the messages about magic, branch and version;
     /// - "gis file is damaged" with the clip, the block and the byte, for a file that does not match its counts or has
     ///   more than 255 bones;
-    /// - "Failed to read file : %s", for a side file that can't be read or whose name contains "..";
+    /// - "Failed to read file : %s", for a side file that can't be read or whose name leads out of its folder ("..");
     /// - "Unable to open seperate animation file %s", if side files are named and `path` has no dot.
     /// The last message always begins with "Bad format in skeletal animation". The object then has m_path, which is
     /// `path`, and m_version; all other members have their defaults. m_version is 0 if the file has fewer than 8 bytes.

@@ -28,10 +28,10 @@ std::string_view TextOf(const Bytes& bytes)
 const char* WhyRefused(int error)
 {
     static constexpr std::pair<int, const char*> kReasons[] = {
-        {XML_REFUSED_NUL, "a NUL byte stands in the middle"},
+        {XML_REFUSED_NUL, "there is a NUL byte before the end"},
         {XML_REFUSED_END_TAG, "an end tag closes nothing, or has more in it than a name"},
         {XML_REFUSED_REFERENCE, "a reference \"&#...;\" names no character, or would swallow text"},
-        {XML_REFUSED_AMPERSAND, "a bare '&' stands behind a reference, and would be lost"},
+        {XML_REFUSED_AMPERSAND, "a bare '&' follows a reference, and would be lost"},
         {XML_REFUSED_ATTRIBUTES, "an element has more than 256 attributes"},
         {XML_REFUSED_OPEN_REFERENCES, "there are more than 256 \"&#\" without an end"},
         {XML_REFUSED_MARKUP, "the markup is broken here, or ends too early"},

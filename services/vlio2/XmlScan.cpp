@@ -95,12 +95,14 @@ private:
     std::size_t Here() const { return m_text.size() - m_left.size(); }
 
     // Ends the scan: nothing is left to read. Only the first refusal counts.
-    void Refuse(XmlRefusal why)
+    void Refuse(XmlRefusal why, std::size_t at)
     {
         if (m_result.error == 0)
-            m_result = {why, Here()};
+            m_result = {why, at};
         m_left = {};
     }
+
+    void Refuse(XmlRefusal why) { Refuse(why, Here()); }
 
     // These move past what they read.
     void SkipSpace()
@@ -198,18 +200,19 @@ private:
         // became shorter, an older byte of the buffer then shows up in its place.
         bool isShorter = false;
         while (!value.empty()) {
+            const auto at = static_cast<std::size_t>(value.data() - m_text.data());
             std::size_t length = 1;
             const char first = value.front();
             if (value.starts_with("&#")) {
                 length = ReferenceLength(value);
                 if (length == 0)
-                    return Refuse(XML_REFUSED_REFERENCE);
+                    return Refuse(XML_REFUSED_REFERENCE, at);
                 if (length == 1 && ++m_openReferences > kMaxOpenReferences)
-                    return Refuse(XML_REFUSED_OPEN_REFERENCES);
+                    return Refuse(XML_REFUSED_OPEN_REFERENCES, at);
             } else if (first == '&' || first == '\r' || first == '\n') {
                 length = ReplacedLength(value);
                 if (first == '&' && length == 1 && isShorter)
-                    return Refuse(XML_REFUSED_AMPERSAND);
+                    return Refuse(XML_REFUSED_AMPERSAND, at);
             }
             isShorter |= length > 1;
             value.remove_prefix(length);

@@ -85,7 +85,11 @@ int File::Open(const char* path, Access access)
     // In a process that has closed its standard streams, the file would get what is printed.
     if (m_handle >= 0 && m_handle <= STDERR_FILENO) {
         const int low = std::exchange(m_handle, ::fcntl(m_handle, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+        const int reason = ReasonOf(m_handle);
         ::close(low);
+        if (reason != 0 && access == Access::Create)
+            ::unlink(path);
+        return reason;
     }
     return ReasonOf(m_handle);
 }
