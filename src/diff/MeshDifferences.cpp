@@ -1,4 +1,3 @@
-#include "Pairs.h"
 #include "Parts.h"
 
 namespace vela::vlgim::diff {
@@ -28,13 +27,9 @@ void CompareReferences(const Comparer& out, Run<T> a, Run<T> b, const Pairs& bon
     const auto text = [&first](const Run<T>& run, const Names& names) {
         return EntryText(run.At(first.entry), run.width, [&names](T bone) { return BoneText(bone, names); });
     };
+    const std::string where = Nth("vertex")(first.entry);
     if (first.count != 0)
-        out.Add({"bone references",
-                 Nth("vertex")(first.entry),
-                 {},
-                 first.count,
-                 text(a, bones.a),
-                 text(b, bones.b)});
+        out.Add({"bone references", where, {}, first.count, text(a, bones.a), text(b, bones.b)});
 }
 
 void CompareMorphs(const Comparer& out, const vlMeshData& a, const vlMeshData& b)

@@ -1,4 +1,3 @@
-#include "Pairs.h"
 #include "Parts.h"
 
 #include <tinyxml2.h>
