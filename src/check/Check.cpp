@@ -9,24 +9,24 @@ namespace check {
 
 namespace {
 
-void CheckImage(Session& session, FileReport& report, const vlio::Bytes& image, bool withFiles)
+void CheckInput(const Input& input, bool withFiles)
 {
     vlio::XmlData document;
-    switch (KindOfFile(report.Path(), image.data(), image.size())) {
+    switch (KindOfFile(input.report.Path(), input.image.data(), input.image.size())) {
     case FileKind::Model:
-        return CheckManifest(session, report, image, withFiles);
+        return CheckManifest(input, withFiles);
     case FileKind::Mesh:
-        return CheckMeshAlone(session, report, image, withFiles);
+        return CheckMeshAlone(input, withFiles);
     case FileKind::Animation:
-        return CheckAnimation(session, report, image, withFiles);
+        return CheckAnimation(input, withFiles);
     case FileKind::Track:
-        return CheckTrack(session, report, image);
+        return CheckTrack(input);
     case FileKind::Document:
-        CheckDocument(session, report, image, document);
+        CheckDocument(input, document);
         return;
     case FileKind::Unknown:
-        report.Add("unknown-kind", {},
-                   "neither its name nor its first bytes show that it belongs to a model");
+        input.report.Add("unknown-kind", {},
+                         "neither its name nor its first bytes show that it belongs to a model");
     }
 }
 
@@ -51,12 +51,10 @@ CheckResult RunCheck(const CheckOptions& options, Run run)
 CheckResult CheckFile(const char* path, const CheckOptions& options)
 {
     return check::RunCheck(options, [&](check::Session& session) {
-        std::string place = path;
-        vlio::Bytes image;
         if (!vlio::FileStream::Exists(path, vlio::FILE_SYSTEM_ANY))
             return session.BeginUnread(path).Add("unreadable", {}, "the file doesn't exist");
-        if (check::FileReport* report = check::ReadFile(session, place, image))
-            check::CheckImage(session, *report, image, true);
+        if (const auto input = check::ReadFile(session, path))
+            check::CheckInput(*input, true);
     });
 }
 
@@ -67,7 +65,7 @@ CheckResult CheckBytes(const unsigned char* data, std::size_t size, const char* 
         if (size > options.memoryLimit)
             return session.BeginUnread(path).Add("memory-limit", {},
                                                  "the file is larger than the memory limit");
-        check::CheckImage(session, session.Begin(path, size), vlio::Bytes(data, data + size), false);
+        check::CheckInput({session, session.Begin(path, size), vlio::Bytes(data, data + size)}, false);
     });
 }
 

@@ -18,15 +18,11 @@ using Element = tinyxml2::XMLElement;
 
 // Whether the memory limit allows a document's tree: elements of one letter, and the places of all, take so many times
 // its bytes.
-bool AllowsTree(const Session& session, const vlio::Bytes& image)
+bool AllowsTree(const Input& input)
 {
     constexpr std::uint64_t kTreePerByte = 80;
-    return session.Left(image.size()) / kTreePerByte >= image.size();
-}
-
-std::string_view TextOf(const vlio::Bytes& image)
-{
-    return {reinterpret_cast<const char*>(image.data()), image.size()};
+    const std::uint64_t size = input.image.size();
+    return input.session.Left(size) / kTreePerByte >= size;
 }
 
 // The line and column of a byte of a document.
@@ -42,8 +38,8 @@ Where WhereIn(std::string_view text, std::size_t at, std::string block = {})
 // Findings at the elements of a document. The parser keeps only their lines, so the text is scanned for them.
 class ElementReport {
 public:
-    ElementReport(FileReport& report, std::string_view text, vlio::XmlData& document)
-        : m_report(report), m_text(text), m_root(&document.Document())
+    ElementReport(const Input& input, vlio::XmlData& document)
+        : m_report(input.report), m_text(input.Text()), m_root(&document.Document())
     {
     }
 
@@ -106,15 +102,13 @@ void CheckSubmesh(ElementReport& report, const Element* element, std::optional<s
 }
 
 // Checks the material group, and gives its number of materials if that could be read.
-std::optional<std::size_t> CheckMaterials(Session& session, FileReport& by, const Where& where,
-                                          const std::string& path)
+std::optional<std::size_t> CheckMaterials(const Input& by, const Where& where, const std::string& path)
 {
-    vlio::Bytes image;
     vlio::XmlData document;
-    FileReport* const report = ReadFile(session, path, image, &by, where);
-    if (!report || !CheckDocument(session, *report, image, document))
+    const std::optional<Input> input = ReadFile(by.session, path, &by.report, where);
+    if (!input || !CheckDocument(*input, document))
         return std::nullopt;
-    ElementReport elements(*report, TextOf(image), document);
+    ElementReport elements(*input, document);
     if (!document.FindElement("Vela/MaterialGroup", nullptr))
         elements.Add("material-incomplete", document.GetElement(nullptr, nullptr),
                      "there is no Vela element that contains a MaterialGroup");
@@ -128,52 +122,49 @@ std::optional<std::size_t> CheckMaterials(Session& session, FileReport& by, cons
 
 // Where the manifest's word for its skeleton may lead: tools take it with a base path, from the manifest's folder, or
 // as it is.
-void CheckSkeletonExists(Session& session, FileReport& report, const std::string& name, const Where& where)
+void CheckSkeletonExists(const Input& input, const std::string& name, const Where& where)
 {
-    const std::string folder = report.Path().substr(0, report.Path().find_last_of("/\\") + 1);
+    const std::string folder = input.report.Path().substr(0, input.report.Path().find_last_of("/\\") + 1);
     const std::string formatted = vlio::FormatPath(name.c_str());
-    const std::string based = (session.Base() ? session.Base() : folder) + formatted;
+    const std::string based = (input.session.Base() ? input.session.Base() : folder) + formatted;
     for (const std::string& path : {based, folder + formatted, formatted})
         if (vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY))
             return;
-    ReportMissing(report, where, vlio::IsRelativePath(name.c_str()) ? based : formatted);
+    ReportMissing(input.report, where, vlio::IsRelativePath(name.c_str()) ? based : formatted);
 }
 
-void CheckModelFiles(Session& session, FileReport& report, const vlio::XmlData& document,
-                     ElementReport& elements)
+void CheckModelFiles(const Input& input, const vlio::XmlData& document, ElementReport& elements)
 {
-    const std::string path = report.Path();
+    Session& session = input.session;
+    const std::string path = input.report.Path();
     const Where root = elements.Of(document.GetElement(nullptr, nullptr));
     const manifest::Elements submeshes = manifest::Submeshes(document);
     const std::optional<std::size_t> materials =
-        CheckMaterials(session, report, root, manifest::MaterialPath(document, path.c_str(), session.Base()));
+        CheckMaterials(input, root, manifest::MaterialPath(document, path.c_str(), session.Base()));
     for (const Element* submesh : submeshes)
         CheckSubmesh(elements, submesh, materials);
 
-    vlio::Bytes image;
     vlio::XmlData music;
-    if (FileReport* found = ReadFile(session, vlio::ReplaceFileExtension(path.c_str(), "_music.ags"), image))
-        CheckDocument(session, *found, image, music);
+    if (const auto found = ReadFile(session, vlio::ReplaceFileExtension(path.c_str(), "_music.ags")))
+        CheckDocument(*found, music);
 
     if (const std::string skeleton = manifest::SkeletonName(document); !skeleton.empty())
-        CheckSkeletonExists(session, report, skeleton,
+        CheckSkeletonExists(input, skeleton,
                             elements.Of(document.FindElement("Vela/SkeletonFile/FileName", nullptr)));
     if (submeshes.empty())
         return;
-    if (FileReport* mesh = ReadFile(session, manifest::MeshPath(document, path.c_str(), session.Base()),
-                                    image, &report, root))
-        CheckMesh(session, *mesh, image, static_cast<std::uint32_t>(submeshes.size()));
+    const std::string meshPath = manifest::MeshPath(document, path.c_str(), session.Base());
+    if (const auto mesh = ReadFile(session, meshPath, &input.report, root))
+        CheckMesh(*mesh, static_cast<std::uint32_t>(submeshes.size()));
 }
 
 // How many submeshes the manifest beside a mesh tells of, if that is the mesh it means.
 std::optional<std::uint32_t> CountBeside(Session& session, const std::string& meshPath)
 {
     const std::string path = vlio::ReplaceFileExtension(meshPath.c_str(), ".gim");
-    vlio::Bytes image;
     vlio::XmlData document;
-    const FileReport* const report = ReadFile(session, path, image);
-    const std::string_view text = TextOf(image);
-    if (!report || !AllowsTree(session, image) || document.Parse(text.data(), text.size()) != 0)
+    const std::optional<Input> input = ReadFile(session, path);
+    if (!input || !AllowsTree(*input) || document.ParseText(input->Text()))
         return std::nullopt;
     const std::string named = manifest::MeshPath(document, path.c_str(), session.Base());
     const auto count = static_cast<std::uint32_t>(manifest::Submeshes(document).size());
@@ -184,27 +175,25 @@ std::optional<std::uint32_t> CountBeside(Session& session, const std::string& me
 
 }  // namespace
 
-bool CheckDocument(Session& session, FileReport& report, const vlio::Bytes& image, vlio::XmlData& document)
+bool CheckDocument(const Input& input, vlio::XmlData& document)
 {
-    if (!AllowsTree(session, image)) {
-        report.Add("memory-limit", {}, "a document of this size could exceed the memory limit");
+    if (!AllowsTree(input)) {
+        input.report.Add("memory-limit", {}, "a document of this size could exceed the memory limit");
         return false;
     }
-    const std::string_view text = TextOf(image);
-    const Error error = document.ParseText(text);
-    session.Step(report);
-    if (!error)
-        return true;
-    report.Add("bad-xml", WhereIn(text, *error.offset), error.text);
-    return false;
+    const Error error = document.ParseText(input.Text());
+    input.session.Step(input.report);
+    if (error)
+        input.report.Add("bad-xml", WhereIn(input.Text(), *error.offset), error.text);
+    return !error;
 }
 
-void CheckManifest(Session& session, FileReport& report, const vlio::Bytes& image, bool withFiles)
+void CheckManifest(const Input& input, bool withFiles)
 {
     vlio::XmlData document;
-    if (!CheckDocument(session, report, image, document))
+    if (!CheckDocument(input, document))
         return;
-    ElementReport elements(report, TextOf(image), document);
+    ElementReport elements(input, document);
     const Element* root = document.GetElement(nullptr, nullptr);
     const Element* list = document.FindElement("Vela/SubMesh", nullptr);
     if (manifest::Submeshes(document).empty())
@@ -212,17 +201,17 @@ void CheckManifest(Session& session, FileReport& report, const vlio::Bytes& imag
                      list ? "SubMesh lists no submeshes"
                           : "there is no Vela element that contains a SubMesh list");
     if (withFiles)
-        return CheckModelFiles(session, report, document, elements);
+        return CheckModelFiles(input, document, elements);
     for (const Element* submesh : manifest::Submeshes(document))
         CheckSubmesh(elements, submesh, std::nullopt);
 }
 
-void CheckMeshAlone(Session& session, FileReport& report, const vlio::Bytes& image, bool withManifest)
+void CheckMeshAlone(const Input& input, bool withManifest)
 {
-    std::optional<std::uint32_t> count = session.Options().submeshCount;
+    std::optional<std::uint32_t> count = input.session.Options().submeshCount;
     if (!count && withManifest)
-        count = CountBeside(session, report.Path());
-    CheckMesh(session, report, image, count);
+        count = CountBeside(input.session, input.report.Path());
+    CheckMesh(input, count);
 }
 
 }  // namespace vela::vlgim::check

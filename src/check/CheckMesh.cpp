@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <tuple>
 
 namespace vela::vlgim::check {
 
@@ -51,23 +52,23 @@ void CheckCounts(const File& file, const vlMeshVertexData& v)
 void CheckFrames(const File& file, const vlMeshData& mesh)
 {
     const vlMeshVertexData& v = *mesh.m_vertexData;
+    const std::uint64_t count = v.m_vertexCount;
     // Half floats lie close together in the room of floats.
-    CheckFinite(
-        file, file.Find(Block::Positions),
-        {"positions", "vertex", Floats(v.m_positions), v.m_vertexCount, 3, HasHalves(mesh) ? 6U : 12U});
-    CheckFinite(file, file.Find(Block::Normals),
-                {"normals", "vertex", Floats(v.m_normals), v.m_vertexCount, 3});
+    const std::uint64_t size = HasHalves(mesh) ? 6 : 12;
+    CheckFinite(file, file.Find(Block::Positions),
+                {"positions", "vertex", Floats(v.m_positions), count, 3, size});
+    CheckFinite(file, file.Find(Block::Normals), {"normals", "vertex", Floats(v.m_normals), count, 3});
     const std::size_t frames = file.Find(Block::MorphFrames);
-    const std::uint64_t size = v.m_vertexCount * sizeof v.m_positions[0];
-    for (std::uint64_t frame = 1; size != 0 && frame < v.m_frameCount; ++frame) {
-        const std::string number = " of frame " + std::to_string(frame);
-        const std::uint64_t first = frame * v.m_vertexCount, behind = 2 * size * (frame - 1);
-        CheckFinite(
-            file, frames,
-            {"positions" + number, "vertex", Floats(v.m_positions, first), v.m_vertexCount, 3, 12, behind});
+    std::uint64_t behind = 0;
+    const auto checkFrame = [&](const char* what, const auto& vectors, std::uint64_t frame) {
         CheckFinite(file, frames,
-                    {"normals" + number, "vertex", Floats(v.m_normals, first), v.m_vertexCount, 3, 12,
-                     behind + size});
+                    {what + (" of frame " + std::to_string(frame)), "vertex", Floats(vectors, frame * count),
+                     count, 3, 12, behind});
+        behind += count * sizeof vectors[0];
+    };
+    for (std::uint64_t frame = 1; count != 0 && frame < v.m_frameCount; ++frame) {
+        checkFrame("positions", v.m_positions, frame);
+        checkFrame("normals", v.m_normals, frame);
     }
     if (v.m_tangents)
         CheckFinite(file, file.Find(Block::Tangents),
@@ -83,10 +84,10 @@ void CheckUvs(const File& file, const vlMeshData& mesh)
     for (std::uint32_t i = 0; i < v.m_subCount; ++i) {
         const SubmeshRecord& record = v.m_subRecords[i];
         for (unsigned set = 0; record.vertexCount != 0 && set < record.uvSetCount; ++set) {
+            const std::string what = "uvs of set " + std::to_string(set) + " of submesh " + std::to_string(i);
             CheckFinite(file, uvs,
-                        {"uvs of set " + std::to_string(set) + " of submesh " + std::to_string(i),
-                         "its vertex", &v.m_uvSets[set][record.firstVertex].u, record.vertexCount, 2, size,
-                         behind});
+                        {what, "its vertex", &v.m_uvSets[set][record.firstVertex].u, record.vertexCount, 2,
+                         size, behind});
             behind += record.vertexCount * size;
         }
     }
@@ -223,12 +224,9 @@ bool IsTableKept(ByteSpan old, ByteSpan now)
     vlDataShareTable oldTable, newTable;
     oldTable.ReadData(old.data(), old.data() + old.size());
     newTable.ReadData(now.data(), now.data() + now.size());
-    const auto tells = [](const DataPair& a, const DataPair& b) {
-        return a.type == b.type && a.index == b.index && a.reserved == b.reserved;
-    };
+    const auto told = [](const DataPair& pair) { return std::tie(pair.type, pair.index, pair.reserved); };
     return oldTable.m_blocks.size() == newTable.m_blocks.size() &&
-           std::equal(oldTable.m_pairs.begin(), oldTable.m_pairs.end(), newTable.m_pairs.begin(),
-                      newTable.m_pairs.end(), tells);
+           std::ranges::equal(oldTable.m_pairs, newTable.m_pairs, {}, told, told);
 }
 
 // Blocks whose bytes are the same in every version; those of the vertices are not, in part.
@@ -239,124 +237,65 @@ bool KeepsLayout(Block block)
     return std::find(std::begin(kAll), std::end(kAll), block) != std::end(kAll);
 }
 
-class MeshCheck final : public ImageCheck {
-public:
-    MeshCheck(Session& session, FileReport& report, const vlio::Bytes& image, std::uint32_t submeshCount)
-        : ImageCheck(session, report, image), m_submeshCount(submeshCount)
-    {
-    }
-
-private:
-    Error Read(io::BlockReader& in, const vlio::Bytes&) override
-    {
-        m_mesh.m_submeshCount = m_submeshCount;
-        return mesh::ReadFile(in, m_mesh, &m_passedOver);
-    }
-    void ReportRefusal(const File& file, const Error& error) override;
-    void CheckValues(const File& file) override;
-    bool IsWritable() override { return Allows(WhyUnwritable(m_mesh)); }
-    std::uint64_t WrittenSize() const override { return mesh::WrittenSize(*m_mesh.m_vertexData); }
-    Error Write(vlio::Sink& sink) override { return mesh::WriteFile(sink, m_mesh); }
-    void Drop() override { m_mesh = {}; }
-    void ReportChange(const Change& change) override;
-    void ReportOtherChange(const File& file) override;
-
-    void CheckBones(const File& file);
-    void CheckVertices(const File& file);
-    void CheckUpgrade(const File& file);
-    void CheckDrops(const File& file);
-
-    std::uint32_t m_submeshCount;
-    vlMeshData m_mesh;
-    std::vector<std::uint32_t> m_passedOver;  // offsets of vertex blocks that are not read
-    bool m_hasOldLayout = false;
-    bool m_fillsData = false;     // a save writes data that the mesh declares and does not hold
-    bool m_tellsOfBones = false;  // what a save changes in the bones block
-};
-
-// A count that does not fit shows as damage somewhere in the vertices, so the file is asked which would.
-void MeshCheck::ReportRefusal(const File&, const Error& error)
-{
-    const auto fitting = vlMeshData::FittingSubmeshCounts(m_image.data(), m_image.size());
-    if (error.kind == ErrorKind::MemoryLimit || fitting.empty() ||
-        std::find(fitting.begin(), fitting.end(), m_submeshCount) != fitting.end())
-        return m_report.Add(error);
-    std::string counts = std::to_string(fitting[0]);
-    if (fitting.size() > 1)
-        counts += fitting.size() == 2 ? " or " + std::to_string(fitting[1])
-                                      : " and " + std::to_string(fitting.size() - 1) + " larger counts";
-    m_report.Add("submesh-count", {error.block, error.offset},
-                 "the mesh does not fit " + std::to_string(m_submeshCount) + " submeshes, but fits " +
-                     counts);
-}
-
-void MeshCheck::CheckValues(const File& file)
-{
-    if (std::memcmp(m_image.data(), &kMeshMagic, sizeof kMeshMagic) != 0)
-        file.Add("mesh-magic", file.Find(Block::Header), "the file does not begin with 34 80 C8 BB");
-    CheckAnimationBlock(file, m_mesh);
-    CheckBones(file);
-    CheckVertices(file);
-    CheckSkin(file, m_mesh);
-    CheckOriginalData(file, m_mesh);
-    m_session.Step(m_report);
-    CheckUpgrade(file);
-    CheckDrops(file);
-}
-
-void MeshCheck::CheckBones(const File& file)
+// Whether a finding says what a save changes in the bones block.
+bool CheckBones(const File& file, const vlMeshData& mesh)
 {
     const std::size_t block = file.Find(Block::BonesBlock);
-    const std::uint16_t count = mesh::BoneCount(m_mesh);
+    const std::uint16_t count = mesh::BoneCount(mesh);
     if (block == Places::kNone || count == 0)
-        return;
-    CheckParents(file, file.FindIn(block, Block::Parents), m_mesh.m_boneParents);
-    const bool areRenamed = CheckBoneNames(file, file.FindIn(block, Block::Names), m_mesh.m_boneNames, count);
-    if (m_mesh.m_boneBounds)
+        return false;
+    CheckParents(file, file.FindIn(block, Block::Parents), mesh.m_boneParents);
+    const bool areRenamed = CheckBoneNames(file, file.FindIn(block, Block::Names), mesh.m_boneNames, count);
+    if (mesh.m_boneBounds)
         CheckFinite(file, file.FindIn(block, Block::Bounds),
-                    {"bounds of the bones", "bone", m_mesh.m_boneBounds[0].m_extents, count, 7});
+                    {"bounds of the bones", "bone", mesh.m_boneBounds[0].m_extents, count, 7});
     CheckFinite(file, file.FindIn(block, Block::Matrices),
-                {"matrices of the bones", "bone", &m_mesh.m_boneMatrices[0].m[0][0], count, 16});
-    m_tellsOfBones = areRenamed || file.Has(Block::Bounds) != bool(m_mesh.m_boneBounds);
+                {"matrices of the bones", "bone", &mesh.m_boneMatrices[0].m[0][0], count, 16});
+    return areRenamed || file.Has(Block::Bounds) != bool(mesh.m_boneBounds);
 }
 
-void MeshCheck::CheckVertices(const File& file)
+// Whether a save writes data that the mesh declares and does not hold.
+bool CheckVertices(const File& file, const vlMeshData& mesh)
 {
-    const vlMeshVertexData& v = *m_mesh.m_vertexData;
+    const vlMeshVertexData& v = *mesh.m_vertexData;
     CheckCounts(file, v);
     if (file.Has(Block::Positions)) {
-        CheckFrames(file, m_mesh);
+        CheckFrames(file, mesh);
         CheckIndices(file, file.Find(Block::Triangles), v.m_indices, v.m_vertexCount, true);
-        CheckUvs(file, m_mesh);
-        return;
+        CheckUvs(file, mesh);
+        return false;
     }
-    m_fillsData = v.m_vertexCount != 0 || v.m_triangleCount != 0;
-    if (m_fillsData)
+    const bool areDeclared = v.m_vertexCount != 0 || v.m_triangleCount != 0;
+    if (areDeclared)
         file.Add("no-vertex-data", file.Find(Block::VertexCounts),
                  "the data flag is 0, and " + Counted(v.m_vertexCount, "vertex", "vertices") + " and " +
                      Counted(v.m_triangleCount, "triangle", "triangles") + " are declared");
+    return areDeclared;
 }
 
-void MeshCheck::CheckUpgrade(const File& file)
+// Whether a save writes another layout.
+bool CheckUpgrade(const File& file, const vlMeshData& mesh)
 {
     const std::size_t version = file.Find(Block::VersionWord);
     const std::uint64_t packMode = file.Size(version) - 1;
-    m_hasOldLayout = m_mesh.m_version < kNewestVersion || HasHalves(m_mesh);
-    if (m_mesh.m_version < kNewestVersion)
+    const bool isOld = mesh.m_version < kNewestVersion;
+    if (isOld)
         file.Add("save-version", version,
                  "a save writes version " + io::Hex(kNewestVersion) + " in place of " +
-                     io::Hex(m_mesh.m_version));
-    if (HasHalves(m_mesh))
+                     io::Hex(mesh.m_version));
+    if (HasHalves(mesh))
         file.Add("save-floats", version, packMode,
                  "a save writes positions and uvs as floats in place of half floats");
-    else if (m_mesh.m_packMode != 0)
+    else if (mesh.m_packMode != 0)
         file.Add("save-header", version, packMode,
-                 "a save writes pack mode 0 in place of " + std::to_string(m_mesh.m_packMode) +
+                 "a save writes pack mode 0 in place of " + std::to_string(mesh.m_packMode) +
                      ", which means the same");
+    return isOld || HasHalves(mesh);
 }
 
 // What a save does not take along.
-void MeshCheck::CheckDrops(const File& file)
+// passedOver  offsets of vertex blocks that are not read
+void CheckDrops(const File& file, const vlMeshData& mesh, const std::vector<std::uint32_t>& passedOver)
 {
     const std::size_t records = file.Find(Block::KeyRecords), animBI = file.Find(Block::AnimBI);
     const std::size_t entries = file.FindIn(file.Find(Block::ShareTable), Block::Indices);
@@ -366,96 +305,127 @@ void MeshCheck::CheckDrops(const File& file)
     if (const std::uint64_t size = file.Size(animBI); size > 1)
         file.Add("save-drops-anim-bi", animBI,
                  "the anim-BI block of " + std::to_string(size) + " bytes is not kept");
-    if (file.Has(Block::Bounds) && !m_mesh.m_boneBounds)
+    if (file.Has(Block::Bounds) && !mesh.m_boneBounds)
         file.Add("save-drops-bounds", file.Find(Block::BoundsFlag),
                  "the bounds of all bones are not kept, since the radius of one is NaN");
     std::uint64_t entry = 0;
-    for (const std::uint32_t offset : m_passedOver)
+    for (const std::uint32_t offset : passedOver)
         file.Add("save-drops-blocks", entries, entry += sizeof offset,
                  "a further vertex block, which begins at byte " + std::to_string(offset) +
                      ", is neither read nor kept");
-    ReportUnread(file, m_image.size(), m_passedOver);
 }
 
-void MeshCheck::ReportChange(const Change& change)
-{
-    const Block block = change.Of();
-    if (m_hasOldLayout && !KeepsLayout(block))
-        return;
-    switch (block) {
-    case Block::Channel:
-        return ReportChangedKeys(change);
-    case Block::Track:
-        return ReportChangedTrack(change);
-    case Block::Header:
-        return change.Add("save-header", "a save writes the magic word of a mesh");
-    case Block::UsedBones:
-        return change.Add("save-mask", "a save updates the mask of used bones");
-    case Block::ShareTable:
-        if (!IsTableKept(change.Old(), change.New()))
-            change.Add("save-table", "a save rewrites the table of blocks");
-        return;
-    case Block::VertexCounts:
-        if (!m_fillsData)
-            break;
-        return change.Add("save-fills-data",
-                          "a save writes zeros for the data that the mesh declares and does not hold");
-    case Block::BonesBlock:
-        if (!m_tellsOfBones)
-            break;
-        return;
-    case Block::TableOffset:
-    case Block::KeyRecords:
-    case Block::AnimBI:
-        return;
-    default:
-        break;
+class MeshCheck final : public ImageCheck {
+public:
+    MeshCheck(const Input& input, std::uint32_t count) : ImageCheck(input), m_submeshCount(count) {}
+
+private:
+    Error Read(io::BlockReader& in, const vlio::Bytes&) override
+    {
+        m_mesh.m_submeshCount = m_submeshCount;
+        return mesh::ReadFile(in, m_mesh, &m_passedOver);
     }
-    change.Add("save-changes", "a save writes this block in its own form");
-}
 
-// All blocks are the same, and have another order or no longer lie on one another.
-void MeshCheck::ReportOtherChange(const File& file)
-{
-    file.Add("save-table", file.Find(Block::ShareTable), "a save writes the blocks one behind the other");
-}
+    // A count that does not fit shows as damage somewhere in the vertices, so the file is asked which would.
+    void ReportRefusal(const File& file, const Error& error) override
+    {
+        const auto fitting = vlMeshData::FittingSubmeshCounts(m_input.image.data(), m_input.image.size());
+        if (error.kind == ErrorKind::MemoryLimit || fitting.empty() ||
+            std::find(fitting.begin(), fitting.end(), m_submeshCount) != fitting.end())
+            return file.report.Add(error);
+        std::string counts = std::to_string(fitting[0]);
+        if (fitting.size() > 1)
+            counts += fitting.size() == 2 ? " or " + std::to_string(fitting[1])
+                                          : " and " + std::to_string(fitting.size() - 1) + " larger counts";
+        file.report.Add("submesh-count", {error.block, error.offset},
+                        "the mesh does not fit " + std::to_string(m_submeshCount) + " submeshes, but fits " +
+                            counts);
+    }
+
+    void CheckValues(const File& file) override
+    {
+        if (std::memcmp(m_input.image.data(), &kMeshMagic, sizeof kMeshMagic) != 0)
+            file.Add("mesh-magic", file.Find(Block::Header), "the file does not begin with 34 80 C8 BB");
+        CheckAnimationBlock(file, m_mesh);
+        m_tellsOfBones = CheckBones(file, m_mesh);
+        m_fillsData = CheckVertices(file, m_mesh);
+        CheckSkin(file, m_mesh);
+        CheckOriginalData(file, m_mesh);
+        m_input.session.Step(file.report);
+        m_hasOldLayout = CheckUpgrade(file, m_mesh);
+        CheckDrops(file, m_mesh, m_passedOver);
+        ReportUnread(file, m_input.image.size(), m_passedOver);
+    }
+
+    bool IsWritable() override { return Allows(WhyUnwritable(m_mesh)); }
+    std::uint64_t WrittenSize() const override { return mesh::WrittenSize(*m_mesh.m_vertexData); }
+    Error Write(vlio::Sink& sink) override { return mesh::WriteFile(sink, m_mesh); }
+    void Drop() override { m_mesh = {}; }
+
+    void ReportChange(const Change& change) override
+    {
+        const Block block = change.Of();
+        if (m_hasOldLayout && !KeepsLayout(block))
+            return;
+        if (block == Block::Channel || block == Block::Track)
+            return ReportChangedKeys(change);
+        if (block == Block::TableOffset || block == Block::KeyRecords || block == Block::AnimBI ||
+            (block == Block::BonesBlock && m_tellsOfBones) ||
+            (block == Block::ShareTable && IsTableKept(change.Old(), change.New())))
+            return;
+        if (block == Block::Header)
+            change.Add("save-header", "a save writes the magic word of a mesh");
+        else if (block == Block::UsedBones)
+            change.Add("save-mask", "a save updates the mask of used bones");
+        else if (block == Block::ShareTable)
+            change.Add("save-table", "a save rewrites the table of blocks");
+        else if (block == Block::VertexCounts && m_fillsData)
+            change.Add("save-fills-data",
+                       "a save writes zeros for the data that the mesh declares and does not hold");
+        else
+            change.Add("save-changes", "a save writes this block in its own form");
+    }
+
+    std::uint32_t m_submeshCount;
+    vlMeshData m_mesh;
+    std::vector<std::uint32_t> m_passedOver;  // offsets of vertex blocks that are not read
+    bool m_hasOldLayout = false;
+    bool m_fillsData = false;     // a save writes data that the mesh declares and does not hold
+    bool m_tellsOfBones = false;  // what a save changes in the bones block
+};
 
 // A mesh whose submeshes nobody can count: what is damaged whatever their number, or that it was not read.
-void CheckUncounted(const Session& session, FileReport& report, const vlio::Bytes& image,
-                    const std::string& why)
+void CheckUncounted(const Input& input, const std::string& why)
 {
-    io::BlockReader in(image);
+    io::BlockReader in(input.image);
     io::BlockMap map;
     in.Trace(map);
-    in.LimitMemory(session.Left(image.size()));
+    in.LimitMemory(input.session.Left(input.image.size()));
     vlMeshData mesh;
     const Error error = mesh::ReadFile(in, mesh);
-    const Places places(image, map);
+    const Places places(input.image, map);
     // Tracks, and the key records of old files, are as many as the submeshes.
     const bool dependsOnCount =
         places.Has(Block::TrackVersion) || places.Has(Block::KeyRecords) || places.Has(Block::SubmeshEntries);
     if (error && !dependsOnCount)
-        report.Add(error);
+        input.report.Add(error);
     else
-        report.Add("mesh-alone", {}, why);
+        input.report.Add("mesh-alone", {}, why);
 }
 
 }  // namespace
 
-void CheckMesh(Session& session, FileReport& report, const vlio::Bytes& image,
-               std::optional<std::uint32_t> submeshCount)
+void CheckMesh(const Input& input, std::optional<std::uint32_t> submeshCount)
 {
-    std::vector<std::uint32_t> counts;
-    if (submeshCount)
-        counts = {*submeshCount};
-    else
-        counts = vlMeshData::FittingSubmeshCounts(image.data(), image.size());
+    const std::vector<std::uint32_t> counts =
+        submeshCount ? std::vector{*submeshCount}
+                     : vlMeshData::FittingSubmeshCounts(input.image.data(), input.image.size());
     if (counts.size() == 1)
-        MeshCheck(session, report, image, counts[0]).Run();
+        MeshCheck(input, counts[0]).Run();
     else
-        CheckUncounted(session, report, image,
-                       counts.empty() ? "the submesh count is not in the file, and can't be worked out"
-                                      : std::to_string(counts.size()) + " submesh counts fit the file");
+        CheckUncounted(input, counts.empty()
+                                  ? "the submesh count is not in the file, and can't be worked out"
+                                  : std::to_string(counts.size()) + " submesh counts fit the file");
 }
 
 }  // namespace vela::vlgim::check

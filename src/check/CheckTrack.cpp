@@ -23,7 +23,7 @@ private:
             file.Add("save-version", file.Find(Block::VersionWord),
                      "a save writes version " + io::Hex(kNewestTrackVersion) + " in place of " +
                          io::Hex(m_track.m_version));
-        ReportUnread(file, m_image.size());
+        ReportUnread(file, m_input.image.size());
     }
 
     Error Write(vlio::Sink& sink) override
@@ -35,22 +35,16 @@ private:
 
     void Drop() override { m_track = {}; }
 
-    void ReportChange(const Change& change) override
-    {
-        if (change.Of() == Block::Channel)
-            ReportChangedKeys(change);
-        else if (change.Of() == Block::Track)
-            ReportChangedTrack(change);
-    }
+    void ReportChange(const Change& change) override { ReportChangedKeys(change); }
 
     vlTrackData m_track;
 };
 
 }  // namespace
 
-void CheckTrack(Session& session, FileReport& report, const vlio::Bytes& image)
+void CheckTrack(const Input& input)
 {
-    TrackCheck(session, report, image).Run();
+    TrackCheck(input).Run();
 }
 
 }  // namespace vela::vlgim::check

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 // Files that belong to others, and those that are not there.
 namespace vela::vlgim::check {
@@ -63,26 +64,27 @@ void ReportMissing(FileReport& by, const Where& where, const std::string& path)
                (other.empty() ? "" : "; there is " + other + ", which differs only in case"));
 }
 
-FileReport* ReadFile(Session& session, const std::string& path, vlio::Bytes& image, FileReport* by,
-                     const Where& where)
+std::optional<Input> ReadFile(Session& session, const std::string& path, FileReport* by, const Where& where)
 {
     const bool exists = vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY);
     if (!exists && by)
         ReportMissing(*by, where, path);
     if (!exists)
-        return nullptr;
+        return std::nullopt;
     std::error_code hasNoSize;
     const std::uintmax_t size = std::filesystem::file_size(path, hasNoSize);
     if (!hasNoSize && size > session.Options().memoryLimit) {
         session.BeginUnread(path).Add("memory-limit", {}, "the file is larger than the memory limit");
-        return nullptr;
+        return std::nullopt;
     }
+    vlio::Bytes image;
     if (Error error = vlio::ReadFile(path.c_str(), image)) {
         error.text.insert(0, "the file can't be read: ");
         session.BeginUnread(path).Add(error);
-        return nullptr;
+        return std::nullopt;
     }
-    return &session.Begin(path, image.size());
+    FileReport& report = session.Begin(path, image.size());
+    return Input{session, report, std::move(image)};
 }
 
 }  // namespace vela::vlgim::check

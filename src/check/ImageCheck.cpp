@@ -8,32 +8,6 @@
 
 namespace vela::vlgim::check {
 
-namespace {
-
-// Calls visit(old, now) for each run whose bytes are others in a second image of the file that has the same block. Both
-// images were read whole.
-template <class Visit>
-void ForEachChange(const Places& old, const Places& now, Visit visit)
-{
-    // Blocks come in the same order; each image may have some that the other lacks, in a row no longer than this.
-    constexpr std::ptrdiff_t kMostExtra = 16;
-    const std::vector<Places::Run> oldRuns = old.Runs(), newRuns = now.Runs();
-    auto next = newRuns.begin();
-    for (const Places::Run& run : oldRuns) {
-        const auto last = next + std::min(kMostExtra, newRuns.end() - next);
-        const auto match = std::find_if(next, last, [&](const Places::Run& candidate) {
-            return old[run.place].step == now[candidate.place].step;
-        });
-        if (match == last)
-            continue;
-        if (!AreSame(old.Bytes(run), now.Bytes(*match)))
-            visit(run, *match);
-        next = match + 1;
-    }
-}
-
-}  // namespace
-
 bool Change::Changes(Block field) const
 {
     const std::size_t old = file.FindIn(run.place, field), now = saved.FindIn(savedRun.place, field);
@@ -42,22 +16,29 @@ bool Change::Changes(Block field) const
     return !AreSame(file.Bytes(old), saved.Bytes(now));
 }
 
+// held  bytes in memory; the object takes m_spent more
+Error ImageCheck::ReadTraced(const vlio::Bytes& image, std::uint64_t held, io::BlockMap& map)
+{
+    io::BlockReader in(image);
+    in.Trace(map);
+    in.LimitMemory(m_input.session.Left(held));
+    Error error = Read(in, image);
+    m_spent = in.Spent();
+    m_input.session.Step(m_input.report);
+    return error;
+}
+
 bool ImageCheck::Run()
 {
-    io::BlockReader in(m_image);
     io::BlockMap map;
-    in.Trace(map);
-    in.LimitMemory(m_session.Left(m_held));
-    const Error error = Read(in, m_image);
-    m_session.Step(m_report);
-    const File file(m_report, m_image, map);
+    const Error error = ReadTraced(m_input.image, m_held, map);
+    const File file(m_input.report, m_input.image, map);
     if (error) {
         ReportRefusal(file, error);
         return false;
     }
-    m_spent = in.Spent();
     CheckValues(file);
-    m_session.Step(m_report);
+    m_input.session.Step(m_input.report);
     if (IsWritable())
         CheckSaved(file);
     return true;
@@ -66,45 +47,62 @@ bool ImageCheck::Run()
 bool ImageCheck::Allows(const Error& whyUnwritable)
 {
     if (whyUnwritable)
-        m_report.Add("save-refused", {}, vlio::WithoutFile(whyUnwritable));
+        m_input.report.Add("save-refused", {}, vlio::WithoutFile(whyUnwritable));
     return !whyUnwritable;
 }
 
 void ImageCheck::CheckSaved(const File& file)
 {
     const std::size_t patched = file.Find(Block::TableOffset);
-    SavedImage saved(m_image, std::max<std::uint64_t>(m_image.size(), WrittenSize()),
-                     m_session.Left(m_held + m_spent),
+    SavedImage saved(m_input.image, std::max<std::uint64_t>(m_input.image.size(), WrittenSize()),
+                     m_input.session.Left(m_held + m_spent),
                      patched != Places::kNone ? file.Offset(patched) : SavedImage::kNowhere);
     const Error error = Write(saved);
     Drop();
-    m_session.Step(m_report);
+    m_input.session.Step(m_input.report);
     if (!Allows(error) || saved.IsSame())
         return;
     if (saved.IsCut())
-        m_report.Add("memory-limit", {}, "the saved file would exceed the memory limit");
+        m_input.report.Add("memory-limit", {}, "the saved file would exceed the memory limit");
     else
         CheckWritten(file, saved.Whole());
 }
 
 void ImageCheck::CheckWritten(const File& file, const vlio::Bytes& written)
 {
-    io::BlockReader in(written);
     io::BlockMap map;
-    in.Trace(map);
-    in.LimitMemory(m_session.Left(m_held + written.size()));
-    const Error error = Read(in, written);
-    m_session.Step(m_report);
+    const Error error = ReadTraced(written, m_held + written.size(), map);
     if (error.kind == ErrorKind::MemoryLimit)
-        return m_report.Add("memory-limit", {}, "reading the saved file again would exceed the memory limit");
+        return m_input.report.Add("memory-limit", {},
+                                  "reading the saved file again would exceed the memory limit");
     if (error)
-        return m_report.Add("save-refused", {}, "the saved file could not be read again");
-    const Places saved(written, map);
-    ForEachChange(file, saved, [&](const Places::Run& old, const Places::Run& now) {
-        ReportChange({file, saved, old, now});
-    });
-    if (!m_report.TellsOfSave())
-        ReportOtherChange(file);
+        return m_input.report.Add("save-refused", {}, "the saved file could not be read again");
+    ReportChanges(file, {written, map});
+    // All blocks of a mesh are the same, and have another order or no longer lie on one another.
+    if (const std::size_t table = file.Find(Block::ShareTable);
+        table != Places::kNone && !m_input.report.TellsOfSave())
+        file.Add("save-table", table, "a save writes the blocks one behind the other");
+}
+
+// Reports each run whose bytes are others in a second image of the file that has the same block. Both images were read
+// whole.
+void ImageCheck::ReportChanges(const File& file, const Places& saved)
+{
+    // Blocks come in the same order; each image may have some that the other lacks, in a row no longer than this.
+    constexpr std::ptrdiff_t kMostExtra = 16;
+    const std::vector<Places::Run> oldRuns = file.Runs(), newRuns = saved.Runs();
+    auto next = newRuns.begin();
+    for (const Places::Run& run : oldRuns) {
+        const auto last = next + std::min(kMostExtra, newRuns.end() - next);
+        const auto match = std::find_if(next, last, [&](const Places::Run& candidate) {
+            return file[run.place].step == saved[candidate.place].step;
+        });
+        if (match == last)
+            continue;
+        if (!AreSame(file.Bytes(run), saved.Bytes(*match)))
+            ReportChange({file, saved, run, *match});
+        next = match + 1;
+    }
 }
 
 void ReportUnread(const File& file, std::uint64_t size, const std::vector<std::uint32_t>& known)

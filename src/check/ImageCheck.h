@@ -57,8 +57,8 @@ struct Change {
 class ImageCheck {
 public:
     /// held  bytes in memory beside the image
-    ImageCheck(Session& session, FileReport& report, const vlio::Bytes& image, std::uint64_t held = 0)
-        : m_session(session), m_report(report), m_image(image), m_held(held + image.size())
+    explicit ImageCheck(const Input& input, std::uint64_t held = 0)
+        : m_input(input), m_held(held + input.image.size())
     {
     }
     ImageCheck(const ImageCheck&) = delete;
@@ -73,9 +73,7 @@ protected:
     /// False, with a finding, for an error.
     bool Allows(const Error& whyUnwritable);
 
-    Session& m_session;
-    FileReport& m_report;
-    const vlio::Bytes& m_image;
+    const Input& m_input;
     const std::uint64_t m_held;  // in memory, with the image
     std::uint64_t m_spent = 0;   // by the object
 
@@ -90,7 +88,7 @@ private:
     virtual bool IsWritable() { return true; }
 
     /// Bytes that a save writes, more or less.
-    virtual std::uint64_t WrittenSize() const { return m_image.size(); }
+    virtual std::uint64_t WrittenSize() const { return m_input.image.size(); }
 
     virtual Error Write(vlio::Sink& sink) = 0;
 
@@ -99,11 +97,10 @@ private:
 
     virtual void ReportChange(const Change& change) = 0;
 
-    /// A save changes the file, and no finding tells so.
-    virtual void ReportOtherChange(const File& file) { static_cast<void>(file); }
-
+    Error ReadTraced(const vlio::Bytes& image, std::uint64_t held, io::BlockMap& map);
     void CheckSaved(const File& file);
     void CheckWritten(const File& file, const vlio::Bytes& written);
+    void ReportChanges(const File& file, const Places& saved);
 };
 
 /// Bytes that the reader had no block for, and those that it had several for. `known` are offsets of unread blocks that

@@ -110,17 +110,16 @@ void CheckTrackBlock(const File& file, std::size_t block, const vlTrackData& tra
     });
 }
 
-void ReportChangedTrack(const Change& change)
-{
-    if (change.Changes(Block::Names))
-        change.Add("save-ends-names", "a save clears the bytes behind the end of the track's name");
-    else
-        change.Add("save-changes", "a save writes the old flags of the track in their new form");
-}
-
 void ReportChangedKeys(const Change& change)
 {
     constexpr std::size_t kKeyedBytes = 3;
+    const Block block = change.Of();
+    if (block == Block::Track && change.Changes(Block::Names))
+        change.Add("save-ends-names", "a save clears the bytes behind the end of the track's name");
+    else if (block == Block::Track)
+        change.Add("save-changes", "a save writes the old flags of the track in their new form");
+    if (block != Block::Channel && block != Block::Bone)
+        return;
     if (change.Changes(Block::Times))
         change.Add("save-moves-times", "a save changes key times, which are whole ticks in this version");
     const ByteSpan old = KeysIn(change.file, change.run.place);

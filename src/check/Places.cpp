@@ -22,23 +22,18 @@ std::string Places::Path(std::size_t index) const
 
 void Places::AddRuns(std::size_t place, std::vector<Run>& runs) const
 {
-    Run run{place, m_map.places[place].offset, 0};
     const std::size_t first = runs.size();
-    const auto end = [&](std::uint64_t at) {
-        run.end = at;
-        if (at != run.offset)
-            runs.push_back(run);
-    };
+    std::uint64_t from = Offset(place);
     ForEachIn(place, [&](std::size_t inner) {
         if (BlockAt(inner) >= Block::FirstField)
             return;
-        end(m_map.places[inner].offset);
+        if (Offset(inner) != from)
+            runs.push_back({place, from, Offset(inner)});
         AddRuns(inner, runs);
-        run.offset = m_map.places[inner].end;
+        from = m_map.places[inner].end;
     });
-    end(m_map.places[place].end);
-    if (runs.size() == first)
-        runs.push_back(run);
+    if (m_map.places[place].end != from || runs.size() == first)
+        runs.push_back({place, from, m_map.places[place].end});
 }
 
 std::vector<Places::Run> Places::Runs() const

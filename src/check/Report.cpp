@@ -56,13 +56,14 @@ bool FileReport::TellsOfSave() const
     });
 }
 
-std::vector<Finding> FileReport::Take()
+void FileReport::MoveTo(std::vector<Finding>& findings)
 {
+    findings.insert(findings.end(), std::make_move_iterator(m_findings.begin()),
+                    std::make_move_iterator(m_findings.end()));
     for (std::size_t code = 0; code < m_counts.size(); ++code)
         if (m_counts[code] > kMost)
-            m_findings.push_back({&codes::kTable[code], m_path, "", std::nullopt, 0, 0,
-                                  std::to_string(m_counts[code] - kMost) + " more of this kind in the file"});
-    return std::move(m_findings);
+            findings.push_back({&codes::kTable[code], m_path, "", std::nullopt, 0, 0,
+                                std::to_string(m_counts[code] - kMost) + " more of this kind in the file"});
 }
 
 FileReport& Session::Begin(const std::string& path, std::uint64_t bytes)
@@ -82,15 +83,9 @@ void Session::Step(const FileReport& report) const
 
 CheckResult Session::Finish(bool isCancelled)
 {
-    CheckResult result;
-    for (FileReport& report : m_reports) {
-        std::vector<Finding> findings = report.Take();
-        result.findings.insert(result.findings.end(), std::make_move_iterator(findings.begin()),
-                               std::make_move_iterator(findings.end()));
-    }
-    result.files = std::move(m_files);
-    result.bytes = m_bytes;
-    result.isCancelled = isCancelled;
+    CheckResult result{{}, std::move(m_files), m_bytes, isCancelled};
+    for (FileReport& report : m_reports)
+        report.MoveTo(result.findings);
     return result;
 }
 

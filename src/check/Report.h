@@ -4,12 +4,16 @@
 
 #include <vlgim/Error.h>
 #include <vlgim/Findings.h>
+#include <vlio2/FileStream.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace vela::vlgim::check {
 
@@ -39,8 +43,8 @@ public:
 
     const std::string& Path() const { return m_path; }
 
-    /// All that was found, with a last one for each code of which there were more.
-    std::vector<Finding> Take();
+    /// Appends all that was found, with a last one for each code of which there were more.
+    void MoveTo(std::vector<Finding>& findings);
 
 private:
     static constexpr std::uint64_t kMost = 20;
@@ -83,6 +87,15 @@ private:
     std::deque<FileReport> m_reports;
     std::vector<std::string> m_files;
     std::uint64_t m_bytes = 0;
+};
+
+/// A file that was read to be checked.
+struct Input {
+    Session& session;
+    FileReport& report;
+    vlio::Bytes image;
+
+    std::string_view Text() const { return {reinterpret_cast<const char*>(image.data()), image.size()}; }
 };
 
 }  // namespace vela::vlgim::check

@@ -49,8 +49,7 @@ void CheckChannel(const File& file, std::size_t block, const vlTransKeysData& ke
 /// A track with its channels.
 void CheckTrackBlock(const File& file, std::size_t block, const vlTrackData& track);
 
-/// Says what becomes of a track, its channels aside, or of the keys of a channel or a bone.
-void ReportChangedTrack(const Change& change);
+/// Says what becomes of a track, its channels aside, or of the keys of a channel or a bone; nothing of other blocks.
 void ReportChangedKeys(const Change& change);
 
 /// Names of bones: none twice, and whether a reader made them lower-case, which is the result.
