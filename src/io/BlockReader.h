@@ -160,16 +160,15 @@ public:
     }
 
     /// Returns the next value, little-endian, at any alignment; 0 after a failure.
+    /// field  the block or field that it is, if its place is to be recorded
     template <class T>
-    T Value()
+    T Value(auto... field)
     {
-        return ValueAt<T>(Take(1, sizeof(T)));
-    }
-
-    template <class T>
-    T Value(Block block)
-    {
-        return ValueAt<T>(Take(block, 1, sizeof(T)));
+        static_assert(std::is_arithmetic_v<T>);
+        T value{};
+        if (const unsigned char* bytes = Take(field..., 1, sizeof(T)))
+            std::memcpy(&value, bytes, sizeof(T));
+        return value;
     }
 
     /// Returns true if the budget allows this many more bytes of memory. Otherwise the reader has failed.
@@ -253,16 +252,6 @@ private:
 
     // Adds the block to the refusal of its own run.
     void NameRefused(Block block);
-
-    template <class T>
-    static T ValueAt(const unsigned char* bytes)
-    {
-        static_assert(std::is_arithmetic_v<T>);
-        T value{};
-        if (bytes)
-            std::memcpy(&value, bytes, sizeof(T));
-        return value;
-    }
 
     const unsigned char* m_start;
     std::uint64_t m_size;
