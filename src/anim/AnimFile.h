@@ -5,6 +5,8 @@
 #include <vlgim/vlAnimData.h>
 #include <vlio2/FileWriter.h>
 
+#include <cstddef>
+#include <map>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,6 +22,29 @@ Error ReadFile(io::BlockReader& in, std::span<const unsigned char> file, vlAnimD
 
 /// Writes the file, but not its side files, of an animation that WhyUnwritable has nothing against.
 void WriteFile(vlio::Sink& sink, vlAnimData& anim);
+
+/// Whether the clips of an animation have side files. Below version 6.1 no record names them.
+bool HasSideFiles(const vlAnimData& anim);
+
+/// Gives the folder of the side files of the animation at `path`. An error for a path without a dot.
+Error FindSideFolder(const std::string& path, std::string& folder);
+
+/// Gives the path of a clip's side file. An error of this kind if the clip's name has a component "..", by either
+/// slash, and so leads out of the folder.
+Error FindSideFile(const std::string& folder, const vlClipData& clip, ErrorKind kind, std::string& path);
+
+/// Names of clips, to find those that are named alike, and so have one side file.
+class ClipNames {
+public:
+    /// The number of the first clip of this name: `number`, if there was none before.
+    std::size_t Add(const vlClipData& clip, std::size_t number)
+    {
+        return m_first.emplace(clip.m_name.View(), number).first->second;
+    }
+
+private:
+    std::map<std::string, std::size_t, std::less<>> m_first;
+};
 
 /// Gives the paths of the side files, clip by clip; none for an animation that has its clips itself. An error where a
 /// clip can't have a side file of its own.

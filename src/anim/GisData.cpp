@@ -67,22 +67,21 @@ int GisData::Load(const char* path, const char* basePath)
 
 Error Save(GisData& model, const char* path, std::vector<Error>* warnings)
 {
-    // The .gis is opened first, so it is put in place last: it names the side files.
-    vlio::FileWriter files;
-    Error error;
-    if (model.m_anim.m_boneCount > 0) {
-        const std::string gisPath = vlio::ReplaceFileExtension(path, ".gis");
-        error = anim::AddTo(files, model.m_anim, gisPath.c_str(), warnings);
-    } else if (!model.m_anim.m_clips.empty()) {
-        io::Append(warnings, {io::MakeError(ErrorKind::Warning, "has clips but no skeleton, and is not saved",
-                                            model.m_anim.m_path)});
-    }
-    if (!error && !model.m_agsXml.IsEmpty())
-        error = model.m_agsXml.AddTo(files, vlio::ReplaceFileExtension(path, ".ags").c_str());
-    if (!error)
-        error = files.Commit();
-    io::Append(warnings, files.Warnings());
-    return error;
+    return io::SaveSet(warnings, [&](vlio::FileWriter& files) {
+        Error error;
+        // The .gis is opened first, so it is put in place last: it names the side files.
+        if (model.m_anim.m_boneCount > 0) {
+            const std::string gisPath = vlio::ReplaceFileExtension(path, ".gis");
+            error = anim::AddTo(files, model.m_anim, gisPath.c_str(), warnings);
+        } else if (!model.m_anim.m_clips.empty()) {
+            io::Append(warnings,
+                       {io::MakeError(ErrorKind::Warning, "has clips but no skeleton, and is not saved",
+                                      model.m_anim.m_path)});
+        }
+        if (!error && !model.m_agsXml.IsEmpty())
+            error = model.m_agsXml.AddTo(files, vlio::ReplaceFileExtension(path, ".ags").c_str());
+        return error;
+    });
 }
 
 int GisData::Save(const char* path)

@@ -1,5 +1,4 @@
-#include "SidePaths.h"
-
+#include "AnimFile.h"
 #include "AnimVersions.h"
 
 #include <io/Errors.h>
@@ -32,6 +31,21 @@ Error FindSideFile(const std::string& folder, const vlClipData& clip, ErrorKind 
     if (steps.find("/../") != std::string::npos)
         return io::MakeError(kind, "its name leads out of its folder", path);
     return {};
+}
+
+Error FindSideFiles(const vlAnimData& anim, std::vector<std::string>& paths)
+{
+    std::string folder;
+    if (Error why = anim.m_async != 0 ? FindSideFolder(anim.m_path, folder) : Error())
+        return why;
+    ClipNames names;
+    return io::FirstInside("clip", HasSideFiles(anim) ? anim.m_clips.size() : 0, [&](std::size_t i) {
+        const vlClipData& clip = *anim.m_clips[i];
+        if (names.Add(clip, i) != i)
+            return io::MakeError(ErrorKind::Reference,
+                                 "another has its name, " + std::string(clip.m_name.View()));
+        return FindSideFile(folder, clip, ErrorKind::NotCreated, paths.emplace_back());
+    });
 }
 
 }  // namespace vela::vlgim::anim

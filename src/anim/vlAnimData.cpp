@@ -3,7 +3,6 @@
 #include "AnimFile.h"
 #include "AnimVersions.h"
 #include "ClipBlock.h"
-#include "SidePaths.h"
 
 #include <corecommon/Log.h>
 #include <io/ArrayBlock.h>
@@ -61,26 +60,23 @@ Error ReadHeader(std::span<const unsigned char> file, vlAnimData& anim)
 {
     if (file.size() >= kHeaderSize)
         io::CopyRun(&anim.m_version, file.data() + 4, 1);
-    const auto refuse = [](ErrorKind kind, std::uint64_t offset, std::string text) {
-        return Error{kind, 0, "", "header", offset, std::move(text)};
-    };
     // A length is a signed number of 32 bits to those who load it.
     if (file.size() < kLeastLength || file.size() > std::numeric_limits<std::int32_t>::max())
-        return refuse(ErrorKind::Magic, 0,
-                      "an animation has from 40 bytes to 2 GiB, and this file has " +
-                          std::to_string(file.size()));
+        return io::BadHeader(ErrorKind::Magic, 0,
+                             "an animation has from 40 bytes to 2 GiB, and this file has " +
+                                 std::to_string(file.size()));
     if (std::memcmp(file.data(), kGisMagic, sizeof kGisMagic) != 0)
-        return refuse(ErrorKind::Magic, 0, "an animation begins with RGIS");
+        return io::BadHeader(ErrorKind::Magic, 0, "an animation begins with RGIS");
     const unsigned branch = anim.m_version >> 24;
     if (branch >= kBranches)
-        return refuse(ErrorKind::Version, 4,
-                      "the animation belongs to branch " + std::to_string(branch) + ", and 0 to 4 are read");
+        return io::BadHeader(ErrorKind::Version, 4,
+                             "the animation belongs to branch " + std::to_string(branch) +
+                                 ", and 0 to 4 are read");
     const std::uint32_t version = anim.m_version & kVersionMask;
     if (version >= kOldestGisVersion && version <= kNewestGisVersion)
         anim.m_version = version;
     if (version < kOldestReadVersion || version > kNewestGisVersion)
-        return refuse(ErrorKind::Version, 4,
-                      "animations of version 0x50000 to 0x60001 are read, and this is " + io::Hex(version));
+        return io::BadVersion("animations of version 0x50000 to 0x60001", version);
     return {};
 }
 
@@ -243,15 +239,13 @@ Error Load(vlAnimData& anim, std::span<const unsigned char> file, const std::str
     read.m_path = path;
     io::BlockReader in(file);
     in.LimitMemory(options.memoryLimit);
-    Error error = anim::ReadFile(in, file, read, true);
+    Error error = io::InFile(anim::ReadFile(in, file, read, true), path);
     anim::WarnOfNames(read, warnings);
     if (error) {
         vlAnimData refused;
         refused.m_path = std::move(read.m_path);
         refused.m_version = read.m_version;
         read = std::move(refused);
-        if (error.file.empty())
-            error.file = path;
     }
     anim = std::move(read);
     return error;

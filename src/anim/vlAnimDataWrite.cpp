@@ -3,7 +3,6 @@
 #include "AnimFile.h"
 #include "AnimVersions.h"
 #include "ClipBlock.h"
-#include "SidePaths.h"
 
 #include <corecommon/Log.h>
 #include <io/Errors.h>
@@ -16,21 +15,15 @@ namespace vela::vlgim {
 
 namespace {
 
-std::string Numbered(std::size_t clip)
-{
-    return "clip " + std::to_string(clip);
-}
-
 // What keeps the clips from being a list that reads back as long as it is.
 Error WhyUncountable(const vlAnimData& anim)
 {
     if (anim.m_clips.size() > std::numeric_limits<std::uint16_t>::max())
         return io::MakeError(ErrorKind::Limit,
                              std::to_string(anim.m_clips.size()) + " clips, and a file has room for 65535");
-    for (std::size_t i = 0; i < anim.m_clips.size(); ++i)
-        if (!anim.m_clips[i])
-            return io::Inside(Numbered(i), io::MakeError(ErrorKind::Reference, "its side file was missing"));
-    return {};
+    return io::FirstInside("clip", anim.m_clips.size(), [&anim](std::size_t i) {
+        return anim.m_clips[i] ? Error() : io::MakeError(ErrorKind::Reference, "its side file was missing");
+    });
 }
 
 Error WhySkeletonUnwritable(const vlAnimData& anim)
@@ -51,17 +44,14 @@ Error WhySkeletonUnwritable(const vlAnimData& anim)
 Error WhyClipsUnwritable(const vlAnimData& anim)
 {
     const bool hasNoPlace = anim.m_async != 0 && !anim::HasSideFiles(anim);
-    for (std::size_t i = 0; i < anim.m_clips.size(); ++i) {
+    return io::FirstInside("clip", anim.m_clips.size(), [&](std::size_t i) {
         const vlClipData& clip = *anim.m_clips[i];
-        Error why;
         if (!hasNoPlace)
-            why = clips::WhyUnwritable(clip, anim.m_version);
-        else if (clip.m_boneCount != 0)
-            why = io::Unwritable("its version counts clips of side files, but has no place for them");
-        if (why)
-            return io::Inside(Numbered(i), std::move(why));
-    }
-    return {};
+            return clips::WhyUnwritable(clip, anim.m_version);
+        if (clip.m_boneCount != 0)
+            return io::Unwritable("its version counts clips of side files, but has no place for them");
+        return Error();
+    });
 }
 
 // Readers refuse a file below 40 bytes, and a skeleton or a record makes one longer.
@@ -73,51 +63,24 @@ Error WhyTooShort(const vlAnimData& anim)
     return {};
 }
 
-Error WhySideFilesUnwritable(const vlAnimData& anim)
+// Of the animation as the file `path`, where no other file is to blame. Gives the paths of its side files.
+Error WhyUnwritableAs(const vlAnimData& anim, const std::string& path, std::vector<std::string>& sidePaths)
 {
-    std::vector<std::string> paths;
-    return anim::FindSideFiles(anim, paths);
-}
-
-// Of the animation as the file `path`, where no other file is to blame.
-Error WhyUnwritableAs(const vlAnimData& anim, const std::string& path)
-{
-    for (const auto ask :
-         {WhyUncountable, WhySkeletonUnwritable, WhyClipsUnwritable, WhyTooShort, WhySideFilesUnwritable})
-        if (Error why = ask(anim)) {
-            if (why.file.empty())
-                why.file = path;
-            return why;
-        }
-    return {};
+    for (const auto ask : {WhyUncountable, WhySkeletonUnwritable, WhyClipsUnwritable, WhyTooShort})
+        if (Error why = ask(anim))
+            return io::InFile(std::move(why), path);
+    return io::InFile(anim::FindSideFiles(anim, sidePaths), path);
 }
 
 }  // namespace
 
 Error WhyUnwritable(const vlAnimData& anim)
 {
-    return WhyUnwritableAs(anim, anim.m_path);
+    std::vector<std::string> sidePaths;
+    return WhyUnwritableAs(anim, anim.m_path, sidePaths);
 }
 
 namespace anim {
-
-Error FindSideFiles(const vlAnimData& anim, std::vector<std::string>& paths)
-{
-    std::string folder;
-    if (Error why = anim.m_async != 0 ? FindSideFolder(anim.m_path, folder) : Error())
-        return why;
-    ClipNames names;
-    for (std::size_t i = 0; HasSideFiles(anim) && i < anim.m_clips.size(); ++i) {
-        const vlClipData& clip = *anim.m_clips[i];
-        Error why = FindSideFile(folder, clip, ErrorKind::NotCreated, paths.emplace_back());
-        if (names.Add(clip, i) != i)
-            why = io::MakeError(ErrorKind::Reference,
-                                "another has its name, " + std::string(clip.m_name.View()));
-        if (why)
-            return io::Inside(Numbered(i), std::move(why));
-    }
-    return {};
-}
 
 void WriteFile(vlio::Sink& sink, vlAnimData& anim)
 {
@@ -142,7 +105,8 @@ void WriteFile(vlio::Sink& sink, vlAnimData& anim)
 
 Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path, std::vector<Error>* warnings)
 {
-    if (Error why = WhyUnwritableAs(anim, path))
+    std::vector<std::string> sidePaths;
+    if (Error why = WhyUnwritableAs(anim, path, sidePaths))
         return why;
     vlio::Sink* sink = nullptr;
     if (Error error = set.Open(path, sink))
@@ -151,9 +115,6 @@ Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path, std::vect
         io::Append(warnings,
                    {io::MakeError(ErrorKind::Warning, "is written with deltas, which no file tells", path)});
     WriteFile(*sink, anim);
-    std::vector<std::string> sidePaths;
-    if (Error error = FindSideFiles(anim, sidePaths))
-        return error;
     for (std::size_t i = 0; i < sidePaths.size(); ++i) {
         if (Error error = set.Open(sidePaths[i].c_str(), sink))
             return error;

@@ -208,13 +208,13 @@ Error WhyInfoUnwritable(const vlClipData& clip)
     return {};
 }
 
-unsigned short KeyCount(const vlClipData& clip, unsigned bone)
+unsigned short KeyCount(const vlClipData& clip, std::size_t bone)
 {
     return clip.m_keyLayout == KEY_LAYOUT_SHARED ? keys::WrittenKeyCount(*clip.m_keyTimes)
                                                  : clip.m_boneKeyCounts[bone];
 }
 
-Error WhyBoneUnwritable(const vlClipData& clip, unsigned bone)
+Error WhyBoneUnwritable(const vlClipData& clip, std::size_t bone)
 {
     if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE)
         if (Error why = io::WhyShort(clip.m_boneKeyTimes[bone], clip.m_boneKeyCounts[bone], "key times"))
@@ -236,10 +236,8 @@ Error WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version)
         return why;
     if (Error why = io::WhyShort(clip.m_keys, clip.m_boneCount, "keys of the bones"))
         return why;
-    for (unsigned i = 0; i < clip.m_boneCount; ++i)
-        if (Error why = WhyBoneUnwritable(clip, i))
-            return io::Inside("bone " + std::to_string(i), std::move(why));
-    return {};
+    return io::FirstInside("bone", clip.m_boneCount,
+                           [&clip](std::size_t i) { return WhyBoneUnwritable(clip, i); });
 }
 
 void WriteNames(io::BlockWriter& out, const vlClipData& clip)

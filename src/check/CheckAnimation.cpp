@@ -4,7 +4,6 @@
 #include <anim/AnimFile.h>
 #include <anim/AnimVersions.h>
 #include <anim/ClipBlock.h>
-#include <anim/SidePaths.h>
 #include <basekit/StringAlgo.h>
 #include <io/Errors.h>
 #include <nameid/NameID.h>

@@ -33,10 +33,20 @@ inline Error Inside(std::string place, Error error)
     return error;
 }
 
-/// Returns the same error, about the file `path`; success stays empty.
-inline Error InFile(Error error, const char* path)
+/// Returns the first error among `count` parts of an object, with the part as the enclosing place: why(5) is of "bone 5".
+template <class Why>
+Error FirstInside(const std::string& part, std::size_t count, Why why)
 {
-    if (error)
+    for (std::size_t i = 0; i < count; ++i)
+        if (Error error = why(i))
+            return Inside(part + ' ' + std::to_string(i), std::move(error));
+    return {};
+}
+
+/// Returns the same error, about the file `path` unless it names another; success stays empty.
+inline Error InFile(Error error, const std::string& path)
+{
+    if (error && error.file.empty())
         error.file = path;
     return error;
 }
@@ -47,6 +57,19 @@ inline std::string Hex(std::uint32_t number)
     char text[11];
     std::snprintf(text, sizeof text, "0x%X", static_cast<unsigned>(number));
     return text;
+}
+
+/// Makes the error of a file whose header is refused at a byte.
+inline Error BadHeader(ErrorKind kind, std::uint64_t offset, std::string text)
+{
+    return {kind, 0, {}, "header", offset, std::move(text)};
+}
+
+/// Makes the error of a file whose version is not read. All files have it behind four bytes of magic.
+/// readable  the versions that are, such as "tracks of version 0x10000 and 0x10001"
+inline Error BadVersion(std::string readable, std::uint32_t version)
+{
+    return BadHeader(ErrorKind::Version, 4, std::move(readable) + " are read, and this is " + Hex(version));
 }
 
 /// True if an array has at least `count` elements.

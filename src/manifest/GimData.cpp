@@ -64,9 +64,7 @@ void ReadMaterials(const vlio::XmlData& mtg, std::vector<MaterialMessage>& mater
         if (!table)
             return;
         MaterialMessage material{element->Name(), {}};
-        manifest::Elements params;
-        mtg.GetChildElementList(params, table, nullptr);
-        for (const tinyxml2::XMLElement* param : params)
+        for (auto* param = table->FirstChildElement(); param; param = param->NextSiblingElement())
             if (const char* value = param->Attribute("Value"))
                 material.params.emplace(param->Name(), value);
         materials.push_back(std::move(material));
@@ -112,11 +110,8 @@ Error Load(GimData& model, const char* path, const LoadOptions& options, std::ve
     Error error = model.m_gimXml.LoadFile(path);
     if (!error)
         error = LoadMesh(model, path, options, warnings);
-    if (error) {
-        if (error.file.empty())
-            error.file = path;
-        return error;
-    }
+    if (error)
+        return io::InFile(std::move(error), path);
     const std::string materialPath = manifest::MaterialPath(model.m_gimXml, path, Prefix(options.base));
     if (Error missing = model.m_mtgXml.LoadFile(materialPath.c_str()))
         io::Append(warnings, {std::move(missing)});
@@ -163,23 +158,21 @@ Error Save(const GimData& model, const char* path, const SaveOptions& options, s
 {
     const bool hasMesh = model.m_mesh.m_submeshCount > 0;
     if (Error why = hasMesh ? WhyMeshUnwritable(model) : Error())
-        return io::InFile(std::move(why), model.m_meshPath.c_str());
-    // The manifest is opened first, so it is put in place last: it names the others.
-    vlio::FileWriter files;
-    Error error;
-    const auto add = [&files, &error](const vlio::XmlData& document, const std::string& place) {
-        if (!error && !document.IsEmpty())
-            error = document.AddTo(files, place.c_str());
-    };
-    add(model.m_gimXml, vlio::ReplaceFileExtension(path, ".gim"));
-    if (!error && hasMesh)
-        error = AddMesh(files, model, warnings);
-    add(model.m_mtgXml, manifest::MaterialPath(model.m_gimXml, path, Prefix(options.base)));
-    add(model.m_musicXml, vlio::ReplaceFileExtension(path, "_music.ags"));
-    if (!error)
-        error = files.Commit();
-    io::Append(warnings, files.Warnings());
-    return error;
+        return io::InFile(std::move(why), model.m_meshPath);
+    return io::SaveSet(warnings, [&](vlio::FileWriter& files) {
+        Error error;
+        const auto add = [&files, &error](const vlio::XmlData& document, const std::string& place) {
+            if (!error && !document.IsEmpty())
+                error = document.AddTo(files, place.c_str());
+        };
+        // The manifest is opened first, so it is put in place last: it names the others.
+        add(model.m_gimXml, vlio::ReplaceFileExtension(path, ".gim"));
+        if (!error && hasMesh)
+            error = AddMesh(files, model, warnings);
+        add(model.m_mtgXml, manifest::MaterialPath(model.m_gimXml, path, Prefix(options.base)));
+        add(model.m_musicXml, vlio::ReplaceFileExtension(path, "_music.ags"));
+        return error;
+    });
 }
 
 // Writing changes the channels of the tracks.

@@ -182,8 +182,7 @@ Error ReadFile(io::BlockReader& in, vlMeshData& mesh, std::vector<std::uint32_t>
         ReadBlocks(in, read, passedOver, warnings);
         error = in.WhyRefused().AsError();
     } else {
-        const std::string text = "meshes of version 0x50000 to 0x50004 are read, and this is ";
-        error = {ErrorKind::Version, 0, {}, "header", 4, text + io::Hex(read.m_version)};
+        error = io::BadVersion("meshes of version 0x50000 to 0x50004", read.m_version);
     }
     mesh = std::move(error ? header : read);
     return error;

@@ -129,16 +129,13 @@ Error WhyAnimationUnwritable(const vlMeshData& mesh)
     const std::uint32_t count = mesh.m_vertexData->m_subCount;
     if (Error why = io::WhyShort(mesh.m_tracks, count, "tracks of the submeshes"))
         return why;
-    for (std::uint32_t i = 0; i < count; ++i) {
+    return io::FirstInside("track", count, [&mesh](std::size_t i) {
         const vlTrackData& track = mesh.m_tracks[i];
-        Error why = WhyUnwritable(track);
         // The version of the first track is stored for all of them.
         if (FlagsReadAt(mesh.m_tracks[0].m_version, track.m_flags) != track.m_flags)
-            why = io::Unwritable("the version of the first track has no place for its flags");
-        if (why)
-            return io::Inside("track " + std::to_string(i), std::move(why));
-    }
-    return {};
+            return io::Unwritable("the version of the first track has no place for its flags");
+        return WhyUnwritable(track);
+    });
 }
 
 void WriteAnimation(io::BlockWriter& out, const vlMeshData& mesh)

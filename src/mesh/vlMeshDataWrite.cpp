@@ -83,12 +83,11 @@ Error WhyBlocksUnwritable(const vlMeshData& mesh)
     if (mesh.m_originalData.size() > kMostOriginalData)
         return io::Unwritable("there are " + std::to_string(mesh.m_originalData.size()) +
                               " blocks of original data, and 32766 is the most");
-    for (std::size_t i = 0; i < mesh.m_originalData.size(); ++i) {
+    const Error why = io::FirstInside("original data", mesh.m_originalData.size(), [&mesh](std::size_t i) {
         const auto& data = mesh.m_originalData[i];
-        if (Error why = data ? WhyUnwritable(*data) : io::Unwritable("the object is null"))
-            return io::Inside("original data " + std::to_string(i), std::move(why));
-    }
-    return WhyTooLarge(LargestOffset(mesh));
+        return data ? WhyUnwritable(*data) : io::Unwritable("the object is null");
+    });
+    return why ? why : WhyTooLarge(LargestOffset(mesh));
 }
 
 // Gives what the writer of a caller's class puts out, by way of a file of its own: it may seek.

@@ -111,22 +111,17 @@ void Skip(io::BlockReader& in)
 
 Error ReadFile(io::BlockReader& in, vlTrackData& track)
 {
-    const auto refuse = [](ErrorKind kind, std::uint64_t offset, std::string text) {
-        return Error{kind, 0, {}, "header", offset, std::move(text)};
-    };
     const Header header = ReadHeader(in);
     if (!header.magic || std::memcmp(header.magic, kTrackMagic, sizeof kTrackMagic) != 0)
-        return refuse(ErrorKind::Magic, 0, "a track begins with VTRK");
+        return io::BadHeader(ErrorKind::Magic, 0, "a track begins with VTRK");
     if (header.hasVersion) {
         track.m_version = header.version;
         if (header.version < kOldestTrackVersion || header.version > kNewestTrackVersion)
-            return refuse(ErrorKind::Version, sizeof kTrackMagic,
-                          "tracks of version 0x10000 and 0x10001 are read, and this is " +
-                              io::Hex(header.version));
+            return io::BadVersion("tracks of version 0x10000 and 0x10001", header.version);
     }
     if (!in.Failed() && header.word != kTrackHeaderWord)
-        return refuse(ErrorKind::Magic, 8,
-                      "the header ends with " + std::to_string(header.word) + " in place of 256");
+        return io::BadHeader(ErrorKind::Magic, 8,
+                             "the header ends with " + std::to_string(header.word) + " in place of 256");
     vlTrackData read;
     read.m_version = track.m_version;
     Read(in, read, 0);
@@ -224,10 +219,8 @@ Error WhyUnwritable(const vlTrackData& track)
     if (Error why = io::WhyShort(track.m_channels, track.m_channelCount, "channels"))
         return why;
     const unsigned short keyCount = keys::WrittenKeyCount(track.m_times);
-    for (unsigned i = 0; i < track.m_channelCount; ++i)
-        if (Error why = keys::WhyUnwritable(track.m_channels[i], keyCount))
-            return io::Inside("channel " + std::to_string(i), std::move(why));
-    return {};
+    return io::FirstInside("channel", track.m_channelCount,
+                           [&](std::size_t i) { return keys::WhyUnwritable(track.m_channels[i], keyCount); });
 }
 
 Error Save(vlTrackData& track, const char* path, std::vector<Error>* warnings)
