@@ -5,6 +5,9 @@
 // Versions of animation files and what arrived with each. A file is written in the version it was read in.
 namespace vela::vlgim {
 
+/// A version word without the branch number in its top byte.
+inline constexpr std::uint32_t kVersionMask = 0xFFFFFF;
+
 inline constexpr char kGisMagic[4] = {'R', 'G', 'I', 'S'};
 
 inline constexpr std::uint32_t kOldestGisVersion = 0x20000;   ///< known; read from 5.0 on

@@ -36,16 +36,11 @@ inline std::int32_t TimeToTick(float time)
                                                    : std::numeric_limits<std::int32_t>::min();
 }
 
-/// Passes over a whole clip record and plans its arrays. The clip gets its name and attributes; where `in` fails, it is
-/// half read.
-void Measure(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, vlClipData& clip);
+/// Reads a whole clip record, in one of its two passes. The first one gives the clip its names and attributes; where it
+/// fails, the clip is half read. m_keysOffset counts from byte `origin` of the image.
+void Read(const io::Pass& pass, std::uint32_t version, std::uint64_t origin, vlClipData& clip);
 
-/// Reads a record that has been measured, again from its start, with the same plan and the arrays that have been
-/// allocated meanwhile. m_keysOffset counts from byte `origin` of the image.
-void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays, std::uint32_t version,
-          std::uint64_t origin, vlClipData& clip);
-
-/// Both for the one clip of a side file. Where `in` fails, the clip is half read.
+/// Reads the one clip of a side file, in both passes. Where `in` fails, the clip is half read.
 /// number  of the clip in the animation
 void ReadSideFile(io::BlockReader& in, std::uint32_t version, vlClipData& clip,
                   std::int64_t number = io::Step::kOnly);

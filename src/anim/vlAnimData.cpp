@@ -30,28 +30,19 @@ constexpr std::uint32_t kHeaderSize = 8;
 constexpr std::size_t kLeastLength = 40;
 
 constexpr unsigned kBranches = 5;  // in the top byte of the version
-constexpr std::uint32_t kVersionMask = 0xFFFFFF;
 
 static_assert(sizeof(vlTransInfo) == 40);  // as in the file: position, rotation, scale
 
 void ReadSkeleton(io::BlockReader& in, vlAnimData& anim)
 {
     const auto scope = in.Enter(Block::Skeleton);
-    const auto boneCount = in.Count<std::uint32_t>(vlAnimData::kMaxBones);
-    const unsigned char* names = in.Take(Block::Names, boneCount, sizeof(Name32));
-    const unsigned char* trans = in.Take(Block::Transforms, boneCount, sizeof(vlTransInfo));
-    io::ArrayBlock arrays;
-    const auto nameSlot = arrays.Plan<Name32>(boneCount);
-    const auto transSlot = arrays.Plan<vlTransInfo>(boneCount);
-    if (!arrays.Allocate(in))
-        return;
-    anim.m_boneCount = boneCount;
-    anim.m_boneNames = arrays.Array(nameSlot);
-    anim.m_boneTrans = arrays.Array(transSlot);
-    io::CopyRun(anim.m_boneNames.data(), names, boneCount);
-    io::CopyRun(anim.m_boneTrans.data(), trans, boneCount);
-    for (unsigned i = 0; i < boneCount; ++i)
-        anim.m_boneNameIds[i] = io::LowerAndHash(anim.m_boneNames[i]);
+    io::ReadTwice(in, [&anim](const io::Pass& pass) {
+        const auto boneCount = pass.in.Count<std::uint32_t>(vlAnimData::kMaxBones);
+        pass.Take(Block::Names, anim.m_boneNames, boneCount);
+        if (pass.Take(Block::Transforms, anim.m_boneTrans, boneCount))
+            anim.m_boneCount = boneCount;
+    });
+    std::ranges::transform(anim.m_boneNames, anim.m_boneNameIds, io::LowerAndHash);
 }
 
 // Asks what a file begins with, in place of what a load would read: sets m_version, and gives an error where it is not
@@ -128,13 +119,13 @@ void ReadClips(io::BlockReader& in, vlAnimData& anim)
     io::BlockReader again = in;
     io::ArrayBlock arrays, plan;
     ForEachNewClip(in, anim, Block::Clip, [&](std::size_t i) {
-        clips::Measure(in, arrays, anim.m_version, *anim.m_clips[i]);
+        clips::Read({in, arrays}, anim.m_version, kHeaderSize, *anim.m_clips[i]);
         return arrays.IsAffordable(in);
     });
     if (!arrays.Allocate(in))
         return;
     for (const auto& clip : anim.m_clips)
-        clips::Fill(again, plan, arrays, anim.m_version, kHeaderSize, *clip);
+        clips::Read({again, plan, &arrays}, anim.m_version, kHeaderSize, *clip);
 }
 
 // Where the file is missing, the clip becomes null.

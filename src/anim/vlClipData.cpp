@@ -18,7 +18,6 @@ namespace {
 
 using io::Block;
 
-constexpr std::uint32_t kVersionMask = 0xFFFFFF;
 constexpr std::uint8_t kNoPivotTrack = 0;
 constexpr const char* kCantBeWritten = "clip can't be written";
 
@@ -63,121 +62,80 @@ void ReadAttributes(io::BlockReader& in, std::uint32_t version, vlClipData& clip
         in.Note(Block::Layout, in.Offset() - sizeof clip.m_keyLayout, in.Offset());
 }
 
-// A run in the file image that becomes an array.
-template <class T>
-struct Run {
-    const unsigned char* bytes = nullptr;
-    std::uint16_t count = 0;
-    io::ArrayBlock::Slot<T> slot;
-};
-
-// Clip info, but for the names of the bones, which are planned.
-Run<Name32> ReadInfo(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, vlClipData& clip)
+// Clip info. Both passes set its values; the second one makes the names of the bones.
+void ReadInfo(const io::Pass& pass, std::uint32_t version, vlClipData& clip)
 {
-    const auto scope = in.Enter(Block::ClipInfo);
-    ReadNames(in, clip);
-    const std::uint16_t count = clip.m_boneCount;
-    const unsigned char* names = in.Take(Block::BoneNames, count, Name32::kSize);
-    ReadAttributes(in, version, clip);
-    return {names, count, arrays.Plan<Name32>(count)};
+    const auto scope = pass.in.Enter(Block::ClipInfo);
+    ReadNames(pass.in, clip);
+    const bool isMade = pass.Take(Block::BoneNames, clip.m_boneNames, clip.m_boneCount);
+    ReadAttributes(pass.in, version, clip);
+    if (isMade)
+        std::ranges::transform(clip.m_boneNames, clip.m_boneNameIds, io::Hash);
 }
 
-void FillInfo(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays, std::uint32_t version,
-              vlClipData& clip)
+// Returns the key count of the bone.
+std::uint16_t ReadBoneTimes(const io::Pass& pass, std::uint32_t version, unsigned bone, vlClipData& clip)
 {
-    const Run<Name32> names = ReadInfo(in, plan, version, clip);
-    clip.m_boneNames = arrays.Array(names.slot);
-    io::CopyRun(clip.m_boneNames.data(), names.bytes, names.count);
-    for (unsigned i = 0; i < names.count; ++i)
-        clip.m_boneNameIds[i] = io::Hash(clip.m_boneNames[i]);
-}
-
-Run<float> MeasureTimes(io::BlockReader& in)
-{
-    Run<float> times;
-    times.count = in.Value<std::uint16_t>();
-    times.bytes = in.Take(Block::Times, times.count, sizeof(float));
-    return times;
-}
-
-// The times of all bones, where they have them together. They own their array, and nothing is planned for it.
-Run<float> MeasureSharedTimes(io::BlockReader& in, const vlClipData& clip)
-{
-    if (clip.m_keyLayout != KEY_LAYOUT_SHARED)
-        return {};
-    const auto scope = in.Enter(Block::KeyTimes);
-    return MeasureTimes(in);
-}
-
-// Goes through the bones of the key data, planning their arrays, and hands on the times and keys of each.
-template <class Visit>
-void WalkBones(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, const vlClipData& clip,
-               Run<float> times, Visit visit)
-{
-    const unsigned char flags = version < kCompressedKeys ? std::uint8_t{0} : clip.m_compressFlags;
-    for (unsigned i = 0; HasKeyData(clip) && i < clip.m_boneCount && !in.Failed(); ++i) {
-        const auto scope = in.Enter(Block::Bone, i);
-        if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE) {
-            times = MeasureTimes(in);
-            times.slot = arrays.Plan<float>(times.count);
-        }
-        visit(i, times, keys::MeasureKeys(in, arrays, times.count, flags));
-    }
-}
-
-void MeasureKeyData(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version,
-                    const vlClipData& clip)
-{
-    const Run<float> shared = MeasureSharedTimes(in, clip);
-    WalkBones(in, arrays, version, clip, shared, [](unsigned, const auto&, const auto&) {});
-    in.Spend(clip.m_boneCount * sizeof(vlTransKeysData));
-    if (clip.m_keyLayout == KEY_LAYOUT_SHARED)
-        in.Spend(sizeof(vlKeyTimes) + keys::TimesSize(shared.count));
-}
-
-void FillBoneTimes(const Run<float>& from, const io::ArrayBlock& arrays, bool ticks, unsigned bone,
-                   vlClipData& clip)
-{
-    const auto times = arrays.Array(from.slot);
-    if (!ticks)
-        io::CopyRun(times.data(), from.bytes, from.count);
-    for (unsigned i = 0; ticks && i < from.count; ++i) {
-        std::int32_t tick = 0;
-        io::CopyRun(&tick, from.bytes + std::size_t{i} * sizeof tick, 1);
-        times[i] = clips::TickToTime(tick);
-    }
+    const auto count = pass.in.Value<std::uint16_t>();
+    Array<float>& times = clip.m_boneKeyTimes[bone];
+    if (!pass.Take(Block::Times, times, count))
+        return count;
+    if (version < kCompressedKeys)
+        for (float& time : times)
+            time = clips::TickToTime(std::bit_cast<std::int32_t>(time));
     // std::max keeps its first operand where a NaN is compared.
-    for (unsigned i = 0; i < from.count; ++i)
-        clip.m_length = std::max(clip.m_length, times[i]);
-    clip.m_maxKeys = std::max(clip.m_maxKeys, from.count);
-    clip.m_boneKeyTimes[bone] = times;
-    clip.m_boneKeyCounts[bone] = from.count;
+    for (const float time : times)
+        clip.m_length = std::max(clip.m_length, time);
+    clip.m_maxKeys = std::max(clip.m_maxKeys, count);
+    clip.m_boneKeyCounts[bone] = count;
+    return count;
 }
 
-// Walks the key data, which has been measured, once more: the plan comes out the same, so that nothing has to
-// be kept of the first walk. `plan` holds what was planned ahead of the key data.
-void FillKeyData(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays,
-                 std::uint32_t version, vlClipData& clip)
+// Replaces the key data by new channels.
+// sharedTimes  those of all bones, which own their array; null where each bone has its own
+void StartKeyData(const unsigned char* sharedTimes, std::uint16_t keyCount, vlClipData& clip)
 {
-    const bool isShared = clip.m_keyLayout == KEY_LAYOUT_SHARED;
-    const Run<float> shared = MeasureSharedTimes(in, clip);
     auto keys = Array<vlTransKeysData>::ForOverwrite(clip.m_boneCount);
     clip.m_keyTimes =
-        isShared ? std::make_shared<vlKeyTimes>(keys::TimesFrom(shared.bytes, shared.count)) : nullptr;
+        sharedTimes ? std::make_shared<vlKeyTimes>(keys::TimesFrom(sharedTimes, keyCount)) : nullptr;
     clip.m_keys = std::move(keys);
     for (auto& times : clip.m_boneKeyTimes)
         if (times)  // a new clip has none, and 255 stores are a thirtieth of its time
             times = nullptr;
     std::fill(std::begin(clip.m_boneKeyCounts), std::end(clip.m_boneKeyCounts), std::uint16_t{0});
-    WalkBones(in, plan, version, clip, shared, [&](unsigned bone, const auto& times, const auto& block) {
-        if (!isShared)
-            FillBoneTimes(times, arrays, version < kCompressedKeys, bone, clip);
-        keys::FillKeys(block, arrays, clip.m_keys[bone]);
-    });
-    if (isShared) {
-        clip.m_maxKeys = std::max(clip.m_maxKeys, shared.count);
-        clip.m_length = static_cast<float>(clip.m_keyTimes->GetLength());
+    if (!sharedTimes)
+        return;
+    clip.m_maxKeys = std::max(clip.m_maxKeys, keyCount);
+    clip.m_length = static_cast<float>(clip.m_keyTimes->GetLength());
+}
+
+// The first pass leaves the clip as it is.
+void ReadKeyData(const io::Pass& pass, std::uint32_t version, vlClipData& clip)
+{
+    io::BlockReader& in = pass.in;
+    const unsigned char* sharedTimes = nullptr;
+    std::uint16_t keyCount = 0;
+    if (clip.m_keyLayout == KEY_LAYOUT_SHARED) {
+        const auto scope = in.Enter(Block::KeyTimes);
+        keyCount = in.Value<std::uint16_t>();
+        sharedTimes = in.Take(Block::Times, keyCount, sizeof(float));
     }
+    if (pass.arrays)
+        StartKeyData(sharedTimes, keyCount, clip);
+    const unsigned char flags = version < kCompressedKeys ? std::uint8_t{0} : clip.m_compressFlags;
+    for (unsigned i = 0; HasKeyData(clip) && i < clip.m_boneCount && !in.Failed(); ++i) {
+        const auto scope = in.Enter(Block::Bone, i);
+        if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE)
+            keyCount = ReadBoneTimes(pass, version, i, clip);
+        const keys::MeasuredKeys block = keys::MeasureKeys(in, pass.plan, keyCount, flags);
+        if (pass.arrays)
+            keys::FillKeys(block, *pass.arrays, clip.m_keys[i]);
+    }
+    if (pass.arrays)
+        return;
+    in.Spend(clip.m_boneCount * sizeof(vlTransKeysData));
+    if (clip.m_keyLayout == KEY_LAYOUT_SHARED)
+        in.Spend(sizeof(vlKeyTimes) + keys::TimesSize(keyCount));
 }
 
 void SkipPivotTrack(io::BlockReader& in)
@@ -286,30 +244,18 @@ void WriteKeys(io::BlockWriter& out, std::uint32_t version, vlClipData& clip)
 
 namespace clips {
 
-void Measure(io::BlockReader& in, io::ArrayBlock& arrays, std::uint32_t version, vlClipData& clip)
+void Read(const io::Pass& pass, std::uint32_t version, std::uint64_t origin, vlClipData& clip)
 {
-    ReadInfo(in, arrays, version, clip);
-    MeasureKeyData(in, arrays, version, clip);
-    SkipPivotTrack(in);
-}
-
-void Fill(io::BlockReader& in, io::ArrayBlock& plan, const io::ArrayBlock& arrays, std::uint32_t version,
-          std::uint64_t origin, vlClipData& clip)
-{
-    FillInfo(in, plan, arrays, version, clip);
-    clip.m_keysOffset = static_cast<std::uint32_t>(in.Offset() - origin);
-    FillKeyData(in, plan, arrays, version, clip);
-    SkipPivotTrack(in);
+    ReadInfo(pass, version, clip);
+    clip.m_keysOffset = static_cast<std::uint32_t>(pass.in.Offset() - origin);
+    ReadKeyData(pass, version, clip);
+    SkipPivotTrack(pass.in);
 }
 
 void ReadSideFile(io::BlockReader& in, std::uint32_t version, vlClipData& clip, std::int64_t number)
 {
     const auto scope = in.Enter(Block::Clip, number);
-    io::BlockReader again = in;
-    io::ArrayBlock arrays, plan;
-    Measure(in, arrays, version, clip);
-    if (arrays.Allocate(in))
-        Fill(again, plan, arrays, version, 0, clip);
+    io::ReadTwice(in, [&](const io::Pass& pass) { Read(pass, version, 0, clip); });
 }
 
 void ReadBaseInfo(io::BlockReader& in, vlClipData& clip)
@@ -352,13 +298,11 @@ void WriteBaseInfo(io::BlockWriter& out, const vlClipData& clip)
 const unsigned char* vlClipData::ReadClipInfo(const unsigned char* data, std::uint32_t version,
                                               const unsigned char* end)
 {
-    io::BlockReader in(data, end), again = in;
-    io::ArrayBlock arrays, plan;
+    io::BlockReader in(data, end);
     vlClipData measured;
-    ReadInfo(in, arrays, version & kVersionMask, measured);
-    if (!arrays.Allocate(in))
-        return nullptr;
-    FillInfo(again, plan, arrays, version & kVersionMask, *this);
+    io::ReadTwice(in, [&](const io::Pass& pass) {
+        ReadInfo(pass, version & kVersionMask, pass.arrays ? *this : measured);
+    });
     return in.Position();
 }
 
@@ -373,12 +317,8 @@ const unsigned char* vlClipData::ReadKeysData(const unsigned char* data, std::ui
 {
     if (m_boneCount > kMaxBones)
         return nullptr;
-    io::BlockReader in(data, end), again = in;
-    io::ArrayBlock arrays, plan;
-    MeasureKeyData(in, arrays, version, *this);
-    if (!arrays.Allocate(in))
-        return nullptr;
-    FillKeyData(again, plan, arrays, version, *this);
+    io::BlockReader in(data, end);
+    io::ReadTwice(in, [&](const io::Pass& pass) { ReadKeyData(pass, version, *this); });
     return in.Position();
 }
 

@@ -28,8 +28,7 @@ private:
 
     Error Write(vlio::Sink& sink) override
     {
-        io::BlockWriter out(sink);
-        tracks::WriteFile(out, m_track);
+        tracks::WriteFile(sink, m_track);
         return {};
     }
 

@@ -120,6 +120,40 @@ private:
     detail::SharedBlock* m_block = nullptr;
 };
 
+/// One of the two passes in which the same functions read blocks of many arrays. The first pass plans the arrays. The
+/// second one starts at the same byte, plans the same arrays and fills them, so nothing of the first has to be kept.
+struct Pass {
+    BlockReader& in;
+    ArrayBlock& plan;
+    const ArrayBlock* arrays = nullptr;  ///< null in the first pass; then what it has planned
+
+    /// Takes the next `count` elements, as a block or field of the file. The second pass copies them to a new array.
+    /// Returns true if it was made.
+    template <class T>
+    bool Take(Block block, vlgim::Array<T>& array, std::uint64_t count) const
+    {
+        const unsigned char* run = in.Take(block, count, sizeof(T));
+        const auto slot = plan.Plan<T>(count);
+        if (!arrays)
+            return false;
+        array = arrays->Array(slot);
+        CopyRun(array.data(), run, count);
+        return true;
+    }
+};
+
+/// Calls read(pass) for both passes. There is no second pass if `in` has failed in the first, or if the memory budget of
+/// the file does not allow the arrays; `in` has then failed. Throws std::bad_alloc.
+template <class Read>
+void ReadTwice(BlockReader& in, Read read)
+{
+    BlockReader again = in;
+    ArrayBlock arrays, plan;
+    read(Pass{in, arrays});
+    if (arrays.Allocate(in))
+        read(Pass{again, plan, &arrays});
+}
+
 }  // namespace io
 
 }  // namespace vela::vlgim

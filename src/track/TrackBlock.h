@@ -24,6 +24,6 @@ std::uint64_t LargestSize(const vlTrackData& track);
 void Write(io::BlockWriter& out, vlTrackData& track);
 
 /// Writes a whole track file.
-void WriteFile(io::BlockWriter& out, vlTrackData& track);
+void WriteFile(vlio::Sink& sink, vlTrackData& track);
 
 }  // namespace vela::vlgim::tracks

@@ -45,17 +45,18 @@ Head ReadHead(io::BlockReader& in)
     return head;
 }
 
-// Goes through the channels, planning their arrays, and hands each one on.
-template <class Visit>
-void WalkChannels(io::BlockReader& in, io::ArrayBlock& arrays, const Head& head, Visit visit)
+// channels  made and filled in the second pass
+void ReadChannels(const io::Pass& pass, const Head& head, Array<vlTransKeysData>& channels)
 {
-    for (unsigned i = 0; i < head.channelCount && !in.Failed(); ++i) {
-        const auto scope = in.Enter(Block::Channel, i);
-        visit(i, keys::MeasureKeys(in, arrays, head.keyCount, 0));
+    if (pass.arrays)
+        channels = Array<vlTransKeysData>::ForOverwrite(head.channelCount);
+    for (unsigned i = 0; i < head.channelCount && !pass.in.Failed(); ++i) {
+        const auto scope = pass.in.Enter(Block::Channel, i);
+        const keys::MeasuredKeys block = keys::MeasureKeys(pass.in, pass.plan, head.keyCount, 0);
+        if (pass.arrays)
+            keys::FillKeys(block, *pass.arrays, channels[i]);
     }
 }
-
-constexpr auto kMeasureOnly = [](unsigned, const keys::MeasuredKeys&) {};
 
 struct Header {
     const unsigned char* magic;  // null: the file is shorter
@@ -81,19 +82,14 @@ void Read(io::BlockReader& in, vlTrackData& track, std::int64_t number)
 {
     const auto scope = in.Enter(Block::Track, number);
     const Head head = ReadHead(in);
-    io::BlockReader again = in;
-    io::ArrayBlock arrays;
-    WalkChannels(in, arrays, head, kMeasureOnly);
-    in.Spend(head.channelCount * sizeof(vlTransKeysData) + keys::TimesSize(head.keyCount));
-    if (!arrays.Allocate(in))
-        return;
-
-    // The second walk plans the same arrays, so that nothing has to be kept of the first.
-    const auto channels = Array<vlTransKeysData>::ForOverwrite(head.channelCount);
-    io::ArrayBlock plan;
-    WalkChannels(again, plan, head, [&](unsigned i, const keys::MeasuredKeys& block) {
-        keys::FillKeys(block, arrays, channels[i]);
+    Array<vlTransKeysData> channels;
+    io::ReadTwice(in, [&](const io::Pass& pass) {
+        ReadChannels(pass, head, channels);
+        if (!pass.arrays)
+            in.Spend(head.channelCount * sizeof(vlTransKeysData) + keys::TimesSize(head.keyCount));
     });
+    if (in.Failed())
+        return;
     track.m_times = keys::TimesFrom(head.times, head.keyCount);
     track.m_channels = channels;
     track.m_channelCount = head.channelCount;
@@ -105,8 +101,9 @@ void Read(io::BlockReader& in, vlTrackData& track, std::int64_t number)
 void Skip(io::BlockReader& in)
 {
     const Head head = ReadHead(in);
-    io::ArrayBlock none;
-    WalkChannels(in, none, head, kMeasureOnly);
+    io::ArrayBlock plan;
+    Array<vlTransKeysData> none;
+    ReadChannels({in, plan}, head, none);
 }
 
 Error ReadFile(io::BlockReader& in, vlTrackData& track)
@@ -154,8 +151,9 @@ void Write(io::BlockWriter& out, vlTrackData& track)
     }
 }
 
-void WriteFile(io::BlockWriter& out, vlTrackData& track)
+void WriteFile(vlio::Sink& sink, vlTrackData& track)
 {
+    io::BlockWriter out(sink);
     out.Run(kTrackMagic, sizeof kTrackMagic);
     out.Value(kNewestTrackVersion);
     out.Value(kTrackHeaderWord);
@@ -228,8 +226,7 @@ Error Save(vlTrackData& track, const char* path, std::vector<Error>* warnings)
     if (Error why = WhyUnwritable(track))
         return io::InFile(std::move(why), path);
     return io::SaveFile(path, warnings, [&track](vlio::Sink& sink) {
-        io::BlockWriter out(sink);
-        tracks::WriteFile(out, track);
+        tracks::WriteFile(sink, track);
         return Error();
     });
 }
