@@ -127,18 +127,25 @@ struct Pass {
     ArrayBlock& plan;
     const ArrayBlock* arrays = nullptr;  ///< null in the first pass; then what it has planned
 
-    /// Takes the next `count` elements, as a block or field of the file. The second pass copies them to a new array.
-    /// Returns true if it was made.
+    /// Plans an array, and makes it in the second pass. Returns true if it was made.
+    template <class T>
+    bool Make(vlgim::Array<T>& array, std::uint64_t count) const
+    {
+        const auto slot = plan.Plan<T>(count);
+        if (arrays)
+            array = arrays->Array(slot);
+        return arrays != nullptr;
+    }
+
+    /// Does the same for the next `count` elements, which are a block or field of the file, and copies them.
     template <class T>
     bool Take(Block block, vlgim::Array<T>& array, std::uint64_t count) const
     {
         const unsigned char* run = in.Take(block, count, sizeof(T));
-        const auto slot = plan.Plan<T>(count);
-        if (!arrays)
-            return false;
-        array = arrays->Array(slot);
-        CopyRun(array.data(), run, count);
-        return true;
+        const bool isMade = Make(array, count);
+        if (isMade)
+            CopyRun(array.data(), run, count);
+        return isMade;
     }
 };
 

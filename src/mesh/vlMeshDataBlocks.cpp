@@ -69,9 +69,8 @@ void ReadBones(io::BlockReader& in, vlMeshData& mesh)
     const bool isWide = mesh.m_version >= kWideParentVersion;
     const unsigned char* parents = in.Take(Block::Parents, count, isWide ? 2 : 1);
     std::uint8_t hasBounds = 0;
-    ArrayReader reader(in);
-    Visit(mesh, hasBounds, reader);
-    if (!reader.Finish())
+    io::ReadTwice(in, [&](const io::Pass& pass) { Visit(mesh, hasBounds, ArrayReader(pass)); });
+    if (in.Failed())
         return;
     mesh.m_boneParents.resize(count);
     CopyBoneIndices(mesh.m_boneParents.data(), parents, count, isWide);

@@ -234,9 +234,8 @@ void BuildVertices(io::BlockReader& in, VertexSource& source, vlMeshVertexData& 
 {
     vlMeshVertexData& mesh = source.mesh;
     const auto scope = in.Enter(Block::VertexBlock);
-    ArrayReader reader(in);
-    Visit(mesh, mesh.m_hasTangents != 0, reader);
-    if (!reader.Finish())
+    io::ReadTwice(in, [&](const io::Pass& pass) { Visit(mesh, mesh.m_hasTangents != 0, ArrayReader(pass)); });
+    if (in.Failed())
         return;
     FillRecords(mesh, source.entries);
     FillFrames(mesh, source);
@@ -272,9 +271,8 @@ void BuildSkin(io::BlockReader& in, const SkinSource& source, unsigned int versi
                vlMeshSkelVertexData& mesh)
 {
     const auto scope = in.Enter(Block::VertexBlock);
-    ArrayReader reader(in);
-    VisitSkin(mesh, reader);
-    if (!reader.Finish())
+    io::ReadTwice(in, [&](const io::Pass& pass) { VisitSkin(mesh, ArrayReader(pass)); });
+    if (in.Failed())
         return;
     CopyBoneIndices(mesh.m_boneIndices.data(), source.references, mesh.m_boneIndices.size(),
                     version >= kWideReferenceVersion);

@@ -72,9 +72,10 @@ void Read(io::BlockReader& in, vlOriginalData& data, bool hasSkinRows)
     vlOriginalData read;
     read.m_type = data.m_type;
     read.m_hasSkin = data.m_hasSkin;
-    ArrayReader reader(in);
-    Visit(read, hasSkinRows ? &read.m_hasSkin : nullptr, reader);
-    if (reader.Finish())
+    io::ReadTwice(in, [&](const io::Pass& pass) {
+        Visit(read, hasSkinRows ? &read.m_hasSkin : nullptr, ArrayReader(pass));
+    });
+    if (!in.Failed())
         data = std::move(read);
 }
 
