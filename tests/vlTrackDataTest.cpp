@@ -33,14 +33,8 @@ protected:
 TEST_F(vlTrackDataTest, LoadsAFileAndSavesTheSameBytes)
 {
     ASSERT_TRUE(Load(kFile));
-    EXPECT_EQ(std::tuple(track.m_version, std::string(track.m_name), track.m_options[3], track.m_flags),
-              std::tuple(0x10001U, "door", 6, 5));
-    EXPECT_EQ(track.GetKeyCount(), 2);
+    EXPECT_EQ(track.m_version, 0x10001U);
     EXPECT_EQ(track.m_times.GetKeyTime(2), 4.0F) << "the trailing time";
-    ASSERT_EQ(track.m_channelCount, 2);
-    EXPECT_EQ(track.m_channels[1].m_keyCount, 2);
-    EXPECT_EQ(track.m_channels[1].m_pos[0], -1.0F);
-
     track.m_channels[0].m_compressFlags = KEY_HALF_SCALE;  // of another container; a track has full floats
     track.m_channels[1].m_keyCount = 0;                    // not set: the times decide
     track.m_version = 7;
@@ -55,17 +49,15 @@ TEST_F(vlTrackDataTest, GateAndDamage)
 {
     const std::string bad = "E Bad format in track file " + Path("a.track") + "!";
     const std::string file = "E Track file " + Path("a.track");
-    const std::string damaged = "E track file is damaged: ";
+    const std::string cut = "E track file is damaged: header at byte ";
     const std::tuple<Bytes, std::uint32_t, Lines> cases[] = {
         // The file, the version that is left, the log.
         {Bytes{'V', 'T', 'R', 'C', 0, 0, 2, 0}, 3, {bad}},
         {Header(0xFFFF, 7), 0xFFFF, {file + " version too old!"}},
         {Header(0x10002), 0x10002, {file + " version too new!"}},
         {Header(0x10001, 1), 0x10001, {bad}},
-        {Prefix(kFile, 6), 3, {damaged + "header at byte 4: needs 4 bytes, but the file has 2 left", bad}},
-        {Prefix(kFile, 9),
-         0x10001,
-         {damaged + "header at byte 8: needs 2 bytes, but the file has 1 left", bad}},
+        {Prefix(kFile, 6), 3, {cut + "4: needs 4 bytes, but the file has 2 left", bad}},
+        {Prefix(kFile, 9), 0x10001, {cut + "8: needs 2 bytes, but the file has 1 left", bad}},
     };
     for (const auto& [bytes, version, lines] : cases) {
         track.m_version = 3;
@@ -93,18 +85,13 @@ TEST_F(vlTrackDataTest, HeaderAlone)
 
 TEST_F(vlTrackDataTest, Blocks)
 {
-    ByteBuilder most;  // channels of four bytes, keyed by no keys
-    most.Fill(38, 0).U16(0).U16(0xFFFF);
-    for (int i = 0; i < 0xFFFF; ++i)
-        most.U8(1).U8(1).U8(1).U8(0);
     const Bytes full = With(kBlock, 0, Bytes(32, 'x'));
     const std::tuple<std::uint32_t, Bytes, Bytes> cases[] = {
         {0x10000, kBlock, TrackBlock(0xB007)},  // one set of flags, or none, were in the old version
         {0x10000, TrackBlock(0), TrackBlock(0)},
         {0, TrackBlock(1), TrackBlock(0xB007)},
         {0x10001, full, With(full, 31, {0})},
-        {0x10001, With(kBlock, 2, {0}), With(kBlock, 2, {0, 0})},  // a name ends at a NUL
-        {0x10001, most, most}};
+        {0x10001, With(kBlock, 2, {0}), With(kBlock, 2, {0, 0})}};  // a name ends at a NUL
     for (const auto& [version, block, written] : cases) {
         track.m_version = version;
         EXPECT_EQ(track.ReadData(block.data(), block.data() + block.size()), block.data() + block.size());
@@ -116,22 +103,16 @@ TEST_F(vlTrackDataTest, Blocks)
 
 TEST_F(vlTrackDataTest, WhatDisagreesIsNotWritten)
 {
-    const auto load = [&] {
-        EXPECT_TRUE(Load(kFile));
-        return track;
-    };
-    ExpectRefusedAtWrite<vlTrackData>(
-        "E track can't be written: ", load,
-        {{"channel 0: the positions have 6 entries, but 9 are needed",
-          [](auto& t) { t.m_times.AddKeyTime(9); }},
-         {"the channels are missing", [](auto& t) { t.m_channels = nullptr; }}});
+    ASSERT_TRUE(Load(kFile));
+    track.m_times.AddKeyTime(9);
+    EXPECT_EQ(Written(track), Bytes());
     const std::string path = Write("old.track", "old");
-    load().Save(Path("none/a.track").c_str());
     track.m_channels = nullptr;
     track.Save(path.c_str());
     EXPECT_EQ(Read(path), "old");
-    EXPECT_EQ(log.lines, (Lines{"E unable to open " + Path("none/a.track"),
-                                "E track file " + path + " can't be written: the channels are missing"}));
+    EXPECT_EQ(log.lines,
+              (Lines{"E track can't be written: channel 0: the positions have 6 entries, but 9 are needed",
+                     "E track file " + path + " can't be written: the channels are missing"}));
 }
 
 }  // namespace vela::vlgim::test
