@@ -138,10 +138,8 @@ inline ByteBuilder BonesBlock(std::uint32_t version, bool asWritten)
         block.U16s({1, 0xFFFF, 0});
     else
         block.Raw({1, 255, 0});
-    if (asWritten)
-        block.Raw(Name("arm.l")).Raw(Name("root")).Raw(Name("an_old_name_that_fills_its_field"));
-    else
-        block.Raw(Name("Arm.L")).Raw(Name("root")).Raw(Name("AN_old_name_that_fills_its_field"));
+    block.Raw(Name(asWritten ? "arm.l" : "Arm.L")).Raw(Name("root"));
+    block.Raw(Name(asWritten ? "an_old_name_that_fills_its_field" : "AN_old_name_that_fills_its_field"));
     block.U8(1);
     for (int i = 0; i < 21; ++i)
         block.F32(static_cast<float>(i));
