@@ -25,6 +25,13 @@ public:
     ByteBuilder& F32s(std::initializer_list<float> values) { return Put(values); }
     ByteBuilder& U16s(std::initializer_list<std::uint16_t> values) { return Put(values); }
     ByteBuilder& U32s(std::initializer_list<std::uint32_t> values) { return Put(values); }
+    /// So many floats, each 1 more than the one before.
+    ByteBuilder& F32Run(float first, int count)
+    {
+        for (int i = 0; i < count; ++i)
+            F32(first + static_cast<float>(i));
+        return *this;
+    }
     ByteBuilder& Fill(std::size_t count, unsigned char byte)
     {
         m_bytes.resize(m_bytes.size() + count, byte);

@@ -48,13 +48,8 @@ inline Bytes TwoSubmeshBlock()
     ByteBuilder block;
     block.U32(3).U32(1).U8(2).U8(0);
     block.U32(1).U32(1).U8(1).U8(1);
-    block.U16(1).U32(5).U32(2);
-    for (int i = 0; i < 30; ++i)  // positions 0 to 14, normals 15 to 29
-        block.F32(static_cast<float>(i));
-    block.U16(1);
-    for (int i = 0; i < 15; ++i)
-        block.F32(static_cast<float>(100 + i));
-    block.U16s({0, 1, 2, 3, 4, 3});
+    block.U16(1).U32(5).U32(2).F32Run(0, 30);  // positions 0 to 14, normals 15 to 29
+    block.U16(1).F32Run(100, 15).U16s({0, 1, 2, 3, 4, 3});
     block.F32s({0.0F, 0.25F, 0.5F, 0.75F, 1.0F, 1.25F});        // submesh 0, set 0
     block.F32s({-1.0F, -1.25F, -1.5F, -1.75F, -2.0F, -2.25F});  // submesh 0, set 1
     block.F32s({8.0F, 9.0F});                                   // submesh 1, set 0
@@ -119,14 +114,13 @@ inline ByteBuilder SkinMask(std::uint32_t version)
 inline ByteBuilder WrittenMask(std::uint32_t version, std::uint16_t skeletonFlag)
 {
     const bool hadMask = version >= 0x50003;
-    const auto low = static_cast<unsigned char>(hadMask ? 0x07 : 0x05),
-               high = static_cast<unsigned char>(hadMask);
+    const Bytes used{static_cast<unsigned char>(hadMask ? 0x07 : 0x05), hadMask};
     ByteBuilder mask;
     if (skeletonFlag == 1)
-        return mask.U32(3).U8(low);
+        return mask.U32(3).U8(used[0]);
     if (version >= 0x50004)
-        return mask.U32(9).Raw({low, high});
-    return mask.U32(255).Raw({low, high}).Fill(29, 0).U8(0x40);
+        return mask.U32(9).Raw(used);
+    return mask.U32(255).Raw(used).Fill(29, 0).U8(0x40);
 }
 
 /// Three bones, of which 1 is the root. Offsets: parents 2, names 2 + 6, bounds flag 104, bounds 105.
@@ -140,12 +134,7 @@ inline ByteBuilder BonesBlock(std::uint32_t version, bool asWritten)
         block.Raw({1, 255, 0});
     block.Raw(Name(asWritten ? "arm.l" : "Arm.L")).Raw(Name("root"));
     block.Raw(Name(asWritten ? "an_old_name_that_fills_its_field" : "AN_old_name_that_fills_its_field"));
-    block.U8(1);
-    for (int i = 0; i < 21; ++i)
-        block.F32(static_cast<float>(i));
-    for (int i = 0; i < 48; ++i)
-        block.F32(static_cast<float>(100 + i));
-    return block;
+    return block.U8(1).F32Run(0, 21).F32Run(100, 48);
 }
 
 /// Animation, bones and anim-BI blocks; asWritten: without what a write leaves out.
@@ -173,16 +162,9 @@ inline Bytes AheadOfVertices(std::uint32_t version, const MeshForm& form, bool a
 /// Original data of two vertices, three indices and one extra value, with a skin.
 inline Bytes OriginalBlock()
 {
-    return ByteBuilder()
-        .U32(2)
-        .F32s({1, 2, 3, 4, 5, 6})
-        .U32(3)
-        .U16s({1, 0, 1})
-        .U32(1)
-        .U32(0xCAFEBABE)
-        .U8(1)
-        .Raw({0, 1, 2, 3, 4, 5, 6, 7})
-        .F32s({0.5F, 0.25F, 0.125F, 1, 2, 3, 4, 5});
+    ByteBuilder block;
+    block.U32(2).F32s({1, 2, 3, 4, 5, 6}).U32(3).U16s({1, 0, 1}).U32(1).U32(0xCAFEBABE);
+    return block.U8(1).Raw({0, 1, 2, 3, 4, 5, 6, 7}).F32s({0.5F, 0.25F, 0.125F, 1, 2, 3, 4, 5});
 }
 
 /// The mesh of a file of two submeshes.
