@@ -33,7 +33,6 @@ protected:
 TEST_F(vlTrackDataTest, LoadsAFileAndSavesTheSameBytes)
 {
     ASSERT_TRUE(Load(kFile));
-    EXPECT_EQ(track.m_version, 0x10001U);
     EXPECT_EQ(track.m_times.GetKeyTime(2), 4.0F) << "the trailing time";
     track.m_channels[0].m_compressFlags = KEY_HALF_SCALE;  // of another container; a track has full floats
     track.m_channels[1].m_keyCount = 0;                    // not set: the times decide
@@ -74,13 +73,11 @@ TEST_F(vlTrackDataTest, GateAndDamage)
 
 TEST_F(vlTrackDataTest, HeaderAlone)
 {
-    EXPECT_EQ(track.ReadHeader(nullptr), nullptr);
     EXPECT_EQ(track.ReadHeader(kFile.data()), kFile.data() + 10);
     const Bytes wrongWord = Header(0x777, 1);
-    for (const bool isCut : {true, false}) {
-        EXPECT_EQ(track.ReadHeader(wrongWord.data(), wrongWord.data() + 10 - isCut), nullptr);
-        EXPECT_EQ(track.m_version, isCut ? 0x10001U : 0x777U);
-    }
+    EXPECT_EQ(track.ReadHeader(wrongWord.data()), nullptr);
+    EXPECT_EQ(track.ReadHeader(kFile.data(), kFile.data() + 9), nullptr);
+    EXPECT_EQ(track.m_version, 0x777U) << "of the last header that was whole";
 }
 
 TEST_F(vlTrackDataTest, Blocks)
