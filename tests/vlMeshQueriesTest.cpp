@@ -31,10 +31,9 @@ TEST(vlMeshQueries, SeveralMeshesInTheSameLists)
     EXPECT_TRUE(skin.Collect(skinned));
     EXPECT_EQ(std::vector(skin.bones.begin() + 8, skin.bones.end()),
               (std::vector<std::uint32_t>{0, 2, 0xFFFF, 1, 254, 2, 0xFFFF, 0}));
-    EXPECT_EQ(std::tuple(skin.weights.size(), skin.weights[8], skin.weights[15]),
-              std::tuple(16U, 0.5F, 0.25F));
-    EXPECT_EQ(skin.matrices.size(), 3U);
-    EXPECT_EQ(skin.matrices[2].m[3][3], 147.0F);
+    EXPECT_EQ(std::tuple(skin.weights.size(), skin.weights[8], skin.weights[15], skin.matrices.size(),
+                         skin.matrices[2].m[3][3]),
+              std::tuple(16U, 0.5F, 0.25F, 3U, 147.0F));
     EXPECT_EQ(std::vector(skin.names.begin() + 3, skin.names.end()),
               (std::vector<std::string>{"arm.l", "root", "an_old_name_that_fills_its_field"}));
 }
