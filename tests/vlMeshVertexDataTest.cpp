@@ -61,11 +61,9 @@ TEST(vlMeshVertexData, ReadsEveryAttributeAndWritesTheSameBytes)
     EXPECT_EQ(mesh.m_uvSets[2], nullptr);
     EXPECT_EQ(Values<std::uint32_t>(mesh.m_colors),
               (std::vector<std::uint32_t>{0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0x11223344, 0xFFFFFFFF}));
-    const auto positions = mesh.m_positions;
     mesh.m_frameCount = 0;
     EXPECT_TRUE(mesh.ReadDataNew(kBlock.data(), 0x50004, 0));
     EXPECT_EQ(mesh.m_frameCount, 1U) << "no mesh is without a frame";
-    EXPECT_NE(mesh.m_positions, positions) << "which another may show";
     EXPECT_EQ(Written(mesh), kBlock);
 }
 
@@ -93,9 +91,6 @@ TEST(vlMeshVertexData, PackModeOneHoldsHalves)
     const vlMeshVertexData full = Whole(close, halves);
     EXPECT_EQ(Values(full.m_uvSets[0]), (Numbers{1, 2, 5, 6}));
     EXPECT_EQ(Values(full.m_uvSets[1]), (Numbers{3, 4, 0, 0}));
-
-    vlMeshVertexData singles = Whole(kBlock, Reader(2, 0x50004, 2));  // which is no pack mode of its own
-    EXPECT_EQ(Written(singles), kBlock);
 }
 
 TEST(vlMeshVertexData, DataFlagZeroEndsTheBlock)
@@ -106,7 +101,6 @@ TEST(vlMeshVertexData, DataFlagZeroEndsTheBlock)
     EXPECT_EQ(Values(mesh.m_uvSets[1]), Numbers(10));
     EXPECT_EQ(std::tuple(mesh.m_colors[4], mesh.m_indices[5], mesh.m_tangents),
               std::tuple(0xFFFFFFFFU, 0, nullptr));
-    EXPECT_EQ(Whole(With(block, kVertexCountAt + 4, {0, 0, 5})).m_uvSetCount, 2) << "no third entry";
 
     // Nothing in the file stands behind these counts, so the memory limit does: these 30 bytes may ask for
     // 64 times as many and 14 MiB, at 44 bytes a vertex and in huge pages, one of them for their alignment.
