@@ -6,12 +6,9 @@
 
 #include <cmath>
 
-using namespace vela::vlgim;
-namespace test = vela::vlgim::test;
+namespace vela::vlgim::test {
 
 namespace {
-
-using Lines = std::vector<std::string>;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
@@ -27,7 +24,7 @@ Lines Told(const std::vector<Difference>& differences)
 
 vlMeshData WholeMesh()
 {
-    return test::MeshFrom(test::MeshOf(0x50004, {1, true, true, true}));
+    return MeshFrom(MeshOf(0x50004, {1, true, true, true}));
 }
 
 vlMeshSkelVertexData& SkinOf(vlMeshData& mesh)
@@ -57,14 +54,14 @@ void ExpectEach(const Change<T> (&changes)[N], Make make)
 
 // The fields, without what they lie in, that are told where one byte of a file after the other is another.
 template <class Object, class... Options>
-std::string FieldsOf(const test::Bytes& file, const Options&... options)
+std::string FieldsOf(const Bytes& file, const Options&... options)
 {
     Object plain;
     EXPECT_FALSE(Load(plain, file, options...));
     std::string fields, last;
     for (std::size_t at = 0; at < file.size(); ++at) {
         Object changed;
-        if (Load(changed, test::With(file, at, {static_cast<unsigned char>(file[at] ^ 1)}), options...))
+        if (Load(changed, With(file, at, {static_cast<unsigned char>(file[at] ^ 1)}), options...))
             continue;  // refused
         const auto differences = Compare(plain, changed);
         const std::string field = differences.empty() ? "nothing" : differences[0].field;
@@ -80,7 +77,7 @@ TEST(Differences, EachByteOfAFile)
 {
     const LoadOptions two{.base = {}, .submeshCount = 2};
     // Nothing is told of the magic word, of what follows a name's end, of tables and of bits of a NaN.
-    EXPECT_EQ(FieldsOf<vlMeshData>(test::MeshOf(0x50004, {1, true, true, true}), two),
+    EXPECT_EQ(FieldsOf<vlMeshData>(MeshOf(0x50004, {1, true, true, true}), two),
               "nothing,pack mode,mode,key times,track version,name,nothing,options,flags,key times,"
               "position,rotation,scale,position,rotation,scale,name,nothing,options,flags,key times,"
               "position,rotation,scale,position,rotation,scale,parent,parent,parent,name,nothing,name,"
@@ -90,7 +87,7 @@ TEST(Differences, EachByteOfAFile)
               "bone weights,bits,used bones,positions,indices,extra count,extra values,skin,"
               "bone references,bone weights,extra count,nothing,type,nothing,type,nothing,"
               "original data count,type,nothing,");
-    EXPECT_EQ(FieldsOf<vlMeshData>(test::StaticMesh(test::TwoSubmeshBlock()), two),
+    EXPECT_EQ(FieldsOf<vlMeshData>(StaticMesh(TwoSubmeshBlock()), two),
               "nothing,pack mode,vertex count,triangle count,colours,vertex count,triangle count,uv sets,"
               "colours,positions,nothing,vertex count,triangle count,positions,normals,tangents,nothing,"
               "tangents,triangles,uv set 0,uv set 1,uv set 0,colours,nothing,");
@@ -99,7 +96,7 @@ TEST(Differences, EachByteOfAFile)
                "attribute byte 1,attribute short,attribute long,compress flags,",
         still = "key count,key times,position keyed,rotation keyed,scale keyed,rotation order,position,"
                 "rotation,scale,";
-    EXPECT_EQ(FieldsOf<vlAnimData>(test::TwoClips(1), std::string("a.gis")),
+    EXPECT_EQ(FieldsOf<vlAnimData>(TwoClips(1), std::string("a.gis")),
               "version,nothing,name,nothing,name,nothing,reference position,reference rotation,"
               "reference scale,reference position,reference rotation,reference scale," +
                   clip + "key layout,key times,position keyed,position,rotation,scale," + still +
@@ -122,25 +119,17 @@ TEST(Differences, FieldsOfAMesh)
              m.m_tracks[1].m_channels[0].m_rot = {0, 0, 0, 1, 0, 0, 0, 1};
          }},
         {"bone 'arm.l' / parent: root / arm.l", [](M& m) { m.m_boneParents[0] = 0; }},
-        {"bone 'root' / parent: 65535 / 7", [](M& m) { m.m_boneParents[1] = 7; }},
         {"bone 'root' / matrix at value 7: 123 / NaN", [](M& m) { m.m_boneMatrices[1].m[1][3] = kNaN; }},
         {"bone bounds:  / -", [](M& m) { m.m_boneBounds = nullptr; }},
         {"vertex count: 2 / 1", [](M& m) { m.m_vertexData->m_vertexCount = 1; }},
-        {"positions at vertex 1, frame 2: (10, 11, 12) / (10, 11, 14)",
-         [](M& m) { m.m_vertexData->m_positions[5].z = 14, m.m_vertexData->m_positions[0].x = 2; }},
-        {"normals at vertex 0, frame 1: (1, 0, 0) / (-Infinity, 0, 0)",
-         [](M& m) { m.m_vertexData->m_normals[2].x = -INFINITY; }},
+        {"positions at vertex 1, frame 2: (10, 11, 12) / (10, 11, -Infinity)",
+         [](M& m) { m.m_vertexData->m_positions[5].z = -INFINITY, m.m_vertexData->m_positions[0].x = 2; }},
         {"skin:  / -", [](M& m) { m.m_vertexData = std::make_shared<vlMeshVertexData>(*m.m_vertexData); }},
         {"bone references at vertex 1: (254, an_old_name_that_fills_its_field, 65535, arm.l) / (254, root, "
          "65535, arm.l)",
          [](M& m) { SkinOf(m).m_boneIndices[5] = 1; }},
-        {"bone weights at vertex 0: (0.5, 0, 1, -0) / (0.25, 0, 1, 0)",
-         [](M& m) { SkinOf(m).m_boneWeights[0] = 0.25F, SkinOf(m).m_boneWeights[3] = 0; }},
         {"used bones at bone 'root': 1 / 0", [](M& m) { SkinOf(m).m_usedBones[1] = false; }},
         {"used bones at bone 8: 1 / 0", [](M& m) { SkinOf(m).m_usedBones[8] = false; }},
-        {"used bones / bits: 9 / 10", [](M& m) { SkinOf(m).m_usedBones.resize(10); }},
-        {"original data count: 2 / 1", [](M& m) { m.m_originalData.pop_back(); }},
-        {"original data 0 / skin:  / -", [](M& m) { m.m_originalData[0]->m_origBones = nullptr; }},
     };
     ExpectEach(changes, WholeMesh);
 }
@@ -155,7 +144,7 @@ TEST(Differences, FieldsOfAStaticMesh)
         {"colours at vertex 3: (68, 51, 34, 17) / (68, 51, 34, 0)",
          [](M& m) { m.m_vertexData->m_colors[3] = 0x00223344; }},
     };
-    const auto make = [] { return test::MeshFrom(test::StaticMesh(test::TwoSubmeshBlock())); };
+    const auto make = [] { return MeshFrom(StaticMesh(TwoSubmeshBlock())); };
     ExpectEach(changes, make);
 
     vlMeshData other = make();
@@ -172,15 +161,13 @@ TEST(Differences, FieldsOfAnAnimation)
         {"bone 'head':  / -", [](A& a) { a.m_boneCount = 1; }},
         {"clip 'run' / length: 10 / 12", [](A& a) { a.m_clips[1]->m_length = 12; }},
         {"clip 'run' / bone 'Head':  / -", [](A& a) { a.m_clips[1]->m_boneCount = 1; }},
-        {"clip 'run' / bone 'hip' / position at key 1 at 10: (4, 5, 6) / (4, 5, 0)",
-         [](A& a) { a.m_clips[1]->m_keys[0].m_pos[5] = 0; }},
         {"clip order at clip 'run': 1 / 0", [](A& a) { std::swap(a.m_clips[0], a.m_clips[1]); }},
         {"clip 'walk':  / -", [](A& a) { a.m_clips.erase(a.m_clips.begin()); }},
     };
-    ExpectEach(changes, [] { return test::AnimationFrom(test::TwoClips(1)); });
+    ExpectEach(changes, [] { return AnimationFrom(TwoClips(1)); });
     const Change<A> shared[] = {
         {"clip 'run' / key count: 2 / 1", [](A& a) { a.m_clips[1]->m_keyTimes->m_count = 1; }}};
-    ExpectEach(shared, [] { return test::AnimationFrom(test::TwoClips(0)); });
+    ExpectEach(shared, [] { return AnimationFrom(TwoClips(0)); });
 }
 
 TEST(Differences, FloatsAreComparedByValueWithinTheTolerance)
@@ -235,20 +222,16 @@ void InsertBone(vlMeshData& mesh)
     for (std::uint16_t i = 1; i <= count; ++i)
         mesh.m_boneParents[i] += mesh.m_boneParents[i] != 0xFFFF;
     vlMeshSkelVertexData& skin = SkinOf(mesh);
-    for (std::size_t i = 0; i < 8; ++i) {
+    for (std::size_t i = 0; i < 8; ++i)
         skin.m_boneIndices[i] += skin.m_boneIndices[i] < count;
-        mesh.m_originalData[0]->m_origBones[i] += mesh.m_originalData[0]->m_origBones[i] < count;
-    }
     skin.m_usedBones.insert(skin.m_usedBones.begin(), false);
     skin.m_usedBoneBits = mesh.m_boneCount;
 }
 
 TEST(Differences, WhatWasAddedIsOneDifference)
 {
-    vlMeshData mesh = WholeMesh();
-    mesh.m_originalData[0]->m_origBones[3] = 200;  // beyond both skeletons, where a number means itself
-    vlMeshData more = WholeMesh();
-    more.m_originalData[0]->m_origBones[3] = 200;
+    vlMeshData mesh = MeshFrom(MeshOf(0x50004, {1}));
+    vlMeshData more = MeshFrom(MeshOf(0x50004, {1}));
     InsertBone(more);
     EXPECT_EQ(Told(Compare(mesh, more)), Lines{"bone 'new': - / "});
     // The same numbers mean other bones then.
@@ -258,13 +241,13 @@ TEST(Differences, WhatWasAddedIsOneDifference)
               "bone references at vertex 0: (arm.l, an_old_name_that_fills_its_field, 65535, root) / "
               "(new, root, 65535, arm.l)");
 
-    vlAnimData anim = test::AnimationFrom(test::TwoClips(1)), longer = test::AnimationFrom(test::TwoClips(1));
+    vlAnimData anim = AnimationFrom(TwoClips(1)), longer = AnimationFrom(TwoClips(1));
     longer.m_clips.insert(longer.m_clips.begin(), std::make_shared<vlClipData>(*longer.m_clips[0]));
     longer.m_clips[0]->m_name = Name32("new");
     EXPECT_EQ(Told(Compare(anim, longer)), Lines{"clip 'new': - / "});
     longer.m_clips[0]->m_name = Name32("walk");  // the first of a name is the other's first
     EXPECT_EQ(Told(Compare(anim, longer)), Lines{"clip 'walk': - / "});
-    longer = test::AnimationFrom(test::TwoClips(1));
+    longer = AnimationFrom(TwoClips(1));
     longer.m_clips[0]->m_name = Name32("jump");
     longer.m_clips[0]->m_attrShort = 1;
     EXPECT_EQ(Told(Compare(anim, longer)), (Lines{"clip 'walk':  / -", "clip 'jump': - / "}));
@@ -272,7 +255,7 @@ TEST(Differences, WhatWasAddedIsOneDifference)
     EXPECT_EQ(Told(Compare(anim, anim)), Lines{});
 }
 
-class ModelDifferences : public test::FolderTest {
+class ModelDifferences : public FolderTest {
 protected:
     static constexpr const char* kManifest =
         R"(<Vela Mesh="a.mesh"><!-- by hand --><SubMesh><s Name="wall" MtlIdx="1"/><s Name="roof" MtlIdx="0"/></SubMesh>
@@ -299,8 +282,8 @@ protected:
         return Told(Compare(a, b, {tolerance}));
     }
 
-    const std::string mesh = test::AsString(test::MeshOf(0x50004, {1, true, true, true}));
-    test::LogCapture log;
+    const std::string mesh = AsString(MeshOf(0x50004, {1, true, true, true}));
+    LogCapture log;
 };
 
 TEST_F(ModelDifferences, EachFieldOfAModel)
@@ -329,3 +312,5 @@ TEST_F(ModelDifferences, EachFieldOfAModel)
 }
 
 }  // namespace
+
+}  // namespace vela::vlgim::test
