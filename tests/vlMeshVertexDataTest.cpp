@@ -91,6 +91,9 @@ TEST(vlMeshVertexData, PackModeOneHoldsHalves)
     const vlMeshVertexData full = Whole(close, halves);
     EXPECT_EQ(Values(full.m_uvSets[0]), (Numbers{1, 2, 5, 6}));
     EXPECT_EQ(Values(full.m_uvSets[1]), (Numbers{3, 4, 0, 0}));
+
+    vlMeshVertexData singles = Whole(kBlock, Reader(2, 0x50004, 2));  // which is no pack mode of its own
+    EXPECT_EQ(Written(singles), kBlock);
 }
 
 TEST(vlMeshVertexData, DataFlagZeroEndsTheBlock)
