@@ -113,11 +113,6 @@ TEST(Differences, FieldsOfAMesh)
         {"track of submesh 1 / channel count: 2 / 1", [](M& m) { m.m_tracks[1].m_channelCount = 1; }},
         {"track of submesh 1 / channel 1 / position at key 1 at 2: (4, 5, 6) / (4, 5, 7)",
          [](M& m) { m.m_tracks[1].m_channels[1].m_pos[5] = 7; }},
-        {"track of submesh 1 / channel 0 / rotation keyed: 0 / 1",
-         [](M& m) {  // a second key that is like the first
-             m.m_tracks[1].m_channels[0].m_rotKeyed = 1;
-             m.m_tracks[1].m_channels[0].m_rot = {0, 0, 0, 1, 0, 0, 0, 1};
-         }},
         {"bone 'arm.l' / parent: root / arm.l", [](M& m) { m.m_boneParents[0] = 0; }},
         {"bone 'root' / matrix at value 7: 123 / NaN", [](M& m) { m.m_boneMatrices[1].m[1][3] = kNaN; }},
         {"bone bounds:  / -", [](M& m) { m.m_boneBounds = nullptr; }},
@@ -132,6 +127,13 @@ TEST(Differences, FieldsOfAMesh)
         {"used bones at bone 8: 1 / 0", [](M& m) { SkinOf(m).m_usedBones[8] = false; }},
     };
     ExpectEach(changes, WholeMesh);
+
+    vlMeshData keyed = WholeMesh();  // one key that is like the single one, and another
+    keyed.m_tracks[1].m_channels[0].m_rotKeyed = 1;
+    keyed.m_tracks[1].m_channels[0].m_rot = {0, 0, 0, 1, 0, 1, 0, 0};
+    const std::string rotation = "track of submesh 1 / channel 0 / rotation";
+    EXPECT_EQ(Told(Compare(WholeMesh(), keyed)),
+              (Lines{rotation + " keyed: 0 / 1", rotation + " at key 1 at 2: (0, 0, 0, 1) / (0, 1, 0, 0)"}));
 }
 
 TEST(Differences, FieldsOfAStaticMesh)
