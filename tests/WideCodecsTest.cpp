@@ -21,7 +21,9 @@ namespace vela::vlgim::keys {
 
 namespace {
 
+using test::ByteBuilder;
 using test::Bytes;
+using test::BytesOf;
 
 const bool kWhole = std::getenv("VLGIM_TEST_WHOLE") != nullptr;
 
@@ -44,80 +46,66 @@ protected:
     }
 };
 
-// What a run gives, which is not to depend on the codecs: arrays with an item for each input.
-using Arrays = std::vector<Bytes>;
-using Run = std::function<Arrays(const RunCodecs&)>;
-
-// The first of the inputs whose items in two arrays differ.
-void ExpectSameItems(const Bytes& got, const Bytes& expected, const Bytes& inputs, std::size_t inputSize)
-{
-    const std::size_t size = expected.size() / (inputs.size() / inputSize);
-    const auto at = static_cast<std::size_t>(std::ranges::mismatch(got, expected).in1 - got.begin());
-    if (got == expected)
-        return;
-    const unsigned char* const input = &inputs[at / size * inputSize];
-    ADD_FAILURE() << "first that of " << testing::PrintToString(Bytes(input, input + inputSize));
-}
+// What a run gives, which is not to depend on the codecs.
+using Run = std::function<Bytes(const RunCodecs&)>;
 
 // Holds the run in each instruction set that the machine has to the plain one.
-void ExpectAsPlain(const char* name, const Bytes& inputs, std::size_t inputSize, const Run& run)
+void ExpectAsPlain(const char* name, const Run& run)
 {
     const InstructionSet best = BestInstructionSet();
-    const Arrays plain = run(kPlainCodecs);
+    const Bytes plain = run(kPlainCodecs);
     for (const InstructionSet set : {InstructionSet::kSse4, InstructionSet::kAvx2, InstructionSet::kAvx512}) {
         if (set > best)
             break;
-        SCOPED_TRACE(testing::Message() << name << ", instruction set " << static_cast<int>(set));
         HoldTo(set);
         ASSERT_NE(&WideCodecs(), &kPlainCodecs);
-        const Arrays wide = run(WideCodecs());
-        for (std::size_t i = 0; i < plain.size(); ++i)
-            ExpectSameItems(wide[i], plain[i], inputs, inputSize);
+        const Bytes wide = run(WideCodecs());
+        EXPECT_TRUE(wide == plain) << name << ", instruction set " << static_cast<int>(set) << ": from byte "
+                                   << std::ranges::mismatch(wide, plain).in1 - wide.begin() << " on";
     }
     HoldTo(best);
 }
 
-float* AsFloats(Bytes& bytes)
+float* AsFloats(Bytes& bytes, std::size_t first = 0)
 {
-    return reinterpret_cast<float*>(bytes.data());
+    return reinterpret_cast<float*>(bytes.data()) + first;
 }
 
 // One odd half float leaves a whole run to the plain code, so only short runs show what the wide code makes of the
 // others. This length takes a block of the widest vectors and a part of one.
 constexpr std::size_t kRun = 19;
 
-// Calls convert(first, count) for runs of the items.
-template <class Convert>
-void ForRuns(std::size_t items, Convert convert)
+// Where runs of the items begin.
+std::vector<std::size_t> Runs(std::size_t items)
 {
+    std::vector<std::size_t> starts;
     for (std::size_t first = 0; first < items; first += kRun)
-        convert(std::min(first, items - kRun), kRun);
+        starts.push_back(std::min(first, items - kRun));
+    return starts;
 }
 
 void ExpectSameDecoded(const Form& form, const Bytes& records)
 {
-    ExpectAsPlain(form.name, records, form.recordSize, [&](const RunCodecs& codecs) {
+    ExpectAsPlain(form.name, [&](const RunCodecs& codecs) {
         const std::size_t count = records.size() / form.recordSize;
         Bytes keys(4 * form.width * count);
-        ForRuns(count, [&](std::size_t first, std::size_t run) {
+        for (const std::size_t first : Runs(count))
             (codecs.*form.codec)
-                .decode(records.data() + first * form.recordSize, run, AsFloats(keys) + first * form.width);
-        });
-        return Arrays{keys};
+                .decode(&records[first * form.recordSize], kRun, AsFloats(keys, first * form.width));
+        return keys;
     });
 }
 
 // The records, and the keys as they are left.
 void ExpectSameEncoded(const Form& form, const Bytes& keys)
 {
-    ExpectAsPlain(form.name, keys, 4 * form.width, [&](const RunCodecs& codecs) {
+    ExpectAsPlain(form.name, [&](const RunCodecs& codecs) {
         const std::size_t count = keys.size() / (4 * form.width);
         Bytes left = keys, records(form.recordSize * count);
-        ForRuns(count, [&](std::size_t first, std::size_t run) {
+        for (const std::size_t first : Runs(count))
             (codecs.*form.codec)
-                .encode(AsFloats(left) + first * form.width, run, records.data() + first * form.recordSize);
-        });
-        return Arrays{records, left};
+                .encode(AsFloats(left, first * form.width), kRun, &records[first * form.recordSize]);
+        return ByteBuilder().Raw(records).Raw(left).Bytes();
     });
 }
 
@@ -127,39 +115,28 @@ auto Converter(const RunCodecs& codecs)
     return &codecs == &kPlainCodecs ? PlainHalfToFloat : HalfToFloat;
 }
 
-template <class T>
-Bytes BytesOf(const std::vector<T>& values)
-{
-    Bytes bytes(values.size() * sizeof(T));
-    std::memcpy(bytes.data(), values.data(), bytes.size());
-    return bytes;
-}
-
 // Hands on the numbers below 2^32, a prime apart, so that all of their bits change, in pieces that stay in the cache.
 void ForPieces(const std::function<void(const Bytes&)>& check)
 {
-    const std::uint64_t stride = kWhole ? 1 : 8191;
-    std::vector<std::uint32_t> piece;
-    for (std::uint64_t i = 0; i <= 0xFFFFFFFF; i += stride) {
-        piece.push_back(static_cast<std::uint32_t>(i));
-        if (piece.size() == 6004 || i + stride > 0xFFFFFFFF) {
-            check(BytesOf(piece));
-            piece.clear();
-        }
+    const std::uint64_t stride = kWhole ? 1 : 8191, size = 6004;
+    for (std::uint64_t first = 0; first <= 0xFFFFFFFF; first += size * stride) {
+        std::vector<std::uint32_t> piece;
+        for (std::uint64_t i = 0; i < size; ++i)
+            piece.push_back(static_cast<std::uint32_t>(first + i * stride));
+        check(BytesOf(piece));
     }
 }
 
 // All selections of four out of some values.
 template <class T>
-std::vector<T> Fours(const std::vector<T>& values)
+Bytes Fours(const std::vector<T>& values)
 {
+    const std::size_t n = values.size();
     std::vector<T> fours;
-    for (const T x : values)
-        for (const T y : values)
-            for (const T z : values)
-                for (const T w : values)
-                    fours.insert(fours.end(), {x, y, z, w});
-    return fours;
+    for (std::size_t i = 0; i < n * n * n * n; ++i)
+        for (const std::size_t digit : {i / n / n / n, i / n / n, i / n, i})
+            fours.push_back(values[digit % n]);
+    return BytesOf(fours);
 }
 
 // Quaternions at random, whose lengths lie between the two.
@@ -200,14 +177,12 @@ TEST_F(WideCodecsTest, Packed48DecodesAsThePlainOne)
     std::mt19937 random(48);
     for (int pass = 0; pass < (kWhole ? 2000 : 1); ++pass) {
         std::vector<std::uint16_t> words;
-        for (std::uint32_t i = 0; i < 0x60000; ++i) {
-            const unsigned tag = i / 0x18000, code = i / 3 & 0x7FFF;
-            std::uint_fast32_t fields[3] = {random() & 0x7FFF, random() & 0x7FFF, random() & 0xFFFF};
-            fields[i % 3] = code;
-            const auto both = tag << 30 | fields[0] << 15 | fields[1];
-            words.insert(words.end(),
-                         {static_cast<std::uint16_t>(both >> 16), static_cast<std::uint16_t>(both),
-                          static_cast<std::uint16_t>(fields[2])});
+        for (std::uint64_t i = 0; i < 0x60000; ++i) {
+            std::uint64_t fields[] = {random() & 0x7FFF, random() & 0x7FFF, random() & 0xFFFF};
+            fields[i % 3] = i / 3 & 0x7FFF;
+            const auto both = i / 0x18000 << 30 | fields[0] << 15 | fields[1];
+            for (const std::uint64_t word : {both >> 16, both, fields[2]})
+                words.push_back(static_cast<std::uint16_t>(word));
         }
         ExpectSameDecoded(kPacked48, BytesOf(words));
     }
@@ -227,36 +202,28 @@ TEST(HalfCodecs, EveryHalfDecodesAsTheTablesSayAndBack)
             quiet.push_back((half & 0x7FFFU) > 0x7C00 ? 0xFFC00000 : tables.back());
         }
         const Bytes records = BytesOf(halves);
-        ExpectAsPlain("halves", records, 2, [&](const RunCodecs& codecs) {
+        ExpectAsPlain("halves", [&](const RunCodecs& codecs) {
             Bytes converted(4 * halves.size()), decoded = converted, back(records.size());
-            ForRuns(halves.size(), [&](std::size_t first, std::size_t run) {
-                Converter(codecs)(AsFloats(converted) + first, records.data() + 2 * first, run);
-            });
+            for (const std::size_t first : Runs(halves.size()))
+                Converter(codecs)(AsFloats(converted, first), &records[2 * first], kRun);
             EXPECT_TRUE(converted == BytesOf(quiet));
-            ForRuns(halves.size() / 3, [&](std::size_t first, std::size_t run) {
-                codecs.halfVectors.decode(records.data() + 6 * first, run, AsFloats(decoded) + 3 * first);
-            });
+            for (const std::size_t first : Runs(halves.size() / 3)) {
+                codecs.halfVectors.decode(&records[6 * first], kRun, AsFloats(decoded, 3 * first));
+                codecs.halfVectors.encode(AsFloats(decoded, 3 * first), kRun, &back[6 * first]);
+            }
             EXPECT_TRUE(decoded == BytesOf(tables));
-            ForRuns(halves.size() / 3, [&](std::size_t first, std::size_t run) {
-                codecs.halfVectors.encode(AsFloats(decoded) + 3 * first, run, back.data() + 6 * first);
-            });
             EXPECT_TRUE(back == records);
-            return Arrays{converted};
+            return converted;
         });
     }
-    const Bytes two{0, 0};
-    float single = 0;
-    HalfToFloat(nullptr, two.data(), 1);
-    HalfToFloat(&single, nullptr, 1);
 }
 
 TEST_F(WideCodecsTest, HalfRotationsDecodeAsPlainOnes)
 {
     // What the guard tells apart: lengths close to its limits, zeros, infinities, NaNs of both kinds,
     // subnormals.
-    const Bytes odd =
-        BytesOf(Fours<std::uint16_t>({0, 0x8000, 1, 0x83FF, 0x3800, 0xB7FF, 0x3801, 0x37CC, 0x3C00, 0xBBFF,
-                                      0x3BCC, 0x7BFF, 0x7C00, 0xFC00, 0x7C01, 0xFE00}));
+    const Bytes odd = Fours<std::uint16_t>({0, 0x8000, 1, 0x83FF, 0x3800, 0xB7FF, 0x3801, 0x37CC, 0x3C00,
+                                            0xBBFF, 0x3BCC, 0x7BFF, 0x7C00, 0xFC00, 0x7C01, 0xFE00});
     ExpectSameDecoded(kHalves4, odd);
     for (const Bytes& records : {odd, Halves(Rotations(0.96F, 1.01F, 100'000))}) {
         Bytes runs;  // of the same key, which alone decides about the run
@@ -270,8 +237,8 @@ TEST_F(WideCodecsTest, HalfRotationsDecodeAsPlainOnes)
 
 TEST_F(WideCodecsTest, RotationsEncodeAsPlainOnes)
 {
-    const Bytes odd = BytesOf(Fours<float>({0, -0.0F, 0.5F, -0.5F, 0.70710677F, -0.70710677F, 1, -1, 1.5F,
-                                            1e-40F, 3e6F, -3e6F, 4e9F, INFINITY, -INFINITY, NAN, -NAN}));
+    const Bytes odd = Fours<float>({0, -0.0F, 0.5F, -0.5F, 0.70710677F, -0.70710677F, 1, -1, 1.5F, 1e-40F,
+                                    3e6F, -3e6F, 4e9F, INFINITY, -INFINITY, NAN, -NAN});
     for (const Form& form : {kPacked32, kPacked48, kHalves4})
         for (const Bytes& keys : {odd, BytesOf(Rotations(1, 1))})
             ExpectSameEncoded(form, keys);
@@ -288,23 +255,17 @@ TEST_F(WideCodecsTest, RunsOfAnyLengthStayInside)
     file.insert(file.begin(), 0xEE);
     for (const std::size_t count : counts) {
         for (const Form& form : {kPacked32, kPacked48, kHalves4, kHalves3})
-            ExpectAsPlain(form.name, {1}, 1, [&](const RunCodecs& best) {
+            ExpectAsPlain(form.name, [&](const RunCodecs& best) {
                 // Keys 4 bytes and records 1 byte off any alignment, with room on both sides that nobody touches.
                 const RunCodecs& codecs = count < kShortestRun ? kPlainCodecs : best;
                 Bytes keys(68 + 4 * form.width * count + 64, 0xEE),
                     records(65 + form.recordSize * count + 64, 0xEE);
                 const Bytes from = test::Prefix(file, 1 + form.recordSize * count);
-                (codecs.*form.codec).decode(from.data() + 1, count, AsFloats(keys) + 17);
+                (codecs.*form.codec).decode(from.data() + 1, count, AsFloats(keys, 17));
                 const Bytes decoded = keys;
-                (codecs.*form.codec).encode(AsFloats(keys) + 17, count, records.data() + 65);
-                return Arrays{decoded, keys, records};
+                (codecs.*form.codec).encode(AsFloats(keys, 17), count, records.data() + 65);
+                return ByteBuilder().Raw(decoded).Raw(keys).Raw(records).Bytes();
             });
-        ExpectAsPlain("halves", {1}, 1, [&](const RunCodecs& codecs) {
-            Bytes vertices(68 + 4 * count + 64, 0xEE);
-            const Bytes halves = test::Prefix(file, 1 + 2 * count);
-            Converter(codecs)(AsFloats(vertices) + 17, halves.data() + 1, count);
-            return Arrays{vertices};
-        });
     }
 }
 

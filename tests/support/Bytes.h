@@ -9,6 +9,7 @@
 #include <cstring>
 #include <initializer_list>
 #include <memory>
+#include <span>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -59,6 +60,14 @@ private:
 };
 
 using Bytes = std::vector<unsigned char>;
+
+/// The bytes of an array's elements: floats compared as bytes count -0 and NaN.
+template <class Range>
+Bytes BytesOf(const Range& range)
+{
+    const auto* first = reinterpret_cast<const unsigned char*>(std::data(range));
+    return {first, first + std::span(range).size_bytes()};
+}
 
 /// The first bytes of a file.
 inline Bytes Prefix(const Bytes& file, std::size_t size)
