@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -82,11 +83,9 @@ TEST(Rotations, EulerMatricesAreTheProductsOfTheirFactors)
 TEST(Rotations, EulerAnglesOnBothSidesOfTheGimbalThreshold)
 {
     const float beyond = std::nextafter(kGimbal, 1.0F);
-    const struct {
-        float sine, middle;
-        bool gimbal;
-    } cases[] = {{-1.5F, -kRight, false}, {-1, -kRight, false}, {kGimbal, std::asin(kGimbal), false},
-                 {1.5F, kRight, true},    {1, kRight, true},    {beyond, std::asin(beyond), true}};
+    const std::tuple<float, float, bool> cases[] = {
+        {-1.5F, -kRight, false}, {-1, -kRight, false}, {kGimbal, std::asin(kGimbal), false},
+        {1.5F, kRight, true},    {1, kRight, true},    {beyond, std::asin(beyond), true}};
     for (unsigned order = 1; order <= 6; ++order) {
         const auto [a, b, c] = kAxes[order - 1];
         const float sign = order <= 3 ? 1.0F : -1.0F;
@@ -108,10 +107,7 @@ TEST(Rotations, EulerAnglesOnBothSidesOfTheGimbalThreshold)
 TEST(Rotations, MatrixBranches)
 {
     const float threshold = std::bit_cast<float>(0x358637BDU);
-    const struct {
-        float diagonal[3];
-        Bits q;
-    } cases[] = {
+    const std::pair<std::array<float, 3>, Bits> cases[] = {
         {{threshold, 0, 0}, {0xBE832717, 0x3ED1D824, 0x3E9D621B, 0x3F51D832}},
         {{std::nextafter(threshold, 0.0F), 0, 0}, {0x3F224A1E, 0x3ECADC99, 0x3F224A14, 0xBE4ADC99}},
         {{0.5F, -0.1F, -0.2F}, {0xBE667195, 0x3EB85ADD, 0x3E8A4426, 0x3F5D39D8}},
@@ -121,11 +117,11 @@ TEST(Rotations, MatrixBranches)
         {{-0.5F, 0.125F, 0.125F}, {0x3EB646DE, 0x3F5ABB71, 0x3E7F3003, 0x3E91D24B}},
         {{0.125F, -0.5F, 0.125F}, {0x3F469B7A, 0x3EA5818F, 0x3F0467A6, 0xBE25818F}},
     };
-    for (const auto& c : cases) {
-        const auto& [x, y, z] = c.diagonal;
+    for (const auto& [diagonal, expected] : cases) {
+        const auto& [x, y, z] = diagonal;
         const _Rotation<float> q =
             MatrixToRotation({{{x, 0.5F, 0.25F, 0}, {0.125F, y, 0.0625F, 0}, {0.75F, 0.375F, z, 0}, {}}});
-        EXPECT_EQ(BitsOf(q), c.q) << x << " " << y << " " << z;
+        EXPECT_EQ(BitsOf(q), expected) << x << " " << y << " " << z;
     }
 }
 
