@@ -79,34 +79,11 @@ TEST(vlClipData, EachVersionAndLayoutIsReadAndWrittenBack)
     }
 }
 
-TEST(vlClipData, CompressFlagsHoldForEveryBone)
-{
-    ByteBuilder record = ClipInfo(0x60001, "a", {"x", "y"}, 1, KEY_HALF_SCALE | KEY_PACKED_ROT48);
-    for (int bone = 0; bone < 2; ++bone) {
-        record.U16(1).F32(0).U8(0).U8(0).U8(0).U8(0).F32s({1, 2, 3});
-        record.U16s({0x76A0, 0x6D40, 0x6D40}).U16s({0x3C00, 0x4000, 0x3800});
-    }
-    vlClipData clip = ReadWhole(record.U8(0));
-    EXPECT_EQ(clip.m_keys[1].m_scale[1], 2.0F);
-    EXPECT_EQ(Writer(0x60001)(clip), record.Bytes());
-}
-
 TEST(vlClipData, PivotTracksArePassedOver)
 {
     const Bytes pivot = ByteBuilder().U8(3).U32(0x10000).Raw(TrackBlock());
     EXPECT_EQ(vlClipData::ReadPivotTrack(pivot.data(), pivot.data() + pivot.size()), &pivot.back() + 1);
     ForEachPrefix(pivot, [](auto data, auto end) { EXPECT_FALSE(vlClipData::ReadPivotTrack(data, end)); });
-}
-
-TEST(vlClipData, NamesEndWithANulAndBoneNamesNeedNot)
-{
-    Bytes record = ClipRecord(0x60001);
-    std::fill_n(record.begin(), 64, 'N');
-    std::fill_n(record.begin() + 66, 32, 'b');
-    vlClipData clip = ReadWhole(record);
-    EXPECT_EQ(clip.m_boneNameIds[0], NameIDMurmur3(std::string_view("bbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbb")));
-    record[31] = record[63] = 0;
-    EXPECT_EQ(Writer(0x60001)(clip), record);
 }
 
 TEST(vlClipData, BaseInfo)
@@ -173,17 +150,10 @@ TEST(vlClipData, WhatDisagreesIsNotWritten)
 
 TEST(vlClipData, Ticks)
 {
-    const std::pair<float, std::int32_t> times[] = {{1, 5},
-                                                    {10, 48},
-                                                    {0, 0},
-                                                    {-10, -47},
-                                                    {4.4e8F, 2112000128},
-                                                    {4.5e8F, INT32_MIN},
-                                                    {-4.5e8F, INT32_MIN},
-                                                    {NAN, INT32_MIN},
-                                                    {INFINITY, INT32_MIN}};
-    for (const auto& [time, tick] : times)
-        EXPECT_EQ(clips::TimeToTick(time), tick) << time;
+    std::vector<std::int32_t> ticks;
+    for (const float time : {1.0F, 10.0F, 0.0F, -10.0F, 4.4e8F, 4.5e8F, -4.5e8F, NAN, INFINITY})
+        ticks.push_back(clips::TimeToTick(time));
+    EXPECT_EQ(ticks, (std::vector{5, 48, 0, -47, 2112000128, INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN}));
     EXPECT_EQ(clips::TickToTime(5), 1.0416666F);
     EXPECT_LT(clips::TickToTime(-1), 0.0F);
     int moved = 0;

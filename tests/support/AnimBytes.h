@@ -87,11 +87,24 @@ inline ByteBuilder BaseInfo(std::string_view name)
     return info.U32(0x01020304).U8(5).U8(6).U16(7).U32(8).U8(0).U8(1).F32(10).U32(144);
 }
 
+/// The first 10 bytes of a .gis file.
+inline ByteBuilder GisHeader(std::uint32_t word, std::size_t clipCount)
+{
+    return ByteBuilder().Raw({'R', 'G', 'I', 'S'}).U32(word).U16(static_cast<std::uint16_t>(clipCount));
+}
+
+/// Bones at (1, 2, 3) and (10, 20, 30), not turned, of scale 2.
+inline ByteBuilder Skeleton(std::string_view first = "root", std::string_view second = "hip")
+{
+    ByteBuilder bones;
+    bones.U32(2).Raw(Name(first)).Raw(Name(second)).F32s({1, 2, 3, 0, 0, 0, 1, 2, 2, 2});
+    return bones.F32s({10, 20, 30, 0, 0, 0, 1, 2, 2, 2});
+}
+
 /// A .gis file of one bone and the clip "walk": in the file or beside it.
 inline ByteBuilder SmallGis(bool async, std::uint32_t version = 0x60001)
 {
-    ByteBuilder file;
-    file.Raw({'R', 'G', 'I', 'S'}).U32(version).U16(1);
+    ByteBuilder file = GisHeader(version, 1);
     if (version >= 0x60000)
         file.U32(1).Raw(Name("hip")).F32s({1, 2, 3, 0, 0, 0, 1, 1, 1, 1}).U32(async);
     return async ? file.U32(1108).Raw(BaseInfo("walk")) : file.Raw(ClipRecord(version));
@@ -100,11 +113,8 @@ inline ByteBuilder SmallGis(bool async, std::uint32_t version = 0x60001)
 /// A .gis file of the bones "hip" and "head" and of two clips with the layout.
 inline Bytes TwoClips(std::uint8_t layout)
 {
-    ByteBuilder file;
-    file.Raw({'R', 'G', 'I', 'S'}).U32(0x60001).U16(2).U32(2).Raw(Name("hip")).Raw(Name("head"));
-    for (int bone = 0; bone < 2; ++bone)
-        file.F32s({1, 2, 3, 0, 0, 0, 1, 1, 1, 1});
-    return file.U32(0).Raw(ClipRecord(0x60001, layout)).Raw(ClipRecord(0x60001, layout, "run"));
+    ByteBuilder file = GisHeader(0x60001, 2).Raw(Skeleton("hip", "head")).U32(0);
+    return file.Raw(ClipRecord(0x60001, layout)).Raw(ClipRecord(0x60001, layout, "run"));
 }
 
 inline vlAnimData AnimationFrom(const Bytes& file)
