@@ -13,17 +13,6 @@ namespace {
 
 using Names = std::vector<std::string_view>;
 
-// A file of two clips in it.
-Bytes PlainFile(std::uint32_t word, const Bytes& skeleton = Skeleton())
-{
-    const std::uint32_t version = word & 0xFFFFFF;
-    ByteBuilder file = GisHeader(word, 2);
-    if (version >= 0x60000)
-        file.Raw(skeleton).U32(0);
-    file.Raw(ClipRecord(version));
-    return file.Raw(ClipRecord(version, version >= 0x50003 ? 0 : 1, "Run"));
-}
-
 // A 6.1 file of clips in side files.
 Bytes AsyncFile(const Names& names, std::uint32_t baseInfoSize = 1108)
 {
@@ -75,7 +64,7 @@ TEST_F(vlAnimDataTest, EachVersionIsReadAndWrittenBack)
         {0x50000, 140}, {0x50003, 142}, {0x500FF, 146}, {0x60000, 298}, {0x60001, 298}};
     for (const auto& [version, keysOffset] : keysOffsets) {
         SCOPED_TRACE(version);
-        const Bytes file = PlainFile(version);
+        const Bytes file = TwoClips(1, version);
         ASSERT_TRUE(Read(file, "no dot"));
         EXPECT_EQ(std::tuple(anim.m_version, anim.m_path, anim.m_clips[0]->m_keysOffset, anim.m_boneCount),
                   std::tuple(version, "no dot", keysOffset, version >= 0x60000 ? 2U : 0U));
@@ -83,7 +72,7 @@ TEST_F(vlAnimDataTest, EachVersionIsReadAndWrittenBack)
         EXPECT_EQ(log.lines, Lines{});
     }
     EXPECT_EQ(std::tuple(anim.m_boneNameIds[1], anim.m_boneTrans[1].m_pos.z, anim.m_clips[1]->m_name.View()),
-              std::tuple(NameIDMurmur3("hip"), 30.0F, "Run"));
+              std::tuple(NameIDMurmur3("head"), 30.0F, "run"));
     EXPECT_EQ(anim.m_clips[1]->m_keys[1].m_pos[2], 9.0F);
     const Bytes countAlone = GisHeader(0x60000, 3).Raw(Skeleton()).U32(1);  // of clips in side files
     ASSERT_TRUE(Read(countAlone));
@@ -108,7 +97,7 @@ TEST_F(vlAnimDataTest, Gate)
     };
     for (const auto& [word, length, version, lines] : cases) {
         SCOPED_TRACE(testing::Message() << std::hex << word << ' ' << length);
-        const Bytes file = PlainFile(word);
+        const Bytes file = TwoClips(1, word);
         log.lines.clear();
         const auto size = length ? length : static_cast<std::uint32_t>(file.size());
         EXPECT_EQ(anim.ReadAnimationFile(file.data(), size, "a.gis"), lines.empty());
@@ -122,7 +111,7 @@ TEST_F(vlAnimDataTest, Gate)
 
 TEST_F(vlAnimDataTest, DamageIsToldOnceAndLeavesNothing)
 {
-    const Bytes plain = PlainFile(0x60001);
+    const Bytes plain = TwoClips(1, 0x60001);
     const std::pair<Bytes, const char*> cases[] = {
         {With(plain, 11, {1}), "bones at byte 10: count 258 exceeds the limit of 255"},
         {Prefix(plain, 310), "clip 0 / bone 0 at byte 308: needs 8 bytes, but the file has 2 left"},
@@ -143,7 +132,7 @@ TEST_F(vlAnimDataTest, EveryPrefixAndEveryChangedByte)
     const auto read = [&](vlAnimData& into, const unsigned char* data, const unsigned char* end) {
         return into.ReadAnimationFile(data, static_cast<std::uint32_t>(end - data), hero);
     };
-    for (const Bytes& file : {PlainFile(0x60001), AsyncFile({"none"})}) {
+    for (const Bytes& file : {TwoClips(1, 0x60001), AsyncFile({"none"})}) {
         ForEachPrefix(file, [&](const unsigned char* data, const unsigned char* end) {
             log.lines.clear();
             EXPECT_FALSE(read(anim, data, end));
@@ -157,11 +146,11 @@ TEST_F(vlAnimDataTest, EveryPrefixAndEveryChangedByte)
 TEST_F(vlAnimDataTest, SkeletonNamesAreLoweredAndMayFillTheirField)
 {
     const std::string full(32, 'b');
-    ASSERT_TRUE(Read(PlainFile(0x60001, Skeleton(std::string(32, 'B'), "HIP"))));
+    ASSERT_TRUE(Read(TwoClips(1, 0x60001, Skeleton(std::string(32, 'B'), "HIP"))));
     EXPECT_EQ(log.lines, Lines{"E incorrect gis file!"});
     EXPECT_EQ(std::tuple(anim.m_boneNameIds[0], anim.m_boneNameIds[1]),
               std::tuple(NameIDMurmur3(std::string_view(full)), NameIDMurmur3("hip")));
-    EXPECT_EQ(test::Write(anim), PlainFile(0x60001, Skeleton(full, "hip")));
+    EXPECT_EQ(test::Write(anim), TwoClips(1, 0x60001, Skeleton(full, "hip")));
 }
 
 TEST_F(vlAnimDataTest, SideFilesAreReadAndWrittenAsASet)
@@ -218,7 +207,7 @@ TEST_F(vlAnimDataTest, SideFilesThatAreNotThereOrNotWhole)
 TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
 {
     using Anim = vlAnimData&;
-    const Bytes async = AsyncFile({"walk", "Run"}), plain = PlainFile(0x60001), old = PlainFile(0x50004);
+    const Bytes async = AsyncFile({"walk", "Run"}), plain = TwoClips(1, 0x60001), old = TwoClips(1, 0x50004);
     const std::string cant = "E skeletal animation " + hero + " can't be written: ";
     const std::string open = "E unable to open ";
     const std::tuple<int, Bytes, std::string, void (*)(Anim)> cases[] = {
@@ -262,7 +251,7 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
 TEST_F(vlAnimDataTest, DeltasAreAgainstTheBoneOfTheSameNameAndWarnAtAWrite)
 {
     // The clip's "Head" is no match for the skeleton's "head": only lower-case names are.
-    ASSERT_TRUE(Read(PlainFile(0x60001, Skeleton("Head", "hip"))));
+    ASSERT_TRUE(Read(TwoClips(1, 0x60001, Skeleton("Head", "hip"))));
     anim.m_clips[1].reset();  // as a missing side file
     anim.m_clips.push_back(std::make_shared<vlClipData>(*anim.m_clips[0]));
     anim.m_clips[2]->m_keys = nullptr;

@@ -94,7 +94,7 @@ inline ByteBuilder GisHeader(std::uint32_t word, std::size_t clipCount)
 }
 
 /// Bones at (1, 2, 3) and (10, 20, 30), not turned, of scale 2.
-inline ByteBuilder Skeleton(std::string_view first = "root", std::string_view second = "hip")
+inline ByteBuilder Skeleton(std::string_view first = "hip", std::string_view second = "head")
 {
     ByteBuilder bones;
     bones.U32(2).Raw(Name(first)).Raw(Name(second)).F32s({1, 2, 3, 0, 0, 0, 1, 2, 2, 2});
@@ -110,11 +110,14 @@ inline ByteBuilder SmallGis(bool async, std::uint32_t version = 0x60001)
     return async ? file.U32(1108).Raw(BaseInfo("walk")) : file.Raw(ClipRecord(version));
 }
 
-/// A .gis file of the bones "hip" and "head" and of two clips with the layout.
-inline Bytes TwoClips(std::uint8_t layout)
+/// A .gis file of a skeleton, if the version has one, and of the clips "walk" and "run" with the layout.
+inline Bytes TwoClips(std::uint8_t layout, std::uint32_t word = 0x60001, const Bytes& skeleton = Skeleton())
 {
-    ByteBuilder file = GisHeader(0x60001, 2).Raw(Skeleton("hip", "head")).U32(0);
-    return file.Raw(ClipRecord(0x60001, layout)).Raw(ClipRecord(0x60001, layout, "run"));
+    const std::uint32_t version = word & 0xFFFFFF;
+    ByteBuilder file = GisHeader(word, 2);
+    if (version >= 0x60000)
+        file.Raw(skeleton).U32(0);
+    return file.Raw(ClipRecord(version, layout)).Raw(ClipRecord(version, layout, "run"));
 }
 
 inline vlAnimData AnimationFrom(const Bytes& file)
