@@ -43,6 +43,9 @@ TEST_F(GisDataTest, LoadsASkeletonAndSavesTheSameFiles)
     ASSERT_EQ(Save("b.whatever"), 0);
     EXPECT_EQ(Read(Path("b.gis")), Gis(false));
     EXPECT_EQ(Read(Path("b.ags")), kAgs);
+    skeleton.m_agsXml.Document().RootElement()->InsertNewComment("-->");
+    EXPECT_EQ(Save("none.gis"), 1);
+    EXPECT_FALSE(std::filesystem::exists(Path("none.gis"))) << "without its document";
 
     // Side files stay with the file that was read, and a document that is gone leaves none behind.
     Write("s/a.gis", Gis(true));
@@ -96,18 +99,6 @@ TEST_F(GisDataTest, WithoutASkeletonTheAnimationStays)
     EXPECT_EQ(Read(Path("new.ags")), kAgs);
     EXPECT_EQ(log.lines, Lines{"W skeletal animation " + Path("old.gis") +
                                " has clips but no skeleton, and is not saved"});
-}
-
-TEST_F(GisDataTest, ADocumentThatCantBeSavedKeepsTheSkeletonFromBeingSaved)
-{
-    Write("a.gis", Gis(false));
-    Write("a.ags", kAgs);
-    ASSERT_EQ(Load("a.gis"), 0);
-    skeleton.m_agsXml.Document().RootElement()->InsertNewComment("-->");
-    Write("b.gis", "old");
-    EXPECT_EQ(Save("b.gis"), 1);
-    EXPECT_EQ(Read(Path("b.gis")), "old");
-    EXPECT_FALSE(std::filesystem::exists(Path("b.ags")));
 }
 
 }  // namespace vela::vlgim::test

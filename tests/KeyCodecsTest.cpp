@@ -90,23 +90,20 @@ TEST(KeyCodecs, PacksRotations)
 TEST(KeyCodecs, UnpacksRotations)
 {
     // The missing component's last bits tell the order in which the squares go off.
-    const std::pair<std::uint64_t, QuatBits> cases32[] = {
-        {0xE0080200, {0x3A353400, 0x3A353400, 0x3A353400, 0x3F7FFFF4}},
-        {0x31CE2720, {0x3F1FF0EA, 0x3EC95E5A, 0x3F0B425F, 0x3ECC3322}},
-        {0x548DB375, {0x3F042E69, 0x3F24F1E7, 0xBE81E184, 0x3F00FF07}},
-        {0xB62DCA26, {0x3F031E9D, 0x3D5A0070, 0x3F340D27, 0x3EFAEA16}},
-        {0xF6998373, {0x3EFFDE76, 0x3E089AE4, 0x3F037935, 0x3F2F4361}}};
-    // The uppermost bit of all is ignored.
-    const std::pair<std::uint64_t, QuatBits> cases48[] = {
-        {0xBFFFBFFFDFFF, {0xB7B50000, 0xB7B50000, 0xB7B50000, 0x3F800000}},
-        {0x6AD5EC77172A, {0x3F346417, 0xBE47DFCC, 0x3EFB8CC6, 0x3EF25022}},
-        {0x2D69F24978E3, {0xBE524DEC, 0x3F16B725, 0x3F0CCD29, 0x3F0E3CDF}},
-        {0x31377248B668, {0x3F0E3A0B, 0xBE274208, 0x3F25CE32, 0x3EFD843E}},
-        {0x68B23129F98E, {0x3F1091AF, 0xBE27E06C, 0x3EE639BE, 0x3F2C1D54}}};
-    for (const auto& [record, expected] : cases32)
-        ExpectDecodes(kPacked32, record, expected);
-    for (const auto& [record, expected] : cases48)
-        ExpectDecodes(kPacked48, record, expected);
+    const std::tuple<const KeyForm&, std::uint64_t, QuatBits> cases[] = {
+        {kPacked32, 0xE0080200, {0x3A353400, 0x3A353400, 0x3A353400, 0x3F7FFFF4}},
+        {kPacked32, 0x31CE2720, {0x3F1FF0EA, 0x3EC95E5A, 0x3F0B425F, 0x3ECC3322}},
+        {kPacked32, 0x548DB375, {0x3F042E69, 0x3F24F1E7, 0xBE81E184, 0x3F00FF07}},
+        {kPacked32, 0xB62DCA26, {0x3F031E9D, 0x3D5A0070, 0x3F340D27, 0x3EFAEA16}},
+        {kPacked32, 0xF6998373, {0x3EFFDE76, 0x3E089AE4, 0x3F037935, 0x3F2F4361}},
+        // The uppermost bit of all is ignored.
+        {kPacked48, 0xBFFFBFFFDFFF, {0xB7B50000, 0xB7B50000, 0xB7B50000, 0x3F800000}},
+        {kPacked48, 0x6AD5EC77172A, {0x3F346417, 0xBE47DFCC, 0x3EFB8CC6, 0x3EF25022}},
+        {kPacked48, 0x2D69F24978E3, {0xBE524DEC, 0x3F16B725, 0x3F0CCD29, 0x3F0E3CDF}},
+        {kPacked48, 0x31377248B668, {0x3F0E3A0B, 0xBE274208, 0x3F25CE32, 0x3EFD843E}},
+        {kPacked48, 0x68B23129F98E, {0x3F1091AF, 0xBE27E06C, 0x3EE639BE, 0x3F2C1D54}}};
+    for (const auto& [form, record, expected] : cases)
+        ExpectDecodes(form, record, expected);
 }
 
 TEST(KeyCodecs, HalvesAreCutNotRounded)

@@ -44,11 +44,8 @@ protected:
     }
 };
 
-// What a run gives, which is not to depend on the codecs.
-using Run = std::function<Bytes(const RunCodecs&)>;
-
-// Holds the run in each instruction set that the machine has to the plain one.
-void ExpectAsPlain(const char* name, const Run& run)
+// Holds what a run gives in each instruction set that the machine has to what it gives in the plain one.
+void ExpectAsPlain(const char* name, const std::function<Bytes(const RunCodecs&)>& run)
 {
     const InstructionSet best = BestInstructionSet();
     const Bytes plain = run(kPlainCodecs);
@@ -102,12 +99,6 @@ void ExpectSame(const Form& form, Way way, const Bytes& input)
     });
 }
 
-// A vertex block's halves are converted by other code, of the same instruction sets.
-auto Converter(const RunCodecs& codecs)
-{
-    return &codecs == &kPlainCodecs ? PlainHalfToFloat : HalfToFloat;
-}
-
 // Hands on the numbers below 2^32, a prime apart, so that all of their bits change, in pieces that stay in the cache.
 void ForPieces(const std::function<void(const Bytes&)>& check)
 {
@@ -140,10 +131,9 @@ std::vector<float> Rotations(float shortest, float longest, int count = kWhole ?
     std::uniform_real_distribution<float> length(shortest, longest);
     std::vector<float> keys;
     for (int i = 0; i < count; ++i) {
-        float q[4], square = 0;
-        for (float& c : q)
-            c = component(random), square += c * c;
-        const float factor = length(random) / std::sqrt(square);
+        std::array<float, 4> q;
+        std::ranges::generate(q, [&] { return component(random); });
+        const float factor = length(random) / std::hypot(q[0], q[1], std::hypot(q[2], q[3]));
         for (const float c : q)
             keys.push_back(c * factor);
     }
@@ -191,9 +181,11 @@ TEST(HalfCodecs, EveryHalfDecodesAsTheTablesSayAndBack)
         }
         const Bytes records = BytesOf(halves);
         ExpectAsPlain("halves", [&](const RunCodecs& codecs) {
+            // A vertex block's halves are converted by other code, of the same instruction sets.
+            const auto convert = &codecs == &kPlainCodecs ? PlainHalfToFloat : HalfToFloat;
             Bytes converted(4 * halves.size()), decoded = converted, back(records.size());
             for (const std::size_t first : Runs(halves.size()))
-                Converter(codecs)(AsFloats(converted, first), &records[2 * first], kRun);
+                convert(AsFloats(converted, first), &records[2 * first], kRun);
             EXPECT_TRUE(converted == BytesOf(quiet));
             for (const std::size_t first : Runs(halves.size() / 3)) {
                 codecs.halfVectors.decode(&records[6 * first], kRun, AsFloats(decoded, 3 * first));

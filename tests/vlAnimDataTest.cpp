@@ -5,7 +5,6 @@
 #include <anim/AnimFile.h>
 #include <nameid/NameID.h>
 #include <vlgim/vlAnimData.h>
-#include <vlio2/Failures.h>
 
 namespace vela::vlgim::test {
 

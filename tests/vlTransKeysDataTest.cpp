@@ -204,23 +204,21 @@ TEST(vlTransKeysData, TransformOfAKey)
     quats.m_scaleKeyed = 0;
     vlTransKeysData noKeys = TwoKeys(0, kQuats);
     noKeys.m_keyCount = 0;
-    const float angles[] = {0, 0.25F, -0.0F};
-    const auto turn = keys::EulerToRotation(angles, 3);
-    const Bytes none = Floats({0, 0, 0, 0, 0, 0, 1, 1, 1, 1}),
-                last = Floats({4, 5, 6, 0.5F, 0.5F, 0.5F, -0.5F, 1, 1, 1});
-    const std::tuple<vlTransKeysData, unsigned short, Bytes> cases[] = {
-        {quats, 0, Floats({1, 2, 3, 0, 0, 0, 1, 1, 1, 1})},
-        {quats, 1, last},
-        {quats, 65535, last},
-        {TwoKeys(EULER_ZXY, kEuler), 1, Floats({4, 5, 6, turn.x, turn.y, turn.z, turn.w, 2, 0.5F, 1})},
-        {Empty(0, 0, 0), 0, none},
-        {noKeys, 0, none}};
-    for (const auto& [keys, index, expected] : cases) {
+    const auto keyAt = [](const vlTransKeysData& keys, unsigned short index) {
         vlTransInfo key{{9, 9, 9}, {9, 9, 9, 9}, {9, 9, 9}};
         keys.GetKeyPRS(index, &key.m_pos, &key.m_rot, &key.m_scale);
-        EXPECT_EQ(std::memcmp(&key, expected.data(), sizeof key), 0) << testing::PrintToString(expected);
         keys.GetKeyPRS(index, nullptr, nullptr, nullptr);
-    }
+        return BytesOf(std::span(&key, 1));
+    };
+    const Bytes none = Floats({0, 0, 0, 0, 0, 0, 1, 1, 1, 1});
+    EXPECT_EQ(keyAt(quats, 0), Floats({1, 2, 3, 0, 0, 0, 1, 1, 1, 1}));
+    EXPECT_EQ(keyAt(quats, 1), Floats({4, 5, 6, 0.5F, 0.5F, 0.5F, -0.5F, 1, 1, 1}));
+    EXPECT_EQ(keyAt(quats, 65535), keyAt(quats, 1));
+    const auto turn = keys::EulerToRotation(ArrayOf(kEuler).data() + 3, EULER_ZXY);
+    EXPECT_EQ(keyAt(TwoKeys(EULER_ZXY, kEuler), 1),
+              Floats({4, 5, 6, turn.x, turn.y, turn.z, turn.w, 2, 0.5F, 1}));
+    EXPECT_EQ(keyAt(Empty(0, 0, 0), 0), none);
+    EXPECT_EQ(keyAt(noKeys, 0), none);
 }
 
 TEST(vlTransKeysData, Deltas)
