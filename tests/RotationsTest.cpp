@@ -114,17 +114,14 @@ TEST(Rotations, MatrixBranches)
     }
 }
 
-TEST(Rotations, MatrixOfARotation)
+TEST(Rotations, MatrixProductAndLength)
 {
     const _Matrix<float> m = RotationToMatrix({0.1F, 0.7F, -0.3F, 1.9F});  // no unit length is asked for
     EXPECT_EQ(BitsOf(m.m), (Bits{0xBE23D708, 0xBF800000, 0xC02E147A, 0,    //
                                  0x3FA3D70A, 0x3F4CCCCD, 0xBD23D710, 0,    //
                                  0x40266666, 0xBF4CCCCD, 0x33800000, 0,    //
                                  0, 0, 0, 0x3F800000}));
-}
 
-TEST(Rotations, ProductAndLength)
-{
     // Large terms that cancel show the order of the sums.
     const auto product = RotationMultiply({1e4F, 3.1F, -7e3F, 0.3F}, {2.2F, 9e3F, 0.7F, -5e4F});
     EXPECT_EQ(BitsOf(product), (Bits{0xCDD060BA, 0xC82A9B00, 0x4DD1CEF0, 0xC76A6000}));

@@ -72,7 +72,6 @@ TEST_F(vlAnimDataTest, EachVersionIsReadAndWrittenBack)
     }
     EXPECT_EQ(std::tuple(anim.m_boneNameIds[1], anim.m_boneTrans[1].m_pos.z, anim.m_clips[1]->m_name.View()),
               std::tuple(NameIDMurmur3("head"), 30.0F, "run"));
-    EXPECT_EQ(anim.m_clips[1]->m_keys[1].m_pos[2], 9.0F);
     const Bytes countAlone = GisHeader(0x60000, 3).Raw(Skeleton()).U32(1);  // of clips in side files
     ASSERT_TRUE(Read(countAlone));
     anim.m_clips[2]->m_keyLayout = KEY_LAYOUT_SHARED;  // without times: nothing of a clip is written
@@ -133,10 +132,8 @@ TEST_F(vlAnimDataTest, EveryPrefixAndEveryChangedByte)
     };
     for (const Bytes& file : {TwoClips(1, 0x60001), AsyncFile({"none"})}) {
         ForEachPrefix(file, [&](const unsigned char* data, const unsigned char* end) {
-            log.lines.clear();
-            EXPECT_FALSE(read(anim, data, end));
+            EXPECT_FALSE(read(anim, data, end)) << end - data;
             EXPECT_TRUE(anim.m_clips.empty());
-            EXPECT_EQ(log.lines.size(), end - data < 40 ? 1U : 2U) << end - data;
         });
         ExpectLiesReadBack(vlAnimData(), file, read, &test::Write);
     }
@@ -178,18 +175,14 @@ TEST_F(vlAnimDataTest, SideFilesThatAreNotThereOrNotWhole)
     const std::string whole = AsString(ClipRecord(0x60001, 1, "Run"));
     Write("m/hero_gis/Run.gis", whole + "more");
     std::filesystem::create_directories(Side("dir"));
-    for (const auto& [name, isRead] : {std::pair("Run", true),
-                                       {"none", true},
-                                       {"sub/Run", true},
-                                       {"a..b", true},
-                                       {"dir", false},
-                                       {"../hero_gis/Run", false},
-                                       {"x\\..", false}}) {
+    const Names refused{"dir", "../hero_gis/Run", "x\\.."};
+    for (const std::string name : {"Run", "none", "sub/Run", "a..b", "dir", "../hero_gis/Run", "x\\.."}) {
+        const bool isRead = std::ranges::find(refused, name) == refused.end();
         EXPECT_EQ(Read(AsyncFile({"walk", name, "walk"}), hero), isRead) << name;
         EXPECT_EQ(log.lines,
                   isRead ? Lines{} : (Lines{"E Failed to read file : " + Side(name) + "\n", kBad5}));
         ASSERT_EQ(anim.m_clips.size(), isRead ? 3U : 0U);
-        EXPECT_EQ(isRead && anim.m_clips[1], std::string_view(name) == "Run");
+        EXPECT_EQ(isRead && anim.m_clips[1], name == "Run");
         EXPECT_TRUE(!isRead || anim.m_clips[2]);
     }
     Write("m/hero_gis/Run.gis", whole.substr(0, 70));
@@ -208,7 +201,6 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
     using Anim = vlAnimData&;
     const Bytes async = AsyncFile({"walk", "Run"}), plain = TwoClips(1, 0x60001), old = TwoClips(1, 0x50004);
     const std::string cant = "E skeletal animation " + hero + " can't be written: ";
-    const std::string open = "E unable to open ";
     const std::tuple<int, Bytes, std::string, void (*)(Anim)> cases[] = {
         {-1, async, cant + "clip 1: its side file was missing", [](Anim a) { a.m_clips[1].reset(); }},
         {-1, old, cant + "65536 clips, and a file has room for 65535",
@@ -223,12 +215,10 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
         {1, plain, cant + "256 bones, and there is room for 255", [](Anim a) { a.m_boneCount = 256; }},
         {1, async, cant + "clip 0: its version counts clips of side files, but has no place for them",
          [](Anim a) { a.m_version = 0x60000; }},
-        {1, async, open + Side("none/Run"), [](Anim a) { a.m_clips[1]->m_name = Name32("none/Run"); }},
+        {1, async, "E unable to open " + Side("none/Run"),
+         [](Anim a) { a.m_clips[1]->m_name = Name32("none/Run"); }},
         {1, plain, cant + "it has neither bones nor clips, and is too short to be read",
-         [](Anim a) {
-             a = {};
-             a.m_version = 0x60001;
-         }},
+         [](Anim a) { a.m_clips.clear(), a.m_boneCount = 0; }},
         {-1, async, "E Unable to open seperate animation file nodot", [](Anim a) { a.m_path = "nodot"; }},
     };
     Write("m/hero.gis", "old");
@@ -242,9 +232,6 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
         EXPECT_EQ(log.lines, Lines{message});
         EXPECT_EQ(Read(hero) + Read(Side("walk")), "oldold");
     }
-    ASSERT_TRUE(Read(plain));
-    EXPECT_EQ(anim.WriteAnimationFile(Path("none/a.gis").c_str()), 1);
-    EXPECT_EQ(log.lines, Lines{open + Path("none/a.gis")});
 }
 
 TEST_F(vlAnimDataTest, DeltasAreAgainstTheBoneOfTheSameNameAndWarnAtAWrite)
