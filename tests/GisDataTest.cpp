@@ -52,6 +52,7 @@ TEST_F(GisDataTest, LoadsASkeletonAndSavesTheSameFiles)
     ASSERT_EQ(Load("s/a.gis"), 0);
     EXPECT_EQ(skeleton.Load(skeleton.m_anim.m_path.c_str()), 0) << "from its own path";
     std::filesystem::remove(Path("s/a_gis/walk.gis"));
+    EXPECT_EQ(Save("none/c.gis"), 1) << "there is no such folder";
     ASSERT_EQ(Save("c.gis"), 0);
     EXPECT_EQ(Read(Path("s/a_gis/walk.gis")), AsString(ClipRecord(0x60001)));
     EXPECT_FALSE(std::filesystem::exists(Path("c.ags")));

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <vector>
 
 namespace vela::vlgim::keys {
@@ -128,11 +127,9 @@ TEST(Rotations, MatrixProductAndLength)
 
     const float nan = std::bit_cast<float>(0x7FC00000U);
     const _Rotation<float> cases[][2] = {
-        {{3, 0, -4, 0}, {3.0F / 5, 0, -4.0F / 5, 0}},
-        {{-0.0F, 0, -0.0F, 0}, {0, 0, 0, 0}},
+        {{3, 0, -4, 0}, {3.0F / 5, 0, -4.0F / 5, 0}}, {{-0.0F, 0, -0.0F, 0}, {0, 0, 0, 0}},
         {{1e-30F, 0, 0, -1e-30F}, {0, 0, 0, 0}},  // the square is below the smallest number
-        {{2e19F, 0, 0, 1}, {nan, nan, nan, nan}},
-        {{1, -std::numeric_limits<float>::infinity(), 0, 0}, {nan, nan, nan, nan}},
+        {{2e19F, 0, 0, 1}, {nan, nan, nan, nan}},     {{1, -INFINITY, 0, 0}, {nan, nan, nan, nan}},
     };
     for (const auto& [before, after] : cases)
         EXPECT_EQ(BitsOf(RotationNormalize(before)), BitsOf(after));

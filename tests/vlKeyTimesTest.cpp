@@ -154,8 +154,7 @@ TEST(vlKeyTimes, SetKeys)
     const unsigned int integers[] = {7, 10, 0xFFFFFFFF};
     list.SetKeyTimes(integers, 3);
     EXPECT_EQ(State(list), StateOf({0, 10, 0x1p32F}));
-    const float floats[] = {7, 10};
-    list.SetKeyTimes(floats, 2);
+    list = Keys({7, 10});
     list.SetKeyTimes(list.GetKeyTimes(), 3);  // from its own array, which is too short to stay
     EXPECT_EQ(State(list), StateOf({7, 10, 20}));
     list.SetKeyTimes(list.GetKeyTimes() + 1, 1);

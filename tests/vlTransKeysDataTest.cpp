@@ -5,7 +5,6 @@
 
 #include <bit>
 #include <cmath>
-#include <limits>
 
 namespace vela::vlgim::test {
 
@@ -153,6 +152,8 @@ TEST(vlTransKeysData, OnlyWhatChangesStaysKeyed)
         const Bytes block = Written(data);
         SCOPED_TRACE(testing::Message() << +flags << testing::PrintToString(keys));
         EXPECT_EQ(Prefix(block, 3), keyed);
+        EXPECT_EQ(data.m_scale.size(), keyed[2] != 0 || flags & KEY_HALF_SCALE ? 9 : 3)
+            << "or halves are cut";
         EXPECT_EQ(Written(data), block);
     }
 }
@@ -234,7 +235,7 @@ TEST(vlTransKeysData, Deltas)
                Floats({1, 1 / 3.0F * 3, 1 / 0.1F * 0.1F, 2, 0.5F, 1}));
     ExpectKeys(copy, kPos, kQuats, kScale);
 
-    const float inf = std::numeric_limits<float>::infinity();
+    const float inf = INFINITY;
     const std::pair<geomath::_Vector3<float>, Bytes> scales[] = {
         {{kTolerance, -kTolerance, 0}, kScale},
         {{2, 0, -0.0F}, Floats({0.5F, inf, -inf, 1, inf, -inf})},
