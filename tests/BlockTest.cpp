@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
 namespace vela::vlgim::io {
 
 namespace {
@@ -41,24 +43,14 @@ TEST(BlockReader, FailsOnceForGood)
     BlockReader positions = Reader(kBytes);
     positions.Take(Block::Positions, 3, 3);
     EXPECT_EQ(positions.WhyRefused().Path(), "positions") << "a run that is a block of its own";
-    const std::tuple<ErrorKind, std::uint64_t, const char*> refusals[] = {
-        {ErrorKind::Bytes, 9, "an offset points here, but the file has 8 bytes"},
-        {ErrorKind::Limit, 0, "count 7 exceeds the limit of 4"},
-        {ErrorKind::Memory, 0, "needs 7 bytes of memory, but 4 are allowed"}};
-    for (const auto& [kind, offset, text] : refusals) {
-        BlockReader refused = Reader(kBytes);
-        refused.RefuseAt(offset, kind, 7, 4);
-        EXPECT_EQ(refused.WhyRefused().Text(), text);
-    }
     EXPECT_FALSE(Reader(kBytes).WhyRefused().AsError());
 }
 
 TEST(BlockReader, CountsCannotWrap)
 {
-    for (const auto& [count, size] : {std::pair<std::uint64_t, std::uint64_t>{UINT64_MAX / 4 + 2, 4},
-                                      {UINT64_MAX, UINT64_MAX},
-                                      {9, 1},
-                                      {3, 3}})
+    const std::map<std::uint64_t, std::uint64_t> runs = {
+        {UINT64_MAX / 4 + 2, 4}, {UINT64_MAX, UINT64_MAX}, {9, 1}, {3, 3}};
+    for (const auto& [count, size] : runs)
         EXPECT_EQ(Reader(kBytes).Take(count, size), nullptr) << count;
     for (const std::uint64_t offset : {std::uint64_t{9}, UINT64_MAX}) {
         BlockReader in = Reader(kBytes);
@@ -79,9 +71,9 @@ TEST(BlockWriter, PiecesComeOutInOrderAndPlacesCanBePatched)
     for (const std::size_t run :
          {std::size_t{3}, kPiece - 7, kPiece - 6, kPiece - 5, kPiece, 2 * kPiece + 1}) {
         Bytes values;
+        Bytes expected;
         for (std::size_t i = 0; i < run; ++i)
             values.push_back(static_cast<unsigned char>(i * 31 % 251));
-        Bytes expected;
         test::MemorySink sink;
         {
             BlockWriter out(sink);
@@ -97,17 +89,8 @@ TEST(BlockWriter, PiecesComeOutInOrderAndPlacesCanBePatched)
             }
         }
         EXPECT_TRUE(sink.content == expected) << run;
+        EXPECT_LE(sink.writes, 2 * expected.size() / kPiece + 3) << "each may be a call of the system";
     }
-    test::MemorySink sink;
-    const Bytes run(2 * kPiece + 1);
-    {
-        BlockWriter out(sink);
-        out.Value(std::uint32_t{0});
-        out.Run(run.data(), kPiece - 1);
-        out.Run(run.data(), run.size());
-        out.Value(std::uint16_t{0});
-    }
-    EXPECT_EQ(sink.pieces, (std::vector<std::size_t>{kPiece, 3, run.size(), 2}));
 }
 
 TEST(ArrayBlock, ArraysAreAlignedApartAndKeepTheBlockAlive)

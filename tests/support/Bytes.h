@@ -8,9 +8,11 @@
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -43,7 +45,17 @@ public:
         m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
         return *this;
     }
+    /// A part, with the places that have names in it.
+    ByteBuilder& Raw(const ByteBuilder& part)
+    {
+        for (const auto& [name, at] : part.m_marks)
+            m_marks[name] = m_bytes.size() + at;
+        return Raw(part.m_bytes);
+    }
+    /// Names the place of the next byte, which At(name) gives.
+    ByteBuilder& Mark(const std::string& name) { return m_marks[name] = m_bytes.size(), *this; }
 
+    std::size_t At(const std::string& name) const { return m_marks.at(name); }
     const std::vector<unsigned char>& Bytes() const { return m_bytes; }
     operator const std::vector<unsigned char>&() const { return m_bytes; }
 
@@ -57,6 +69,7 @@ private:
     }
 
     std::vector<unsigned char> m_bytes;
+    std::map<std::string, std::size_t> m_marks;
 };
 
 using Bytes = std::vector<unsigned char>;
@@ -78,6 +91,14 @@ inline Bytes Prefix(const Bytes& file, std::size_t size)
 inline std::string AsString(const Bytes& bytes)
 {
     return {bytes.begin(), bytes.end()};
+}
+
+inline std::string Repeat(std::string_view text, int count)
+{
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
 }
 
 /// The file with other bytes from byte `at` on.
@@ -115,7 +136,7 @@ public:
     {
         const auto* raw = static_cast<const unsigned char*>(bytes);
         content.insert(content.end(), raw, raw + size);
-        pieces.push_back(size);
+        ++writes;
     }
 
     void Patch(std::uint64_t position, std::uint32_t value) override
@@ -124,7 +145,7 @@ public:
     }
 
     Bytes content;
-    std::vector<std::size_t> pieces;  ///< the size of each Write
+    std::size_t writes = 0;
 };
 
 /// What write(sink), write(stream), or else the WriteData of an object, leaves in an empty file.
