@@ -1,16 +1,12 @@
 #include "ModelFolder.h"
 
 #include <corecommon/Log.h>
-#include <vlgim/GimData.h>
-#include <vlgim/GisData.h>
-#include <vlgim/vlTrackData.h>
 
 #include <tinyxml2.h>
 
 #include <functional>
 #include <malloc.h>
 #include <new>
-#include <random>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,12 +21,6 @@ thread_local bool hasFailed = false;
 // Bytes that this thread has allocated and not freed, and the most there were.
 thread_local std::ptrdiff_t held = 0, mostHeld = 0;
 
-void Hold(std::ptrdiff_t bytes)
-{
-    held += bytes;
-    mostHeld = std::max(mostHeld, held);
-}
-
 }  // namespace
 
 // Not inlined, or g++ takes the pairs for mismatched.
@@ -42,13 +32,14 @@ void Hold(std::ptrdiff_t bytes)
         --allowance;
     if (!memory)
         throw std::bad_alloc();
-    Hold(static_cast<std::ptrdiff_t>(::malloc_usable_size(memory)));
+    held += static_cast<std::ptrdiff_t>(::malloc_usable_size(memory));
+    mostHeld = std::max(mostHeld, held);
     return memory;
 }
 
 [[gnu::noinline]] void operator delete(void* memory) noexcept
 {
-    Hold(-static_cast<std::ptrdiff_t>(::malloc_usable_size(memory)));
+    held -= static_cast<std::ptrdiff_t>(::malloc_usable_size(memory));
     std::free(memory);
 }
 
@@ -57,11 +48,10 @@ void Hold(std::ptrdiff_t bytes)
     operator delete(memory);
 }
 
-namespace vela::vlgim {
+namespace vela::vlgim::test {
 
 namespace {
 
-using test::ByteBuilder;
 using Work = std::function<bool()>;
 
 // Does the work once for each of its allocations, of which that one fails, until none does; true is expected then.
@@ -87,7 +77,7 @@ void FailEachAllocation(const Work& work, const std::function<void()>& check)
     }
 }
 
-class FaultTest : public test::ModelFolder {
+class FaultTest : public ModelFolder {
 protected:
     FaultTest()
     {
@@ -111,71 +101,43 @@ protected:
             EXPECT_TRUE(Read(Path("m/" + name)) == content) << name;
     }
 
-    bool LoadAll()
-    {
-        return gim.Load(gimPath.c_str()) == 0 && gis.Load(gisPath.c_str()) == 0 &&
-               track.Load(trackPath.c_str());
-    }
-
-    // Whether the model and the skeleton were saved; a save of a track has no result.
-    bool SaveAll(const std::string& stem)
-    {
-        gim.m_meshPath = Path(stem + ".mesh");
-        const bool isModelSaved = gim.Save(Path(stem + ".gim").c_str()) == 0;
-        gis.m_anim.m_path = Path(stem + ".gis");
-        const bool isSkeletonSaved = gis.Save(Path(stem + ".gis").c_str()) == 0;
-        track.Save(Path(stem + ".track").c_str());
-        return isModelSaved && isSkeletonSaved;
-    }
-
-    const std::string gimPath = Path("m/a.gim"), gisPath = Path("m/a.gis"), trackPath = Path("m/a.track");
+    const std::string stem = Path("m/a");
     char lastLine[600] = {};
-    GimData gim;
-    GisData gis;
-    vlTrackData track;
+    Model model;
+    GimData& gim = model.gim;
+    GisData& gis = model.gis;
 };
-
-const unsigned char* Data(const std::string& file)
-{
-    return reinterpret_cast<const unsigned char*>(file.data());
-}
 
 }  // namespace
 
 // A load into objects that hold something, and one into new ones.
 TEST_F(FaultTest, EveryAllocationOfALoad)
 {
-    FailEachAllocation([&] { return LoadAll(); },
+    FailEachAllocation([&] { return model.Load(stem); },
                        [&] {
-                           const vlMeshData mesh = gim.m_mesh;
-                           const vlAnimData anim = gis.m_anim;
-                           const vlTrackData copy = track;
-                           SaveAll("n/a");  // of which some may hold too little
+                           const std::tuple copies(gim.m_mesh, gis.m_anim, model.track);
+                           model.Save(Path("n/a"));  // of which some may hold too little
                            ExpectUntouched();
                        });
-    FailEachAllocation(
-        [&] { return GimData().Load(gimPath.c_str()) == 0 && GisData().Load(gisPath.c_str()) == 0; }, [] {});
+    FailEachAllocation([&] { return Model().Load(stem); }, [] {});
 }
 
 TEST_F(FaultTest, AReadThatRunsOutOfMemoryLeavesMeshAndAnimation)
 {
-    ASSERT_TRUE(LoadAll());
-    const std::string mesh = Read(Path("m/a.mesh")), animation = Read(gisPath);
+    ASSERT_TRUE(model.Load(stem));
+    const Bytes mesh = MeshOf(0x50004, {1, true, true, true}), animation = SmallGis(false);
+    const auto size = static_cast<std::uint32_t>(animation.size());
     const auto vertices = gim.m_mesh.m_vertexData;
     const auto clip = gis.m_anim.m_clips[0];
-    FailEachAllocation([&] { return gim.m_mesh.ReadMeshFile(Data(mesh), mesh.size()); },
+    FailEachAllocation([&] { return gim.m_mesh.ReadMeshFile(mesh.data(), mesh.size()); },
                        [&] { EXPECT_EQ(gim.m_mesh.m_vertexData, vertices); });
-    FailEachAllocation(
-        [&] {
-            const auto size = static_cast<std::uint32_t>(animation.size());
-            return gis.m_anim.ReadAnimationFile(Data(animation), size, gisPath);
-        },
-        [&] { EXPECT_EQ(gis.m_anim.m_clips[0], clip); });
+    FailEachAllocation([&] { return gis.m_anim.ReadAnimationFile(animation.data(), size, "a.gis"); },
+                       [&] { EXPECT_EQ(gis.m_anim.m_clips[0], clip); });
 
     auto& skin = dynamic_cast<vlMeshSkelVertexData&>(*vertices);
     const vlMeshSkelVertexData before = skin;
     ByteBuilder block;
-    block.Raw(test::SmallVertexBlock(0x50004, 3)).Raw(test::SkinSlots(0x50004)).Raw(test::SkinMask(0x50004));
+    block.Raw(SmallVertexBlock(0x50004, 3)).Raw(SkinSlots(0x50004)).Raw(SkinMask(0x50004));
     const auto state = [](const vlMeshSkelVertexData& object) {
         return std::tuple(object.m_positions, object.m_boneWeights, object.m_usedBones);
     };
@@ -185,59 +147,44 @@ TEST_F(FaultTest, AReadThatRunsOutOfMemoryLeavesMeshAndAnimation)
 
 TEST_F(FaultTest, EveryAllocationOfASave)
 {
-    ASSERT_TRUE(LoadAll());
-    const auto save = [&] {
-        track.Save(trackPath.c_str());
-        return gim.Save(gimPath.c_str()) == 0 && gis.Save(gisPath.c_str()) == 0;
-    };
-    FailEachAllocation(save, [&] { ExpectUntouched(); });
+    ASSERT_TRUE(model.Load(stem));
+    FailEachAllocation([&] { return model.Save(stem); }, [&] { ExpectUntouched(); });
     ExpectUntouched();
     gim.m_gimXml.Document().RootElement()->SetAttribute("Edited", 1);
     gim.m_mesh.m_vertexData->m_positions[0].x = 9;
-    FailEachAllocation([&] { return gim.Save(gimPath.c_str()) == 0; }, [&] { ExpectUntouched(); });
+    FailEachAllocation([&] { return gim.Save((stem + ".gim").c_str()) == 0; }, [&] { ExpectUntouched(); });
     EXPECT_TRUE(Read(Path("m/a.mesh")) != kFiles[1].second);
 }
 
 TEST_F(FaultTest, EveryAllocationOfAnEdit)
 {
-    ASSERT_TRUE(LoadAll());
+    ASSERT_TRUE(model.Load(stem));
     vlKeyTimes times;
     times.SetKeyTimes(3, 2);
-    const Work edits[] = {
-        [&] { return times.AddKeyTime(0.5F); },
-        [&] { return times.RemoveKeyTime(1); },
-        [&] { return times.SetKeyTimes(5, 4), times.GetKeyCount() == 5; },
-        [&] { return vlKeyTimes(times) == times; },
-        [&] { return gis.m_anim.ConvertToDelta(), gis.m_anim.m_isDelta; },
-        [&] { return gis.m_anim.ConvertFromDelta(), !gis.m_anim.m_isDelta; },
-        [&] { return gim.m_mtgXml.Parse("<a><b/></a>", 11) == 0; },
-    };
+    const Work edits[] = {[&] { return times.AddKeyTime(0.5F); },
+                          [&] { return times.RemoveKeyTime(1); },
+                          [&] { return times.SetKeyTimes(5, 4), times.GetKeyCount() == 5; },
+                          [&] { return vlKeyTimes(times) == times; },
+                          [&] { return gis.m_anim.ConvertToDelta(), gis.m_anim.m_isDelta; },
+                          [&] { return gis.m_anim.ConvertFromDelta(), !gis.m_anim.m_isDelta; },
+                          [&] { return gim.m_mtgXml.Parse("<a><b/></a>", 11) == 0; }};
     for (const Work& edit : edits) {
         SCOPED_TRACE(&edit - edits);
         FailEachAllocation(edit, [&] {
             EXPECT_EQ(vlKeyTimes(times).GetKeyTimes() != nullptr, times.GetKeyCount() != 0);
-            EXPECT_TRUE(SaveAll("n/a"));
+            EXPECT_TRUE(model.Save(Path("n/a")));
         });
     }
 }
 
 namespace {
 
-// The most bytes held while it runs, beside those held before.
-std::ptrdiff_t MostHeldIn(const Work& work)
-{
-    const std::ptrdiff_t before = held;
-    mostHeld = held;
-    work();
-    return mostHeld - before;
-}
-
 // Vertices without data, and as many blocks of original data as a table can name, all in one place.
-test::Bytes ManyBlocks(std::uint32_t vertices)
+Bytes ManyBlocks(std::uint32_t vertices)
 {
     ByteBuilder file;
     file.U32(0xBBC88034).U32(0x50004).U16(0).U16(0).U32(26 + 87);
-    file.U16(0).U32s({vertices, 0}).Raw(test::OriginalBlock());
+    file.U16(0).U32s({vertices, 0}).Raw(OriginalBlock());
     file.U16(32767).U32(16);
     for (int i = 0; i < 32766; ++i)
         file.U32(26);
@@ -250,18 +197,18 @@ test::Bytes ManyBlocks(std::uint32_t vertices)
 TEST_F(FaultTest, CountsThatLieTakeNoMemory)
 {
     int read = 0, refused = 0;
-    const auto expectBound = [&](std::size_t size, const std::function<bool()>& load) {
-        const std::ptrdiff_t bytes = MostHeldIn([&] { return ++(load() ? read : refused) > 0; });
-        EXPECT_LE(bytes, 64 * static_cast<std::ptrdiff_t>(size) + (16 << 20));
+    const auto expectBound = [&](const Bytes& file, const Work& load) {
+        const std::ptrdiff_t before = mostHeld = held;
+        ++(load() ? read : refused);
+        EXPECT_LE(mostHeld - before, 64 * static_cast<std::ptrdiff_t>(file.size()) + (16 << 20));
     };
     for (std::uint32_t vertices = 0; vertices < 1'000'000; vertices += 50'000)
-        for (const test::Bytes& file :
-             {ManyBlocks(vertices), test::StaticMesh(ByteBuilder().U16(0).U32s({vertices, 0}))})
-            expectBound(file.size(), [&] { return vlMeshData().ReadMeshFile(file.data(), file.size()); });
+        for (const Bytes& file : {ManyBlocks(vertices), StaticMesh(ByteBuilder().U16(0).U32s({vertices, 0}))})
+            expectBound(file, [&] { return vlMeshData().ReadMeshFile(file.data(), file.size()); });
     for (std::uint16_t clips = 0; clips < 20'000; clips += 500) {
-        const test::Bytes file =
+        const Bytes file =
             ByteBuilder().Raw({'R', 'G', 'I', 'S'}).U32(0x60000).U16(clips).U32(0).U32(1).Fill(30, 0);
-        expectBound(file.size(), [&] {
+        expectBound(file, [&] {
             return vlAnimData().ReadAnimationFile(file.data(), static_cast<std::uint32_t>(file.size()),
                                                   "a.gis");
         });
@@ -272,22 +219,17 @@ TEST_F(FaultTest, CountsThatLieTakeNoMemory)
 
 TEST_F(FaultTest, EveryByteOfAFileFails)
 {
-    ASSERT_TRUE(LoadAll());
+    ASSERT_TRUE(model.Load(stem));
     gim.m_gimXml.Document().RootElement()->SetAttribute("Edited", 1);
     gim.m_mtgXml.Document().RootElement()->SetAttribute("Edited", 1);
     const std::pair<std::string, Work> saves[] = {
-        {"m/a.mesh", [&] { return gim.Save(gimPath.c_str()) == 0; }},
-        {"m/a_gis/walk.gis", [&] { return gis.Save(gisPath.c_str()) == 0; }},
-        {"m/a.track", [&] { return track.Save(trackPath.c_str()), false; }},
-    };
+        {"m/a.mesh", [&] { return gim.Save((stem + ".gim").c_str()) == 0; }},
+        {"m/a_gis/walk.gis", [&] { return gis.Save((stem + ".gis").c_str()) == 0; }},
+        {"m/a.track", [&] { return model.track.Save((stem + ".track").c_str()), false; }}};
     for (const auto& [largest, save] : saves) {
         const std::size_t size = std::filesystem::file_size(Path(largest));
         for (std::size_t room = 0; room < size; ++room) {
-            bool isSaved = true;
-            {
-                const test::ShortDisk disk(room);
-                isSaved = save();
-            }
+            const bool isSaved = (ShortDisk(room), save());  // the disk is short up to the semicolon
             const std::string line = lastLine;
             EXPECT_FALSE(isSaved || !line.starts_with("failed to write " + Path("m/a")) ||
                          !line.ends_with(": File too large"))
@@ -299,11 +241,10 @@ TEST_F(FaultTest, EveryByteOfAFileFails)
 
 TEST_F(FaultTest, AProcessThatIsKilledLeavesTheOldOrTheNewFile)
 {
-    ASSERT_TRUE(LoadAll());
+    ASSERT_TRUE(model.Load(stem));
     const std::string path = Path("k/a.mesh"), old = kFiles[1].second;
     Write("k/a.mesh", old);
     std::string edited = old;
-    std::mt19937 random(1);
     int strays = 0;
     edited[11] = 3;  // the morph mode
     for (int i = 0; i < 200; ++i) {
@@ -322,7 +263,7 @@ TEST_F(FaultTest, AProcessThatIsKilledLeavesTheOldOrTheNewFile)
         char byte = 0;
         ASSERT_EQ(::read(saved[0], &byte, 1), 1);
         ::close(saved[0]);
-        ::usleep(static_cast<useconds_t>(random() % 1000));
+        ::usleep(static_cast<useconds_t>(5 * i));
         ::kill(child, SIGKILL);
         ::waitpid(child, nullptr, 0);
         ::close(saved[1]);
@@ -339,4 +280,4 @@ TEST_F(FaultTest, AProcessThatIsKilledLeavesTheOldOrTheNewFile)
     EXPECT_GT(strays, 0) << "else no save was met in its middle";
 }
 
-}  // namespace vela::vlgim
+}  // namespace vela::vlgim::test

@@ -4,8 +4,34 @@
 #include "support/MeshBytes.h"
 
 #include <nameid/NameID.h>
+#include <vlgim/GimData.h>
+#include <vlgim/GisData.h>
+#include <vlgim/vlTrackData.h>
 
 namespace vela::vlgim::test {
+
+/// All objects of a model whose files have one stem.
+struct Model {
+    bool Load(const std::string& stem)
+    {
+        return gim.Load((stem + ".gim").c_str()) == 0 && gis.Load((stem + ".gis").c_str()) == 0 &&
+               track.Load((stem + ".track").c_str());
+    }
+
+    /// Whether model and skeleton were saved; a save of a track has no result.
+    bool Save(const std::string& stem)
+    {
+        gim.m_meshPath = stem + ".mesh";
+        gis.m_anim.m_path = stem + ".gis";
+        track.Save((stem + ".track").c_str());
+        const bool isModelSaved = gim.Save((stem + ".gim").c_str()) == 0;
+        return gis.Save((stem + ".gis").c_str()) == 0 && isModelSaved;
+    }
+
+    GimData gim;
+    GisData gis;
+    vlTrackData track;
+};
 
 /// A folder "m" with a whole model, and an empty folder "n" for copies.
 class ModelFolder : public FolderTest {
