@@ -10,11 +10,6 @@ namespace vela::vlgim::test {
 
 namespace {
 
-vlMeshData WholeMesh()
-{
-    return MeshFrom(MeshOf(0x50004, {1, true, true, true}, true));
-}
-
 // Calls visit(array) for each array that a write needs.
 template <class Visit>
 void ForEachArray(vlTransKeysData& keys, Visit visit)
@@ -41,78 +36,64 @@ void ForEachArray(vlAnimData& anim, Visit visit)
 {
     vlClipData& clip = *anim.m_clips[0];
     visit(anim.m_boneNames), visit(anim.m_boneTrans), visit(clip.m_boneNames), visit(clip.m_keys);
-    if (clip.m_keyTimes)
-        visit(clip.m_keyTimes->m_times);
-    else
-        visit(clip.m_boneKeyTimes[0]);
+    clip.m_keyTimes ? visit(clip.m_keyTimes->m_times) : visit(clip.m_boneKeyTimes[0]);
     ForEachArray(clip.m_keys[0], visit);
 }
 
-void Query(const vlKeyTimes& times)
+void Query(const vlKeyTimes& times, const Array<vlTransKeysData>& channels)
 {
     static_cast<void>(times.GetKeyIndex(1, 1, nullptr) + times.GetKeyIndexRvs(1, 1, nullptr) +
                       times.GetKeyIndexBetween(1));
     vlKeyTimes copy = times;
     copy.ScaleKeyTimes(2), copy.SetKeysTime(0, 1, 5), copy.AddKeyTime(99), copy.RemoveKeyTime(1);
     EXPECT_EQ(times == times, true);
-}
-
-void Query(const vlTransKeysData& keys)
-{
     vlTransInfo key;
-    keys.GetKeyPRS(1, &key.m_pos, &key.m_rot, &key.m_scale);
+    for (const vlTransKeysData& channel : channels)
+        channel.GetKeyPRS(1, &key.m_pos, &key.m_rot, &key.m_scale);
 }
 
 void Query(vlMeshData& mesh)
 {
     Geometry().Collect(mesh);
     Skin skin;
-    EXPECT_TRUE(skin.Collect(mesh));
-    EXPECT_EQ(skin.bones.size(), skin.weights.size());
+    EXPECT_TRUE(skin.Collect(mesh) && skin.bones.size() == skin.weights.size());
     std::uint32_t start = 0, count = 0;
     mesh.GetSubIBInfo(start, count, 1);
     mesh.GetSubVBInfo(start, count, 1);
-    Query(mesh.m_morph->m_times);
-    for (const vlTrackData& track : mesh.m_tracks) {
-        Query(track.m_times);
-        for (const vlTransKeysData& channel : track.m_channels)
-            Query(channel);
-    }
+    Query(mesh.m_morph->m_times, {});
+    for (const vlTrackData& track : mesh.m_tracks)
+        Query(track.m_times, track.m_channels);
 }
 
 void Query(vlAnimData& anim)
 {
-    for (const vlTransKeysData& keys : anim.m_clips[0]->m_keys)
-        Query(keys);
-    if (anim.m_clips[0]->m_keyTimes)
-        Query(*anim.m_clips[0]->m_keyTimes);
+    const vlClipData& clip = *anim.m_clips[0];
+    Query(clip.m_keyTimes ? *clip.m_keyTimes : vlKeyTimes(), clip.m_keys);
     anim.ConvertToDelta();
     anim.ConvertFromDelta();
 }
 
-// Shortens each array in turn, and gives the words for those that the writer refuses. What else looks at one stays inside.
+// Shortens each array in turn: the writer refuses it, and what else looks at it stays inside.
 template <class Make>
-std::string RefusedWhenShort(Make make)
+void ExpectRefusedWhenShort(Make make, int arrays)
 {
-    std::string refused;
     const auto whole = make();
-    for (int which = 0, count = 1; which < count; ++which) {
+    for (int which = 0; which < arrays; ++which) {
         SCOPED_TRACE(which);
         auto object = make();
-        count = 0;
+        int count = 0;
         ForEachArray(object, [&](auto& array) {
             using T = typename std::remove_reference_t<decltype(array)>::value_type;
             if (count++ == which)
                 array = std::vector<T>(array.begin(), array.end() - 1);
         });
+        EXPECT_EQ(count, arrays);
         const LogCapture log;
-        const std::string text = Save(object, "/dev/full").text;
-        refused += text.substr(0, text.find(" have")) + ";";
+        EXPECT_TRUE(Save(object, "/dev/full").text.find(" have ") != std::string::npos);
         EXPECT_EQ(Compare(object, whole).size(), Compare(whole, object).size());
         Query(object);
         EXPECT_EQ(log.lines, Lines{});
     }
-    return refused;
 }
 
 }  // namespace
@@ -139,31 +120,14 @@ TEST(Array, CopiesShareAndClonesDoNot)
     shown = *&shown;
     EXPECT_EQ(moved[1] + own[1] + shown[1], "cbc");
     EXPECT_TRUE(names == nullptr && names.size() == 0 && names.begin() == names.end());
-    const auto counted = std::make_shared<int>();
-    {
-        const Array<std::shared_ptr<int>> elements(2, counted), copy = elements;
-        EXPECT_EQ(counted.use_count(), 3);
-    }
-    EXPECT_EQ(counted.use_count(), 1) << "the last array ends its elements";
     EXPECT_THROW(Array<double>(std::numeric_limits<std::size_t>::max() / 4), std::bad_alloc);
 }
 
 TEST(Array, ARefusedLengthIsReadByNobody)
 {
-    EXPECT_EQ(
-        RefusedWhenShort(&WholeMesh),
-        "the tracks of the submeshes;the bone names;the bone bounds;the bone matrices;the submesh records;"
-        "the positions;the normals;the triangles;the colours;the bone references;the bone weights;"
-        "the positions;the indices;the extra values;the bone references;the bone weights;"
-        "the key times, with the trailing one,;the key times, with the trailing one,;the channels;"
-        "the positions;the rotations;the scales;");
-    const std::string ofBones =
-                          "the bone names;the reference transforms;the bone names;the keys of the bones;",
-                      ofKeys = "the positions;the rotations;the scales;";
-    EXPECT_EQ(RefusedWhenShort([] { return AnimationFrom(TwoClips(0)); }),
-              ofBones + "the key times, with the trailing one,;" + ofKeys);
-    EXPECT_EQ(RefusedWhenShort([] { return AnimationFrom(TwoClips(1)); }),
-              ofBones + "the key times;" + ofKeys);
+    ExpectRefusedWhenShort([] { return MeshFrom(MeshOf(0x50004, {1, true, true, true})); }, 22);
+    ExpectRefusedWhenShort([] { return AnimationFrom(TwoClips(0)); }, 8);
+    ExpectRefusedWhenShort([] { return AnimationFrom(TwoClips(1)); }, 8);
 }
 
 TEST(Name32, HoldsThirtyTwoBytes)
@@ -171,12 +135,12 @@ TEST(Name32, HoldsThirtyTwoBytes)
     for (const std::size_t size : {0U, 31U, 32U, 33U}) {
         const std::string text(size, 'n');
         Name32 name("an older text");
-        EXPECT_EQ(name.Set(text), size <= 32) << size;
+        EXPECT_EQ(name.Set(text), size <= 32);
         EXPECT_EQ(name, size <= 32 ? text : "an older text");
     }
+    EXPECT_THROW(Name32(std::string(33, 'n')), std::length_error);
     Name32 name("walk");
     EXPECT_FALSE(name.Set(std::string_view("a\0b", 3)));
-    EXPECT_THROW(Name32(std::string(33, 'n')), std::length_error);
     name.bytes[5] = 'x';
     EXPECT_TRUE(name == Name32("walk") && name == "walk" && name != Name32("walks"));
     EXPECT_TRUE(name.Set("w"));

@@ -13,13 +13,4 @@ class keys {};
 class tracks {};
 class Block {};
 
-struct Program {
-    anim a;
-    check b;
-    clips c;
-    diff d;
-    io e;
-    keys f;
-    tracks g;
-    Block h;
-};
+void Use(anim, check, clips, diff, io, keys, tracks, Block);
