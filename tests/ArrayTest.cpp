@@ -12,23 +12,19 @@ namespace {
 
 // Calls visit(array) for each array that a write needs.
 template <class Visit>
-void ForEachArray(vlTransKeysData& keys, Visit visit)
-{
-    visit(keys.m_pos), visit(keys.m_rot), visit(keys.m_scale);
-}
-
-template <class Visit>
 void ForEachArray(vlMeshData& mesh, Visit visit)
 {
     auto& vertices = dynamic_cast<vlMeshSkelVertexData&>(*mesh.m_vertexData);
     vlOriginalData& original = *mesh.m_originalData[0];
     visit(mesh.m_tracks), visit(mesh.m_boneNames), visit(mesh.m_boneBounds), visit(mesh.m_boneMatrices);
+    vlTrackData& track = mesh.m_tracks[0];  // of the array that the visit left
     visit(vertices.m_subRecords), visit(vertices.m_positions), visit(vertices.m_normals);
     visit(vertices.m_indices), visit(vertices.m_colors), visit(vertices.m_boneIndices);
     visit(vertices.m_boneWeights), visit(original.m_origPositions), visit(original.m_origIndices);
     visit(original.m_origExtra), visit(original.m_origBones), visit(original.m_origWeights);
-    visit(mesh.m_morph->m_times.m_times), visit(mesh.m_tracks[0].m_times.m_times);
-    visit(mesh.m_tracks[0].m_channels), ForEachArray(mesh.m_tracks[0].m_channels[0], visit);
+    visit(mesh.m_morph->m_times.m_times), visit(track.m_times.m_times), visit(track.m_channels);
+    vlTransKeysData& keys = track.m_channels[0];
+    visit(keys.m_pos), visit(keys.m_rot), visit(keys.m_scale);
 }
 
 template <class Visit>
@@ -37,7 +33,7 @@ void ForEachArray(vlAnimData& anim, Visit visit)
     vlClipData& clip = *anim.m_clips[0];
     visit(anim.m_boneNames), visit(anim.m_boneTrans), visit(clip.m_boneNames), visit(clip.m_keys);
     clip.m_keyTimes ? visit(clip.m_keyTimes->m_times) : visit(clip.m_boneKeyTimes[0]);
-    ForEachArray(clip.m_keys[0], visit);
+    visit(clip.m_keys[0].m_pos), visit(clip.m_keys[0].m_rot), visit(clip.m_keys[0].m_scale);
 }
 
 void Query(const vlKeyTimes& times, const Array<vlTransKeysData>& channels)

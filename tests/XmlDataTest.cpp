@@ -7,7 +7,6 @@
 
 #include <tinyxml2.h>
 
-#include <cstring>
 #include <random>
 
 namespace vlio {
@@ -171,7 +170,6 @@ TEST_F(XmlDataFile, LoadReplacesOrEmpties)
     }
     ASSERT_EQ(loaded.Load(good.c_str()), 0);
     ASSERT_EQ(loaded.Load(other.c_str()), 0);
-    EXPECT_EQ(loaded.GetElement("a", nullptr), nullptr);
     XmlData xml = std::move(loaded);
     ASSERT_EQ(xml.Save(good.c_str()), 0);
     EXPECT_EQ(Read(good), "<b/>");
