@@ -1,10 +1,10 @@
+#include "upgrade/Upgrade.h"
 #include "batch/Inputs.h"
 #include "batch/Many.h"
 #include "commands/Commands.h"
 #include "report/CodeNames.h"
 #include "report/Json.h"
 #include "report/Print.h"
-#include "upgrade/Upgrade.h"
 
 #include <algorithm>
 #include <array>
