@@ -127,9 +127,11 @@ void ReadKeyData(const io::Pass& pass, std::uint32_t version, vlClipData& clip)
         const auto scope = in.Enter(Block::Bone, i);
         if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE)
             keyCount = ReadBoneTimes(pass, version, i, clip);
-        const keys::MeasuredKeys block = keys::MeasureKeys(in, pass.plan, keyCount, flags);
+        // Two calls: in the first pass the compiler drops what only the second one needs.
         if (pass.arrays)
-            keys::FillKeys(block, *pass.arrays, clip.m_keys[i]);
+            keys::FillKeys(keys::MeasureKeys(in, pass.plan, keyCount, flags), *pass.arrays, clip.m_keys[i]);
+        else
+            keys::MeasureKeys(in, pass.plan, keyCount, flags);
     }
     if (pass.arrays)
         return;
