@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+// How the side files of an animation are named, for loads, saves and checks alike.
 namespace vela::vlgim::anim {
 
 bool HasSideFiles(const vlAnimData& anim)
