@@ -54,8 +54,7 @@ void Query(vlMeshData& mesh)
     Skin skin;
     EXPECT_TRUE(skin.Collect(mesh) && skin.bones.size() == skin.weights.size());
     std::uint32_t start = 0, count = 0;
-    mesh.GetSubIBInfo(start, count, 1);
-    mesh.GetSubVBInfo(start, count, 1);
+    mesh.GetSubIBInfo(start, count, 1), mesh.GetSubVBInfo(start, count, 1);
     Query(mesh.m_morph->m_times, {});
     for (const vlTrackData& track : mesh.m_tracks)
         Query(track.m_times, track.m_channels);
@@ -65,8 +64,7 @@ void Query(vlAnimData& anim)
 {
     const vlClipData& clip = *anim.m_clips[0];
     Query(clip.m_keyTimes ? *clip.m_keyTimes : vlKeyTimes(), clip.m_keys);
-    anim.ConvertToDelta();
-    anim.ConvertFromDelta();
+    anim.ConvertToDelta(), anim.ConvertFromDelta();
 }
 
 // Shortens each array in turn: the writer refuses it, and what else looks at it stays inside.

@@ -189,24 +189,18 @@ void ExpectFieldFindings()
     ExpectFound(GoodGis(), "a.gis",
                 {NaN("transforms", 0, "bones"), NaN("run times", 6, "clip 1 / key times"),
                  NaN("walk keys", 8, "clip 0 / bone 0")});
+    const Bytes allNaN = F(kNaN, kNaN, kNaN);
     ByteBuilder track;
-    track.Raw({'V', 'T', 'R', 'K'})
-        .Mark("version")
-        .U32(0x10001)
-        .Mark("header word")
-        .U16(256)
-        .Raw(GoodTrack());
-    ExpectFound(track, "door.track",
-                {{"version", 0, {2}, {"bad-version"}, "header"},
-                 {"version", 0, {0}, {"save-changes", "save-version"}, "header"},
-                 {"header word", 0, {7}, {"bad-header"}, "header"},
-                 {"track times", 4, F(0), {"time-order"}, "track 0"},
-                 {"key positions",
-                  0,
-                  F(kNaN, kNaN, kNaN),
-                  {"not-finite", "save-collapses-keys", "save-drops-keys"},
-                  channel},
-                 {"rotation order", 0, {9}, {"rotation-order", "save-drops-bytes"}, channel}});
+    track.Raw({'V', 'T', 'R', 'K'}).Mark("version").U32(0x10001);
+    track.Mark("header word").U16(256).Raw(GoodTrack());
+    ExpectFound(
+        track, "door.track",
+        {{"version", 0, {2}, {"bad-version"}, "header"},
+         {"version", 0, {0}, {"save-changes", "save-version"}, "header"},
+         {"header word", 0, {7}, {"bad-header"}, "header"},
+         {"track times", 4, F(0), {"time-order"}, "track 0"},
+         {"key positions", 0, allNaN, {"not-finite", "save-collapses-keys", "save-drops-keys"}, channel},
+         {"rotation order", 0, {9}, {"rotation-order", "save-drops-bytes"}, channel}});
 }
 
 // Whole files, each of which has something that no change of a field in a good one gives.

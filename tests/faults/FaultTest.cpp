@@ -208,10 +208,8 @@ TEST_F(FaultTest, CountsThatLieTakeNoMemory)
     for (std::uint16_t clips = 0; clips < 20'000; clips += 500) {
         const Bytes file =
             ByteBuilder().Raw({'R', 'G', 'I', 'S'}).U32(0x60000).U16(clips).U32(0).U32(1).Fill(30, 0);
-        expectBound(file, [&] {
-            return vlAnimData().ReadAnimationFile(file.data(), static_cast<std::uint32_t>(file.size()),
-                                                  "a.gis");
-        });
+        const auto size = static_cast<std::uint32_t>(file.size());
+        expectBound(file, [&] { return vlAnimData().ReadAnimationFile(file.data(), size, "a.gis"); });
     }
     EXPECT_GT(read, 10);
     EXPECT_GT(refused, 10);
