@@ -205,11 +205,11 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
         {-1, async, cant + "clip 1: its side file was missing", [](Anim a) { a.m_clips[1].reset(); }},
         {-1, old, cant + "65536 clips, and a file has room for 65535",
          [](Anim a) { a.m_clips.resize(0x10000, a.m_clips[0]); }},
-        {-1, async, cant + "clip 1: another has its name, walk",
+        {-1, async, cant + "clip 1: another clip has the same name, walk",
          [](Anim a) { a.m_clips[1]->m_name = Name32("walk"); }},
-        {1, async, cant + "clip 0: its name has no end",
+        {1, async, cant + "clip 0: its name does not end with NUL",
          [](Anim a) { a.m_clips[0]->m_name = Name32(std::string(32, 'x')); }},
-        {1, plain, cant + "its version is none from 5.0 to 6.1", [](Anim a) { a.m_version = 0x60002; }},
+        {1, plain, cant + "its version is not one from 5.0 to 6.1", [](Anim a) { a.m_version = 0x60002; }},
         {1, plain, cant + "its version has no skeleton", [](Anim a) { a.m_version = 0x50004; }},
         {1, old, cant + "its version has no side files", [](Anim a) { a.m_async = 1; }},
         {1, plain, cant + "256 bones, and there is room for 255", [](Anim a) { a.m_boneCount = 256; }},
@@ -252,7 +252,7 @@ TEST_F(vlAnimDataTest, DeltasAreAgainstTheBoneOfTheSameNameAndWarnAtAWrite)
     const std::string path = Path("a.gis");
     EXPECT_EQ(anim.WriteAnimationFile(path.c_str()), 0);
     EXPECT_EQ(log.lines,
-              Lines{"W skeletal animation " + path + " is written with deltas, which no file tells"});
+              Lines{"W skeletal animation " + path + " is written with deltas, and no file says that it has them"});
 }
 
 // The bytes of a side file allow for its memory once, however many clips name it.

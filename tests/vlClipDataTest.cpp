@@ -118,7 +118,7 @@ TEST(vlClipData, TwoHundredFiftyFiveBonesAndNoMore)
 TEST(vlClipData, WhatDisagreesIsNotWritten)
 {
     const std::tuple<std::string, std::uint32_t, void (*)(vlClipData&)> cases[] = {
-        {"no list holds the key times", 0x60001, [](auto& c) { c.m_keyTimes.reset(); }},
+        {"the key times are missing", 0x60001, [](auto& c) { c.m_keyTimes.reset(); }},
         {"256 bones, and there is room for 255", 0x60001, [](auto& c) { c.m_boneCount = 256; }},
         {"", 0x50003, [](auto&) {}},
         {"its version has key times per bone only", 0x50002, [](auto&) {}},

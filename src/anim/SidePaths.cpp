@@ -44,7 +44,7 @@ Error FindSideFiles(const vlAnimData& anim, std::vector<std::string>& paths)
         const vlClipData& clip = *anim.m_clips[i];
         if (names.Add(clip, i) != i)
             return io::MakeError(ErrorKind::Reference,
-                                 "another has its name, " + std::string(clip.m_name.View()));
+                                 "another clip has the same name, " + std::string(clip.m_name.View()));
         return FindSideFile(folder, clip, ErrorKind::NotCreated, paths.emplace_back());
     });
 }

@@ -29,7 +29,7 @@ Error WhyUncountable(const vlAnimData& anim)
 Error WhySkeletonUnwritable(const vlAnimData& anim)
 {
     if (anim.m_version < kOldestReadVersion || anim.m_version > kNewestGisVersion)
-        return io::Unwritable("its version is none from 5.0 to 6.1");
+        return io::Unwritable("its version is not one from 5.0 to 6.1");
     if (anim.m_version < kSkeleton && anim.m_boneCount != 0)
         return io::Unwritable("its version has no skeleton");
     if (anim.m_version < kSkeleton && anim.m_async != 0)
@@ -113,7 +113,7 @@ Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path, std::vect
         return error;
     if (anim.m_isDelta)
         io::Append(warnings,
-                   {io::MakeError(ErrorKind::Warning, "is written with deltas, which no file tells", path)});
+                   {io::MakeError(ErrorKind::Warning, "is written with deltas, and no file says that it has them", path)});
     WriteFile(*sink, anim);
     for (std::size_t i = 0; i < sidePaths.size(); ++i) {
         if (Error error = set.Open(sidePaths[i].c_str(), sink))

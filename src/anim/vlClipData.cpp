@@ -164,7 +164,7 @@ Error WhyInfoUnwritable(const vlClipData& clip)
         return why;
     // A reader ends them at 31 bytes, and looks for a side file of that name.
     if (clip.m_name.bytes[Name32::kSize - 1] != 0 || clip.m_name2.bytes[Name32::kSize - 1] != 0)
-        return io::Unwritable("its name has no end");
+        return io::Unwritable("its name does not end with NUL");
     return {};
 }
 
@@ -189,7 +189,7 @@ Error WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version)
     if (!HasKeyData(clip))
         return {};
     if (clip.m_keyLayout == KEY_LAYOUT_SHARED && !clip.m_keyTimes)
-        return io::Unwritable("no list holds the key times");
+        return io::Unwritable("the key times are missing");
     if (Error why = clip.m_keyTimes ? keys::WhyUnwritable(*clip.m_keyTimes) : Error())
         return why;
     if (Error why = WhyBonesUnwritable(clip))

@@ -81,15 +81,16 @@ private:
     {
         if (piece.size() > m_old.size() - m_end)
             return false;
-        constexpr unsigned char kNotYet[4] = {};
         const unsigned char *const old = m_old.data() + m_end, *const now = piece.data();
-        const std::uint64_t word = m_patched - m_end;
-        const bool isPatchedLater = m_patched >= m_end && piece.size() >= sizeof kNotYet &&
-                                    word <= piece.size() - sizeof kNotYet &&
-                                    std::memcmp(now + word, kNotYet, sizeof kNotYet) == 0;
-        const std::uint64_t ahead = isPatchedLater ? word : piece.size();
-        const std::uint64_t behind = isPatchedLater ? word + sizeof kNotYet : ahead;
-        return std::memcmp(old, now, ahead) == 0 &&
+        // The patched word may lie across two pieces.
+        const auto inPiece = [&](std::uint64_t at) {
+            return std::clamp(at, m_end, m_end + piece.size()) - m_end;
+        };
+        const std::uint64_t word = inPiece(m_patched);
+        const std::uint64_t behind =
+            m_patched == kNowhere ? word : inPiece(m_patched + sizeof(std::uint32_t));
+        const auto fits = [](unsigned char a, unsigned char b) { return a == b || b == 0; };
+        return std::memcmp(old, now, word) == 0 && std::equal(old + word, old + behind, now + word, fits) &&
                std::memcmp(old + behind, now + behind, piece.size() - behind) == 0;
     }
 

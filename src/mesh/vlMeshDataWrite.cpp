@@ -202,7 +202,7 @@ int vlMeshData::WriteMeshFile(std::FILE* stream)
     Error why = WhyUnwritable(*this);
     // Offsets in the file count from the start of the stream.
     if (const long start = why ? 0 : std::ftell(stream); start != 0)
-        why = io::Unwritable(start < 0 ? "the stream can't seek" : "the stream does not stand at its start");
+        why = io::Unwritable(start < 0 ? "the stream can't seek" : "the stream is not at its start");
     vlio::StreamSink sink(stream);
     std::uint64_t tableOffset = 0;
     if (!why)
