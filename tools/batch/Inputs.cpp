@@ -59,8 +59,8 @@ bool HasAnimationBeside(const std::string& sideFile)
 void SortUnique(std::vector<Input>& files)
 {
     std::ranges::sort(files, {}, &Input::path);
-    const auto repeats = std::ranges::unique(files, {}, &Input::path);
-    files.erase(repeats.begin(), repeats.end());
+    const auto isRepeat = [](const Input& a, const Input& b) { return a.path == b.path; };
+    files.erase(std::unique(files.begin(), files.end(), isRepeat), files.end());
 }
 
 class Finder {
