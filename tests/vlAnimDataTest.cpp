@@ -251,8 +251,8 @@ TEST_F(vlAnimDataTest, DeltasAreAgainstTheBoneOfTheSameNameAndWarnAtAWrite)
     anim.m_clips.resize(1);
     const std::string path = Path("a.gis");
     EXPECT_EQ(anim.WriteAnimationFile(path.c_str()), 0);
-    EXPECT_EQ(log.lines,
-              Lines{"W skeletal animation " + path + " is written with deltas, and no file says that it has them"});
+    EXPECT_EQ(log.lines, Lines{"W skeletal animation " + path +
+                               " is written with deltas, and no file says that it has them"});
 }
 
 // The bytes of a side file allow for its memory once, however many clips name it.

@@ -113,7 +113,8 @@ Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path, std::vect
         return error;
     if (anim.m_isDelta)
         io::Append(warnings,
-                   {io::MakeError(ErrorKind::Warning, "is written with deltas, and no file says that it has them", path)});
+                   {io::MakeError(ErrorKind::Warning,
+                                  "is written with deltas, and no file says that it has them", path)});
     WriteFile(*sink, anim);
     for (std::size_t i = 0; i < sidePaths.size(); ++i) {
         if (Error error = set.Open(sidePaths[i].c_str(), sink))
