@@ -242,7 +242,8 @@ test_interrupted_upgrade() {
 # A pipe's reader that went away is no interrupt. Its first result is flushed behind all work.
 test_reader_gone() {
     mkfifo pipe
-    exec 3<>pipe 4>pipe 3<&-
+    exec 3<>pipe
+    exec 4>pipe 3<&-
     for command in 'check --strict' 'upgrade -n'; do
         code=0
         # shellcheck disable=SC2086
