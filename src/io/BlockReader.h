@@ -75,24 +75,24 @@ public:
     /// A block that is being read. Refusals and recorded places belong to it. Scopes can be nested.
     class Scope {
     public:
-        Scope(BlockReader& in, Block block, std::int64_t number) : m_in(in), m_isNoted(in.IsTraced())
+        Scope(BlockReader& in, Block block, std::int64_t number) : m_in(in), m_map(in.Traced())
         {
             in.m_steps[in.m_depth++] = {block, number};
-            if (m_isNoted)
-                in.m_map->Enter({block, number}, in.m_offset);
+            if (m_map)
+                m_map->Enter({block, number}, in.m_offset);
         }
         Scope(const Scope&) = delete;
         Scope& operator=(const Scope&) = delete;
         ~Scope()
         {
             --m_in.m_depth;
-            if (m_isNoted)
-                m_in.m_map->Leave(m_in.m_offset);
+            if (m_map)
+                m_map->Leave(m_in.m_offset);
         }
 
     private:
         BlockReader& m_in;
-        bool m_isNoted;  // nothing is recorded after a refusal
+        BlockMap* m_map;  // null after a refusal: nothing is recorded then
     };
 
     /// Enters a block until the returned scope ends.
@@ -114,13 +114,13 @@ public:
     }
 
     /// True if places are recorded, so that they are worth computing.
-    bool IsTraced() const { return m_traced == this && !Failed(); }
+    bool IsTraced() const { return Traced() != nullptr; }
 
     /// Records a range of bytes as a block, or as a field of the current block.
     void Note(Block block, std::uint64_t offset, std::uint64_t end, std::int64_t number = Step::kOnly)
     {
-        if (IsTraced())
-            m_map->Note({block, number}, offset, end);
+        if (BlockMap* map = Traced())
+            map->Note({block, number}, offset, end);
     }
 
     /// Limits the memory budget to `bytes`.
@@ -228,6 +228,8 @@ public:
     const unsigned char* Position() const { return Failed() ? nullptr : m_start + m_offset; }
 
 private:
+    BlockMap* Traced() const { return m_traced == this && !Failed() ? m_map : nullptr; }
+
     static constexpr unsigned char kNothing = 0;
     static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
     static constexpr std::uint64_t kBookkeeping = 64;  // reference counts, an owner, rounding

@@ -40,24 +40,28 @@ inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, uns
     if (!block.head)
         return {};
     block.keyCount = keyCount;
-    const KeyForm* const forms[] = {&PositionForm(), &RotationForm(block.head[3], compressFlags),
-                                    &ScaleForm(compressFlags)};
     std::uint64_t size = 0;  // counts have 16 bits and records at most 16 bytes, so no sum can overflow
-    for (std::size_t i = 0; i < block.components.size(); ++i) {
+    const auto measure = [&](std::size_t i, const KeyForm& form) {
         const std::uint32_t count = ComponentKeys(block.head[i], keyCount);
-        block.components[i] = {forms[i], count, arrays.Plan<float>(std::uint64_t{count} * forms[i]->width)};
-        size += std::uint64_t{count} * forms[i]->recordSize;
-    }
+        block.components[i] = {&form, count, arrays.Plan<float>(std::uint64_t{count} * form.width)};
+        size += std::uint64_t{count} * form.recordSize;
+    };
+    measure(0, PositionForm());
+    measure(1, RotationForm(block.head[3], compressFlags));
+    measure(2, ScaleForm(compressFlags));
     std::uint64_t start = in.Offset();
     in.Take(size, 1);
-    constexpr io::Block kBlocks[] = {io::Block::PositionKeys, io::Block::RotationKeys, io::Block::ScaleKeys};
-    for (std::size_t i = 0; in.IsTraced() && i < block.components.size(); ++i) {
-        const MeasuredComponent& keys = block.components[i];
+    if (!in.IsTraced())
+        return block;
+    const auto note = [&](io::Block name, const MeasuredComponent& keys) {
         const std::uint64_t end = start + std::uint64_t{keys.count} * keys.form->recordSize;
         if (start != end)
-            in.Note(kBlocks[i], start, end);
+            in.Note(name, start, end);
         start = end;
-    }
+    };
+    note(io::Block::PositionKeys, block.components[0]);
+    note(io::Block::RotationKeys, block.components[1]);
+    note(io::Block::ScaleKeys, block.components[2]);
     return block;
 }
 

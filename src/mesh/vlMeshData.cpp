@@ -23,10 +23,11 @@ using io::Block;
 std::vector<MESH_DATA_TYPE> TypesOf(const vlDataShareTable& table)
 {
     std::vector<MESH_DATA_TYPE> types(table.m_blocks.size(), MESH_DATA_ORIGINAL);
-    for (auto pair = table.m_pairs.rbegin(); pair != table.m_pairs.rend(); ++pair) {
-        const auto index = static_cast<std::size_t>(pair->index);  // a negative one is past every block
+    for (std::size_t i = table.m_pairs.size(); i-- > 0;) {
+        const DataPair& pair = table.m_pairs[i];
+        const auto index = static_cast<std::size_t>(pair.index);  // a negative one is past every block
         if (index < types.size())
-            types[index] = pair->type != MESH_DATA_VERTEX ? pair->type : MESH_DATA_ORIGINAL;
+            types[index] = pair.type != MESH_DATA_VERTEX ? pair.type : MESH_DATA_ORIGINAL;
     }
     return types;
 }
@@ -279,7 +280,7 @@ bool vlMeshData::CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std
     const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(m_vertexData.get());
     if (!skin)
         return false;
-    const std::size_t slots = std::min<std::size_t>(
+    const auto slots = std::min<std::size_t>(
         {std::size_t{std::min(skin->m_maxBoneRefCount, 4U)} * std::size_t{skin->m_vertexCount},
          skin->m_boneIndices.size(), skin->m_boneWeights.size()});
     boneIndices.insert(boneIndices.end(), skin->m_boneIndices.begin(), skin->m_boneIndices.begin() + slots);

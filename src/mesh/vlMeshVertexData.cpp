@@ -142,7 +142,7 @@ void MeasureData(io::BlockReader& in, VertexSource& source, unsigned int version
     source.indices = in.Take(Block::Triangles, source.mesh.m_triangleCount, Data::m_tri_sz);
     source.uvs = in.Take(Block::Uvs, source.submeshes.uvs, Data::m_uv_sz);
     source.colors = in.Take(Block::Colors, source.submeshes.colors, Data::m_c_sz);
-    source.frames = in.Take(Block::MorphFrames, (frames - 1) * vertices, 2 * Data::m_v_sz);
+    source.frames = in.Take(Block::MorphFrames, (frames - 1) * vertices, std::uint64_t{2} * Data::m_v_sz);
 }
 
 // What it gives is of use only where `in` has not failed.
