@@ -92,7 +92,7 @@ Error AddMesh(vlio::FileWriter& files, const GimData& model, std::vector<Error>*
         error = mesh::WriteFile(*sink, model.m_mesh);
     if (Error warning = error ? Error() : mesh::WarnOfVertexTypes(model.m_mesh))
         io::Append(warnings, {std::move(warning)});
-    return io::InFile(std::move(error), model.m_meshPath.c_str());
+    return io::InFile(std::move(error), model.m_meshPath);
 }
 
 template <class T>
