@@ -37,8 +37,8 @@ void EndIfInterrupted();
 void RequireOutput();
 
 /// Calls work(i) for each i below count on several threads, and take(i, result) on the calling one, in ascending order of
-/// i. A piece that takes long lets the others run ahead of it by a few pieces only, so that a million results never wait
-/// in memory. Once the program is interrupted, no further work is begun; what was begun is finished and taken.
+/// i. Work runs at most 16 calls per thread ahead of the next result to take, so only that many results wait in memory.
+/// After an interrupt no call starts; the calls that run already finish, and their results are taken.
 /// jobs      threads, at least one
 /// progress  shows how far the work is, and is erased at the end
 /// work      does not throw

@@ -8,8 +8,8 @@
 
 namespace vela::vlgim::tools {
 
-/// All that `info` tells of a file that is loaded already, as the line of `info --json`: "model", "mesh", "animation" or
-/// "track". Nothing in a file is believed that its reader does not check.
+/// Returns the line that `info --json` prints for a loaded file. Its type is "model", "mesh", "animation" or "track".
+/// References that the reader does not check, such as bone indices, are checked here.
 Json InfoOf(const std::string& path, const GimData& model);
 Json InfoOf(const std::string& path, const MeshFile& file);
 Json InfoOf(const std::string& path, const GisData& skeleton);
