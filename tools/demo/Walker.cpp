@@ -20,7 +20,7 @@ constexpr std::uint16_t kHips = 0, kSpine = 1, kHead = 2, kArmL = 3, kForearmL =
 
 struct Bone {
     const char* name;      // in lower case
-    std::uint16_t parent;  // index of the parent bone, smaller than the index of the bone itself
+    std::uint16_t parent;  // index of the parent, which comes earlier; kNoBone for the root
     Vector3 position;      // from its parent, metres; no bone is turned against its parent
     float swing;           // radians to either side, when walking
 };
