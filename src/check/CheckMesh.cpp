@@ -58,13 +58,11 @@ void CheckFrames(const File& file, const vlMeshData& mesh)
     CheckFinite(file, file.Find(Block::Positions),
                 {"positions", "vertex", Floats(v.m_positions), count, 3, size});
     CheckFinite(file, file.Find(Block::Normals), {"normals", "vertex", Floats(v.m_normals), count, 3});
-    const std::size_t frames = file.Find(Block::MorphFrames);
-    std::uint64_t behind = 0;
+    std::size_t run = file.Find(Block::MorphFrames);
     const auto checkFrame = [&](const char* what, const auto& vectors, std::uint64_t frame) {
-        CheckFinite(file, frames,
+        CheckFinite(file, ++run,
                     {what + (" of frame " + std::to_string(frame)), "vertex", Floats(vectors, frame * count),
-                     count, 3, 12, behind});
-        behind += count * sizeof vectors[0];
+                     count, 3});
     };
     for (std::uint64_t frame = 1; count != 0 && frame < v.m_frameCount; ++frame) {
         checkFrame("positions", v.m_positions, frame);
@@ -75,20 +73,16 @@ void CheckFrames(const File& file, const vlMeshData& mesh)
                     {"tangents", "entry", Floats(v.m_tangents), v.m_tangents.size(), 3});
 }
 
-void CheckUvs(const File& file, const vlMeshData& mesh)
+void CheckUvs(const File& file, const vlMeshVertexData& v)
 {
-    const vlMeshVertexData& v = *mesh.m_vertexData;
-    const std::size_t uvs = file.Find(Block::Uvs);
-    const std::uint64_t size = HasHalves(mesh) ? 4 : 8;
-    std::uint64_t behind = 0;
+    std::size_t run = file.Find(Block::Uvs);
     for (std::uint32_t i = 0; i < v.m_subCount; ++i) {
         const SubmeshRecord& record = v.m_subRecords[i];
         for (unsigned set = 0; record.vertexCount != 0 && set < record.uvSetCount; ++set) {
-            const std::string what = "uvs of set " + std::to_string(set) + " of submesh " + std::to_string(i);
-            CheckFinite(file, uvs,
-                        {what, "its vertex", &v.m_uvSets[set][record.firstVertex].u, record.vertexCount, 2,
-                         size, behind});
-            behind += record.vertexCount * size;
+            const std::uint64_t size = file.Size(++run) / record.vertexCount;
+            CheckFinite(file, run,
+                        {"uvs of set " + std::to_string(set) + " of submesh " + std::to_string(i),
+                         "its vertex", &v.m_uvSets[set][record.firstVertex].u, record.vertexCount, 2, size});
         }
     }
 }
@@ -222,10 +216,10 @@ void CheckOriginalData(const File& file, const vlMeshData& mesh)
 bool IsTableKept(ByteSpan old, ByteSpan now)
 {
     vlDataShareTable oldTable, newTable;
-    oldTable.ReadData(old.data(), old.data() + old.size());
-    newTable.ReadData(now.data(), now.data() + now.size());
+    const bool areRead = oldTable.ReadData(old.data(), old.data() + old.size()) &&
+                         newTable.ReadData(now.data(), now.data() + now.size());
     const auto told = [](const DataPair& pair) { return std::tie(pair.type, pair.index, pair.reserved); };
-    return oldTable.m_blocks.size() == newTable.m_blocks.size() &&
+    return areRead && oldTable.m_blocks.size() == newTable.m_blocks.size() &&
            std::ranges::equal(oldTable.m_pairs, newTable.m_pairs, {}, told, told);
 }
 
@@ -262,7 +256,7 @@ bool CheckVertices(const File& file, const vlMeshData& mesh)
     if (file.Has(Block::Positions)) {
         CheckFrames(file, mesh);
         CheckIndices(file, file.Find(Block::Triangles), v.m_indices, v.m_vertexCount, true);
-        CheckUvs(file, mesh);
+        CheckUvs(file, v);
         return false;
     }
     const bool areDeclared = v.m_vertexCount != 0 || v.m_triangleCount != 0;

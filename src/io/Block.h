@@ -67,6 +67,7 @@ enum class Block : std::uint8_t {
     RotationKeys,
     ScaleKeys,
     FramePositions,
+    Run,
 };
 
 /// Returns the name of a block for people, such as "bones block". Fields have no names.

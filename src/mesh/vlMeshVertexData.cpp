@@ -88,6 +88,12 @@ struct VertexSource {
     const unsigned char *entries, *positions, *normals, *tangents, *indices, *uvs, *colors, *frames;
 };
 
+// Bytes of an entry of a uv run. The runs of half floats stand one behind the other, at half the stride of the float runs.
+constexpr std::uint64_t UvSize(bool hasHalves)
+{
+    return hasHalves ? sizeof(Point2) / 2 : sizeof(Point2);
+}
+
 SubmeshRecord EntryAt(const unsigned char* entries, std::uint64_t index)
 {
     const unsigned char* entry = entries + index * kEntrySize;
@@ -128,6 +134,34 @@ bool MeasureCounts(io::BlockReader& in, VertexSource& source)
     return hasData;
 }
 
+// Takes the uvs, each run of a submesh and a set as a field. Those of half floats fill half the room.
+const unsigned char* TakeUvs(io::BlockReader& in, const VertexSource& source)
+{
+    const auto scope = in.Enter(Block::Uvs);
+    std::uint64_t offset = in.Offset();
+    const unsigned char* const uvs = in.Take(source.submeshes.uvs, vlMeshVertexData::m_uv_sz);
+    for (std::uint32_t i = 0; in.IsTraced() && i < source.mesh.m_subCount; ++i) {
+        const SubmeshRecord record = EntryAt(source.entries, i);
+        const std::uint64_t size = record.vertexCount * UvSize(source.hasHalves);
+        for (unsigned set = 0; size != 0 && set < record.uvSetCount; ++set, offset += size)
+            in.Note(Block::Run, offset, offset + size);
+    }
+    return uvs;
+}
+
+// Takes the frames behind the first, the positions and the normals of each as fields.
+const unsigned char* TakeFrames(io::BlockReader& in, const VertexSource& source)
+{
+    const auto scope = in.Enter(Block::MorphFrames);
+    const std::uint64_t size = source.mesh.m_vertexCount * sizeof(Vector3),
+                        count = source.mesh.m_frameCount - 1;
+    std::uint64_t offset = in.Offset();
+    const unsigned char* const frames = in.Take(count * source.mesh.m_vertexCount, 2 * sizeof(Vector3));
+    for (std::uint64_t run = 0; in.IsTraced() && size != 0 && run < 2 * count; ++run, offset += size)
+        in.Note(Block::Run, offset, offset + size);
+    return frames;
+}
+
 // Goes from the data flag to the end of the block.
 void MeasureData(io::BlockReader& in, VertexSource& source, unsigned int version)
 {
@@ -140,9 +174,9 @@ void MeasureData(io::BlockReader& in, VertexSource& source, unsigned int version
     if (version >= kTangentVersion && in.Value<std::uint16_t>(Block::TangentFlag) != 0)
         source.tangents = in.Take(Block::Tangents, frames * vertices, Data::m_v_sz);
     source.indices = in.Take(Block::Triangles, source.mesh.m_triangleCount, Data::m_tri_sz);
-    source.uvs = in.Take(Block::Uvs, source.submeshes.uvs, Data::m_uv_sz);
+    source.uvs = TakeUvs(in, source);
     source.colors = in.Take(Block::Colors, source.submeshes.colors, Data::m_c_sz);
-    source.frames = in.Take(Block::MorphFrames, (frames - 1) * vertices, std::uint64_t{2} * Data::m_v_sz);
+    source.frames = TakeFrames(in, source);
 }
 
 // What it gives is of use only where `in` has not failed.
@@ -207,15 +241,13 @@ void FillFrames(vlMeshVertexData& mesh, const VertexSource& source)
 // twice.
 void FillRuns(vlMeshVertexData& mesh, const VertexSource& source)
 {
-    // The uv runs of half floats stand one behind the other, at half the stride of the float runs.
-    const std::uint64_t uvSize = source.hasHalves ? sizeof(Point2) / 2 : sizeof(Point2);
     const unsigned char *uvs = source.uvs, *colors = source.colors;
     std::uint64_t first = 0;
     const auto fill = [&](const SubmeshRecord& record, std::uint64_t count) {
         for (unsigned set = 0; set < mesh.m_uvSetCount; ++set) {
             const unsigned char* const run = set < record.uvSetCount ? uvs : nullptr;
             FillVectors(mesh.m_uvSets[set].data() + first, run, count, source.hasHalves);
-            uvs += run ? count * uvSize : 0;
+            uvs += run ? count * UvSize(source.hasHalves) : 0;
         }
         const unsigned char* const run = record.hasColors ? colors : nullptr;
         Fill(mesh.m_colors.data() + first, run, count, 0xFF);
