@@ -121,6 +121,31 @@ TEST_F(GimDataTest, SideFilesAreFoundByTheirRules)
     EXPECT_EQ(log.lines.back(), "E Failed to read file : b/" + relative + ".mesh\n");
 }
 
+TEST_F(GimDataTest, CountsTheSubmeshesOfTheMeshBesideIt)
+{
+    const std::string mesh = Path("m/a.mesh");
+    EXPECT_EQ(CountSubmeshesBeside(mesh.c_str()), 0U);
+    // What the manifest says of the mesh, base path, count.
+    const std::tuple<const char*, const char*, std::uint32_t> cases[] = {
+        {"", nullptr, 2},
+        {"", "b/", 2},
+        {"Mesh='m/a.mesh'", nullptr, 2},
+        {"Mesh='m/a.mesh'", "", 2},
+        {"Mesh='m/a.mesh'", "b/", 0},
+        {"Mesh='n/a.mesh'", nullptr, 0},
+        {"Mesh='/a.mesh'", nullptr, 0},
+        {"Mesh='m/a.mesh'><SubMesh/></Vela><!--", nullptr, 0},
+    };
+    for (const auto& [attribute, base, count] : cases) {
+        Write("m/a.gim", Manifest(attribute));
+        LoadOptions options;
+        if (base)
+            options.base = Path(base);
+        EXPECT_EQ(CountSubmeshesBeside(mesh.c_str(), options), count) << attribute;
+    }
+    EXPECT_EQ(log.lines, Lines{});
+}
+
 TEST_F(GimDataTest, BrokenModelsHaveAResultAndAMessage)
 {
     const Lines failed{"E Failed to load file: " + Path("m/a.gim") + "\n"};

@@ -98,6 +98,11 @@ public:
 VLGIM_API Error Load(GimData& model, const char* path, const LoadOptions& options = {},
                      std::vector<Error>* warnings = nullptr);
 
+/// Returns how many submeshes a mesh has, which a .mesh file does not hold, by the manifest beside it: the file at
+/// meshPath with the extension .gim. Returns 0 if that is no readable manifest, or if it names another mesh. Of the
+/// options only `base` counts. Throws std::bad_alloc.
+VLGIM_API std::uint32_t CountSubmeshesBeside(const char* meshPath, const LoadOptions& options = {});
+
 /// Saves a model as GimData::Save does, and changes the mesh in memory as that does. Nothing is logged.
 /// warnings  receives what the caller should know about the save; entries are appended; may be null
 /// Returns success, or an error; no file has been replaced then, or only some of them (see vlio::FileWriter).

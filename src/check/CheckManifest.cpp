@@ -84,15 +84,13 @@ private:
 // materials  how many there are, if that is known
 void CheckSubmesh(ElementReport& report, const Element* element, std::optional<std::size_t> materials)
 {
-    const char* name = element->Attribute("Name");
-    const tinyxml2::XMLAttribute* mtlIdx = element->FindAttribute("MtlIdx");
-    if (!name || !mtlIdx)
-        return report.Add("submesh-incomplete", element,
-                          std::string("the submesh has no ") + (name ? "MtlIdx" : "Name"));
-    int index = 0;
-    const bool isNumber = mtlIdx->QueryIntValue(&index) == tinyxml2::XML_SUCCESS;
-    const std::string who = "submesh " + std::string(name) + " refers to material " + mtlIdx->Value();
-    if (!isNumber)
+    SubmeshMessage submesh;
+    if (const Error lacks = manifest::ReadSubmesh(*element, submesh))
+        return report.Add("submesh-incomplete", element, lacks.text);
+    const int index = submesh.mtlIdx;
+    const std::string who = "submesh " + submesh.name + " refers to material " + element->Attribute("MtlIdx");
+    int number = 0;
+    if (element->QueryIntAttribute("MtlIdx", &number) != tinyxml2::XML_SUCCESS)
         report.Add("material-index", element, who + ", which is not a number");
     else if (index < 0)
         report.Add("material-index", element, who);
@@ -166,11 +164,8 @@ std::optional<std::uint32_t> CountBeside(Session& session, const std::string& me
     const std::optional<Input> input = ReadFile(session, path);
     if (!input || !AllowsTree(*input) || document.ParseText(input->Text()))
         return std::nullopt;
-    const std::string named = manifest::MeshPath(document, path.c_str(), session.Base());
-    const auto count = static_cast<std::uint32_t>(manifest::Submeshes(document).size());
-    if (count == 0 || vlio::FormatPath(named.c_str()) != vlio::FormatPath(meshPath.c_str()))
-        return std::nullopt;
-    return count;
+    const std::uint32_t count = manifest::CountSubmeshes(document, path, session.Base(), meshPath);
+    return count != 0 ? std::optional(count) : std::nullopt;
 }
 
 }  // namespace
@@ -194,12 +189,10 @@ void CheckManifest(const Input& input, bool withFiles)
     if (!CheckDocument(input, document))
         return;
     ElementReport elements(input, document);
-    const Element* root = document.GetElement(nullptr, nullptr);
-    const Element* list = document.FindElement("Vela/SubMesh", nullptr);
-    if (manifest::Submeshes(document).empty())
-        elements.Add("no-submeshes", list ? list : root,
-                     list ? "SubMesh lists no submeshes"
-                          : "there is no Vela element that contains a SubMesh list");
+    if (const Error none = manifest::WhyNoSubmeshes(document)) {
+        const Element* list = document.FindElement("Vela/SubMesh", nullptr);
+        elements.Add("no-submeshes", list ? list : document.GetElement(nullptr, nullptr), none.text);
+    }
     if (withFiles)
         return CheckModelFiles(input, document, elements);
     for (const Element* submesh : manifest::Submeshes(document))

@@ -21,20 +21,13 @@ const char* Prefix(const std::optional<std::string>& base)
     return base ? base->c_str() : nullptr;
 }
 
-Error Missing(const char* block, std::string text)
-{
-    return {ErrorKind::Reference, 0, "", block, std::nullopt, std::move(text)};
-}
-
 // The mesh file does not say how many submeshes it has, and can't be read without it.
 Error LoadMesh(GimData& model, const char* path, const LoadOptions& options, std::vector<Error>* warnings)
 {
     model.m_meshPath = manifest::MeshPath(model.m_gimXml, path, nullptr);
-    if (!model.m_gimXml.FindElement("Vela/SubMesh", nullptr))
-        return Missing("Vela", "No Vela SubMesh element in gim file.");
+    if (Error none = manifest::WhyNoSubmeshes(model.m_gimXml))
+        return none;
     model.m_mesh.m_submeshCount = static_cast<std::uint32_t>(manifest::Submeshes(model.m_gimXml).size());
-    if (model.m_mesh.m_submeshCount == 0)
-        return Missing("Vela/SubMesh", "SubMesh list is empty.");
     model.m_meshPath = manifest::MeshPath(model.m_gimXml, path, Prefix(options.base));
     return Load(model.m_mesh, model.m_meshPath.c_str(),
                 {.base = {}, .submeshCount = {}, .memoryLimit = options.memoryLimit}, warnings);
@@ -44,14 +37,10 @@ Error LoadMesh(GimData& model, const char* path, const LoadOptions& options, std
 Error ReadSubmeshes(const vlio::XmlData& gim, std::vector<SubmeshMessage>& submeshes)
 {
     for (const tinyxml2::XMLElement* element : manifest::Submeshes(gim)) {
-        const char* name = element->Attribute("Name");
-        const tinyxml2::XMLAttribute* mtlIdx = element->FindAttribute("MtlIdx");
-        if (!name || !mtlIdx)
-            return io::Inside("Vela/SubMesh", Missing(element->Name(), std::string("the submesh has no ") +
-                                                                           (name ? "MtlIdx" : "Name")));
-        int index = 0;
-        mtlIdx->QueryIntValue(&index);
-        submeshes.push_back({name, index});
+        SubmeshMessage submesh;
+        if (Error lacks = manifest::ReadSubmesh(*element, submesh))
+            return lacks;
+        submeshes.push_back(std::move(submesh));
     }
     return {};
 }
@@ -103,6 +92,14 @@ T RecordAt(const std::vector<T>& records, int index)
 }
 
 }  // namespace
+
+std::uint32_t CountSubmeshesBeside(const char* meshPath, const LoadOptions& options)
+{
+    const std::string path = vlio::ReplaceFileExtension(meshPath, ".gim");
+    vlio::XmlData gim;
+    return gim.LoadFile(path.c_str()) ? 0
+                                      : manifest::CountSubmeshes(gim, path, Prefix(options.base), meshPath);
+}
 
 Error Load(GimData& model, const char* path, const LoadOptions& options, std::vector<Error>* warnings)
 {

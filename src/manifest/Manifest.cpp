@@ -4,6 +4,8 @@
 
 #include <tinyxml2.h>
 
+#include <utility>
+
 namespace vela::vlgim::manifest {
 
 namespace {
@@ -21,6 +23,11 @@ Elements ChildrenAt(const vlio::XmlData& document, const char* path)
     if (const tinyxml2::XMLElement* list = document.FindElement(path, nullptr))
         document.GetChildElementList(children, list, nullptr);
     return children;
+}
+
+Error Missing(std::string block, const char* text)
+{
+    return {ErrorKind::Reference, 0, "", std::move(block), std::nullopt, text};
 }
 
 }  // namespace
@@ -47,6 +54,35 @@ std::string SkeletonName(const vlio::XmlData& gim)
 Elements Submeshes(const vlio::XmlData& gim)
 {
     return ChildrenAt(gim, "Vela/SubMesh");
+}
+
+Error WhyNoSubmeshes(const vlio::XmlData& gim)
+{
+    if (!gim.FindElement("Vela/SubMesh", nullptr))
+        return Missing("Vela", "No Vela SubMesh element in gim file.");
+    return Submeshes(gim).empty() ? Missing("Vela/SubMesh", "SubMesh list is empty.") : Error();
+}
+
+std::uint32_t CountSubmeshes(const vlio::XmlData& gim, const std::string& path, const char* basePath,
+                             const std::string& meshPath)
+{
+    // Either may be relative: to the base, or to the working directory.
+    const std::string named = "/" + vlio::FormatPath(MeshPath(gim, path.c_str(), basePath).c_str());
+    const std::string mesh = "/" + vlio::FormatPath(meshPath.c_str());
+    return named.ends_with(mesh) || mesh.ends_with(named) ? static_cast<std::uint32_t>(Submeshes(gim).size())
+                                                          : 0;
+}
+
+Error ReadSubmesh(const tinyxml2::XMLElement& element, SubmeshMessage& submesh)
+{
+    const char* name = element.Attribute("Name");
+    const tinyxml2::XMLAttribute* mtlIdx = element.FindAttribute("MtlIdx");
+    if (!name || !mtlIdx)
+        return Missing("Vela/SubMesh / " + std::string(element.Name()),
+                       name ? "the submesh has no MtlIdx" : "the submesh has no Name");
+    submesh = {name, 0};
+    mtlIdx->QueryIntValue(&submesh.mtlIdx);
+    return {};
 }
 
 Elements Materials(const vlio::XmlData& mtg)

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <vlgim/GimData.h>
 #include <vlio2/XmlData.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,16 @@ std::string SkeletonName(const vlio::XmlData& gim);
 /// The submesh records, and the materials of a material group document; none where there is no list of them.
 Elements Submeshes(const vlio::XmlData& gim);
 Elements Materials(const vlio::XmlData& mtg);
+
+/// Why there is no submesh record; success if there is one.
+Error WhyNoSubmeshes(const vlio::XmlData& gim);
+
+/// Submesh records of the manifest at `path`, if it names the mesh at meshPath; else 0.
+std::uint32_t CountSubmeshes(const vlio::XmlData& gim, const std::string& path, const char* basePath,
+                             const std::string& meshPath);
+
+/// Reads a submesh record. An error if it lacks an attribute.
+Error ReadSubmesh(const tinyxml2::XMLElement& element, SubmeshMessage& submesh);
 
 /// The parameters of a material; null where it has no table of them.
 tinyxml2::XMLElement* Parameters(const vlio::XmlData& mtg, const tinyxml2::XMLElement* material);

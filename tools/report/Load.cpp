@@ -54,17 +54,6 @@ std::optional<LoadedFile> Loaded(const Load& load)
     return isOfUse ? std::optional<LoadedFile>(std::move(data)) : std::nullopt;
 }
 
-// Submeshes that a manifest lists.
-std::uint32_t CountSubmeshes(const std::string& path)
-{
-    vlio::XmlData manifest;
-    std::vector<tinyxml2::XMLElement*> submeshes;
-    if (manifest.Load(path.c_str()) == 0)
-        if (const tinyxml2::XMLElement* list = manifest.FindElement("Vela/SubMesh", nullptr))
-            manifest.GetChildElementList(submeshes, list, nullptr);
-    return static_cast<std::uint32_t>(submeshes.size());
-}
-
 }  // namespace
 
 void AddLoadOptions(CLI::App& command, LoadOptions& options)
@@ -84,9 +73,8 @@ Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const 
         found = {*options.submeshCount, "as given"};
         return {};
     }
-    const std::string manifest = vlio::ReplaceFileExtension(path.c_str(), ".gim");
-    if (const std::uint32_t count = CountSubmeshes(manifest)) {
-        found = {count, "as " + Shown(manifest) + " says"};
+    if (const std::uint32_t count = CountSubmeshesBeside(path.c_str(), options)) {
+        found = {count, "as " + Shown(vlio::ReplaceFileExtension(path.c_str(), ".gim")) + " says"};
         return {};
     }
     const std::vector<std::uint32_t> fitting = vlMeshData::FittingSubmeshCounts(bytes.data(), bytes.size());
