@@ -25,7 +25,8 @@ Pair Writing(std::shared_ptr<Model> model, int (Model::*write)(const char*), Pla
     };
     save();
     vlio::Bytes bytes;
-    vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_ANY);
+    if (!vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_ANY))
+        std::abort();
     const auto remove = [=] {
         ::unlink(floorPath.c_str());
         if (target == Target::kNew)

@@ -116,7 +116,8 @@ public:
     Bytes Get(std::string_view name) const
     {
         vlio::Bytes content;
-        vlio::FileStream::ReadAllBinary(Path(name).c_str(), content, vlio::FILE_SYSTEM_ANY);
+        if (!vlio::FileStream::ReadAllBinary(Path(name).c_str(), content, vlio::FILE_SYSTEM_ANY))
+            return {};
         return {content.begin(), content.end()};
     }
 

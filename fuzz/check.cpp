@@ -157,7 +157,7 @@ void CheckLimit(const Bytes& file, const char* name)
     options.memoryLimit = 3 * file.size() + (64 << 10);
     const std::int64_t before = g_live;
     g_peak = before;
-    CheckBytes(file.data(), file.size(), name, options);
+    static_cast<void>(CheckBytes(file.data(), file.size(), name, options));
     const std::int64_t held = g_peak - before, limit = static_cast<std::int64_t>(options.memoryLimit);
     // Beside what is counted lie the map of the blocks, a writer's piece, and the findings.
     Check(held <= limit + 64 * static_cast<std::int64_t>(file.size()) + (1 << 20),

@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     std::memcpy(&submeshCount, data, sizeof submeshCount);
     const fuzz::Bytes file(data + sizeof submeshCount, data + size);
-    vlMeshData::FittingSubmeshCounts(file.data(), file.size());
+    static_cast<void>(vlMeshData::FittingSubmeshCounts(file.data(), file.size()));
     auto mesh = fuzz::Read(file, submeshCount);
     if (!mesh)
         return 0;

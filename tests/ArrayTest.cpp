@@ -41,7 +41,8 @@ void Query(const vlKeyTimes& times, const Array<vlTransKeysData>& channels)
     static_cast<void>(times.GetKeyIndex(1, 1, nullptr) + times.GetKeyIndexRvs(1, 1, nullptr) +
                       times.GetKeyIndexBetween(1));
     vlKeyTimes copy = times;
-    copy.ScaleKeyTimes(2), copy.SetKeysTime(0, 1, 5), copy.AddKeyTime(99), copy.RemoveKeyTime(1);
+    copy.ScaleKeyTimes(2), copy.SetKeysTime(0, 1, 5);
+    static_cast<void>(copy.AddKeyTime(99) && copy.RemoveKeyTime(1));
     EXPECT_EQ(times == times, true);
     vlTransInfo key;
     for (const vlTransKeysData& channel : channels)

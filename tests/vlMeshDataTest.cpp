@@ -58,7 +58,8 @@ TEST(vlMeshData, EachVersionAndForm)
                 log.lines.clear();
                 EXPECT_FALSE(Read(mesh, data, end));
                 EXPECT_EQ(log.lines.size(), 1U);
-                vlMeshData::FittingSubmeshCounts(data, static_cast<std::size_t>(end - data));
+                static_cast<void>(
+                    vlMeshData::FittingSubmeshCounts(data, static_cast<std::size_t>(end - data)));
             });
             EXPECT_EQ(std::tuple(mesh.m_vertexData, mesh.m_morph, mesh.m_tracks, mesh.m_hasMorph,
                                  mesh.m_hasTracks, mesh.m_boneCount, mesh.m_boneMatrices,

@@ -101,7 +101,7 @@ TEST_F(vlTrackDataTest, Blocks)
 TEST_F(vlTrackDataTest, WhatDisagreesIsNotWritten)
 {
     ASSERT_TRUE(Load(kFile));
-    track.m_times.AddKeyTime(9);
+    ASSERT_TRUE(track.m_times.AddKeyTime(9));
     EXPECT_EQ(Written(track), Bytes());
     const std::string path = Write("old.track", "old");
     track.m_channels = nullptr;

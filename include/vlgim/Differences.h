@@ -57,23 +57,23 @@ struct CompareOptions {
 /// If the counts of two arrays differ, only the counts are reported. Uvs and colours are compared for submeshes with
 /// the same vertex range on both sides.
 /// Returns the differences in the order of the file; empty if there are none.
-VLGIM_API std::vector<Difference> Compare(const vlMeshData& a, const vlMeshData& b,
-                                          const CompareOptions& options = {});
-VLGIM_API std::vector<Difference> Compare(const vlAnimData& a, const vlAnimData& b,
-                                          const CompareOptions& options = {});
-VLGIM_API std::vector<Difference> Compare(const vlTrackData& a, const vlTrackData& b,
-                                          const CompareOptions& options = {});
+[[nodiscard]] VLGIM_API std::vector<Difference> Compare(const vlMeshData& a, const vlMeshData& b,
+                                                        const CompareOptions& options = {});
+[[nodiscard]] VLGIM_API std::vector<Difference> Compare(const vlAnimData& a, const vlAnimData& b,
+                                                        const CompareOptions& options = {});
+[[nodiscard]] VLGIM_API std::vector<Difference> Compare(const vlTrackData& a, const vlTrackData& b,
+                                                        const CompareOptions& options = {});
 
 /// Compares all files of a model, or of a skeleton, in the same way. Submeshes are called by their names in `a`. A
 /// document is compared as a whole if none of its records differs.
-VLGIM_API std::vector<Difference> Compare(const GimData& a, const GimData& b,
-                                          const CompareOptions& options = {});
-VLGIM_API std::vector<Difference> Compare(const GisData& a, const GisData& b,
-                                          const CompareOptions& options = {});
+[[nodiscard]] VLGIM_API std::vector<Difference> Compare(const GimData& a, const GimData& b,
+                                                        const CompareOptions& options = {});
+[[nodiscard]] VLGIM_API std::vector<Difference> Compare(const GisData& a, const GisData& b,
+                                                        const CompareOptions& options = {});
 
 /// Returns the first difference of two documents; empty if there is none. Elements are compared in their order,
 /// attributes in any order, and text. Comments and white space between tags are ignored.
-VLGIM_API std::vector<Difference> Compare(const vlio::XmlData& a, const vlio::XmlData& b,
-                                          const CompareOptions& options = {});
+[[nodiscard]] VLGIM_API std::vector<Difference> Compare(const vlio::XmlData& a, const vlio::XmlData& b,
+                                                        const CompareOptions& options = {});
 
 }  // namespace vela::vlgim

@@ -107,13 +107,13 @@ struct CheckResult {
 /// path  path of the file; a file that can't be read or is of no known kind gives a finding
 /// Returns the findings: at most 20 of one code for each file, plus one that says how many more there are.
 /// Throws std::bad_alloc, and whatever the callback throws.
-VLGIM_API CheckResult CheckFile(const char* path, const CheckOptions& options = {});
+[[nodiscard]] VLGIM_API CheckResult CheckFile(const char* path, const CheckOptions& options = {});
 
 /// Checks a file image in the same way. No other file is opened: for a manifest only the document is checked, for an
 /// animation with side files only the .gis file itself.
 /// data, size  the whole file; copied, and used during the call only
 /// path        names the file in findings, and decides its kind as for KindOfFile
-VLGIM_API CheckResult CheckBytes(const unsigned char* data, std::size_t size, const char* path,
-                                 const CheckOptions& options = {});
+[[nodiscard]] VLGIM_API CheckResult CheckBytes(const unsigned char* data, std::size_t size, const char* path,
+                                               const CheckOptions& options = {});
 
 }  // namespace vela::vlgim

@@ -72,8 +72,8 @@ public:
     /// a new array.
     /// WriteClipInfo refuses N above 255, m_boneNames with fewer than N names, and an m_name or m_name2 whose last byte
     /// is not 0.
-    const unsigned char* ReadClipInfo(const unsigned char* data, std::uint32_t version,
-                                      const unsigned char* end = nullptr);
+    [[nodiscard]] const unsigned char* ReadClipInfo(const unsigned char* data, std::uint32_t version,
+                                                    const unsigned char* end = nullptr);
     void WriteClipInfo(std::FILE* stream, std::uint32_t version) const;
 
     /// ReadKeysData is unbounded if `end` is null: the counts in the data are then trusted.
@@ -91,15 +91,16 @@ public:
     /// null under KEY_LAYOUT_SHARED or counts more keys than its array has; an array that is shorter than its count;
     /// and a channel with a keyed array that doesn't hold one key for each time. From 5.3 on it checks and writes nothing
     /// under an unknown m_keyLayout.
-    const unsigned char* ReadKeysData(const unsigned char* data, std::uint32_t version,
-                                      const unsigned char* end = nullptr);
+    [[nodiscard]] const unsigned char* ReadKeysData(const unsigned char* data, std::uint32_t version,
+                                                    const unsigned char* end = nullptr);
     void WriteKeysData(std::FILE* stream, std::uint32_t version);
 
     /// ReadPivotTrack is unbounded if `end` is null: the counts in the data are then trusted.
     /// Pivot track: a flag byte and, if it is not 0, u32 version and a track block.
     /// ReadPivotTrack skips the section and keeps nothing of it.
     /// WritePivotTrack checks nothing and writes the flag 0: 1 byte.
-    static const unsigned char* ReadPivotTrack(const unsigned char* data, const unsigned char* end = nullptr);
+    [[nodiscard]] static const unsigned char* ReadPivotTrack(const unsigned char* data,
+                                                             const unsigned char* end = nullptr);
     static void WritePivotTrack(std::FILE* stream);
 
     /// ReadAsyncBaseInfo is unbounded if `end` is null.

@@ -48,7 +48,8 @@ public:
     /// end   one past the last readable byte; null: the caller guarantees that the whole table is readable
     /// Returns the byte after the table. Returns null if the table does not fit or a count is negative; the object is
     /// then unchanged.
-    const unsigned char* ReadData(const unsigned char* data, const unsigned char* end = nullptr);
+    [[nodiscard]] const unsigned char* ReadData(const unsigned char* data,
+                                                const unsigned char* end = nullptr);
 
     /// Writes the table that ReadData reads, with reserved bytes of 0.
     /// stream  open for binary writing; its errors are left to the caller to check

@@ -33,7 +33,7 @@ public:
     /// True if each key of this list is at most 2^-23 from the key with the same index in `other`, and `other` has that
     /// key. More keys in `other`, the lengths and the trailing times are ignored, so a == b and b == a can differ. A
     /// difference of NaN counts as none.
-    bool operator==(const vlKeyTimes& other) const;
+    bool operator==(const vlKeyTimes& other) const noexcept;
 
     /// Makes an array for `count` keys and the trailing time, which are not initialised: the caller has to set all of
     /// them. The old array is released. m_length is unchanged.
@@ -51,18 +51,18 @@ public:
     /// Returns true if the key was added. Returns false if the time is on an existing key (within a millionth of the
     /// interval that it is in; an empty interval contains no time), before key 0, or NaN, and for a list of 65535 keys;
     /// the list is then unchanged.
-    bool AddKeyTime(float time);
+    [[nodiscard]] bool AddKeyTime(float time);
 
     /// Removes a key; the indices of all later keys shrink by one.
     /// Returns true if the key was removed. Returns false for key 0, an index without a key, and a list of two keys or
     /// fewer; the list is then unchanged.
-    bool RemoveKeyTime(unsigned short index);
+    [[nodiscard]] bool RemoveKeyTime(unsigned short index);
 
     /// Moves a key between its neighbours.
     /// time  at least 1/60 from the key before and the key after; the last key has no upper limit
     /// Returns true if the key was moved. Returns false for key 0, an index without a key, and a time that is too near
     /// to a neighbour; the list is then unchanged. NaN is not refused.
-    bool SetKeyTime(unsigned short index, float time);
+    [[nodiscard]] bool SetKeyTime(unsigned short index, float time);
 
     /// Makes the distance from key `first` to key `last` equal to `span`: `last` and all later keys move by the
     /// difference. Keys between the two do not move, so with a shorter span they can be later than key `last`. Does
@@ -102,16 +102,16 @@ public:
     /// fraction  receives how far the time is towards the next entry, from 0 up to but not including 1; may be null
     /// Returns the index of the key. Returns 0 if no interval contains the time or `start` has no key; *fraction is
     /// then unchanged. Only this distinguishes it from key 0, so set *fraction before the call.
-    unsigned short GetKeyIndex(float time, unsigned short start, float* fraction) const;
+    unsigned short GetKeyIndex(float time, unsigned short start, float* fraction) const noexcept;
 
     /// Finds the same key as GetKeyIndex, but searches downwards from `start`, and before key 0 continues at the last
     /// key.
-    unsigned short GetKeyIndexRvs(float time, unsigned short start, float* fraction) const;
+    unsigned short GetKeyIndexRvs(float time, unsigned short start, float* fraction) const noexcept;
 
     /// Returns the index of the entry nearest to `time`; of two at the same distance, the lower one. The trailing time
     /// is an entry, so the result can be the key count. Returns 0xFFFF for a time before key 0, and for one at or after
     /// the trailing time. With 65535 keys 0xFFFF is also the index of the trailing time.
-    unsigned short GetKeyIndexBetween(float time) const;
+    unsigned short GetKeyIndexBetween(float time) const noexcept;
 };
 
 }  // namespace vela::vlgim

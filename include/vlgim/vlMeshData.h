@@ -97,7 +97,8 @@ public:
     /// Returns the counts in ascending order: only one for nearly every file that this library wrote. Returns no count
     /// for a file that can't be read, and if the block can't be found without the count: in files with tracks, and
     /// below version 0x50002 in files with a morph.
-    static std::vector<std::uint32_t> FittingSubmeshCounts(const unsigned char* data, std::size_t length);
+    [[nodiscard]] static std::vector<std::uint32_t> FittingSubmeshCounts(const unsigned char* data,
+                                                                         std::size_t length);
 
     /// Appends the whole mesh to lists, one entry to each, so that several meshes can be collected. Without a vertex
     /// object nothing is appended.
@@ -121,19 +122,20 @@ public:
     /// Returns true if there is a skinned vertex object. Returns false otherwise, and nothing is appended. An object
     /// with 8 references for each vertex, which no file gives, is treated as if it had 4: half of its references are
     /// appended.
-    bool CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std::vector<float>& weights,
-                            std::unordered_map<std::uint16_t, geomath::_Matrix<float>>& matrices,
-                            std::vector<std::string>& names) const;
+    [[nodiscard]] bool
+    CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std::vector<float>& weights,
+                       std::unordered_map<std::uint16_t, geomath::_Matrix<float>>& matrices,
+                       std::vector<std::string>& names) const;
 
     /// Gets the range of a submesh in the index array.
     /// start, count  receive the range in indices; 0 and 0 if there is no such submesh
     /// submesh       index of the submesh, from 0
-    void GetSubIBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const;
+    void GetSubIBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const noexcept;
 
     /// Gets the range of a submesh in the vertex arrays.
     /// start, count  receive the range in vertices; 0 and 0 if there is no such submesh
     /// submesh       index of the submesh, from 0
-    void GetSubVBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const;
+    void GetSubVBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const noexcept;
 };
 
 /// Reads a .mesh file, from a path or from memory, as vlMeshData::ReadMeshFile does. Everything that the mesh held is

@@ -75,8 +75,9 @@ struct VLGIM_API vlMeshVertexData {
     /// uvs or colours of a submesh end after vertex V - 1, or the read would use more than 64 times the bytes from data
     /// to end, plus 14 MiB, of memory; the object is then unchanged. Throws std::bad_alloc; the object is then
     /// unchanged.
-    virtual const unsigned char* ReadDataNew(const unsigned char* data, unsigned int version,
-                                             unsigned int packMode, const unsigned char* end = nullptr);
+    [[nodiscard]] virtual const unsigned char* ReadDataNew(const unsigned char* data, unsigned int version,
+                                                           unsigned int packMode,
+                                                           const unsigned char* end = nullptr);
 
     /// Writes the block that ReadDataNew reads, in the form of version 0x50004 and pack mode 0, with data flag 1. Not
     /// written are uv sets that no submesh declares, uvs and colours of vertices outside of the submeshes that declare
@@ -118,8 +119,9 @@ struct VLGIM_API vlMeshSkelVertexData : vlMeshVertexData {
     /// data, version, packMode, end  as for the base
     /// Returns the byte after the block. Returns null as the base does, and also if the skin data do not fit or the
     /// mask has more than 65535 bits; the object is then unchanged.
-    const unsigned char* ReadDataNew(const unsigned char* data, unsigned int version, unsigned int packMode,
-                                     const unsigned char* end = nullptr) override;
+    [[nodiscard]] const unsigned char* ReadDataNew(const unsigned char* data, unsigned int version,
+                                                   unsigned int packMode,
+                                                   const unsigned char* end = nullptr) override;
 
     /// Writes the block in the form of version 0x50004, with W references for each vertex. It first updates the mask:
     /// m_usedBones gets m_usedBoneBits bits. Bits that are set stay set, and the bit of each bone that a vertex refers

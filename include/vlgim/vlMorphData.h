@@ -21,7 +21,8 @@ struct VLGIM_API vlMorphData {
     /// data  first byte of the block, at any alignment; null: the result is null
     /// end   one past the last readable byte; null: the caller guarantees that the whole block is readable
     /// Returns the byte after the block. Returns null if the block does not fit; the object is then unchanged.
-    const unsigned char* ReadDataNew(const unsigned char* data, const unsigned char* end = nullptr);
+    [[nodiscard]] const unsigned char* ReadDataNew(const unsigned char* data,
+                                                   const unsigned char* end = nullptr);
 
     /// Unbounded if `end` is null: the counts in the data are then trusted.
     /// Reads the block of an older file: from version 0x20011 on u8 mode, before 0x20013 u16 m_singleFrame, u16 K, K
@@ -30,8 +31,8 @@ struct VLGIM_API vlMorphData {
     /// data, end  as for ReadDataNew
     /// Returns as ReadDataNew does. A block without a mode leaves m_morphMode unchanged. A block without m_singleFrame
     /// sets it to 0.
-    const unsigned char* ReadData(const unsigned char* data, unsigned int version,
-                                  const unsigned char* end = nullptr);
+    [[nodiscard]] const unsigned char* ReadData(const unsigned char* data, unsigned int version,
+                                                const unsigned char* end = nullptr);
 
     /// Writes the block that ReadDataNew reads. Cleared times are written as 0 keys.
     /// stream  open for binary writing; its errors are left to the caller to check

@@ -40,15 +40,16 @@ public:
     /// end   one past the last readable byte; null: the caller guarantees that the whole block is readable
     /// Returns the byte after the block. Returns null if the block does not fit; the object is then unchanged. Throws
     /// std::bad_alloc.
-    const unsigned char* ReadDataNew(const unsigned char* data, const unsigned char* end = nullptr);
+    [[nodiscard]] const unsigned char* ReadDataNew(const unsigned char* data,
+                                                   const unsigned char* end = nullptr);
 
     /// Unbounded if `end` is null: the counts in the data are then trusted.
     /// Reads the block of a file of this version. Before 0x30017 the block ends after the extra values: the skin arrays
     /// become null and m_hasSkin is unchanged.
     /// data, end  as for ReadDataNew
     /// Returns as ReadDataNew does.
-    const unsigned char* ReadData(const unsigned char* data, unsigned int version,
-                                  const unsigned char* end = nullptr);
+    [[nodiscard]] const unsigned char* ReadData(const unsigned char* data, unsigned int version,
+                                                const unsigned char* end = nullptr);
 
     /// Writes the block that ReadDataNew reads, whatever `version` is. m_hasSkin becomes 1 if there are both skin
     /// arrays and at least one vertex, otherwise 0.

@@ -65,7 +65,8 @@ public:
     /// end   one past the last readable byte; null: the caller guarantees that the whole header is readable
     /// Returns the byte after the header, and sets m_version. Returns null if the header does not fit; the object is
     /// then unchanged. Returns null also if the last word is not 256; m_version is set nevertheless.
-    const unsigned char* ReadHeader(const unsigned char* data, const unsigned char* end = nullptr);
+    [[nodiscard]] const unsigned char* ReadHeader(const unsigned char* data,
+                                                  const unsigned char* end = nullptr);
 
     /// Unbounded if `end` is null: the counts in the data are then trusted.
     /// Reads a track block, little-endian: 32 bytes name, 4 bytes options, u16 flags, u16 key count K, K floats, u16
@@ -75,7 +76,8 @@ public:
     /// end   one past the last readable byte; null: the caller guarantees that the whole block is readable
     /// Returns the byte after the block. Returns null if the block does not fit; the object is then unchanged. The
     /// channels and their arrays are new, and the arrays share one allocation.
-    const unsigned char* ReadData(const unsigned char* data, const unsigned char* end = nullptr);
+    [[nodiscard]] const unsigned char* ReadData(const unsigned char* data,
+                                                const unsigned char* end = nullptr);
 
     /// Writes the track block that ReadData reads. Each channel gets the key count of m_times and no compress flags,
     /// and is changed as vlTransKeysData::WriteData does.

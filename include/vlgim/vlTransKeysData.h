@@ -63,7 +63,7 @@ struct VLGIM_API vlTransKeysData {
     /// All arrays are new and share one allocation. A component with one value per key has a null array if there are 0
     /// keys. The packed arrays become null, and m_compressFlags becomes 0, so a write stores full floats unless a form
     /// is set.
-    const unsigned char* ReadData(const void* src, const unsigned char* end = nullptr);
+    [[nodiscard]] const unsigned char* ReadData(const void* src, const unsigned char* end = nullptr);
 
     /// Writes the block that ReadData reads, in the form of m_compressFlags. m_keyCount and m_compressFlags have to be
     /// set before.
@@ -87,7 +87,7 @@ struct VLGIM_API vlTransKeysData {
     ///                            m_rotOrder above 6 gives (1, 0, 0, 0). A component without keys, or whose array is
     ///                            too short for this key, gives position 0, rotation (0, 0, 0, 1) or scale 1.
     void GetKeyPRS(unsigned short key, geomath::_Vector3<float>* position,
-                   geomath::_Rotation<float>* rotation, geomath::_Vector3<float>* scale) const;
+                   geomath::_Rotation<float>* rotation, geomath::_Vector3<float>* scale) const noexcept;
 
     /// ConvertToDelta turns the keys into deltas against `ref`: position minus reference, conjugate of the reference
     /// times rotation, scale divided by reference. ConvertFromDelta turns them back: position plus reference, reference

@@ -29,7 +29,8 @@ enum FileSystemType {
 struct VLGIM_API FileStream {
     /// Reads a file as ReadFile does. Returns true if `bytes` has the file; false if it could not be read, and `bytes`
     /// is then empty. `type` has no effect today.
-    static bool ReadAllBinary(const char* path, Bytes& bytes, [[maybe_unused]] FileSystemType type)
+    [[nodiscard]] static bool ReadAllBinary(const char* path, Bytes& bytes,
+                                            [[maybe_unused]] FileSystemType type)
     {
         return !ReadFile(path, bytes);
     }

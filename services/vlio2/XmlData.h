@@ -51,7 +51,7 @@ public:
     /// Returns what Parse returns. Returns XML_ERROR_FILE_NOT_FOUND of tinyxml2 for a file that does not exist, and
     /// XML_ERROR_FILE_READ_ERROR for one that can't be read, such as a folder, a pipe, or a file without permission.
     /// After any result but 0 the object is empty.
-    int Load(const char* path) { return LoadFile(path).code; }
+    [[nodiscard]] int Load(const char* path) { return LoadFile(path).code; }
 
     /// Replaces the document by the one in a text. All old elements, and references from Document(), become invalid.
     /// Time and memory are proportional to `size`, whatever the text is.
@@ -59,7 +59,7 @@ public:
     /// size  in bytes; NULs at the end do not belong to the document
     /// Returns 0, an error of tinyxml2 (XML_ERROR_EMPTY_DOCUMENT if there is no root element) or an XmlRefusal. After
     /// any result but 0 the object is empty.
-    int Parse(const char* text, std::size_t size) { return ParseText({text, size}).code; }
+    [[nodiscard]] int Parse(const char* text, std::size_t size) { return ParseText({text, size}).code; }
 
     /// Reads a file as Load does. Returns success, or an error of kind NotFound, Unreadable or Document, whose code is
     /// the result of Load.
@@ -87,7 +87,7 @@ public:
     /// the reason. The old file is then unchanged, unless it had to be written in place. The reason is that of the
     /// system, or that the document is empty or would not read back as it is: with "-->" in a comment, with text
     /// outside of the root (which includes the rest of a DTD with a subset), or with anything that Parse refuses.
-    int Save(const char* path) const;
+    [[nodiscard]] int Save(const char* path) const;
 
     /// Writes the document as Save does. Nothing is logged. Returns success, or an error: of kind Unwritable if
     /// the document is empty or would not read back, of kind NotCreated or NotWritten, with the errno value, if the

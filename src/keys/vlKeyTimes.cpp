@@ -90,7 +90,7 @@ vlKeyTimes& vlKeyTimes::operator=(const vlKeyTimes& other)
     return *this;
 }
 
-bool vlKeyTimes::operator==(const vlKeyTimes& other) const
+bool vlKeyTimes::operator==(const vlKeyTimes& other) const noexcept
 {
     const unsigned count = WrittenKeyCount(*this);
     if (count > WrittenKeyCount(other))
@@ -220,19 +220,19 @@ void vlKeyTimes::ScaleKeyTimes(float factor)
     Refresh(*this);
 }
 
-unsigned short vlKeyTimes::GetKeyIndex(float time, unsigned short start, float* fraction) const
+unsigned short vlKeyTimes::GetKeyIndex(float time, unsigned short start, float* fraction) const noexcept
 {
     return Search(*this, time, start, fraction,
                   [](unsigned key, unsigned count) { return key + 1 == count ? 0 : key + 1; });
 }
 
-unsigned short vlKeyTimes::GetKeyIndexRvs(float time, unsigned short start, float* fraction) const
+unsigned short vlKeyTimes::GetKeyIndexRvs(float time, unsigned short start, float* fraction) const noexcept
 {
     return Search(*this, time, start, fraction,
                   [](unsigned key, unsigned count) { return key == 0 ? count - 1 : key - 1; });
 }
 
-unsigned short vlKeyTimes::GetKeyIndexBetween(float time) const
+unsigned short vlKeyTimes::GetKeyIndexBetween(float time) const noexcept
 {
     const unsigned count = WrittenKeyCount(*this);
     for (unsigned i = 0; i < count; ++i) {

@@ -27,7 +27,7 @@ _Vector3<float> VectorOr(const float* key, float none)
 }  // namespace
 
 void vlTransKeysData::GetKeyPRS(unsigned short key, _Vector3<float>* position, _Rotation<float>* rotation,
-                                _Vector3<float>* scale) const
+                                _Vector3<float>* scale) const noexcept
 {
     if (position)
         *position = VectorOr(KeyAt(m_pos, m_posKeyed, m_keyCount, key, 3), 0.0F);

@@ -293,14 +293,16 @@ bool vlMeshData::CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std
     return true;
 }
 
-void vlMeshData::GetSubIBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const
+void vlMeshData::GetSubIBInfo(std::uint32_t& start, std::uint32_t& count,
+                              std::uint32_t submesh) const noexcept
 {
     const SubmeshRecord* record = mesh::RecordAt(m_vertexData, submesh);
     start = record ? 3 * record->firstTriangle : 0;
     count = record ? 3 * record->triangleCount : 0;
 }
 
-void vlMeshData::GetSubVBInfo(std::uint32_t& start, std::uint32_t& count, std::uint32_t submesh) const
+void vlMeshData::GetSubVBInfo(std::uint32_t& start, std::uint32_t& count,
+                              std::uint32_t submesh) const noexcept
 {
     const SubmeshRecord* record = mesh::RecordAt(m_vertexData, submesh);
     start = record ? record->firstVertex : 0;
