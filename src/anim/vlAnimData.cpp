@@ -116,7 +116,7 @@ void ForEachNewClip(io::BlockReader& in, vlAnimData& anim, Block block, Read rea
 // faulted in anew.
 void ReadClips(io::BlockReader& in, vlAnimData& anim)
 {
-    io::BlockReader again = in;
+    const std::uint64_t start = in.Offset();
     io::ArrayBlock arrays, plan;
     ForEachNewClip(in, anim, Block::Clip, [&](std::size_t i) {
         clips::Read({in, arrays}, anim.m_version, kHeaderSize, *anim.m_clips[i]);
@@ -124,8 +124,9 @@ void ReadClips(io::BlockReader& in, vlAnimData& anim)
     });
     if (!arrays.Allocate(in))
         return;
+    const auto repeat = in.From(start);
     for (const auto& clip : anim.m_clips)
-        clips::Read({again, plan, &arrays}, anim.m_version, kHeaderSize, *clip);
+        clips::Read({in, plan, &arrays}, anim.m_version, kHeaderSize, *clip);
 }
 
 // Where the file is missing, the clip becomes null.

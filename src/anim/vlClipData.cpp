@@ -99,10 +99,6 @@ void StartKeyData(const unsigned char* sharedTimes, std::uint16_t keyCount, vlCl
     clip.m_keyTimes =
         sharedTimes ? std::make_shared<vlKeyTimes>(keys::TimesFrom(sharedTimes, keyCount)) : nullptr;
     clip.m_keys = std::move(keys);
-    for (auto& times : clip.m_boneKeyTimes)
-        if (times)  // a new clip has none, and 255 stores are a thirtieth of its time
-            times = nullptr;
-    std::fill(std::begin(clip.m_boneKeyCounts), std::end(clip.m_boneKeyCounts), std::uint16_t{0});
     if (!sharedTimes)
         return;
     clip.m_maxKeys = std::max(clip.m_maxKeys, keyCount);
@@ -127,11 +123,7 @@ void ReadKeyData(const io::Pass& pass, std::uint32_t version, vlClipData& clip)
         const auto scope = in.Enter(Block::Bone, i);
         if (clip.m_keyLayout == KEY_LAYOUT_PER_BONE)
             keyCount = ReadBoneTimes(pass, version, i, clip);
-        // Two calls: in the first pass the compiler drops what only the second one needs.
-        if (pass.arrays)
-            keys::FillKeys(keys::MeasureKeys(in, pass.plan, keyCount, flags), *pass.arrays, clip.m_keys[i]);
-        else
-            keys::MeasureKeys(in, pass.plan, keyCount, flags);
+        keys::Read(pass, keyCount, flags, pass.arrays ? &clip.m_keys[i] : nullptr);
     }
     if (pass.arrays)
         return;
@@ -321,6 +313,12 @@ const unsigned char* vlClipData::ReadKeysData(const unsigned char* data, std::ui
         return nullptr;
     io::BlockReader in(data, end);
     io::ReadTwice(in, [&](const io::Pass& pass) { ReadKeyData(pass, version, *this); });
+    // The bones that have no times of their own now may have had some.
+    for (std::size_t i = m_keyLayout == KEY_LAYOUT_PER_BONE ? m_boneCount : 0; !in.Failed() && i < kMaxBones;
+         ++i) {
+        m_boneKeyTimes[i] = nullptr;
+        m_boneKeyCounts[i] = 0;
+    }
     return in.Position();
 }
 

@@ -154,11 +154,13 @@ struct Pass {
 template <class Read>
 void ReadTwice(BlockReader& in, Read read)
 {
-    BlockReader again = in;
+    const std::uint64_t start = in.Offset();
     ArrayBlock arrays, plan;
     read(Pass{in, arrays});
-    if (arrays.Allocate(in))
-        read(Pass{again, plan, &arrays});
+    if (!arrays.Allocate(in))
+        return;
+    const auto repeat = in.From(start);
+    read(Pass{in, plan, &arrays});
 }
 
 }  // namespace io

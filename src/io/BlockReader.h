@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 namespace vela::vlgim::io {
 
@@ -105,13 +106,27 @@ public:
     /// Moves to a byte of the file. If it is not in the file, the next read fails.
     void Seek(std::uint64_t offset) { m_offset = offset; }
 
-    /// From now on records the place of each block in `map`, which has to outlive the reader. A copy of the reader does
-    /// not record: it passes over bytes again that were already recorded.
-    void Trace(BlockMap& map)
-    {
-        m_map = &map;
-        m_traced = this;
-    }
+    /// From now on records the place of each block in `map`, which has to outlive the reader.
+    void Trace(BlockMap& map) { m_map = &map; }
+
+    /// A second read of bytes whose places are already recorded.
+    class Repeat {
+    public:
+        Repeat(BlockReader& in, std::uint64_t offset) : m_in(in), m_map(std::exchange(in.m_map, nullptr))
+        {
+            in.m_offset = offset;
+        }
+        Repeat(const Repeat&) = delete;
+        Repeat& operator=(const Repeat&) = delete;
+        ~Repeat() { m_in.m_map = m_map; }
+
+    private:
+        BlockReader& m_in;
+        BlockMap* m_map;
+    };
+
+    /// Moves back to a byte of the file. Until the returned scope ends, no place is recorded.
+    [[nodiscard]] Repeat From(std::uint64_t offset) { return {*this, offset}; }
 
     /// True if places are recorded, so that they are worth computing.
     bool IsTraced() const { return Traced() != nullptr; }
@@ -228,7 +243,7 @@ public:
     const unsigned char* Position() const { return Failed() ? nullptr : m_start + m_offset; }
 
 private:
-    BlockMap* Traced() const { return m_traced == this && !Failed() ? m_map : nullptr; }
+    BlockMap* Traced() const { return Failed() ? nullptr : m_map; }
 
     static constexpr unsigned char kNothing = 0;
     static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
@@ -264,7 +279,6 @@ private:
     Step m_steps[Refusal::kDeepest];  // of the open scopes
     std::size_t m_depth = 0;
     BlockMap* m_map = nullptr;
-    const BlockReader* m_traced = nullptr;  // the reader that records, of all copies
     Refusal m_refusal;
 };
 

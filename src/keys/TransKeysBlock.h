@@ -13,61 +13,52 @@
 // Transform channels as containers read and write them: many channels of one file share one allocation.
 namespace vela::vlgim::keys {
 
-/// One component of a block that has been measured.
-struct MeasuredComponent {
-    const KeyForm* form;
-    std::uint32_t count;  ///< number of records and of keys
-    io::ArrayBlock::Slot<float> slot;
-};
-
-/// A measured block: it is completely in the file image, and its arrays are planned.
-struct MeasuredKeys {
-    const unsigned char*
-        head;  ///< in the file image: three keyed bytes and the rotation order, then the records
-    unsigned short keyCount;
-    std::array<MeasuredComponent, 3> components;  ///< positions, rotations, scales
-};
-constexpr std::uint64_t kHeadSize = 4;
-
-/// Measures a block and moves past it. The result is valid only if `in` has not failed. A file is measured channel by
-/// channel before anything is read, so speed matters: the records of all three components are taken as one run, and
-/// each member is set once. This halves the time.
-inline MeasuredKeys MeasureKeys(io::BlockReader& in, io::ArrayBlock& arrays, unsigned short keyCount,
-                                unsigned char compressFlags)
+/// Reads a channel in one of the two passes. The first one, of all channels of a file, precedes everything that is
+/// decoded, so speed matters: the records of all three components are taken as one run.
+/// keys  not used in the first pass; in the second one all members are replaced
+inline void Read(const io::Pass& pass, unsigned short keyCount, unsigned char compressFlags,
+                 vlTransKeysData* keys)
 {
-    MeasuredKeys block;
-    block.head = in.Take(kHeadSize, 1);
-    if (!block.head)
-        return {};
-    block.keyCount = keyCount;
-    std::uint64_t size = 0;  // counts have 16 bits and records at most 16 bytes, so no sum can overflow
-    const auto measure = [&](std::size_t i, const KeyForm& form) {
-        const std::uint32_t count = ComponentKeys(block.head[i], keyCount);
-        block.components[i] = {&form, count, arrays.Plan<float>(std::uint64_t{count} * form.width)};
-        size += std::uint64_t{count} * form.recordSize;
+    // Three keyed bytes and the rotation order.
+    constexpr std::uint64_t kHeadSize = 4;
+    const unsigned char* const head = pass.in.Take(kHeadSize, 1);
+    if (!head)
+        return;
+    const std::uint64_t start = pass.in.Offset();
+    // Where the components begin and end. Counts have 16 bits and records at most 16 bytes, so no sum can overflow.
+    std::array<std::uint64_t, 4> bounds{};
+    const auto read = [&](std::size_t i, const KeyForm& form, Array<float> vlTransKeysData::*array) {
+        const std::uint32_t count = ComponentKeys(head[i], keyCount);
+        const auto slot = pass.plan.Plan<float>(std::uint64_t{count} * form.width);
+        bounds[i + 1] = bounds[i] + std::uint64_t{count} * form.recordSize;
+        if (!pass.arrays)
+            return;
+        keys->*array = count != 0 ? pass.arrays->Array(slot) : nullptr;
+        if (count != 0)
+            form.decode(head + kHeadSize + bounds[i], count, (keys->*array).data());
     };
-    measure(0, PositionForm());
-    measure(1, RotationForm(block.head[3], compressFlags));
-    measure(2, ScaleForm(compressFlags));
-    std::uint64_t start = in.Offset();
-    in.Take(size, 1);
-    if (!in.IsTraced())
-        return block;
-    const auto note = [&](io::Block name, const MeasuredComponent& keys) {
-        const std::uint64_t end = start + std::uint64_t{keys.count} * keys.form->recordSize;
-        if (start != end)
-            in.Note(name, start, end);
-        start = end;
-    };
-    note(io::Block::PositionKeys, block.components[0]);
-    note(io::Block::RotationKeys, block.components[1]);
-    note(io::Block::ScaleKeys, block.components[2]);
-    return block;
+    read(0, PositionForm(), &vlTransKeysData::m_pos);
+    read(1, RotationForm(head[3], compressFlags), &vlTransKeysData::m_rot);
+    read(2, ScaleForm(compressFlags), &vlTransKeysData::m_scale);
+    pass.in.Take(bounds[3], 1);
+    if (pass.in.IsTraced()) {
+        constexpr io::Block kBlocks[] = {io::Block::PositionKeys, io::Block::RotationKeys,
+                                         io::Block::ScaleKeys};
+        for (std::size_t i = 0; i < 3; ++i)
+            if (bounds[i] != bounds[i + 1])
+                pass.in.Note(kBlocks[i], start + bounds[i], start + bounds[i + 1]);
+    }
+    if (!pass.arrays)
+        return;
+    keys->m_posKeyed = head[0];
+    keys->m_rotKeyed = head[1];
+    keys->m_scaleKeyed = head[2];
+    keys->m_rotOrder = head[3];
+    keys->m_keyCount = keyCount;
+    keys->m_compressFlags = 0;
+    keys->m_packedRot = nullptr;
+    keys->m_packedScale = nullptr;
 }
-
-/// Fills a channel from a measured block and the arrays, which are allocated by now. All members of the channel are
-/// replaced.
-void FillKeys(const MeasuredKeys& block, const io::ArrayBlock& arrays, vlTransKeysData& keys);
 
 /// Number of floats of one rotation in memory.
 inline std::uint32_t RotationWidth(const vlTransKeysData& keys)

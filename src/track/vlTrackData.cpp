@@ -52,12 +52,7 @@ void ReadChannels(const io::Pass& pass, const Head& head, Array<vlTransKeysData>
         channels = Array<vlTransKeysData>::ForOverwrite(head.channelCount);
     for (unsigned i = 0; i < head.channelCount && !pass.in.Failed(); ++i) {
         const auto scope = pass.in.Enter(Block::Channel, i);
-        // Two calls: in the first pass the compiler drops what only the second one needs.
-        if (pass.arrays)
-            keys::FillKeys(keys::MeasureKeys(pass.in, pass.plan, head.keyCount, 0), *pass.arrays,
-                           channels[i]);
-        else
-            keys::MeasureKeys(pass.in, pass.plan, head.keyCount, 0);
+        keys::Read(pass, head.keyCount, 0, pass.arrays ? &channels[i] : nullptr);
     }
 }
 
