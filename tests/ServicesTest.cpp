@@ -2,6 +2,7 @@
 
 #include <basekit/AddressSanitizer.h>
 #include <basekit/BlockAllocator.h>
+#include <basekit/CopyBytes.h>
 #include <basekit/StringAlgo.h>
 #include <geomath/HalfTables.h>
 #include <nameid/NameID.h>
@@ -14,8 +15,28 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <string>
 
 namespace vela {
+
+TEST(CopyBytes, CopiesAllBytesAndNoOthersAtEveryDistance)
+{
+    constexpr std::size_t kMost = std::size_t{1} << 20;
+    std::string from(kMost + 1, 'a'), to;
+    for (std::size_t i = 0; i < from.size(); ++i)
+        from[i] = static_cast<char>('a' + i % 23);
+    to.reserve(2 * kMost);
+    for (const std::size_t size : {std::size_t{0}, std::size_t{2047}, std::size_t{3001}, kMost, kMost + 1})
+        for (const std::size_t distance : {0U, 1U, 15U, 127U, 128U}) {
+            const auto apart =
+                reinterpret_cast<std::uintptr_t>(from.data()) - reinterpret_cast<std::uintptr_t>(to.data());
+            const std::size_t offset = (apart + distance) % 4096;
+            to.assign(offset + size + 1, '-');
+            kit::CopyBytes(to.data() + offset, from.data(), size);
+            ASSERT_EQ(to, std::string(offset, '-') + from.substr(0, size) + '-') << size << " " << distance;
+        }
+    kit::CopyBytes(nullptr, nullptr, 0);
+}
 
 TEST(BlockAllocator, BlocksOfEverySizeAreAlignedAndWhole)
 {

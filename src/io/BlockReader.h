@@ -2,6 +2,7 @@
 
 #include "Block.h"
 
+#include <basekit/CopyBytes.h>
 #include <vlgim/Error.h>
 
 #include <algorithm>
@@ -43,8 +44,7 @@ template <class T>
 void CopyRun(T* to, const unsigned char* from, std::uint64_t count)
 {
     static_assert(std::is_trivially_copyable_v<T>);
-    if (count)
-        std::memcpy(static_cast<void*>(to), from, static_cast<std::size_t>(count) * sizeof(T));
+    kit::CopyBytes(to, from, static_cast<std::size_t>(count) * sizeof(T));
 }
 
 /// Reads the bytes of a file image; all blocks are read through this class. One reader passes through all blocks of a

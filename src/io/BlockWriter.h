@@ -1,5 +1,6 @@
 #pragma once
 
+#include <basekit/CopyBytes.h>
 #include <vlio2/Sink.h>
 
 #include <cstdint>
@@ -54,7 +55,7 @@ public:
     void Patch(std::uint64_t position, std::uint32_t value)
     {
         if (position >= m_handedOver) {
-            std::memcpy(m_buffer.get() + (position - m_handedOver), &value, sizeof value);
+            kit::CopyBytes(m_buffer.get() + (position - m_handedOver), &value, sizeof value);
             return;
         }
         Flush();
@@ -68,7 +69,7 @@ private:
     {
         if (size > kCapacity - m_used)
             return PutThrough(static_cast<const unsigned char*>(bytes), size);
-        std::memcpy(m_buffer.get() + m_used, bytes, size);
+        kit::CopyBytes(m_buffer.get() + m_used, bytes, size);
         m_used += size;
     }
 
@@ -77,13 +78,13 @@ private:
     void PutThrough(const unsigned char* bytes, std::size_t size)
     {
         const std::size_t fitting = size < kCapacity ? kCapacity - m_used : 0;
-        std::memcpy(m_buffer.get() + m_used, bytes, fitting);
+        kit::CopyBytes(m_buffer.get() + m_used, bytes, fitting);
         m_used += fitting;
         Flush();
         if (size >= kCapacity)
             return HandOver(bytes, size);
         m_used = size - fitting;
-        std::memcpy(m_buffer.get(), bytes + fitting, m_used);
+        kit::CopyBytes(m_buffer.get(), bytes + fitting, m_used);
     }
 
     void HandOver(const unsigned char* bytes, std::size_t size)
