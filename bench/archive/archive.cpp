@@ -93,8 +93,9 @@ void SaveModel(const std::string& stem, std::uint32_t vertices, bool isSkinned)
         "<Vela>\n\t<SubMesh>\n\t\t<a Name=\"body\" MtlIdx=\"0\"/>\n\t</SubMesh>\n</Vela>\n";
     const std::string materials =
         "<Vela><MaterialGroup><m><Material><ParamTable/></Material></m></MaterialGroup></Vela>\n";
-    model.m_gimXml.Parse(manifest.data(), manifest.size());
-    model.m_mtgXml.Parse(materials.data(), materials.size());
+    if (model.m_gimXml.Parse(manifest.data(), manifest.size()) != 0 ||
+        model.m_mtgXml.Parse(materials.data(), materials.size()) != 0)
+        std::abort();
     vlMeshData& mesh = model.m_mesh;
     mesh.m_submeshCount = 1;
     mesh.m_skeletonFlag = isSkinned ? 1 : 0;

@@ -25,7 +25,7 @@ Error FindSideFolder(const std::string& path, std::string& folder)
 
 Error FindSideFile(const std::string& folder, const vlClipData& clip, ErrorKind kind, std::string& path)
 {
-    const std::string name = "/" + std::string(clip.m_name.View());
+    const std::string name = std::string("/").append(clip.m_name.View());
     path = folder + name + ".gis";
     std::string steps = name + "/";
     std::replace(steps.begin(), steps.end(), '\\', '/');

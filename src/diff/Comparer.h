@@ -35,7 +35,7 @@ std::string Quoted(std::string_view kind, std::string_view name);
 /// Names an entry by its number, as in "vertex 3".
 inline auto Nth(const char* kind)
 {
-    return [kind](std::uint64_t entry) { return kind + (" " + std::to_string(entry)); };
+    return [kind](std::uint64_t entry) { return std::string(kind) + " " + std::to_string(entry); };
 }
 
 /// Compares field by field and collects what differs.

@@ -17,8 +17,10 @@ std::string PathTo(const Element* element)
         std::size_t number = 1;
         for (const Element* e = element; (e = e->PreviousSiblingElement(element->Name())) != nullptr;)
             ++number;
-        const std::string step = number > 1 ? "[" + std::to_string(number) + "]" : "";
-        path.insert(0, element->Name() + step + (path.empty() ? "" : "/"));
+        std::string step = element->Name();
+        if (number > 1)
+            step.append("[").append(std::to_string(number)).append("]");
+        path.insert(0, step.append(path.empty() ? "" : "/"));
     }
     return path;
 }

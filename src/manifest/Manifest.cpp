@@ -67,8 +67,10 @@ std::uint32_t CountSubmeshes(const vlio::XmlData& gim, const std::string& path, 
                              const std::string& meshPath)
 {
     // Either may be relative: to the base, or to the working directory.
-    const std::string named = "/" + vlio::FormatPath(MeshPath(gim, path.c_str(), basePath).c_str());
-    const std::string mesh = "/" + vlio::FormatPath(meshPath.c_str());
+    const auto slashed = [](const std::string& name) {
+        return std::string("/").append(vlio::FormatPath(name.c_str()));
+    };
+    const std::string named = slashed(MeshPath(gim, path.c_str(), basePath)), mesh = slashed(meshPath);
     return named.ends_with(mesh) || mesh.ends_with(named) ? static_cast<std::uint32_t>(Submeshes(gim).size())
                                                           : 0;
 }
