@@ -87,10 +87,9 @@ void CheckSubmesh(ElementReport& report, const Element* element, std::optional<s
     SubmeshMessage submesh;
     if (const Error lacks = manifest::ReadSubmesh(*element, submesh))
         return report.Add("submesh-incomplete", element, lacks.text);
-    const int index = submesh.mtlIdx;
     const std::string who = "submesh " + submesh.name + " refers to material " + element->Attribute("MtlIdx");
-    int number = 0;
-    if (element->QueryIntAttribute("MtlIdx", &number) != tinyxml2::XML_SUCCESS)
+    int index = 0;
+    if (element->QueryIntAttribute("MtlIdx", &index) != tinyxml2::XML_SUCCESS)
         report.Add("material-index", element, who + ", which is not a number");
     else if (index < 0)
         report.Add("material-index", element, who);

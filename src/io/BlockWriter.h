@@ -55,7 +55,7 @@ public:
     void Patch(std::uint64_t position, std::uint32_t value)
     {
         if (position >= m_handedOver) {
-            kit::CopyBytes(m_buffer.get() + (position - m_handedOver), &value, sizeof value);
+            std::memcpy(m_buffer.get() + (position - m_handedOver), &value, sizeof value);
             return;
         }
         Flush();
