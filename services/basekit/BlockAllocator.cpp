@@ -9,6 +9,7 @@
 
 namespace kit {
 
+namespace platform = vela::platform;
 namespace {
 
 constexpr std::size_t kHugePage = platform::kHugePageSize;

@@ -6,7 +6,7 @@
 #include <optional>
 
 // Files of the operating system. Operations that return int return 0, or an errno value for a failure.
-namespace platform {
+namespace vela::platform {
 
 /// Identifies a file, whatever path leads to it.
 struct FileId {
@@ -86,4 +86,4 @@ bool Seek(std::FILE* stream, std::uint64_t position);
 /// True if the stream is a terminal.
 bool IsTerminal(std::FILE* stream);
 
-}  // namespace platform
+}  // namespace vela::platform

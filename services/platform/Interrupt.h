@@ -1,6 +1,6 @@
 #pragma once
 
-namespace platform {
+namespace vela::platform {
 
 /// While an object of this class exists, Ctrl-C, other requests to end the program (SIGTERM and SIGHUP on POSIX) and a
 /// pipe whose reader has gone do not end the process. They are only recorded, so that the program can finish its
@@ -26,4 +26,4 @@ void EndInterrupted();
 /// Blocks these signals for the calling thread, so that other threads receive them.
 void ShieldThread();
 
-}  // namespace platform
+}  // namespace vela::platform

@@ -3,7 +3,7 @@
 #include <cstddef>
 
 // The memory pages of new allocations.
-namespace platform {
+namespace vela::platform {
 
 inline constexpr std::size_t kHugePageSize = std::size_t{2} << 20;
 
@@ -14,4 +14,4 @@ inline constexpr std::size_t kHugePageSize = std::size_t{2} << 20;
 /// wantsHugePages  requests huge pages, up to the end of the last one
 void PopulatePages(void* first, std::size_t size, bool wantsHugePages);
 
-}  // namespace platform
+}  // namespace vela::platform

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace platform {
+namespace vela::platform {
 
 /// Each instruction set includes those before it. kBase is what the compiler may assume of every machine.
 enum class InstructionSet { kBase, kSse4, kAvx2, kAvx512 };
@@ -9,4 +9,4 @@ enum class InstructionSet { kBase, kSse4, kAvx2, kAvx512 };
 /// is slow on a virtual machine.
 InstructionSet FindInstructionSet();
 
-}  // namespace platform
+}  // namespace vela::platform

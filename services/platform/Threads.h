@@ -4,7 +4,7 @@
 #include <sys/single_threaded.h>
 #endif
 
-namespace platform {
+namespace vela::platform {
 
 /// True if the process certainly has no second thread. Owners can then be counted without atomic operations, which take
 /// four times as long as plain ones.
@@ -17,4 +17,4 @@ inline bool IsSingleThreaded() noexcept
 #endif
 }
 
-}  // namespace platform
+}  // namespace vela::platform

@@ -7,6 +7,7 @@
 
 namespace vlio {
 
+namespace platform = vela::platform;
 using vela::vlgim::Error;
 using vela::vlgim::ErrorKind;
 

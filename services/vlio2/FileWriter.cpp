@@ -16,6 +16,7 @@
 
 namespace vlio {
 
+namespace platform = vela::platform;
 using platform::Access;
 using platform::FileKind;
 using platform::FileStatus;

@@ -6,7 +6,7 @@ namespace vlio {
 
 void StreamSink::Patch(std::uint64_t position, std::uint32_t value)
 {
-    if (platform::Seek(m_stream, position))
+    if (vela::platform::Seek(m_stream, position))
         std::fwrite(&value, sizeof value, 1, m_stream);
 }
 

@@ -6,7 +6,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace platform {
+namespace vela::platform {
 
 namespace {
 
@@ -156,4 +156,4 @@ bool IsTerminal(std::FILE* stream)
     return ::isatty(::fileno(stream)) == 1;
 }
 
-}  // namespace platform
+}  // namespace vela::platform

@@ -4,7 +4,7 @@
 #include <csignal>
 #include <iterator>
 
-namespace platform {
+namespace vela::platform {
 
 namespace {
 
@@ -67,4 +67,4 @@ void ShieldThread()
     ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
 }
 
-}  // namespace platform
+}  // namespace vela::platform

@@ -5,7 +5,7 @@
 #include <sys/mman.h>
 #endif
 
-namespace platform {
+namespace vela::platform {
 
 #ifdef __linux__
 
@@ -48,4 +48,4 @@ void PopulatePages(void*, std::size_t, bool) {}
 
 #endif
 
-}  // namespace platform
+}  // namespace vela::platform

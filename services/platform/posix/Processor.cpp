@@ -4,7 +4,7 @@
 #include <cpuid.h>
 #endif
 
-namespace platform {
+namespace vela::platform {
 
 // What Highway lets the compiler use for each, and that the system saves the registers.
 InstructionSet FindInstructionSet()
@@ -27,4 +27,4 @@ InstructionSet FindInstructionSet()
 #endif
 }
 
-}  // namespace platform
+}  // namespace vela::platform
