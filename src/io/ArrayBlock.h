@@ -7,6 +7,7 @@
 #include <vlgim/Array.h>
 
 #include <atomic>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -100,6 +101,7 @@ public:
     template <class T>
     vlgim::Array<T> Array(Slot<T> slot) const
     {
+        assert(slot.offset + slot.count * sizeof(T) <= m_size);
 #ifdef VLGIM_ADDRESS_SANITIZER
         return vlgim::Array<T>::ForOverwrite(static_cast<std::size_t>(slot.count));
 #else
