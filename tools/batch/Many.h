@@ -7,6 +7,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <exception>
 #include <mutex>
 #include <optional>
 #include <stop_token>
@@ -41,9 +42,8 @@ void RequireOutput();
 /// After an interrupt no call starts; the calls that run already finish, and their results are taken.
 /// jobs      threads, at least one
 /// progress  shows how far the work is, and is erased at the end
-/// work      does not throw
-/// take      gives the bytes that were read for the result; after an exception of it what was begun is finished and
-///           dropped
+/// take      gives the bytes that were read for the result
+/// After an exception of work or take, what was begun is finished and dropped, and the exception goes on to the caller.
 template <class Work, class Take>
 void RunMany(unsigned jobs, std::size_t count, Progress& progress, const Work& work, const Take& take)
 {
@@ -51,6 +51,7 @@ void RunMany(unsigned jobs, std::size_t count, Progress& progress, const Work& w
     using Result = std::invoke_result_t<const Work&, std::size_t>;
     std::vector<std::optional<Result>> waiting(jobs * kAheadPerJob);
     std::size_t begun = 0, taken = 0;
+    std::exception_ptr failure;  // the last one of a worker
     std::mutex mutex;
     std::condition_variable_any changed;
     std::stop_source abandoned;
@@ -65,9 +66,14 @@ void RunMany(unsigned jobs, std::size_t count, Progress& progress, const Work& w
                 return;
             const std::size_t index = begun++;
             lock.unlock();
-            Result result = work(index);
-            lock.lock();
-            waiting[index % waiting.size()] = std::move(result);
+            try {
+                std::optional<Result> result = work(index);
+                lock.lock();
+                waiting[index % waiting.size()] = std::move(result);
+            } catch (...) {
+                lock.lock();
+                failure = std::current_exception();
+            }
             changed.notify_all();
         }
     };
@@ -79,6 +85,8 @@ void RunMany(unsigned jobs, std::size_t count, Progress& progress, const Work& w
         std::unique_lock lock(mutex);
         while (taken < begun || (taken < count && !isStopped())) {
             std::optional<Result>& slot = waiting[taken % waiting.size()];
+            if (failure)
+                std::rethrow_exception(failure);
             if (!slot) {
                 changed.wait_for(lock, std::chrono::milliseconds(100));
                 progress.Show();
