@@ -26,6 +26,9 @@ void WriteFile(vlio::Sink& sink, vlAnimData& anim);
 /// Whether the clips of an animation have side files. Below version 6.1 no record names them.
 bool HasSideFiles(const vlAnimData& anim);
 
+/// Where the document beside the animation lies.
+std::string AgsPath(const char* path);
+
 /// Gives the folder of the side files of the animation at `path`. An error for a path without a dot.
 Error FindSideFolder(const std::string& path, std::string& folder);
 

@@ -32,7 +32,7 @@ Error LoadAnimation(vlAnimData& anim, const std::string& path, const LoadOptions
 Error Load(GisData& model, const char* path, const LoadOptions& options, std::vector<Error>* warnings)
 {
     // Copies: the arguments may lie in what is replaced here.
-    const std::string agsPath = vlio::ReplaceFileExtension(path, ".ags");
+    const std::string agsPath = anim::AgsPath(path);
     const std::string fullPath =
         (vlio::IsRelativePath(path) ? options.base.value_or("") : std::string()) + path;
     model.m_anim = {};
@@ -79,7 +79,7 @@ Error Save(GisData& model, const char* path, std::vector<Error>* warnings)
                                       model.m_anim.m_path)});
         }
         if (!error && !model.m_agsXml.IsEmpty())
-            error = model.m_agsXml.AddTo(files, vlio::ReplaceFileExtension(path, ".ags").c_str());
+            error = model.m_agsXml.AddTo(files, anim::AgsPath(path).c_str());
         return error;
     });
 }
@@ -89,7 +89,7 @@ int GisData::Save(const char* path)
     std::vector<Error> warnings;
     const Error error = vlgim::Save(*this, path, &warnings);
     vlio::LogWarnings(warnings, "skeletal animation");
-    const bool isOfDocument = error.file == vlio::ReplaceFileExtension(path, ".ags");
+    const bool isOfDocument = error.file == anim::AgsPath(path);
     return isOfDocument ? vlio::LogFailure(error, nullptr) : anim::LogSave(error);
 }
 

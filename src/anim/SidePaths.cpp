@@ -2,15 +2,21 @@
 #include "AnimVersions.h"
 
 #include <io/Errors.h>
+#include <vlio2/Path.h>
 
 #include <algorithm>
 
-// How the side files of an animation are named, for loads, saves and checks alike.
+// How the files beside an animation are named, for loads, saves and checks alike.
 namespace vela::vlgim::anim {
 
 bool HasSideFiles(const vlAnimData& anim)
 {
     return anim.m_async != 0 && anim.m_version >= kSideFiles;
+}
+
+std::string AgsPath(const char* path)
+{
+    return vlio::ReplaceFileExtension(path, ".ags");
 }
 
 Error FindSideFolder(const std::string& path, std::string& folder)

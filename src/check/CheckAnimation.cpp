@@ -8,7 +8,6 @@
 #include <io/Errors.h>
 #include <nameid/NameID.h>
 #include <vlgim/vlAnimData.h>
-#include <vlio2/Path.h>
 
 #include <algorithm>
 #include <utility>
@@ -316,7 +315,7 @@ private:
 void CheckAnimation(const Input& input, bool withFiles)
 {
     vlio::XmlData ags;
-    const std::string agsPath = vlio::ReplaceFileExtension(input.report.Path().c_str(), ".ags");
+    const std::string agsPath = anim::AgsPath(input.report.Path().c_str());
     if (const auto document = withFiles ? ReadFile(input.session, agsPath) : std::nullopt)
         CheckDocument(*document, ags);
     AnimationCheck(input, withFiles).Run();

@@ -142,7 +142,7 @@ void CheckModelFiles(const Input& input, const vlio::XmlData& document, ElementR
         CheckSubmesh(elements, submesh, materials);
 
     vlio::XmlData music;
-    if (const auto found = ReadFile(session, vlio::ReplaceFileExtension(path.c_str(), "_music.ags")))
+    if (const auto found = ReadFile(session, manifest::MusicPath(path.c_str())))
         CheckDocument(*found, music);
 
     if (const std::string skeleton = manifest::SkeletonName(document); !skeleton.empty())

@@ -16,7 +16,6 @@ namespace vela::vlgim::check {
 namespace {
 
 constexpr std::uint16_t kNone = 0xFFFF;  // no bone, no parent
-constexpr std::uint64_t kSlots = 4;      // bone references of a vertex
 
 const float* Floats(const Array<geomath::_Vector3<float>>& vectors, std::uint64_t first = 0)
 {

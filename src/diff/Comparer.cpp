@@ -1,5 +1,7 @@
 #include "Comparer.h"
 
+#include <io/Errors.h>
+
 #include <charconv>
 
 namespace vela::vlgim::diff {
@@ -68,11 +70,7 @@ bool Comparer::Both(std::string_view field, bool a, bool b) const
 
 bool Comparer::Code(std::string_view field, std::uint32_t a, std::uint32_t b) const
 {
-    const auto hex = [](std::uint32_t code) {
-        char text[16] = "0x";
-        return std::string(text, std::to_chars(text + 2, text + sizeof text, code, 16).ptr);
-    };
-    return a == b || Text(field, hex(a), hex(b));
+    return a == b || Text(field, io::Hex(a), io::Hex(b));
 }
 
 bool Comparer::Text(std::string_view field, std::string_view a, std::string_view b) const

@@ -114,7 +114,7 @@ Error Load(GimData& model, const char* path, const LoadOptions& options, std::ve
         io::Append(warnings, {std::move(missing)});
     else
         ReadMaterials(model.m_mtgXml, model.m_materials);
-    if (Error missing = model.m_musicXml.LoadFile(vlio::ReplaceFileExtension(path, "_music.ags").c_str()))
+    if (Error missing = model.m_musicXml.LoadFile(manifest::MusicPath(path).c_str()))
         io::Append(warnings, {std::move(missing)});
     error = ReadSubmeshes(model.m_gimXml, model.m_submeshes);
     return io::InFile(std::move(error), path);
@@ -139,7 +139,7 @@ int GimData::Load(const char* path, const char* basePath)
             mesh::LogRead(error, m_mesh);
         return 1;
     }
-    const std::string musicPath = vlio::ReplaceFileExtension(path, "_music.ags");
+    const std::string musicPath = manifest::MusicPath(path);
     for (const Error& warning : warnings) {
         if (warning.kind == ErrorKind::Warning)
             mesh::LogReadWarning(warning);
@@ -167,7 +167,7 @@ Error Save(const GimData& model, const char* path, const SaveOptions& options, s
         if (!error && hasMesh)
             error = AddMesh(files, model, warnings);
         add(model.m_mtgXml, manifest::MaterialPath(model.m_gimXml, path, Prefix(options.base)));
-        add(model.m_musicXml, vlio::ReplaceFileExtension(path, "_music.ags"));
+        add(model.m_musicXml, manifest::MusicPath(path));
         return error;
     });
 }

@@ -45,6 +45,11 @@ std::string MaterialPath(const vlio::XmlData& gim, const char* path, const char*
     return named && basePath ? std::string(basePath) + named : vlio::ReplaceFileExtension(path, ".mtg");
 }
 
+std::string MusicPath(const char* path)
+{
+    return vlio::ReplaceFileExtension(path, "_music.ags");
+}
+
 std::string SkeletonName(const vlio::XmlData& gim)
 {
     const char* name = AttributeAt(gim, "Vela/SkeletonFile/FileName", "Value");

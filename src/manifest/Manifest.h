@@ -19,6 +19,9 @@ std::string MeshPath(const vlio::XmlData& gim, const char* path, const char* bas
 /// Where the material group lies.
 std::string MaterialPath(const vlio::XmlData& gim, const char* path, const char* basePath);
 
+/// Where the music document lies.
+std::string MusicPath(const char* path);
+
 /// As the manifest has it; empty where it names none.
 std::string SkeletonName(const vlio::XmlData& gim);
 

@@ -23,5 +23,6 @@ constexpr std::uint32_t kNewestMorphVersion = 0x20013;  // the single-frame word
 constexpr std::uint32_t kSkinRowsVersion = 0x30017;     // the skin rows of original data arrived
 
 constexpr std::uint16_t kSkinned = 1;  // the skeleton flag with which a file has bones
+constexpr std::uint64_t kSlots = 4;    // bone references of a vertex in a file
 
 }  // namespace vela::vlgim

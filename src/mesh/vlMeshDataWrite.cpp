@@ -19,7 +19,6 @@ namespace {
 
 constexpr std::size_t kMostOriginalData = mesh::kMostTableEntries - 1;  // the vertex block is one more
 constexpr std::uint64_t kLargestOffset = std::numeric_limits<std::uint32_t>::max();
-constexpr std::uint32_t kSlots = 4;  // bone references of a vertex in a file
 
 // Whether an object is of one of the library's classes and no caller's, whose writer may put out what it likes.
 bool IsOurs(const vlMeshVertexData& vertices)

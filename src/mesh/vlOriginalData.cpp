@@ -10,8 +10,6 @@ namespace vela::vlgim {
 
 namespace {
 
-constexpr std::uint64_t kSlots = 4;  // bone references of a vertex
-
 // hasSkin  null in files that end ahead of this flag
 void Visit(auto& data, auto* hasSkin, auto&& visitor)
 {
