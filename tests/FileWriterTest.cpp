@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <map>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -219,10 +220,17 @@ TEST_F(FileWriterTest, ClosedStandardStreamsStayClosed)
         bool isPrinted = false;
         for (const int stream : {0, 1, 2})
             isPrinted |= ::write(stream, "printed", 7) == 7;
-        return !isPrinted && !file.Commit();
+        const bool isSaved = !isPrinted && !file.Commit();
+        // A file that lands on a standard stream's number, and for which no other number is left.
+        const rlimit most{4, 4};
+        ::dup2(::open("/dev/null", O_RDONLY), 3);
+        ::close(0);
+        ::setrlimit(RLIMIT_NOFILE, &most);
+        return isSaved && ErrorOf(Path("b")) == EMFILE;
     };
     EXPECT_EXIT(::_exit(saves() ? 0 : 1), testing::ExitedWithCode(0), "");
     EXPECT_EQ(Read(path), "whole");
+    EXPECT_EQ(Names(), Lines{"a"});
 }
 
 TEST_F(FileWriterTest, ReadsRegularFilesAlone)

@@ -243,6 +243,16 @@ TEST_F(GimDataTest, ASaveThatFailsChangesNothing)
     model.m_gimXml.FindElement("Vela/SubMesh", nullptr)->InsertNewChildElement("c");
     model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 0;
     fails(mesh, cant + "it has 2 submeshes, and the manifest has 3");
+
+    struct Silent : vlMeshSkelVertexData {
+        void WriteData(std::FILE*) override {}
+    };
+    ASSERT_EQ(Load(), 0);
+    const auto silent = std::make_shared<Silent>();
+    static_cast<vlMeshSkelVertexData&>(*silent) =
+        dynamic_cast<const vlMeshSkelVertexData&>(*model.m_mesh.m_vertexData);
+    model.m_mesh.m_vertexData = silent;
+    fails(mesh, cant + "the vertex object has written nothing");
 }
 
 }  // namespace vela::vlgim::test

@@ -136,6 +136,12 @@ TEST(vlKeyTimes, RemovesKeysAndMovesAllBehind)
     EXPECT_EQ(State(list), StateOf({0, 1, 4, 7}));
     list.SetKeysTime(0, 2, 0.5F);
     EXPECT_EQ(State(list), StateOf({0, 1, 0.5F, 3.5F}));
+
+    list = Keys({0, 1, 0x1p24F});
+    list.SetKeysTime(0, 1, 2);
+    EXPECT_EQ(list.GetKeyTime(2), 0x1p24F) << "the next float is 2 away";
+    EXPECT_EQ(list.GetLength(), 0x1p24 + 1);
+    EXPECT_EQ(list.GetKeyTime(3), 0x1p25F + 2);
 }
 
 TEST(vlKeyTimes, SetKeys)
