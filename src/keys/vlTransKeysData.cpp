@@ -1,7 +1,7 @@
 #include <vlgim/vlTransKeysData.h>
 
-#include "KeyForms.h"
 #include "Rotations.h"
+#include "TransKeysBlock.h"
 
 namespace vela::vlgim {
 
@@ -25,6 +25,16 @@ _Vector3<float> VectorOr(const float* key, float none)
 }
 
 }  // namespace
+
+const unsigned char* vlTransKeysData::ReadData(const void* src, const unsigned char* end)
+{
+    io::BlockReader in(static_cast<const unsigned char*>(src), end);
+    const auto scope = in.Enter(io::Block::TransformKeys);
+    io::ReadTwice(in, [&, count = m_keyCount, flags = m_compressFlags](const io::Pass& pass) {
+        keys::Read(pass, count, flags, this);
+    });
+    return in.Position();
+}
 
 void vlTransKeysData::GetKeyPRS(unsigned short key, _Vector3<float>* position, _Rotation<float>* rotation,
                                 _Vector3<float>* scale) const noexcept

@@ -15,11 +15,6 @@ namespace vela::vlgim::tools {
 
 namespace {
 
-bool ReadAll(const std::string& path, vlio::Bytes& bytes)
-{
-    return vlio::FileStream::ReadAllBinary(path.c_str(), bytes, vlio::FILE_SYSTEM_ANY);
-}
-
 // Lists files of the first folder with their namesakes in the second; true if they are the same, byte for byte.
 bool SameFiles(const std::string& first, const std::string& second, std::initializer_list<std::string> names)
 {
@@ -27,7 +22,8 @@ bool SameFiles(const std::string& first, const std::string& second, std::initial
     std::printf("  %-18s  %10s  %10s\n", "file", "first", "second");
     for (const std::string& name : names) {
         vlio::Bytes one, two;
-        const bool same = ReadAll(first + "/" + name, one) && ReadAll(second + "/" + name, two) && one == two;
+        const bool same = !vlio::ReadFile((first + "/" + name).c_str(), one) &&
+                          !vlio::ReadFile((second + "/" + name).c_str(), two) && one == two;
         std::printf("  %-18s  %10zu  %10zu  %s\n", name.c_str(), one.size(), two.size(),
                     same ? "same bytes" : "DIFFERENT");
         allSame = allSame && same;
