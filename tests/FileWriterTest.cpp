@@ -1,6 +1,7 @@
 #include "support/Files.h"
 #include "support/LogCapture.h"
 
+#include <platform/Files.h>
 #include <vlio2/Failures.h>
 #include <vlio2/FileStream.h>
 #include <vlio2/FileWriter.h>
@@ -217,10 +218,11 @@ TEST_F(FileWriterTest, ClosedStandardStreamsStayClosed)
             ::close(stream);
         FileWriter file;
         Put(file, path, "whole");
+        std::FILE* const temporary = vela::platform::OpenTemporary();
         bool isPrinted = false;
         for (const int stream : {0, 1, 2})
             isPrinted |= ::write(stream, "printed", 7) == 7;
-        const bool isSaved = !isPrinted && !file.Commit();
+        const bool isSaved = !isPrinted && temporary && std::fclose(temporary) == 0 && !file.Commit();
         // A file that lands on a standard stream's number, and for which no other number is left.
         const rlimit most{4, 4};
         ::dup2(::open("/dev/null", O_RDONLY), 3);

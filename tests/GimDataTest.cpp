@@ -188,7 +188,12 @@ TEST_F(GimDataTest, AModelWithoutSideFilesLoads)
     EXPECT_EQ(model.GetSkeletonName(), "");
     EXPECT_EQ(log.lines, (Lines{"E Failed to load file: " + Path("m/a.mtg") + "\n",
                                 "W Failed to read music ags data!\n"}));
-    Remove("m/a.mesh");
+    WriteModel(Manifest("", kSubmeshes, "<MtgFile MtgPath=\"a_music.ags\"/>"));
+    Remove("m/a_music.ags");
+    EXPECT_EQ(Load(Path("m/").c_str()), 0);
+    EXPECT_EQ(log.lines[2], "E Failed to load file: " + Path("m/a_music.ags") + "\n") << "as material group";
+    EXPECT_EQ(log.lines.back(), log.lines[1]);
+    Remove("m/a.mesh"), Remove("m/a.mtg");
     EXPECT_EQ(Save(), 0);
     EXPECT_EQ(Read(Path("m/a.mesh")), Mesh());
     EXPECT_FALSE(std::filesystem::exists(Path("m/a.mtg")));

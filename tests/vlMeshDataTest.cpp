@@ -256,9 +256,15 @@ TEST_F(MeshFileTest, WritesToPathsAndToStreamsThatSeek)
 
 // An object of a caller's class, whose writer puts these bytes in the place of the library's.
 struct Foreign : vlMeshSkelVertexData {
-    void WriteData(std::FILE* stream) override { std::fwrite(bytes.data(), 1, bytes.size(), stream); }
+    void WriteData(std::FILE* stream) override
+    {
+        std::fwrite(bytes.data(), 1, bytes.size(), stream);
+        if (callsBase)
+            vlMeshSkelVertexData::WriteData(stream);
+    }
 
     Bytes bytes;
+    bool callsBase = false;
 };
 
 TEST(vlMeshData, ACallersClassWritesItsOwnBytes)
@@ -280,6 +286,13 @@ TEST(vlMeshData, ACallersClassWritesItsOwnBytes)
     written({});
     EXPECT_EQ(log.lines, Lines{"E mesh can't be written: the vertex object has written nothing"});
     EXPECT_EQ(Save(mesh, "/dev/full").kind, ErrorKind::Unwritable);
+    auto& refused = dynamic_cast<Foreign&>(*mesh.m_vertexData);
+    refused = {};
+    refused.m_subCount = 1;
+    refused.bytes = {1};
+    refused.callsBase = true;
+    EXPECT_EQ(Save(mesh, "/dev/full").text, "vertex block can't be written: the submesh records are missing");
+    EXPECT_EQ(log.lines.size(), 1U) << "none is of the base";
     EXPECT_EQ(Written([&](std::FILE* stream) { skin.vlMeshVertexData::WriteData(stream); }),
               SmallVertexBlock(0x50004, 1));
 }

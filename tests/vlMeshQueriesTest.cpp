@@ -10,23 +10,30 @@ TEST(vlMeshQueries, SeveralMeshesInTheSameLists)
     large.m_vertexData = std::make_shared<vlMeshVertexData>();
     large.m_vertexData->m_vertexCount = 65537;
     large.m_vertexData->m_triangleCount = 65536;
-    large.m_vertexData->m_indices = {7, 8, 9};
+    large.m_vertexData->m_positions = large.m_vertexData->m_normals = Array<geomath::_Vector3<float>>(65537);
+    large.m_vertexData->m_indices = Array<std::uint16_t>(3 * 65536, 7);
     Geometry all;
     for (const vlMeshData& mesh : {vlMeshData(), uvs, skinned, large})
         all.Collect(mesh);
     const vlMeshVertexData &a = *uvs.m_vertexData, &b = *skinned.m_vertexData, &c = *large.m_vertexData;
     EXPECT_EQ(all.positions, (std::vector{a.m_positions.get(), b.m_positions.get(), c.m_positions.get()}));
     EXPECT_EQ(all.normals, (std::vector{a.m_normals.get(), b.m_normals.get(), c.m_normals.get()}));
-    EXPECT_EQ(all.indices,
-              (std::vector<std::vector<std::uint16_t>>{{0, 1, 2, 3, 4, 3}, {0, 1, 0}, {7, 8, 9}}));
+    EXPECT_EQ(all.indices, (std::vector<std::vector<std::uint16_t>>{
+                               {0, 1, 2, 3, 4, 3}, {0, 1, 0}, std::vector<std::uint16_t>(3 * 65536, 7)}));
     EXPECT_EQ(all.uvs0, (std::vector<geomath::_Point2<float>*>{a.m_uvSets[0].get(), nullptr, nullptr}));
     EXPECT_EQ(all.uvs1, (std::vector<geomath::_Point2<float>*>{a.m_uvSets[1].get(), nullptr, nullptr}));
     EXPECT_EQ(all.vertexCounts, (std::vector<std::uint16_t>{5, 2, 1})) << "cut to 16 bits";
     EXPECT_EQ(all.triangleCounts, (std::vector<std::uint16_t>{2, 1, 0}));
 
+    large.m_vertexData->m_normals = Array<geomath::_Vector3<float>>(65536);
+    all.Collect(large);
+    EXPECT_EQ(std::pair(all.positions.size(), all.indices.size()), std::pair(3UL, 3UL)) << "a short array";
+
     Skin skin;
     skin.matrices[2] = {};
-    EXPECT_FALSE(skin.Collect({}) || skin.Collect(uvs));
+    vlMeshData cut = skinned;
+    cut.m_boneMatrices = Array<geomath::_Matrix<float>>(2);
+    EXPECT_FALSE(skin.Collect({}) || skin.Collect(uvs) || skin.Collect(cut) || !skin.names.empty());
     EXPECT_TRUE(skin.Collect(skinned));
     EXPECT_TRUE(skin.Collect(skinned));
     EXPECT_EQ(std::vector(skin.bones.begin() + 8, skin.bones.end()),

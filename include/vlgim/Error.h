@@ -38,7 +38,7 @@ struct [[nodiscard]] Error {
     std::string file;   ///< path of the file, as given or as another file names it; may be empty
     std::string block;  ///< place in the file or object, as in "clip 2 / bone 5"; empty: all of it
     std::optional<std::uint64_t> offset;  ///< where the file was refused, in bytes from its start
-    std::string text;                     ///< one sentence without file and place, not capitalised
+    std::string text;                     ///< one sentence without file and place
 
     explicit operator bool() const noexcept { return kind != ErrorKind::None; }
 

@@ -17,7 +17,7 @@ struct LoadOptions {
     /// Meshes: number of submeshes, which the file does not contain. None: m_submeshCount of the object.
     std::optional<std::uint32_t> submeshCount;
 
-    /// Bytes of memory that a load may use, not counting file images. Without a limit a load uses at most 64 times the
+    /// Bytes of memory that a load may use, not counting file images and XML documents. Without a limit a load uses at most 64 times the
     /// bytes of its files, plus 16 MiB.
     std::uint64_t memoryLimit = std::numeric_limits<std::uint64_t>::max();
 };

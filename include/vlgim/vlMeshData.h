@@ -100,8 +100,8 @@ public:
     [[nodiscard]] static std::vector<std::uint32_t> FittingSubmeshCounts(const unsigned char* data,
                                                                          std::size_t length);
 
-    /// Appends the whole mesh to lists, one entry to each, so that several meshes can be collected. Without a vertex
-    /// object nothing is appended.
+    /// Appends the whole mesh to lists, one entry to each, so that several meshes can be collected. Nothing is
+    /// appended without a vertex object, or if one of its arrays is shorter than its count.
     /// positions, normals            the arrays of the vertex object, all frames. They belong to it and are valid as
     ///                               long as it is.
     /// indices                       a copy of the 3 x T vertex indices
@@ -119,9 +119,9 @@ public:
     /// boneIndices, weights  4 for each vertex; 0xFFFF: no bone
     /// matrices              the matrix of each bone, with the bone's index as key; replaces an existing entry
     /// names                 the name of each bone, in bone order
-    /// Returns true if there is a skinned vertex object. Returns false otherwise, and nothing is appended. An object
-    /// with 8 references for each vertex, which no file gives, is treated as if it had 4: half of its references are
-    /// appended.
+    /// Returns true if there is a skinned vertex object, and no array is shorter than its count. Returns false
+    /// otherwise, and nothing is appended. An object with 8 references for each vertex, which no file gives, is treated
+    /// as if it had 4: half of its references are appended.
     [[nodiscard]] bool
     CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std::vector<float>& weights,
                        std::unordered_map<std::uint16_t, geomath::_Matrix<float>>& matrices,

@@ -80,6 +80,9 @@ private:
     int m_handle = -1;
 };
 
+/// Opens a new file without a name, which is gone once it is closed. Returns null if that fails.
+std::FILE* OpenTemporary();
+
 /// Moves a stream to `position`. Returns false if that fails.
 bool Seek(std::FILE* stream, std::uint64_t position);
 

@@ -7,18 +7,16 @@
 
 #include <cstddef>
 #include <map>
-#include <span>
 #include <string>
 #include <vector>
 
 // The parts of an animation file, and its side files.
 namespace vela::vlgim::anim {
 
-/// Reads a whole file through `in`, which reads the bytes of `file`, into an animation that has its m_path alone. With
-/// side files their clips are read too; else these have their base info only. After an error it is half read, but for
-/// m_version: that has no branch number once the header is accepted.
-Error ReadFile(io::BlockReader& in, std::span<const unsigned char> file, vlAnimData& anim,
-               bool withSideFiles);
+/// Reads a whole file of `fileSize` bytes into an animation that has its m_path alone. With side files their clips are
+/// read too; else these have their base info only. After an error it is half read, but for m_version: that has no branch
+/// number once the header is accepted.
+Error ReadFile(io::BlockReader& in, std::size_t fileSize, vlAnimData& anim, bool withSideFiles);
 
 /// Writes the file, but not its side files, of an animation that WhyUnwritable has nothing against.
 void WriteFile(vlio::Sink& sink, vlAnimData& anim);

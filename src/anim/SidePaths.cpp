@@ -24,7 +24,7 @@ Error FindSideFolder(const std::string& path, std::string& folder)
     const std::size_t dot = path.rfind('.');
     if (dot == std::string::npos)
         return io::MakeError(ErrorKind::Reference,
-                             "the path has no dot, so that no folder of side files belongs to it", path);
+                             "the path has no dot, so there is no folder of side files for it", path);
     folder = path.substr(0, dot) + "_gis";
     return {};
 }
@@ -46,7 +46,7 @@ Error FindSideFiles(const vlAnimData& anim, std::vector<std::string>& paths)
     if (Error why = anim.m_async != 0 ? FindSideFolder(anim.m_path, folder) : Error())
         return why;
     ClipNames names;
-    return io::FirstInside("clip", HasSideFiles(anim) ? anim.m_clips.size() : 0, [&](std::size_t i) {
+    return io::FirstInside(io::Block::Clip, HasSideFiles(anim) ? anim.m_clips.size() : 0, [&](std::size_t i) {
         const vlClipData& clip = *anim.m_clips[i];
         if (names.Add(clip, i) != i)
             return io::MakeError(ErrorKind::Reference,

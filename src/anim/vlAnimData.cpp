@@ -45,18 +45,18 @@ void ReadSkeleton(io::BlockReader& in, vlAnimData& anim)
     std::ranges::transform(anim.m_boneNames, anim.m_boneNameIds, io::LowerAndHash);
 }
 
-// Asks what a file begins with, in place of what a load would read: sets m_version, and gives an error where it is not
-// read here. From then on m_version has no branch number.
-Error ReadHeader(std::span<const unsigned char> file, vlAnimData& anim)
+// Sets m_version, and gives an error where it is not read here. From then on m_version has no branch number.
+Error ReadHeader(io::BlockReader& in, std::size_t fileSize, vlAnimData& anim)
 {
-    if (file.size() >= kHeaderSize)
-        io::CopyRun(&anim.m_version, file.data() + 4, 1);
+    const auto scope = in.Enter(Block::Header);
+    const unsigned char* const magic = in.Take(1, sizeof kGisMagic);
+    anim.m_version = in.Value<std::uint32_t>(Block::VersionWord);
     // A length is a signed number of 32 bits to those who load it.
-    if (file.size() < kLeastLength || file.size() > std::numeric_limits<std::int32_t>::max())
+    if (fileSize < kLeastLength || fileSize > std::numeric_limits<std::int32_t>::max())
         return io::BadHeader(ErrorKind::Magic, 0,
                              "an animation has from 40 bytes to 2 GiB, and this file has " +
-                                 std::to_string(file.size()));
-    if (std::memcmp(file.data(), kGisMagic, sizeof kGisMagic) != 0)
+                                 std::to_string(fileSize));
+    if (std::memcmp(magic, kGisMagic, sizeof kGisMagic) != 0)
         return io::BadHeader(ErrorKind::Magic, 0, "an animation begins with RGIS");
     const unsigned branch = anim.m_version >> 24;
     if (branch >= kBranches)
@@ -71,14 +71,9 @@ Error ReadHeader(std::span<const unsigned char> file, vlAnimData& anim)
     return {};
 }
 
-// Everything from the header up to the clips, of which there are as many as they are counted, all null.
+// Everything between the header and the clips, of which there are as many as they are counted, all null.
 void ReadHead(io::BlockReader& in, vlAnimData& anim)
 {
-    {
-        const auto scope = in.Enter(Block::Header);
-        in.Take(1, kHeaderSize - sizeof anim.m_version);
-        in.Take(Block::VersionWord, 1, sizeof anim.m_version);
-    }
     std::uint16_t clipCount = 0;
     {
         const auto scope = in.Enter(Block::ClipCount);
@@ -177,16 +172,16 @@ void WarnOfNames(const vlAnimData& anim, std::vector<Error>* warnings)
     for (unsigned i = 0; warnings && i < anim.m_boneCount; ++i)
         if (anim.m_boneNames[i].bytes[Name32::kSize - 1] != 0)
             warnings->push_back(io::Inside(
-                "bones",
+                {Block::Skeleton, io::Step::kOnly},
                 io::MakeError(ErrorKind::Warning,
                               "the name of bone " + std::to_string(i) + " fills its 32 bytes", anim.m_path)));
 }
 
 }  // namespace
 
-Error ReadFile(io::BlockReader& in, std::span<const unsigned char> file, vlAnimData& anim, bool withSideFiles)
+Error ReadFile(io::BlockReader& in, std::size_t fileSize, vlAnimData& anim, bool withSideFiles)
 {
-    if (Error error = ReadHeader(file, anim))
+    if (Error error = ReadHeader(in, fileSize, anim))
         return error;
     ReadHead(in, anim);
     if (!in.Failed() && anim.m_async != 0)
@@ -231,7 +226,7 @@ Error Load(vlAnimData& anim, std::span<const unsigned char> file, const std::str
     read.m_path = path;
     io::BlockReader in(file);
     in.LimitMemory(options.memoryLimit);
-    Error error = io::InFile(anim::ReadFile(in, file, read, true), path);
+    Error error = io::InFile(anim::ReadFile(in, file.size(), read, true), path);
     anim::WarnOfNames(read, warnings);
     if (error) {
         vlAnimData refused;

@@ -21,7 +21,7 @@ Error WhyUncountable(const vlAnimData& anim)
     if (anim.m_clips.size() > std::numeric_limits<std::uint16_t>::max())
         return io::MakeError(ErrorKind::Limit,
                              std::to_string(anim.m_clips.size()) + " clips, and a file has room for 65535");
-    return io::FirstInside("clip", anim.m_clips.size(), [&anim](std::size_t i) {
+    return io::FirstInside(io::Block::Clip, anim.m_clips.size(), [&anim](std::size_t i) {
         return anim.m_clips[i] ? Error() : io::MakeError(ErrorKind::Reference, "its side file was missing");
     });
 }
@@ -44,7 +44,7 @@ Error WhySkeletonUnwritable(const vlAnimData& anim)
 Error WhyClipsUnwritable(const vlAnimData& anim)
 {
     const bool hasNoPlace = anim.m_async != 0 && !anim::HasSideFiles(anim);
-    return io::FirstInside("clip", anim.m_clips.size(), [&](std::size_t i) {
+    return io::FirstInside(io::Block::Clip, anim.m_clips.size(), [&](std::size_t i) {
         const vlClipData& clip = *anim.m_clips[i];
         if (!hasNoPlace)
             return clips::WhyUnwritable(clip, anim.m_version);

@@ -188,7 +188,7 @@ Error WhyKeysUnwritable(const vlClipData& clip, std::uint32_t version)
         return why;
     if (Error why = io::WhyShort(clip.m_keys, clip.m_boneCount, "keys of the bones"))
         return why;
-    return io::FirstInside("bone", clip.m_boneCount,
+    return io::FirstInside(Block::Bone, clip.m_boneCount,
                            [&clip](std::size_t i) { return WhyBoneUnwritable(clip, i); });
 }
 

@@ -254,13 +254,7 @@ public:
 private:
     Error Read(io::BlockReader& in, const vlio::Bytes& image) override
     {
-        return anim::ReadFile(in, image, m_anim, false);
-    }
-
-    void ReportRefusal(const File& file, const Error& error) override
-    {
-        CheckBranch(file);
-        file.report.Add(error);
+        return anim::ReadFile(in, image.size(), m_anim, false);
     }
 
     void CheckValues(const File& file) override
@@ -282,9 +276,8 @@ private:
     bool IsWritable() override
     {
         std::string folder;
-        if (m_anim.m_async != 0 && anim::FindSideFolder(m_anim.m_path, folder)) {
-            m_input.report.Add("missing-file", {},
-                               "the path has no dot, so there is no folder of side files for it");
+        if (const Error why = m_anim.m_async != 0 ? anim::FindSideFolder(m_anim.m_path, folder) : Error()) {
+            m_input.report.Add("missing-file", {}, why.text);
             return false;
         }
         if (!m_areClipsRead)

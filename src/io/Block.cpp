@@ -9,11 +9,12 @@ const char* NameOf(Block block)
     static constexpr const char* kNames[] = {
         "header",          "animation block", "morph data",    "key records",  "track",
         "channel",         "bones block",     "anim-BI block", "table offset", "share table",
-        "submesh entries", "vertex counts",   "positions",     "normals",      "tangent flag",
-        "tangents",        "triangles",       "uvs",           "colours",      "morph frames",
-        "bone references", "bone weights",    "used bones",    "vertex block", "original data",
-        "clip count",      "bones",           "side files",    "clip",         "base info",
-        "clip info",       "key times",       "bone",          "pivot track",  "transform keys",
+        "submesh entries", "submesh",         "vertex counts", "positions",    "normals",
+        "tangent flag",    "tangents",        "triangles",     "uvs",          "colours",
+        "morph frames",    "bone references", "bone weights",  "used bones",   "vertex block",
+        "original data",   "clip count",      "bones",         "side files",   "clip",
+        "base info",       "clip info",       "key times",     "bone",         "pivot track",
+        "transform keys",
     };
     static_assert(std::size(kNames) == static_cast<std::size_t>(Block::FirstField));
     return kNames[static_cast<std::size_t>(block)];

@@ -20,6 +20,7 @@ enum class Block : std::uint8_t {
     TableOffset,
     ShareTable,
     SubmeshEntries,
+    Submesh,
     VertexCounts,
     Positions,
     Normals,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Block.h"
+
 #include <vlgim/Array.h>
 #include <vlgim/Error.h>
 
@@ -24,22 +26,25 @@ inline Error Unwritable(std::string text)
     return MakeError(ErrorKind::Unwritable, std::move(text));
 }
 
-/// Returns the same error with `place` as the enclosing place.
-inline Error Inside(std::string place, Error error)
+/// Returns the same error with a block as the enclosing place.
+inline Error Inside(const Step& step, Error error)
 {
+    std::string place;
+    AppendStep(place, step);
     if (!error.block.empty())
         place.append(" / ").append(error.block);
     error.block = std::move(place);
     return error;
 }
 
-/// Returns the first error among `count` parts of an object, with the part as the enclosing place: why(5) is of "bone 5".
+/// Returns the first error among `count` blocks of an object, with the block as the enclosing place: why(5) is of
+/// "bone 5".
 template <class Why>
-Error FirstInside(const std::string& part, std::size_t count, Why why)
+Error FirstInside(Block block, std::size_t count, Why why)
 {
     for (std::size_t i = 0; i < count; ++i)
         if (Error error = why(i))
-            return Inside(part + ' ' + std::to_string(i), std::move(error));
+            return Inside({block, static_cast<std::int64_t>(i)}, std::move(error));
     return {};
 }
 
@@ -62,7 +67,7 @@ inline std::string Hex(std::uint32_t number)
 /// Makes the error of a file whose header is refused at a byte.
 inline Error BadHeader(ErrorKind kind, std::uint64_t offset, std::string text)
 {
-    return {kind, 0, {}, "header", offset, std::move(text)};
+    return {kind, 0, {}, NameOf(Block::Header), offset, std::move(text)};
 }
 
 /// Makes the error of a file whose version is not read. All files have it behind four bytes of magic.

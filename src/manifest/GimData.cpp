@@ -80,7 +80,7 @@ Error AddMesh(vlio::FileWriter& files, const GimData& model, std::vector<Error>*
     if (!error)
         error = mesh::WriteFile(*sink, model.m_mesh);
     if (Error warning = error ? Error() : mesh::WarnOfVertexTypes(model.m_mesh))
-        io::Append(warnings, {std::move(warning)});
+        io::Append(warnings, {io::InFile(std::move(warning), model.m_meshPath)});
     return io::InFile(std::move(error), model.m_meshPath);
 }
 
@@ -143,7 +143,8 @@ int GimData::Load(const char* path, const char* basePath)
     for (const Error& warning : warnings) {
         if (warning.kind == ErrorKind::Warning)
             mesh::LogReadWarning(warning);
-        else if (warning.file == musicPath)
+        else if (warning.file == musicPath &&
+                 &warning == &warnings.back())  // the material group may be this file too
             LogWarning("Failed to read music ags data!\n");
         else
             LogError("Failed to load file: %s\n", warning.file.c_str());

@@ -37,6 +37,10 @@ std::uint64_t WrittenSize(const vlOriginalData& data);
 void Read(io::BlockReader& in, vlMeshVertexData& mesh, unsigned int version, unsigned int packMode);
 void Read(io::BlockReader& in, vlMeshSkelVertexData& mesh, unsigned int version, unsigned int packMode);
 
+/// Why an array is shorter than the counts of its object say; of a skin, its own arrays alone.
+Error WhyArraysShort(const vlMeshVertexData& mesh);
+Error WhySkinShort(const vlMeshSkelVertexData& mesh);
+
 /// With the skin, if the object has one.
 void Write(io::BlockWriter& out, vlMeshVertexData& mesh);
 std::uint64_t WrittenSize(const vlMeshVertexData& mesh);

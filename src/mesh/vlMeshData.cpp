@@ -110,7 +110,7 @@ Error WarnOfPassedOver(std::ptrdiff_t vertexPairs, const std::vector<std::uint32
     const std::string text = "tells of " + std::to_string(vertexPairs) +
                              " vertex blocks, of which the first is read and the others are lost at a write" +
                              places;
-    return {ErrorKind::Warning, 0, {}, "share table", {}, text};
+    return {ErrorKind::Warning, 0, {}, io::NameOf(Block::ShareTable), {}, text};
 }
 
 // Everything behind the header.
@@ -259,14 +259,13 @@ void vlMeshData::CollectSegGeometryInfo(std::vector<geomath::_Vector3<float>*>& 
                                         std::vector<std::uint16_t>& vertexCounts,
                                         std::vector<std::uint16_t>& triangleCounts) const
 {
-    if (!m_vertexData)
+    if (!m_vertexData || mesh::WhyArraysShort(*m_vertexData))
         return;
     const vlMeshVertexData& mesh = *m_vertexData;
     positions.push_back(mesh.m_positions.data());
     normals.push_back(mesh.m_normals.data());
-    const std::size_t count =
-        std::min<std::size_t>(3 * std::size_t{mesh.m_triangleCount}, mesh.m_indices.size());
-    indices.emplace_back(mesh.m_indices.begin(), mesh.m_indices.begin() + count);
+    indices.emplace_back(mesh.m_indices.begin(),
+                         mesh.m_indices.begin() + 3 * std::size_t{mesh.m_triangleCount});
     uvs0.push_back(mesh.m_uvSets[0].data());
     uvs1.push_back(mesh.m_uvSets[1].data());
     vertexCounts.push_back(static_cast<std::uint16_t>(mesh.m_vertexCount));
@@ -278,18 +277,17 @@ bool vlMeshData::CollectSegSkinInfo(std::vector<std::uint32_t>& boneIndices, std
                                     std::vector<std::string>& names) const
 {
     const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(m_vertexData.get());
-    if (!skin)
+    const std::uint16_t bones = mesh::BoneCount(*this);
+    if (!skin || mesh::WhySkinShort(*skin) || !io::Holds(m_boneMatrices, bones) ||
+        !io::Holds(m_boneNames, bones))
         return false;
-    const auto slots = std::min<std::size_t>(
-        {std::size_t{std::min(skin->m_maxBoneRefCount, 4U)} * std::size_t{skin->m_vertexCount},
-         skin->m_boneIndices.size(), skin->m_boneWeights.size()});
+    const auto slots = std::size_t{std::min(skin->m_maxBoneRefCount, 4U)} * std::size_t{skin->m_vertexCount};
     boneIndices.insert(boneIndices.end(), skin->m_boneIndices.begin(), skin->m_boneIndices.begin() + slots);
     weights.insert(weights.end(), skin->m_boneWeights.begin(), skin->m_boneWeights.begin() + slots);
-    const std::uint16_t bones = mesh::BoneCount(*this);
-    for (std::uint16_t bone = 0; bone < std::min<std::size_t>(bones, m_boneMatrices.size()); ++bone)
+    for (std::uint16_t bone = 0; bone < bones; ++bone) {
         matrices[bone] = m_boneMatrices[bone];
-    for (std::uint16_t bone = 0; bone < std::min<std::size_t>(bones, m_boneNames.size()); ++bone)
         names.emplace_back(m_boneNames[bone].View());
+    }
     return true;
 }
 

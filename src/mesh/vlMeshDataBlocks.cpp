@@ -120,7 +120,7 @@ Error WhyAnimationUnwritable(const vlMeshData& mesh)
     if (mesh.m_hasMorph && !mesh.m_morph)
         return io::Unwritable("the morph flag is set, and there is no morph");
     if (Error why = mesh.m_hasMorph ? keys::WhyUnwritable(mesh.m_morph->m_times) : Error())
-        return io::Inside("morph data", std::move(why));
+        return io::Inside({Block::MorphData, io::Step::kOnly}, std::move(why));
     if (!mesh.m_hasTracks)
         return {};
     if (!mesh.m_tracks)
@@ -128,7 +128,7 @@ Error WhyAnimationUnwritable(const vlMeshData& mesh)
     const std::uint32_t count = mesh.m_vertexData->m_subCount;
     if (Error why = io::WhyShort(mesh.m_tracks, count, "tracks of the submeshes"))
         return why;
-    return io::FirstInside("track", count, [&mesh](std::size_t i) {
+    return io::FirstInside(Block::Track, count, [&mesh](std::size_t i) {
         const vlTrackData& track = mesh.m_tracks[i];
         // The version of the first track is stored for all of them.
         if (FlagsReadAt(mesh.m_tracks[0].m_version, track.m_flags) != track.m_flags)

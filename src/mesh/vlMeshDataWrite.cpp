@@ -6,7 +6,9 @@
 #include <corecommon/Log.h>
 #include <io/Errors.h>
 #include <io/SaveFile.h>
+#include <platform/Files.h>
 #include <track/TrackBlock.h>
+#include <vlio2/FileStream.h>
 
 #include <algorithm>
 #include <limits>
@@ -82,19 +84,34 @@ Error WhyBlocksUnwritable(const vlMeshData& mesh)
     if (mesh.m_originalData.size() > kMostOriginalData)
         return io::Unwritable("there are " + std::to_string(mesh.m_originalData.size()) +
                               " blocks of original data, and 32766 is the most");
-    const Error why = io::FirstInside("original data", mesh.m_originalData.size(), [&mesh](std::size_t i) {
-        const auto& data = mesh.m_originalData[i];
-        return data ? WhyUnwritable(*data) : io::Unwritable("the object is null");
-    });
+    const Error why =
+        io::FirstInside(io::Block::OriginalData, mesh.m_originalData.size(), [&mesh](std::size_t i) {
+            const auto& data = mesh.m_originalData[i];
+            return data ? WhyUnwritable(*data) : io::Unwritable("the object is null");
+        });
     return why ? why : WhyTooLarge(LargestOffset(mesh));
 }
 
-// Gives what the writer of a caller's class puts out, by way of a file of its own: it may seek.
-Error TakeForeignBlock(const vlMeshData& mesh, std::vector<unsigned char>& block)
+// Calls the writer of a caller's class. It may call that of its base, which logs why it refuses an object.
+Error WriteForeign(vlMeshVertexData& vertices, std::FILE* file)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
-    if (file)
-        mesh.m_vertexData->WriteData(file.get());
+    Error why;
+    const vela::ThreadLogSink sink(
+        [](vela::LogLevel level, const char* text, void* error) {
+            if (level == vela::LogLevel::Error)
+                *static_cast<Error*>(error) = io::Unwritable(text);
+        },
+        &why);
+    vertices.WriteData(file);
+    return why;
+}
+
+// Gives what the writer of a caller's class puts out, by way of a file of its own: it may seek.
+Error TakeForeignBlock(const vlMeshData& mesh, vlio::Bytes& block)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(platform::OpenTemporary(), std::fclose);
+    if (Error why = file ? WriteForeign(*mesh.m_vertexData, file.get()) : Error())
+        return why;
     const bool isWritten = file && std::fseek(file.get(), 0, SEEK_END) == 0 && std::ferror(file.get()) == 0;
     const long size = isWritten ? std::ftell(file.get()) : -1;
     if (size < 0)
@@ -128,7 +145,7 @@ Error WarnOfVertexTypes(const vlMeshData& mesh)
 Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOffset)
 {
     const bool isOurs = IsOurs(*mesh.m_vertexData);
-    std::vector<unsigned char> foreign;
+    vlio::Bytes foreign;
     if (Error why = isOurs ? Error() : TakeForeignBlock(mesh, foreign))
         return why;
     io::BlockWriter out(sink);
@@ -181,7 +198,7 @@ Error Save(const vlMeshData& mesh, const char* path, std::vector<Error>* warning
         error =
             io::SaveFile(path, warnings, [&mesh](vlio::Sink& sink) { return mesh::WriteFile(sink, mesh); });
     if (Error warning = error ? Error() : mesh::WarnOfVertexTypes(mesh))
-        io::Append(warnings, {std::move(warning)});
+        io::Append(warnings, {io::InFile(std::move(warning), path)});
     return io::InFile(std::move(error), path);
 }
 

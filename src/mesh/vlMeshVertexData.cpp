@@ -345,16 +345,16 @@ Error WhyVerticesUnwritable(const vlMeshVertexData& mesh)
     if (mesh.m_uvSetCount > kMostUvSets)
         return io::Unwritable("the mesh has " + std::to_string(mesh.m_uvSetCount) +
                               " uv sets, and 4 is the most");
-    ShortArray check;
-    Visit(mesh, bool(mesh.m_tangents), check);
+    if (Error why = WhyArraysShort(mesh))
+        return why;
     std::uint64_t firstVertex = 0;
-    for (std::uint32_t i = 0; !check.why && i < mesh.m_subCount; ++i) {
+    for (std::uint32_t i = 0; i < mesh.m_subCount; ++i) {
         const SubmeshRecord& record = mesh.m_subRecords[i];
         if (Error why = WhyRecordUnwritable(mesh, record, firstVertex))
-            return io::Inside("submesh " + std::to_string(i), std::move(why));
+            return io::Inside({Block::Submesh, i}, std::move(why));
         firstVertex += record.vertexCount;
     }
-    return check.why;
+    return {};
 }
 
 // out  a BlockWriter or a ByteCount
@@ -418,6 +418,20 @@ std::vector<unsigned char> UpdateMask(vlMeshSkelVertexData& mesh)
 }
 
 }  // namespace
+
+Error WhyArraysShort(const vlMeshVertexData& mesh)
+{
+    ShortArray check;
+    Visit(mesh, bool(mesh.m_tangents), check);
+    return check.why;
+}
+
+Error WhySkinShort(const vlMeshSkelVertexData& mesh)
+{
+    ShortArray check;
+    VisitSkin(mesh, check);
+    return check.why;
+}
 
 void CopyBoneIndices(std::uint16_t* to, const unsigned char* from, std::uint64_t count, bool isWide)
 {
@@ -491,12 +505,11 @@ Error WhyUnwritable(const vlMeshVertexData& mesh)
     const auto* const skin = dynamic_cast<const vlMeshSkelVertexData*>(&mesh);
     if (why || !skin)
         return why;
-    mesh::ShortArray check;
-    mesh::VisitSkin(*skin, check);
-    if (!check.why && skin->m_usedBoneBits > mesh::kMostBits)
+    why = mesh::WhySkinShort(*skin);
+    if (!why && skin->m_usedBoneBits > mesh::kMostBits)
         return io::Unwritable("the mask of used bones has " + std::to_string(skin->m_usedBoneBits) +
                               " bits, and 65535 is the most");
-    return check.why;
+    return why;
 }
 
 const unsigned char* vlMeshVertexData::ReadDataNew(const unsigned char* data, unsigned int version,

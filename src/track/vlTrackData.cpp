@@ -215,7 +215,7 @@ Error WhyUnwritable(const vlTrackData& track)
     if (Error why = io::WhyShort(track.m_channels, track.m_channelCount, "channels"))
         return why;
     const unsigned short keyCount = keys::WrittenKeyCount(track.m_times);
-    return io::FirstInside("channel", track.m_channelCount,
+    return io::FirstInside(io::Block::Channel, track.m_channelCount,
                            [&](std::size_t i) { return keys::WhyUnwritable(track.m_channels[i], keyCount); });
 }
 

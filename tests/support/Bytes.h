@@ -63,8 +63,10 @@ private:
     template <class T>
     ByteBuilder& Put(std::initializer_list<T> values)
     {
-        const auto* raw = reinterpret_cast<const unsigned char*>(values.begin());
-        m_bytes.insert(m_bytes.end(), raw, raw + values.size() * sizeof(T));
+        // g++ 12 warns of an overflow in vector::insert at -O3, where there is none.
+        const std::size_t size = m_bytes.size();
+        m_bytes.resize(size + values.size() * sizeof(T));
+        std::copy(values.begin(), values.end(), reinterpret_cast<T*>(m_bytes.data() + size));
         return *this;
     }
 

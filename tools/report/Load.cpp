@@ -27,6 +27,8 @@ Error LoadMesh(MeshFile& file, const std::string& path, const vlio::Bytes& bytes
     if (!error) {
         options.submeshCount = submeshes.count;
         error = Load(file.mesh, bytes, options, &warnings);
+        for (Error& warning : warnings)
+            warning.file = path;
         file.countSource = submeshes.source;
         file.size = bytes.size();
         std::copy_n(bytes.begin(), std::min(bytes.size(), file.magic.size()), file.magic.begin());

@@ -146,6 +146,17 @@ int File::Close()
     return ReasonOf(result);
 }
 
+std::FILE* OpenTemporary()
+{
+    std::FILE* file = std::tmpfile();
+    if (file && ::fileno(file) <= STDERR_FILENO) {
+        const int handle = ::fcntl(::fileno(file), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        std::fclose(file);
+        file = handle < 0 ? nullptr : ::fdopen(handle, "w+b");
+    }
+    return file;
+}
+
 bool Seek(std::FILE* stream, std::uint64_t position)
 {
     return ::fseeko(stream, static_cast<off_t>(position), SEEK_SET) == 0;
