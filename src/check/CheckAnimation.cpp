@@ -183,11 +183,10 @@ private:
         ReportUnread(file, m_input.image.size());
     }
 
-    Error Write(vlio::Sink& sink) override
+    void Write(vlio::Sink& sink) override
     {
         io::BlockWriter out(sink);
         clips::Write(out, m_anim.m_version, m_read);
-        return {};
     }
 
     void Drop() override
@@ -287,12 +286,7 @@ private:
         return HasRecords() || Allows(WhyUnwritable(m_anim));
     }
 
-    Error Write(vlio::Sink& sink) override
-    {
-        anim::WriteFile(sink, m_anim);
-        return {};
-    }
-
+    void Write(vlio::Sink& sink) override { anim::WriteFile(sink, m_anim); }
     void Drop() override { m_anim = {}; }
     void ReportChange(const Change& change) override { ReportChangedClip(change); }
 

@@ -15,8 +15,6 @@ namespace vela::vlgim::check {
 
 namespace {
 
-constexpr std::uint16_t kNone = 0xFFFF;  // no bone, no parent
-
 const float* Floats(const Array<geomath::_Vector3<float>>& vectors, std::uint64_t first = 0)
 {
     return reinterpret_cast<const float*>(vectors.data() + first);
@@ -122,8 +120,9 @@ struct SlotTally {
         for (std::uint64_t v = 0; v < skin.m_vertexCount; ++v) {
             float sum = 0;
             for (std::uint64_t slot = kSlots * v; slot < kSlots * (v + 1); ++slot) {
-                sum += bones[slot] != kNone ? weights[slot] : 0;
-                if (boneCount && bones[slot] >= *boneCount && bones[slot] != kNone && weights[slot] != 0)
+                sum += bones[slot] != mesh::kNoBone ? weights[slot] : 0;
+                if (boneCount && bones[slot] >= *boneCount && bones[slot] != mesh::kNoBone &&
+                    weights[slot] != 0)
                     badBones.Add(slot);
             }
             if (std::fabs(sum - 1) > kWeightTolerance) {
@@ -168,7 +167,7 @@ void CheckParents(const File& file, std::size_t field, const std::vector<std::ui
         file.Add("bone-parent", field, bone * size, "bone " + std::to_string(bone) + text);
     };
     for (std::size_t i = 0; i < parents.size(); ++i) {
-        if (parents[i] != kNone && parents[i] >= parents.size())
+        if (parents[i] != mesh::kNoBone && parents[i] >= parents.size())
             add(i, " has parent " + std::to_string(parents[i]) + ", but the bone count is " +
                        std::to_string(parents.size()));
         const auto walk = static_cast<std::uint32_t>(i + 1);
@@ -352,7 +351,7 @@ private:
 
     bool IsWritable() override { return Allows(WhyUnwritable(m_mesh)); }
     std::uint64_t WrittenSize() const override { return mesh::WrittenSize(*m_mesh.m_vertexData); }
-    Error Write(vlio::Sink& sink) override { return mesh::WriteFile(sink, m_mesh); }
+    void Write(vlio::Sink& sink) override { mesh::WriteFile(sink, m_mesh); }
     void Drop() override { m_mesh = {}; }
 
     void ReportChange(const Change& change) override

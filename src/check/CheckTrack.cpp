@@ -26,14 +26,8 @@ private:
         ReportUnread(file, m_input.image.size());
     }
 
-    Error Write(vlio::Sink& sink) override
-    {
-        tracks::WriteFile(sink, m_track);
-        return {};
-    }
-
+    void Write(vlio::Sink& sink) override { tracks::WriteFile(sink, m_track); }
     void Drop() override { m_track = {}; }
-
     void ReportChange(const Change& change) override { ReportChangedKeys(change); }
 
     vlTrackData m_track;

@@ -90,7 +90,7 @@ private:
     /// Bytes that a save writes, more or less.
     virtual std::uint64_t WrittenSize() const { return m_input.image.size(); }
 
-    virtual Error Write(vlio::Sink& sink) = 0;
+    virtual void Write(vlio::Sink& sink) = 0;
 
     /// Makes the object as new.
     virtual void Drop() = 0;

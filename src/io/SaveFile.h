@@ -33,17 +33,6 @@ Error SaveSet(std::vector<Error>* warnings, Add add)
     return error;
 }
 
-/// Writes one file in the same way. write(sink) writes its bytes, or returns an error that ends the save.
-template <class Write>
-Error SaveFile(const char* path, std::vector<Error>* warnings, Write write)
-{
-    return SaveSet(warnings, [&](vlio::FileWriter& set) {
-        vlio::Sink* sink = nullptr;
-        Error error = set.Open(path, sink);
-        return error ? error : write(*sink);
-    });
-}
-
 /// Does what the documented stream forms do: calls write(out), or logs the error `why` behind the message if the object
 /// can't be written. Failures of the stream are left to its owner.
 template <class Write>

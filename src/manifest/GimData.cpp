@@ -73,17 +73,6 @@ Error WhyMeshUnwritable(const GimData& model)
                           std::to_string(told));
 }
 
-Error AddMesh(vlio::FileWriter& files, const GimData& model, std::vector<Error>* warnings)
-{
-    vlio::Sink* sink = nullptr;
-    Error error = files.Open(model.m_meshPath.c_str(), sink);
-    if (!error)
-        error = mesh::WriteFile(*sink, model.m_mesh);
-    if (Error warning = error ? Error() : mesh::WarnOfVertexTypes(model.m_mesh))
-        io::Append(warnings, {io::InFile(std::move(warning), model.m_meshPath)});
-    return io::InFile(std::move(error), model.m_meshPath);
-}
-
 template <class T>
 T RecordAt(const std::vector<T>& records, int index)
 {
@@ -166,7 +155,7 @@ Error Save(const GimData& model, const char* path, const SaveOptions& options, s
         // The manifest is opened first, so it is put in place last: it names the others.
         add(model.m_gimXml, vlio::ReplaceFileExtension(path, ".gim"));
         if (!error && hasMesh)
-            error = AddMesh(files, model, warnings);
+            error = mesh::AddTo(files, model.m_mesh, model.m_meshPath.c_str(), warnings);
         add(model.m_mtgXml, manifest::MaterialPath(model.m_gimXml, path, Prefix(options.base)));
         add(model.m_musicXml, manifest::MusicPath(path));
         return error;

@@ -5,6 +5,8 @@
 #include <io/BlockReader.h>
 #include <io/BlockWriter.h>
 #include <vlgim/vlMeshData.h>
+#include <vlio2/FileStream.h>
+#include <vlio2/FileWriter.h>
 
 #include <cstdint>
 #include <span>
@@ -69,12 +71,13 @@ void WriteAnimation(io::BlockWriter& out, const vlMeshData& mesh);
 Error ReadFile(io::BlockReader& in, vlMeshData& mesh, std::vector<std::uint32_t>* passedOver = nullptr,
                std::vector<Error>* warnings = nullptr);
 
-/// Writes a whole file. An error ends the save: only an object of a class that is not the library's can still fail.
-/// tableOffset  receives where the word stands that is written last; may be null
-Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOffset = nullptr);
+/// Writes a whole file. Returns the position of the word that is written last.
+/// foreign  the vertex block of an object whose class is not the library's
+std::uint64_t WriteFile(vlio::Sink& sink, const vlMeshData& mesh, const vlio::Bytes& foreign = {});
 
-/// What a writer that went well has to say, one sentence; none: nothing.
-Error WarnOfVertexTypes(const vlMeshData& mesh);
+/// Adds the file to a set, for the caller to commit. After an error the caller drops the set: only an object of a class
+/// that is not the library's can still be refused.
+Error AddTo(vlio::FileWriter& set, const vlMeshData& mesh, const char* path, std::vector<Error>* warnings);
 
 /// Logs why a mesh was refused, and what a reader has to say, in the documented words.
 void LogRead(const Error& error, const vlMeshData& mesh);

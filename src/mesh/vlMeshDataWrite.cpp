@@ -8,7 +8,6 @@
 #include <io/SaveFile.h>
 #include <platform/Files.h>
 #include <track/TrackBlock.h>
-#include <vlio2/FileStream.h>
 
 #include <algorithm>
 #include <limits>
@@ -106,9 +105,12 @@ Error WriteForeign(vlMeshVertexData& vertices, std::FILE* file)
     return why;
 }
 
-// Gives what the writer of a caller's class puts out, by way of a file of its own: it may seek.
+// Gives what the writer of a caller's class puts out, by way of a file of its own: it may seek. Of an object of the
+// library's classes it gives nothing.
 Error TakeForeignBlock(const vlMeshData& mesh, vlio::Bytes& block)
 {
+    if (IsOurs(*mesh.m_vertexData))
+        return {};
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(platform::OpenTemporary(), std::fclose);
     if (Error why = file ? WriteForeign(*mesh.m_vertexData, file.get()) : Error())
         return why;
@@ -129,10 +131,7 @@ Error TakeForeignBlock(const vlMeshData& mesh, vlio::Bytes& block)
                          "the temporary file of the vertex block can't be read");
 }
 
-}  // namespace
-
-namespace mesh {
-
+// What a writer that went well has to say.
 Error WarnOfVertexTypes(const vlMeshData& mesh)
 {
     const auto asVertex = std::count_if(mesh.m_originalData.begin(), mesh.m_originalData.end(),
@@ -142,12 +141,12 @@ Error WarnOfVertexTypes(const vlMeshData& mesh)
     return asVertex ? Error{ErrorKind::Warning, 0, {}, {}, {}, std::to_string(asVertex) + text} : Error();
 }
 
-Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOffset)
+}  // namespace
+
+namespace mesh {
+
+std::uint64_t WriteFile(vlio::Sink& sink, const vlMeshData& mesh, const vlio::Bytes& foreign)
 {
-    const bool isOurs = IsOurs(*mesh.m_vertexData);
-    vlio::Bytes foreign;
-    if (Error why = isOurs ? Error() : TakeForeignBlock(mesh, foreign))
-        return why;
     io::BlockWriter out(sink);
     out.Value(kMeshMagic);
     out.Value(kNewestVersion);
@@ -156,15 +155,13 @@ Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOf
     WriteSkeleton(out, mesh);
 
     const std::uint64_t offsetAt = out.Position();
-    if (tableOffset)
-        *tableOffset = offsetAt;
     out.Value(std::uint32_t{0});
     vlDataShareTable table;
     const auto push = [&](MESH_DATA_TYPE type) {
         table.PushDataPair(type, table.PushBlockInfo(static_cast<std::uint32_t>(out.Position())));
     };
     push(MESH_DATA_VERTEX);
-    if (isOurs)
+    if (foreign.empty())
         Write(out, *mesh.m_vertexData);
     else
         out.Run(foreign.data(), foreign.size());
@@ -175,6 +172,21 @@ Error WriteFile(vlio::Sink& sink, const vlMeshData& mesh, std::uint64_t* tableOf
     const auto tableAt = static_cast<std::uint32_t>(out.Position());
     Write(out, table);
     out.Patch(offsetAt, tableAt);
+    return offsetAt;
+}
+
+Error AddTo(vlio::FileWriter& set, const vlMeshData& mesh, const char* path, std::vector<Error>* warnings)
+{
+    vlio::Bytes foreign;
+    vlio::Sink* sink = nullptr;
+    Error error = TakeForeignBlock(mesh, foreign);
+    if (!error)
+        error = set.Open(path, sink);
+    if (error)
+        return io::InFile(std::move(error), path);
+    WriteFile(*sink, mesh, foreign);
+    if (Error warning = WarnOfVertexTypes(mesh))
+        io::Append(warnings, {io::InFile(std::move(warning), path)});
     return {};
 }
 
@@ -193,13 +205,10 @@ Error WhyUnwritable(const vlMeshData& mesh)
 
 Error Save(const vlMeshData& mesh, const char* path, std::vector<Error>* warnings)
 {
-    Error error = WhyUnwritable(mesh);
-    if (!error)
-        error =
-            io::SaveFile(path, warnings, [&mesh](vlio::Sink& sink) { return mesh::WriteFile(sink, mesh); });
-    if (Error warning = error ? Error() : mesh::WarnOfVertexTypes(mesh))
-        io::Append(warnings, {io::InFile(std::move(warning), path)});
-    return io::InFile(std::move(error), path);
+    if (Error why = WhyUnwritable(mesh))
+        return io::InFile(std::move(why), path);
+    return io::SaveSet(warnings,
+                       [&](vlio::FileWriter& set) { return mesh::AddTo(set, mesh, path, warnings); });
 }
 
 // Writing changes the channels of the tracks.
@@ -219,17 +228,18 @@ int vlMeshData::WriteMeshFile(std::FILE* stream)
     // Offsets in the file count from the start of the stream.
     if (const long start = why ? 0 : std::ftell(stream); start != 0)
         why = io::Unwritable(start < 0 ? "the stream can't seek" : "the stream is not at its start");
-    vlio::StreamSink sink(stream);
-    std::uint64_t tableOffset = 0;
+    vlio::Bytes foreign;
     if (!why)
-        why = mesh::WriteFile(sink, *this, &tableOffset);
+        why = TakeForeignBlock(*this, foreign);
     if (why) {
         LogError("mesh can't be written: %s", why.Message().c_str());
         return 0;
     }
+    vlio::StreamSink sink(stream);
+    const std::uint64_t tableOffset = mesh::WriteFile(sink, *this, foreign);
     // The word that was written last, wherever the writer patched it.
     std::fseek(stream, static_cast<long>(tableOffset + sizeof(std::uint32_t)), SEEK_SET);
-    if (const Error warning = mesh::WarnOfVertexTypes(*this))
+    if (const Error warning = WarnOfVertexTypes(*this))
         LogWarning("%s", warning.text.c_str());
     return 0;
 }

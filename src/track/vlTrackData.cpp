@@ -223,9 +223,12 @@ Error Save(vlTrackData& track, const char* path, std::vector<Error>* warnings)
 {
     if (Error why = WhyUnwritable(track))
         return io::InFile(std::move(why), path);
-    return io::SaveFile(path, warnings, [&track](vlio::Sink& sink) {
-        tracks::WriteFile(sink, track);
-        return Error();
+    return io::SaveSet(warnings, [&](vlio::FileWriter& set) {
+        vlio::Sink* sink = nullptr;
+        Error error = set.Open(path, sink);
+        if (!error)
+            tracks::WriteFile(*sink, track);
+        return error;
     });
 }
 

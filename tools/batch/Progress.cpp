@@ -13,11 +13,8 @@ namespace {
 std::string Duration(std::uint64_t seconds)
 {
     char text[32];
-    if (seconds < 3600)
-        std::snprintf(text, sizeof text, "%" PRIu64 ":%02" PRIu64, seconds / 60, seconds % 60);
-    else
-        std::snprintf(text, sizeof text, "%" PRIu64 ":%02" PRIu64 ":%02" PRIu64, seconds / 3600,
-                      seconds / 60 % 60, seconds % 60);
+    std::snprintf(text, sizeof text, "%" PRIu64 ":%02" PRIu64 ":%02" PRIu64, seconds / 3600,
+                  seconds / 60 % 60, seconds % 60);
     return text;
 }
 

@@ -47,10 +47,7 @@ void AddId(std::vector<FileId>& ids, const std::string& path)
 CheckResult TroubleWith(const std::string& path, const char* code, const std::string& text)
 {
     CheckResult result;
-    Finding& finding = result.findings.emplace_back();
-    finding.code = FindFindingCode(code);
-    finding.file = path;
-    finding.text = text;
+    result.findings = {{FindFindingCode(code), path, "", std::nullopt, 0, 0, text}};
     return result;
 }
 

@@ -132,16 +132,11 @@ bool CheckFit(const std::string& folder)
 }
 
 // Writes three models and an animated skeleton into folder, loads them, prints them, saves them to folder/copy and
-// compares; then shows the forms of rotation keys. False if any of it failed.
+// compares; then shows the forms of rotation keys. False if any of it failed. Throws std::filesystem::filesystem_error.
 bool RunDemo(const std::string& folder)
 {
     const std::string copy = folder + "/copy";
-    std::error_code error;
-    std::filesystem::create_directories(copy, error);
-    if (error) {
-        std::fprintf(stderr, "%s: %s\n", copy.c_str(), error.message().c_str());
-        return false;
-    }
+    std::filesystem::create_directories(copy);
     for (const Model& model : kModels)
         if (!RunModel(folder, copy, model))
             return false;

@@ -84,13 +84,10 @@ Error FindSubmeshCount(const std::string& path, const vlio::Bytes& bytes, const 
         found = {fitting[0], "the one count that fits the file"};
         return {};
     }
-    const std::string why = fitting.empty() ? "they can't be worked out" : "several counts fit it";
-    return {ErrorKind::Reference,
-            0,
-            path,
-            "",
-            std::nullopt,
-            "the file does not say how many submeshes it has, and " + why + "; use --submeshes N"};
+    const std::string why = fitting.empty() ? "they can't be worked out" : "several counts fit it",
+                      text = "the file does not say how many submeshes it has, and " + why +
+                             "; use --submeshes N";
+    return {ErrorKind::Reference, 0, path, "", std::nullopt, text};
 }
 
 std::optional<LoadedFile> LoadFile(const std::string& path, const LoadOptions& options)

@@ -161,20 +161,17 @@ private:
     template <class IsWanted>
     void AddReasons(const CheckResult& check, const IsWanted& isWanted)
     {
-        for (const Finding& finding : check.findings)
-            if (isWanted(*finding.code))
-                AddReason(finding);
-    }
-
-    void AddReason(const Finding& finding)
-    {
-        for (Reason& reason : m_result.reasons)
-            if (reason.code == finding.code) {
-                ++reason.count;
-                return;
-            }
-        const std::string place = PlaceIn(finding);
-        m_result.reasons.push_back({finding.code, finding.text + (place.empty() ? "" : " (" + place + ')')});
+        for (const Finding& finding : check.findings) {
+            const auto known = std::ranges::find(m_result.reasons, finding.code, &Reason::code);
+            const std::string place = PlaceIn(finding);
+            if (!isWanted(*finding.code))
+                continue;
+            if (known != m_result.reasons.end())
+                ++known->count;
+            else
+                m_result.reasons.push_back(
+                    {finding.code, finding.text + (place.empty() ? "" : " (" + place + ')')});
+        }
     }
 
     // What is read again has to be in the newest form and as large as what was saved.
