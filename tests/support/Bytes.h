@@ -21,6 +21,9 @@ namespace vela::vlgim::test {
 /// A file laid out by hand: each call appends one field, or a run of them, little-endian.
 class ByteBuilder {
 public:
+    /// With room for small files: g++ 12 takes the growth of an empty vector for an overflow.
+    ByteBuilder() { m_bytes.reserve(4096); }
+
     ByteBuilder& U8(std::uint8_t v) { return Put({v}); }
     ByteBuilder& U16(std::uint16_t v) { return Put({v}); }
     ByteBuilder& U32(std::uint32_t v) { return Put({v}); }
@@ -63,10 +66,8 @@ private:
     template <class T>
     ByteBuilder& Put(std::initializer_list<T> values)
     {
-        // g++ 12 warns of an overflow in vector::insert at -O3, where there is none.
-        const std::size_t size = m_bytes.size();
-        m_bytes.resize(size + values.size() * sizeof(T));
-        std::copy(values.begin(), values.end(), reinterpret_cast<T*>(m_bytes.data() + size));
+        const auto* raw = reinterpret_cast<const unsigned char*>(values.begin());
+        m_bytes.insert(m_bytes.end(), raw, raw + values.size() * sizeof(T));
         return *this;
     }
 
