@@ -77,7 +77,7 @@ public:
     /// blocks that a warning named. Original data of type MESH_DATA_VERTEX give a warning: the next reader skips as
     /// many blocks.
     /// A vertex object of a class of your own is written by its WriteData, through a temporary file and memory of the
-    /// size of its block.
+    /// size of its block. If WriteData logs an error, it is not logged; nothing is written, and the error is the reason.
     /// Returns 0 if the file was saved. Returns 1 otherwise; LogError gives the reason: "unable to open %s", "failed to
     /// write %s: %s", or why the mesh can't be written. The old file is then unchanged, unless it had to be written in
     /// place. If WhyUnwritable returns an error, no file is opened.
