@@ -107,7 +107,7 @@ TEST(vlMeshVertexData, DataFlagZeroEndsTheBlock)
 
     // Nothing in the file stands behind these counts, so the memory limit does: these 30 bytes may ask for
     // 64 times as many and 14 MiB, at 44 bytes a vertex and in huge pages, one of them for their alignment.
-    const std::pair<std::uint32_t, bool> counts[] = {{285'940, true}, {285'980, false}, {0xFFFFFFFF, false}};
+    const std::pair<std::uint32_t, bool> counts[] = {{285'850, true}, {285'900, false}, {0xFFFFFFFF, false}};
     for (const auto& [vertices, fits] : counts)
         EXPECT_EQ(IsRead(With(block, kVertexCountAt, ByteBuilder().U32(vertices))), fits) << vertices;
 }

@@ -20,11 +20,6 @@ const float* Floats(const Array<geomath::_Vector3<float>>& vectors, std::uint64_
     return reinterpret_cast<const float*>(vectors.data() + first);
 }
 
-bool HasHalves(const vlMeshData& mesh)
-{
-    return mesh.m_packMode == 1;
-}
-
 void CheckCounts(const File& file, const vlMeshVertexData& v)
 {
     std::uint64_t vertices = 0, triangles = 0;
@@ -51,7 +46,7 @@ void CheckFrames(const File& file, const vlMeshData& mesh)
     const vlMeshVertexData& v = *mesh.m_vertexData;
     const std::uint64_t count = v.m_vertexCount;
     // Half floats lie close together in the room of floats.
-    const std::uint64_t size = HasHalves(mesh) ? 6 : 12;
+    const std::uint64_t size = mesh.m_packMode == kHalfPackMode ? 6 : 12;
     CheckFinite(file, file.Find(Block::Positions),
                 {"positions", "vertex", Floats(v.m_positions), count, 3, size});
     CheckFinite(file, file.Find(Block::Normals), {"normals", "vertex", Floats(v.m_normals), count, 3});
@@ -275,14 +270,14 @@ bool CheckUpgrade(const File& file, const vlMeshData& mesh)
         file.Add("save-version", version,
                  "a save writes version " + io::Hex(kNewestVersion) + " in place of " +
                      io::Hex(mesh.m_version));
-    if (HasHalves(mesh))
+    if (mesh.m_packMode == kHalfPackMode)
         file.Add("save-floats", version, packMode,
                  "a save writes positions and uvs as floats in place of half floats");
     else if (mesh.m_packMode != 0)
         file.Add("save-header", version, packMode,
                  "a save writes pack mode 0 in place of " + std::to_string(mesh.m_packMode) +
                      ", which means the same");
-    return isOld || HasHalves(mesh);
+    return isOld || mesh.m_packMode == kHalfPackMode;
 }
 
 // What a save does not take along.

@@ -87,6 +87,8 @@ public:
     /// failed. Throws std::bad_alloc.
     bool Allocate(BlockReader& in)
     {
+        if (m_size >= kLeastSkewed && m_size < PTRDIFF_MAX - kSkew)
+            m_size += m_skew = kSkew;
         if (!in.Spend(Footprint()))
             return false;
         if (m_size > PTRDIFF_MAX)
@@ -105,20 +107,25 @@ public:
 #ifdef VLGIM_ADDRESS_SANITIZER
         return vlgim::Array<T>::ForOverwrite(static_cast<std::size_t>(slot.count));
 #else
-        auto* const elements = reinterpret_cast<unsigned char*>(m_block) + slot.offset;
+        auto* const elements = reinterpret_cast<unsigned char*>(m_block) + m_skew + slot.offset;
         new (elements - sizeof(ElementsHead)) ElementsHead{0, static_cast<std::size_t>(slot.count)};
         return m_block->Share(reinterpret_cast<T*>(elements));
 #endif
     }
 
 private:
+    // Large blocks and the images of large files start at a page, and arrays come in the order of the file. Without a
+    // skew each array would lie just after the place in its page that it is copied from, which is slow (see
+    // kit::CopyBytes). Just before it is fastest.
+    static constexpr std::uint64_t kSkew = 4096 - 320, kLeastSkewed = std::uint64_t{128} << 10;
+
     // With the memory that the allocator adds to a block.
     std::uint64_t Footprint() const
     {
         return m_size > PTRDIFF_MAX ? m_size : kit::BlockFootprint(m_size);
     }
 
-    std::uint64_t m_size = sizeof(detail::SharedBlock);
+    std::uint64_t m_size = sizeof(detail::SharedBlock), m_skew = 0;
     detail::SharedBlock* m_block = nullptr;
 };
 

@@ -15,8 +15,6 @@ namespace vela::vlgim::mesh {
 
 /// Reads values and arrays, in one of the passes of io::ReadTwice.
 struct ArrayReader {
-    explicit ArrayReader(const io::Pass& of) : pass(of) {}
-
     void Value(auto& value, auto... field) { value = pass.in.Value<std::decay_t<decltype(value)>>(field...); }
 
     /// With a field the array receives the next bytes of the file, or stays as it is if it has no elements. Without a

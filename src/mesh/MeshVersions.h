@@ -22,7 +22,8 @@ constexpr std::uint32_t kModeVersion = 0x20011;         // the morph mode arrive
 constexpr std::uint32_t kNewestMorphVersion = 0x20013;  // the single-frame word went
 constexpr std::uint32_t kSkinRowsVersion = 0x30017;     // the skin rows of original data arrived
 
-constexpr std::uint16_t kSkinned = 1;  // the skeleton flag with which a file has bones
-constexpr std::uint64_t kSlots = 4;    // bone references of a vertex in a file
+constexpr std::uint32_t kHalfPackMode = 1;  // positions and uvs are half floats
+constexpr std::uint16_t kSkinned = 1;       // the skeleton flag with which a file has bones
+constexpr std::uint64_t kSlots = 4;         // bone references of a vertex in a file
 
 }  // namespace vela::vlgim

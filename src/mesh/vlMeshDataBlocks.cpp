@@ -69,7 +69,7 @@ void ReadBones(io::BlockReader& in, vlMeshData& mesh)
     const bool isWide = mesh.m_version >= kWideParentVersion;
     const unsigned char* parents = in.Take(Block::Parents, count, isWide ? 2 : 1);
     std::uint8_t hasBounds = 0;
-    io::ReadTwice(in, [&](const io::Pass& pass) { Visit(mesh, hasBounds, ArrayReader(pass)); });
+    io::ReadTwice(in, [&](const io::Pass& pass) { Visit(mesh, hasBounds, ArrayReader{pass}); });
     if (in.Failed())
         return;
     mesh.m_boneParents.resize(count);

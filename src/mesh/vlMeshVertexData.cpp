@@ -23,7 +23,6 @@ using io::Block;
 using Vector3 = geomath::_Vector3<float>;
 using Point2 = geomath::_Point2<float>;
 
-constexpr unsigned int kHalfPackMode = 1;   // positions and uvs are half floats
 constexpr std::uint64_t kEntrySize = 10;    // u32 vertices, u32 triangles, u8 uv sets, u8 colours
 constexpr std::uint32_t kMostBits = 65535;  // of the mask of used bones: as many as a mesh can have bones
 constexpr std::uint32_t kBitsWithoutCount = 255;
@@ -41,8 +40,10 @@ void Visit(auto& mesh, bool hasTangents, auto&& visitor)
     visitor.Array("triangles", mesh.m_indices, 3 * std::uint64_t{mesh.m_triangleCount});
     if (mesh.m_colorSetCount != 0)
         visitor.Array("colours", mesh.m_colors, vertices);
+    constexpr const char* uvNames[kMostUvSets] = {"uvs of set 0", "uvs of set 1", "uvs of set 2",
+                                                  "uvs of set 3"};
     for (unsigned set = 0; set < std::min(mesh.m_uvSetCount, kMostUvSets); ++set)
-        visitor.Array("uvs of set " + std::to_string(set), mesh.m_uvSets[set], vertices);
+        visitor.Array(uvNames[set], mesh.m_uvSets[set], vertices);
 }
 
 void VisitSkin(auto& mesh, auto&& visitor)
@@ -266,7 +267,7 @@ void BuildVertices(io::BlockReader& in, VertexSource& source, vlMeshVertexData& 
 {
     vlMeshVertexData& mesh = source.mesh;
     const auto scope = in.Enter(Block::VertexBlock);
-    io::ReadTwice(in, [&](const io::Pass& pass) { Visit(mesh, mesh.m_hasTangents != 0, ArrayReader(pass)); });
+    io::ReadTwice(in, [&](const io::Pass& pass) { Visit(mesh, mesh.m_hasTangents != 0, ArrayReader{pass}); });
     if (in.Failed())
         return;
     FillRecords(mesh, source.entries);
@@ -303,7 +304,7 @@ void BuildSkin(io::BlockReader& in, const SkinSource& source, unsigned int versi
                vlMeshSkelVertexData& mesh)
 {
     const auto scope = in.Enter(Block::VertexBlock);
-    io::ReadTwice(in, [&](const io::Pass& pass) { VisitSkin(mesh, ArrayReader(pass)); });
+    io::ReadTwice(in, [&](const io::Pass& pass) { VisitSkin(mesh, ArrayReader{pass}); });
     if (in.Failed())
         return;
     CopyBoneIndices(mesh.m_boneIndices.data(), source.references, mesh.m_boneIndices.size(),

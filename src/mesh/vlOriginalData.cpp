@@ -71,7 +71,7 @@ void Read(io::BlockReader& in, vlOriginalData& data, bool hasSkinRows)
     read.m_type = data.m_type;
     read.m_hasSkin = data.m_hasSkin;
     io::ReadTwice(in, [&](const io::Pass& pass) {
-        Visit(read, hasSkinRows ? &read.m_hasSkin : nullptr, ArrayReader(pass));
+        Visit(read, hasSkinRows ? &read.m_hasSkin : nullptr, ArrayReader{pass});
     });
     if (!in.Failed())
         data = std::move(read);
