@@ -16,14 +16,15 @@ namespace vela::vlgim::tools {
 namespace {
 
 // Lists files of the first folder with their namesakes in the second; true if they are the same, byte for byte.
-bool SameFiles(const std::string& first, const std::string& second, std::initializer_list<std::string> names)
+bool SameFiles(const std::filesystem::path& first, const std::filesystem::path& second,
+               std::initializer_list<std::string> names)
 {
     bool allSame = true;
     std::printf("  %-18s  %10s  %10s\n", "file", "first", "second");
     for (const std::string& name : names) {
         vlio::Bytes one, two;
-        const bool same = !vlio::ReadFile((first + "/" + name).c_str(), one) &&
-                          !vlio::ReadFile((second + "/" + name).c_str(), two) && one == two;
+        const bool same = !vlio::ReadFile((first / name).c_str(), one) &&
+                          !vlio::ReadFile((second / name).c_str(), two) && one == two;
         std::printf("  %-18s  %10zu  %10zu  %s\n", name.c_str(), one.size(), two.size(),
                     same ? "same bytes" : "DIFFERENT");
         allSame = allSame && same;
