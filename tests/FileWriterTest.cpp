@@ -1,3 +1,4 @@
+#include "support/Bytes.h"
 #include "support/Files.h"
 #include "support/LogCapture.h"
 
@@ -7,10 +8,13 @@
 #include <vlio2/FileWriter.h>
 
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <map>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace vlio {
@@ -233,6 +237,99 @@ TEST_F(FileWriterTest, ClosedStandardStreamsStayClosed)
     EXPECT_EXIT(::_exit(saves() ? 0 : 1), testing::ExitedWithCode(0), "");
     EXPECT_EQ(Read(path), "whole");
     EXPECT_EQ(Names(), Lines{"a"});
+}
+
+// Whoever may not read the old file may not read the new one, while it is written or later.
+TEST_F(FileWriterTest, RightsAndAttributesStay)
+{
+    const mode_t mask = ::umask(0);
+    const std::string path = Write("a", "old"), plain = Write("plain", "old");
+    vela::platform::File file;
+    EXPECT_EQ(file.Open(Path("new").c_str(), vela::platform::Access::CreatePrivate), 0);
+    EXPECT_EQ(std::filesystem::status(Path("new")).permissions(), std::filesystem::perms{0600});
+    ::umask(mask);
+    // Version 2, then tag, permissions and id of the owner, user 1, the group, the mask and the others.
+    const std::string list = AsString(vela::vlgim::test::ByteBuilder()
+                                          .U32(2)
+                                          .U16s({0x01, 6})
+                                          .U32(0xFFFFFFFF)
+                                          .U16s({0x02, 4})
+                                          .U32(1)
+                                          .U16s({0x04, 0})
+                                          .U32(0xFFFFFFFF)
+                                          .U16s({0x10, 4})
+                                          .U32(0xFFFFFFFF)
+                                          .U16s({0x20, 0})
+                                          .U32(0xFFFFFFFF));
+    const auto set = [](const std::string& name, const char* attribute, const std::string& value) {
+        return ::setxattr(name.c_str(), attribute, value.data(), value.size(), 0) == 0;
+    };
+    const auto get = [](const std::string& name, const char* attribute) {
+        std::string value(100, '\0');
+        const ssize_t size = ::getxattr(name.c_str(), attribute, value.data(), value.size());
+        return value.substr(0, static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+    };
+    constexpr const char* kList = "system.posix_acl_access";
+    if (!set(path, "user.note", "kept") || !set(path, kList, list) ||
+        !set(folder.string(), "system.posix_acl_default", list))
+        GTEST_SKIP() << "the file system has no attributes";
+    EXPECT_EQ(Save(path, "new") + Save(plain, "new"), "");
+    EXPECT_EQ(get(path, "user.note"), "kept");
+    EXPECT_EQ(get(path, kList), list);
+    EXPECT_EQ(get(plain, kList), "") << "the folder's list is for new files";
+    EXPECT_EQ(std::filesystem::status(plain).permissions(), std::filesystem::perms{0666});
+}
+
+// Else the two leave a mixture now and then.
+TEST_F(FileWriterTest, SaversOfOneSetTakeTurns)
+{
+    const Lines names{"m", "a", "b", "c", "d", "e"};
+    const auto save = [&](const std::string& content) {
+        FileWriter set;
+        for (const std::string& name : names)
+            Put(set, Path(name), content);
+        return !set.Commit();
+    };
+    for (int round = 0; round < 100; ++round) {
+        const pid_t other = ::fork();
+        if (other == 0)
+            ::_exit(save("other") ? 0 : 1);
+        EXPECT_TRUE(save("this"));
+        int status = 1;
+        ::waitpid(other, &status, 0);
+        EXPECT_EQ(status, 0);
+        for (const std::string& name : names)
+            ASSERT_EQ(Read(Path(name)), Read(Path("m"))) << name;
+    }
+}
+
+// A file server holds one on a file that a client caches.
+TEST_F(FileWriterTest, ALeaseIsWaitedFor)
+{
+    const std::string path = Write("a", "content");
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t holder = ::fork();
+    if (holder == 0) {
+        sigset_t broken;
+        ::sigemptyset(&broken);
+        ::sigaddset(&broken, SIGIO);
+        ::sigprocmask(SIG_BLOCK, &broken, nullptr);
+        const int file = ::open(path.c_str(), O_RDWR);
+        const char isHeld = ::fcntl(file, F_SETLEASE, F_WRLCK) == 0 ? 1 : 0;
+        int signal = 0;
+        if (::write(ready[1], &isHeld, 1) == 1 && isHeld && ::sigwait(&broken, &signal) == 0)
+            ::fcntl(file, F_SETLEASE, F_UNLCK);
+        ::_exit(0);
+    }
+    char isHeld = 0;
+    EXPECT_EQ(::read(ready[0], &isHeld, 1), 1);
+    Bytes bytes;
+    EXPECT_EQ(ReadFile(path.c_str(), bytes).Message(), "");
+    EXPECT_EQ(bytes.size(), 7U);
+    ::waitpid(holder, nullptr, 0);
+    if (!isHeld)
+        GTEST_SKIP() << "the file system has no leases";
 }
 
 TEST_F(FileWriterTest, ReadsRegularFilesAlone)

@@ -2,6 +2,7 @@
 #include "report/Print.h"
 
 #include <corecommon/Log.h>
+#include <platform/Files.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -43,6 +44,7 @@ int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 try {
+    vela::platform::OpenStandardStreams();
     vela::SetLogSink(PrintMessage, nullptr);
     const int code = Run(argc, argv);
     // A full disk shows here at the latest.

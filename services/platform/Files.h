@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -13,7 +14,7 @@ struct FileId {
     std::uint64_t volume = 0;
     std::uint64_t number = 0;
 
-    bool operator==(const FileId&) const = default;
+    auto operator<=>(const FileId&) const = default;
 };
 
 enum class FileKind : unsigned char { None, Regular, Folder, Other };
@@ -25,6 +26,9 @@ struct FileStatus {
     std::uint64_t size = 0;
     std::uint32_t owner = 0, group = 0, permissions = 0;  ///< the numbers of the system
 };
+
+/// True for the reasons of the system that mean that no file has a path.
+bool IsMissing(int reason);
 
 /// Gets the status of a file, and follows links. After a failure only isLink is set, also for a dangling link.
 int GetStatus(const char* path, FileStatus& status);
@@ -44,6 +48,7 @@ enum class Access : unsigned char {
     Read,    ///< does not wait for the writer of a pipe
     Write,   ///< an existing file, whose content is kept
     Create,  ///< a new file with the default permissions of the process; fails with EEXIST if the path exists
+    CreatePrivate,  ///< the same, but nobody else has any permission
 };
 
 /// An open file, which the destructor closes. Opening a terminal does not make it the controlling terminal of the
@@ -60,15 +65,20 @@ public:
     /// Gets the status of the open file.
     int GetStatus(FileStatus& status) const;
 
-    /// Sets owner, group and permissions to those of another file, as far as the system allows. Without its owner or
-    /// group the file loses the permissions that were meant for them.
-    void TakeRights(const FileStatus& of) const;
+    /// Sets owner, group, permissions and extended attributes, which include an access control list, to those of the
+    /// file at `path`, whose status is `of`. If the system does not allow its owner or group, the file loses the
+    /// permissions that were meant for them. Fails if an attribute can't be copied.
+    int TakeRights(const char* path, const FileStatus& of) const;
 
     /// Reads up to `size` bytes. `got` receives their number, 0 at the end of the file.
     int Read(void* bytes, std::size_t size, std::size_t& got) const;
 
     /// Writes all bytes at `position`, or without one behind those of the Write before.
     int Write(const void* bytes, std::size_t size, std::optional<std::uint64_t> position = {}) const;
+
+    /// Reserves disk space for the first `size` bytes, so that writing them can't fail for lack of it. Does nothing on a
+    /// file system that can't reserve space.
+    int Reserve(std::uint64_t size) const;
 
     /// Cuts or extends the file to `size` bytes.
     int SetSize(std::uint64_t size) const;
@@ -77,8 +87,27 @@ public:
     int Close();
 
 private:
+    friend class FolderLock;
+
     int m_handle = -1;
 };
+
+/// Makes savers take turns: while an object of this class exists, others for the same folder wait, also those of other
+/// processes. Where the system can't lock a folder, they do not.
+class FolderLock {
+public:
+    explicit FolderLock(const char* folder);
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+    ~FolderLock() { m_folder.Close(); }
+
+private:
+    File m_folder;
+};
+
+/// Opens /dev/null, or what takes its place, as each standard stream that is closed. A file that the program opens
+/// later can then not become one of them. Call it first of all.
+void OpenStandardStreams();
 
 /// Opens a new file without a name, which is gone once it is closed. Returns null if that fails.
 std::FILE* OpenTemporary();

@@ -14,19 +14,22 @@ using vela::vlgim::ErrorKind;
 Error ReadFile(const char* path, Bytes& bytes)
 {
     bytes.clear();
-    platform::File file;
     platform::FileStatus status;
-    const int refused = file.Open(path, platform::Access::Read);
-    if (const int missing = refused ? platform::GetStatus(path, status) : file.GetStatus(status))
-        return Failure(refused ? ErrorKind::NotFound : ErrorKind::Unreadable, missing, path);
-    const auto unreadable = [&](const char* why) {
-        return Failure(ErrorKind::Unreadable, refused, path, why);
-    };
-    if (status.kind != platform::FileKind::Regular)
+    if (const int reason = platform::GetStatus(path, status))
+        return Failure(platform::IsMissing(reason) ? ErrorKind::NotFound : ErrorKind::Unreadable, reason,
+                       path);
+    const auto unreadable = [path](const char* why) { return Failure(ErrorKind::Unreadable, 0, path, why); };
+    const auto isRegular = [&status] { return status.kind == platform::FileKind::Regular; };
+    // To open a device may already do something.
+    if (!isRegular())
         return unreadable(status.kind == platform::FileKind::Folder ? "it is a folder"
                                                                     : "it is a pipe or a device");
-    if (refused)
-        return Failure(ErrorKind::Unreadable, refused, path);
+    platform::File file;
+    const int refused = file.Open(path, platform::Access::Read);
+    if (const int reason = refused ? refused : file.GetStatus(status))
+        return Failure(ErrorKind::Unreadable, reason, path);
+    if (!isRegular())
+        return unreadable("it changed while it was read");
     if (status.size >= bytes.max_size())
         return unreadable("it is too large");
 

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <optional>
 #include <random>
 #include <system_error>
 #include <utility>
@@ -104,18 +105,23 @@ struct FileWriter::File final : Sink {
         // Starts at random, so that processes do not meet. To ask the processor for each file would take as long as to
         // write 75 KB.
         static std::atomic<std::uint64_t> next = std::uint64_t{std::random_device()()} << 32;
+        const bool isNew = old.kind != FileKind::Regular;
         std::string name;
         int reason = 0;
         do {
             name = FolderOf(target).append(".vlgim-").append(std::to_string(next++));
-            reason = file.Open(name.c_str(), Access::Create);
+            reason = file.Open(name.c_str(), isNew ? Access::Create : Access::CreatePrivate);
         } while (reason == EEXIST);
         if (reason != 0)
             return reason;
         sibling = std::move(name);
-        if (old.kind == FileKind::Regular)
-            file.TakeRights(old);
-        return 0;
+        // Without its access control list it could be read by others than the old file.
+        if (isNew || file.TakeRights(target.c_str(), old) == 0)
+            return 0;
+        file.Close();
+        std::remove(sibling.c_str());
+        sibling.clear();
+        return EPERM;
     }
 
     bool InPlace() const { return sibling.empty(); }
@@ -157,6 +163,8 @@ struct FileWriter::File final : Sink {
             return;
         if (!target.empty())
             Fail(file.Open(path.c_str(), Access::Write));
+        if (error == 0 && !target.empty())
+            Fail(file.Reserve(memory.size()));
         if (error == 0)
             Fail(file.Write(memory.data(), memory.size()));
         if (error == 0 && !target.empty())
@@ -211,6 +219,10 @@ Error FileWriter::Commit()
         }
     };
     take(&File::CloseSibling, files.begin(), files.end());
+    // Two savers of one set would leave a mixture of their files.
+    std::optional<platform::FolderLock> lock;
+    if (files.size() > 1)
+        lock.emplace(FolderOf(files.front()->target).c_str());
     // What is written in place is what may still fail, so it goes before anything is renamed.
     take(&File::WriteInPlace, files.begin(), files.end());
     take(&File::Rename, files.rbegin(), files.rend());

@@ -1,8 +1,14 @@
 #include <platform/Files.h>
 
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
+#include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
+#ifdef __linux__
+#include <sys/xattr.h>
+#endif
 #include <unistd.h>
 #include <utility>
 
@@ -41,7 +47,36 @@ int Convert(int result, const struct stat& found, FileStatus& status)
     return 0;
 }
 
+constexpr const char* kAccessList = "system.posix_acl_access";
+
+// Copies what users and access control lists say. Other attributes belong to the system, which sets them itself.
+int CopyAttributes(const char* from, int to)
+{
+#ifdef __linux__
+    const ssize_t size = ::listxattr(from, nullptr, 0);
+    std::string names(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
+    if (!names.empty() && ::listxattr(from, names.data(), names.size()) != size)
+        return errno;
+    for (std::size_t at = 0; at < names.size(); at += std::strlen(&names[at]) + 1) {
+        const char* const name = &names[at];
+        if (std::strncmp(name, "user.", 5) != 0 && std::strcmp(name, kAccessList) != 0)
+            continue;
+        const ssize_t length = ::getxattr(from, name, nullptr, 0);
+        std::string value(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
+        if (length < 0 || ::getxattr(from, name, value.data(), value.size()) != length ||
+            ::fsetxattr(to, name, value.data(), value.size(), 0) != 0)
+            return errno;
+    }
+#endif
+    return 0;
+}
+
 }  // namespace
+
+bool IsMissing(int reason)
+{
+    return reason == ENOENT || reason == ENOTDIR;
+}
 
 int GetStatus(const char* path, FileStatus& status)
 {
@@ -80,14 +115,19 @@ int File::Open(const char* path, Access access)
 {
     // In the order of Access.
     static constexpr int kFlags[] = {O_RDONLY | O_NONBLOCK | O_NOCTTY, O_WRONLY | O_NOCTTY,
-                                     O_WRONLY | O_CREAT | O_EXCL};
-    m_handle = ::open(path, kFlags[static_cast<int>(access)] | O_CLOEXEC, 0666);
+                                     O_WRONLY | O_CREAT | O_EXCL, O_WRONLY | O_CREAT | O_EXCL};
+    m_handle = ::open(path, kFlags[static_cast<int>(access)] | O_CLOEXEC,
+                      access == Access::CreatePrivate ? 0600 : 0666);
+    // A regular file that another process holds a lease on, such as a file server, is there after a short wait.
+    if (FileStatus status; m_handle < 0 && errno == EWOULDBLOCK && access == Access::Read &&
+                           platform::GetStatus(path, status) == 0 && status.kind == FileKind::Regular)
+        m_handle = Retry([path] { return ::open(path, O_RDONLY | O_NOCTTY | O_CLOEXEC); });
     // In a process that has closed its standard streams, the file would get what is printed.
     if (m_handle >= 0 && m_handle <= STDERR_FILENO) {
         const int low = std::exchange(m_handle, ::fcntl(m_handle, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
         const int reason = ReasonOf(m_handle);
         ::close(low);
-        if (reason != 0 && access == Access::Create)
+        if (reason != 0 && access >= Access::Create)
             ::unlink(path);
         return reason;
     }
@@ -102,13 +142,19 @@ int File::GetStatus(FileStatus& status) const
 }
 
 // Only root can give a file away, and some file systems know no owners. Special bits and the rights of a group are for
-// the old owner and the old group alone.
-void File::TakeRights(const FileStatus& of) const
+// the old owner and the old group alone. The mode comes last: with an access control list its group bits are the most
+// that anybody in the list has.
+int File::TakeRights(const char* path, const FileStatus& of) const
 {
     mode_t kept = 07777;
     if (::fchown(m_handle, of.owner, of.group) != 0)
         kept = ::fchown(m_handle, uid_t(-1), of.group) == 0 ? 0777 : 0707;
+#ifdef __linux__
+    ::fremovexattr(m_handle, kAccessList);  // the one that the folder gives to new files
+#endif
+    const int reason = CopyAttributes(path, m_handle);
     ::fchmod(m_handle, of.permissions & kept);
+    return reason;
 }
 
 int File::Read(void* bytes, std::size_t size, std::size_t& got) const
@@ -134,6 +180,16 @@ int File::Write(const void* bytes, std::size_t size, std::optional<std::uint64_t
     return 0;
 }
 
+int File::Reserve(std::uint64_t size) const
+{
+#ifdef __linux__
+    const int result = ::fallocate(m_handle, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size));
+    return result != 0 && errno == ENOSPC ? ENOSPC : 0;
+#else
+    return 0;
+#endif
+}
+
 int File::SetSize(std::uint64_t size) const
 {
     return ReasonOf(::ftruncate(m_handle, static_cast<off_t>(size)));
@@ -144,6 +200,19 @@ int File::Close()
     const int result = m_handle < 0 ? 0 : ::close(m_handle);
     m_handle = -1;
     return ReasonOf(result);
+}
+
+FolderLock::FolderLock(const char* folder)
+{
+    if (m_folder.Open(folder, Access::Read) == 0)
+        Retry([this] { return ::flock(m_folder.m_handle, LOCK_EX); });
+}
+
+void OpenStandardStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(stream, F_GETFD) < 0)
+            ::open("/dev/null", O_RDWR);  // takes the lowest number that is free
 }
 
 std::FILE* OpenTemporary()
