@@ -3,6 +3,7 @@
 #include "Check.h"
 
 #include <corecommon/Log.h>
+#include <vlgim/vlClipData.h>
 
 #include <sanitizer/allocator_interface.h>
 
@@ -39,18 +40,20 @@ inline void OnFree(const volatile void* block)
 }
 
 /// Loads with load(), and checks that it never held more than it may: 64 times the bytes of its files and 16 MiB, the
-/// images of the files aside.
+/// images of the files and an object for each clip aside.
 /// imageBytes  of all files that are read
+/// mostClips   clips that may have a record in the file
 template <class Load>
-auto WithinBudget(std::size_t imageBytes, Load load)
+auto WithinBudget(std::size_t imageBytes, Load load, std::size_t mostClips = 0)
 {
     const auto bytes = static_cast<std::int64_t>(imageBytes);
     const std::int64_t before = g_live;
     g_peak = before;
     const auto result = load();
     const std::int64_t held = g_peak - before - bytes;
-    Check(held <= 64 * bytes + (16 << 20), "a load of " + std::to_string(bytes) + " bytes held " +
-                                               std::to_string(held) + " bytes beside them");
+    const auto objects = static_cast<std::int64_t>(mostClips * (sizeof(vlClipData) + 64));
+    Check(held <= 64 * bytes + (16 << 20) + objects, "a load of " + std::to_string(bytes) + " bytes held " +
+                                                         std::to_string(held) + " bytes beside them");
     return result;
 }
 

@@ -52,10 +52,12 @@ std::unique_ptr<vlAnimData> Read(const Files& files)
     const Bytes& gis = files.at("");
     auto anim = std::make_unique<vlAnimData>();
     // The caller holds the image of the .gis file, so it counts neither way.
-    const bool whole = WithinBudget(size, [&] {
+    constexpr std::size_t kLeastRecord = 74;
+    const auto read = [&] {
         return anim->ReadAnimationFile(gis.data(), static_cast<std::uint32_t>(gis.size()),
                                        TheFolder().Path("a.gis"));
-    });
+    };
+    const bool whole = WithinBudget(size, read, gis.size() / kLeastRecord + 1);
     for (const auto& [clip, content] : files)
         TheFolder().Remove(SideName(clip));
     if (whole)

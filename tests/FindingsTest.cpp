@@ -322,6 +322,20 @@ void FindingsTest::ExpectFolderFindings() const
     }
     const std::string& text = result.findings[0].text;
     EXPECT_TRUE(text.ends_with("Walk.gis, which differs only in case")) << text;
+    std::filesystem::remove(Path("d_gis/Walk.gis"));
+    std::filesystem::create_symlink("nowhere", Path("d_gis/walk.gis"));
+    EXPECT_TRUE(CheckFile(Path("d.gis").c_str())
+                    .findings[0]
+                    .text.ends_with("walk.gis is a link to a file that doesn't exist"));
+    Write("e.gis", AsString(GisHeader(0x60001, 2)
+                                .Raw(Skeleton())
+                                .U32(1)
+                                .U32(1108)
+                                .Raw(BaseInfo("walk"))
+                                .Raw(BaseInfo("./walk"))));
+    Write("e_gis/walk.gis", AsString(ClipRecord(0x60001)));
+    result = CheckFile(Path("e.gis").c_str());
+    EXPECT_EQ(result.findings[0].text, "clips 0 and 1 have the same side file, " + Path("e_gis/./walk.gis"));
     EXPECT_EQ(CheckFile(Path("c.gis").c_str()).findings.back().block, "clip");
     for (const char* name : {".", "c.gim"})
         EXPECT_EQ(Codes(CheckFile(Path(name).c_str())), Set{"unreadable"}) << name;

@@ -207,7 +207,8 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
          [](Anim a) { a.m_clips.resize(0x10000, a.m_clips[0]); }},
         {-1, async, cant + "clip 1: another clip has the same name, walk",
          [](Anim a) { a.m_clips[1]->m_name = Name32("walk"); }},
-        {1, async, cant + "clip 0: its name does not end with NUL",
+        {1, async,
+         cant + "clip 0: its name has 32 bytes, and a reader would look for a side file named by 31",
          [](Anim a) { a.m_clips[0]->m_name = Name32(std::string(32, 'x')); }},
         {1, plain, cant + "its version is not one from 5.0 to 6.1", [](Anim a) { a.m_version = 0x60002; }},
         {1, plain, cant + "its version has no skeleton", [](Anim a) { a.m_version = 0x50004; }},
@@ -249,10 +250,18 @@ TEST_F(vlAnimDataTest, DeltasAreAgainstTheBoneOfTheSameNameAndWarnAtAWrite)
                   (toDelta ? std::vector<float>{-9, -24, 0.5F, 7} : std::vector<float>{1, 6, 1, 7}));
     }
     anim.m_clips.resize(1);
-    const std::string path = Path("a.gis");
+    const std::string path = Path("a.gis"), full(32, 'x');
+    anim.m_clips[0]->m_name = Name32(full);
     EXPECT_EQ(anim.WriteAnimationFile(path.c_str()), 0);
-    EXPECT_EQ(log.lines, Lines{"W skeletal animation " + path +
-                               " is written with deltas, and no file says that it has them"});
+    EXPECT_EQ(
+        log.lines,
+        (Lines{"W skeletal animation " + path + " is written with deltas, and no file says that it has them",
+               "W skeletal animation " + path +
+                   " has a clip with a name of 32 bytes, of which a reader keeps 31: " + full}));
+    anim.m_clips[0]->m_name = Name32("walk");
+    anim.m_clips[0]->m_name.bytes[31] = 'x';
+    EXPECT_EQ(anim.WriteAnimationFile(path.c_str()), 0);
+    EXPECT_EQ(log.lines.size(), 3U) << "a name ends at its first NUL";
 }
 
 // The bytes of a side file allow for its memory once, however many clips name it.
@@ -264,6 +273,49 @@ TEST_F(vlAnimDataTest, OneSideFileForManyClips)
     EXPECT_TRUE(Read(AsyncFile(Names(50, "big")), hero));
     EXPECT_FALSE(Read(AsyncFile(Names(120, "big")), hero));
     EXPECT_TRUE(anim.m_clips.empty());
+    std::vector<std::string> spellings;
+    for (int i = 0; i < 120; ++i) {
+        std::string& name = spellings.emplace_back();
+        for (int bit = 1; bit < 128; bit *= 2)
+            name += i & bit ? ".///" : "./";
+        name += "big";
+    }
+    EXPECT_FALSE(Read(AsyncFile(Names(spellings.begin(), spellings.end())), hero));
+    EXPECT_TRUE(Read(AsyncFile({"big", ".///big", "./big"}), hero));
+    EXPECT_EQ(anim.m_clips[2]->m_keyTimes->GetKeyCount(), 60'000);
+}
+
+// A clip that was copied shows the channels of its source, and each is converted and packed on its own.
+TEST_F(vlAnimDataTest, ClipsThatShareChannels)
+{
+    ASSERT_TRUE(Read(TwoClips(1, 0x60001, Skeleton("hip", "head"))));
+    anim.m_clips[1] = std::make_shared<vlClipData>(*anim.m_clips[0]);
+    anim.m_clips.push_back(anim.m_clips[0]);
+    anim.ConvertToDelta();
+    for (const auto& clip : anim.m_clips)
+        EXPECT_EQ(clip->m_keys[0].m_pos[0], 0) << "1 less the 1 of the bone, once";
+    anim.ConvertFromDelta();
+    anim.m_clips[1] = std::make_shared<vlClipData>(*anim.m_clips[0]);
+    anim.m_clips.pop_back();
+    // Halves can't tell these keys apart, so they become one key; floats can.
+    vlTransKeysData& keys = anim.m_clips[0]->m_keys[0];
+    keys.m_scaleKeyed = 1;
+    keys.m_scale = {1, 1, 1, 1.0002F, 1, 1};
+    anim.m_clips[0]->m_compressFlags = KEY_HALF_SCALE;
+    anim.m_clips[1]->m_compressFlags = 0;
+    EXPECT_FALSE(test::Write(anim).empty());
+    EXPECT_EQ(anim.m_clips[0]->m_keys[0].m_scaleKeyed, 0);
+    EXPECT_EQ(anim.m_clips[1]->m_keys[0].m_scaleKeyed, 1);
+}
+
+// An object of a clip is larger than 64 times its record without bones.
+TEST_F(vlAnimDataTest, ManyClipsWithoutBones)
+{
+    ByteBuilder file = GisHeader(0x50000, 20'000);
+    for (int i = 0; i < 20'000; ++i)
+        file.Raw(ClipInfo(0x50000, "none", {}, 1)).U8(0);
+    EXPECT_TRUE(Read(file));
+    EXPECT_FALSE(Read(GisHeader(0x60000, 65'535).Raw(Skeleton()).U32(1))) << "no clip has a record";
 }
 
 }  // namespace vela::vlgim::test

@@ -55,8 +55,9 @@ public:
     /// `path`, and m_version; all other members have their defaults. m_version is 0 if the file has fewer than 8 bytes.
     /// It still contains the branch number in its top byte if the magic, the length, the branch, or a version outside
     /// 2.0 to 6.1 was refused.
-    /// A read uses at most 64 times the bytes of all files, plus 16 MiB, not counting the file images. A side file that
-    /// several clips name counts once. Throws std::bad_alloc; the object is then unchanged.
+    /// A read uses at most 64 times the bytes of all files, plus 16 MiB and one vlClipData for each clip record in the
+    /// file, not counting the file images. A side file that several clips name is read once and counts once, however its
+    /// path is spelled. Throws std::bad_alloc; the object is then unchanged.
     [[nodiscard]] bool ReadAnimationFile(const unsigned char* data, std::uint32_t length,
                                          const std::string& path);
 
@@ -77,7 +78,7 @@ public:
     ///   including m_keysOffset, the name ids of the clip's bones and, if vlClipData::ReadKeysData replaced it,
     ///   m_length. A side file is named after the name in its own record;
     /// - skeleton bone names become lower-case;
-    /// - the last byte of each of a clip's two names becomes 0;
+    /// - the last byte of each of a clip's two names becomes 0, which a read does;
     /// - pivot tracks, and bytes after the clip in a side file, are dropped;
     /// - key times in ticks (below version 5.2) can change: each tick from -6291458 to -1 becomes one tick later; ticks
     ///   below -6291458 and above 6291458 can move by up to 193 ticks; and the 64 largest ticks become the lowest tick;
@@ -89,7 +90,7 @@ public:
     /// Keys that have the requested form already are left alone. Converting there and back rounds.
     /// A clip's bone uses the first skeleton bone with the same name id. Skeleton names are in lower case, so the keys
     /// of a clip's bone with an upper-case letter are not converted. Copies of the object share the clips and see the
-    /// change, but keep their own m_isDelta.
+    /// change, but keep their own m_isDelta. Clips that share m_keys get channels of their own first, also in a write.
     void ConvertToDelta();
     void ConvertFromDelta();
 };
@@ -122,7 +123,7 @@ VLGIM_API Error Save(vlAnimData& anim, const char* path, std::vector<Error>* war
 /// - what the version can't store: shared key times below 5.3, a skeleton or side files below 6.0, and at 6.0 the bones
 ///   of a clip in a side file;
 /// - more than 255 bones, of the skeleton or of a clip;
-/// - a clip name whose last byte is not NUL or, with side files, with a component "..";
+/// - with side files, a clip name of 32 bytes, of which a reader keeps 31, or one with a component "..";
 /// - an array that is shorter than its count, or a keyed array of a channel with a key for other than each time;
 /// - an animation with neither bones nor clips, since the file would be too short to be read.
 VLGIM_API Error WhyUnwritable(const vlAnimData& anim);

@@ -70,8 +70,7 @@ public:
     /// ReadClipInfo leaves a member unchanged that the version does not store, except that m_keyLayout becomes
     /// KEY_LAYOUT_PER_BONE. The case of bone names is kept, so only lower-case names match a skeleton's. m_boneNames is
     /// a new array.
-    /// WriteClipInfo refuses N above 255, m_boneNames with fewer than N names, and an m_name or m_name2 whose last byte
-    /// is not 0.
+    /// WriteClipInfo refuses N above 255, and m_boneNames with fewer than N names. Names are written as they are.
     [[nodiscard]] const unsigned char* ReadClipInfo(const unsigned char* data, std::uint32_t version,
                                                     const unsigned char* end = nullptr);
     void WriteClipInfo(std::FILE* stream, std::uint32_t version) const;

@@ -18,6 +18,10 @@ namespace vela::vlgim::anim {
 /// number once the header is accepted.
 Error ReadFile(io::BlockReader& in, std::size_t fileSize, vlAnimData& anim, bool withSideFiles);
 
+/// Gives each clip channels of its own where several show the same ones: conversion and writing change them, for each
+/// clip in its own way.
+void SeparateChannels(vlAnimData& anim);
+
 /// Writes the file, but not its side files, of an animation that WhyUnwritable has nothing against.
 void WriteFile(vlio::Sink& sink, vlAnimData& anim);
 

@@ -8,12 +8,14 @@
 #include <io/ArrayBlock.h>
 #include <io/Errors.h>
 #include <io/Name.h>
+#include <platform/Files.h>
 #include <vlio2/Failures.h>
 #include <vlio2/FileStream.h>
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <map>
 #include <utility>
 
 namespace vela::vlgim {
@@ -98,7 +100,8 @@ void ForEachNewClip(io::BlockReader& in, vlAnimData& anim, Block block, Read rea
 {
     for (std::size_t i = 0; i < anim.m_clips.size(); ++i) {
         const auto scope = in.Enter(block, static_cast<std::int64_t>(i));
-        if (!in.Spend(sizeof(vlClipData)))
+        // An object with a record in the file is paid for by that.
+        if (anim.m_async != 0 && !HasSideFiles(anim) && !in.Spend(sizeof(vlClipData)))
             return;
         anim.m_clips[i] = std::make_shared_for_overwrite<vlClipData>();
         if (!read(i))
@@ -124,26 +127,55 @@ void ReadClips(io::BlockReader& in, vlAnimData& anim)
         clips::Read({in, plan, &arrays}, anim.m_version, kHeaderSize, *clip);
 }
 
-// Where the file is missing, the clip becomes null.
-Error ReadSideFile(io::BlockReader& load, vlAnimData& anim, std::size_t slot, const std::string& folder,
-                   bool isNew)
-{
+// A side file, and the clips that name it.
+struct SideFile {
     std::string path;
-    vlio::Bytes bytes;
-    Error error = FindSideFile(folder, *anim.m_clips[slot], ErrorKind::Unreadable, path);
-    if (!error)
-        error = vlio::ReadFile(path.c_str(), bytes);
-    if (error.kind == ErrorKind::NotFound) {
-        anim.m_clips[slot].reset();
-        return {};
+    std::vector<std::size_t> clips;
+};
+
+// The files in the order of the first clip that names each. A file is known by what it is: its path can be spelled in
+// many ways. A clip whose file is missing becomes null.
+Error FindFiles(io::BlockReader& in, vlAnimData& anim, const std::string& folder,
+                std::vector<SideFile>& files)
+{
+    std::map<platform::FileId, std::size_t> known;
+    for (std::size_t i = 0; i < anim.m_clips.size(); ++i) {
+        std::string path;
+        platform::FileStatus status;
+        constexpr std::size_t kNode = 64;
+        if (!in.Spend(sizeof(SideFile) + folder.size() + 2 * Name32::kSize + kNode))
+            return in.WhyRefused().AsError(anim.m_path);
+        if (Error error = FindSideFile(folder, *anim.m_clips[i], ErrorKind::Unreadable, path))
+            return error;
+        if (const int reason = platform::GetStatus(path.c_str(), status)) {
+            if (!platform::IsMissing(reason))
+                return vlio::Failure(ErrorKind::Unreadable, reason, path.c_str());
+            anim.m_clips[i].reset();
+            continue;
+        }
+        const auto [file, isNew] = known.try_emplace(status.id, files.size());
+        if (isNew)
+            files.push_back({path, {}});
+        files[file->second].clips.push_back(i);
     }
-    if (error)
+    return {};
+}
+
+// Reads a file once, and each of its clips from that. However many they are, its bytes allow for their memory once.
+Error ReadSideFile(io::BlockReader& load, vlAnimData& anim, const SideFile& file)
+{
+    vlio::Bytes bytes;
+    if (Error error = vlio::ReadFile(file.path.c_str(), bytes))
         return error;
-    io::BlockReader in(bytes);
-    in.JoinBudget(load, isNew ? bytes.size() : 0);
-    clips::ReadSideFile(in, anim.m_version, *anim.m_clips[slot], static_cast<std::int64_t>(slot));
-    load.JoinBudget(in, 0);
-    return in.WhyRefused().AsError(path);
+    for (const std::size_t clip : file.clips) {
+        io::BlockReader in(bytes);
+        in.JoinBudget(load, clip == file.clips.front() ? bytes.size() : 0);
+        clips::ReadSideFile(in, anim.m_version, *anim.m_clips[clip], static_cast<std::int64_t>(clip));
+        load.JoinBudget(in, 0);
+        if (in.Failed())
+            return in.WhyRefused().AsError(file.path);
+    }
+    return {};
 }
 
 // The base info of all clips, and their side files where these are asked for.
@@ -152,18 +184,18 @@ Error ReadRecords(io::BlockReader& in, vlAnimData& anim, bool withSideFiles)
     std::string folder;
     if (Error error = withSideFiles ? FindSideFolder(anim.m_path, folder) : Error())
         return error;
-    ClipNames names;
-    Error error;
     ForEachNewClip(in, anim, Block::BaseInfo, [&](std::size_t i) {
-        if (!HasSideFiles(anim))
-            return true;
-        clips::ReadBaseInfo(in, *anim.m_clips[i]);
-        // However many clips name a file, its bytes allow for their memory once.
-        if (withSideFiles && !in.Failed())
-            error = ReadSideFile(in, anim, i, folder, names.Add(*anim.m_clips[i], i) == i);
-        return !error;
+        if (HasSideFiles(anim))
+            clips::ReadBaseInfo(in, *anim.m_clips[i]);
+        return !in.Failed();
     });
-    return error ? error : in.WhyRefused().AsError(anim.m_path);
+    std::vector<SideFile> files;
+    Error error = in.WhyRefused().AsError(anim.m_path);
+    if (!error && withSideFiles && HasSideFiles(anim))
+        error = FindFiles(in, anim, folder, files);
+    for (std::size_t i = 0; !error && i < files.size(); ++i)
+        error = ReadSideFile(in, anim, files[i]);
+    return error;
 }
 
 // Names that have no NUL in their field.

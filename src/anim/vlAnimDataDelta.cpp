@@ -1,8 +1,21 @@
 #include <vlgim/vlAnimData.h>
 
+#include "AnimFile.h"
+
 #include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace vela::vlgim {
+
+void anim::SeparateChannels(vlAnimData& anim)
+{
+    std::unordered_map<const vlTransKeysData*, const vlClipData*> owners;
+    for (const auto& clip : anim.m_clips)
+        if (clip && clip->m_keys &&
+            owners.emplace(clip->m_keys.data(), clip.get()).first->second != clip.get())
+            clip->m_keys = clip->m_keys.Clone();
+}
 
 namespace {
 
@@ -14,8 +27,10 @@ void Convert(vlAnimData& anim, bool toDelta, void (vlTransKeysData::*convert)(co
     const std::int32_t* first = anim.m_boneNameIds;
     const std::int32_t* last =
         first + std::min<std::size_t>({anim.m_boneCount, vlAnimData::kMaxBones, anim.m_boneTrans.size()});
+    anim::SeparateChannels(anim);
+    std::unordered_set<const vlClipData*> converted;  // an animation may show a clip twice
     for (const auto& clip : anim.m_clips) {
-        if (!clip)
+        if (!clip || !converted.insert(clip.get()).second)
             continue;
         const auto count =
             std::min<std::size_t>({clip->m_boneCount, vlClipData::kMaxBones, clip->m_keys.size()});

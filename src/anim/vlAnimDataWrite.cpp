@@ -8,6 +8,7 @@
 #include <io/Errors.h>
 #include <io/SaveFile.h>
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -46,6 +47,9 @@ Error WhyClipsUnwritable(const vlAnimData& anim)
     const bool hasNoPlace = anim.m_async != 0 && !anim::HasSideFiles(anim);
     return io::FirstInside(io::Block::Clip, anim.m_clips.size(), [&](std::size_t i) {
         const vlClipData& clip = *anim.m_clips[i];
+        if (anim::HasSideFiles(anim) && clip.m_name.View().size() == Name32::kSize)
+            return io::Unwritable(
+                "its name has 32 bytes, and a reader would look for a side file named by 31");
         if (!hasNoPlace)
             return clips::WhyUnwritable(clip, anim.m_version);
         if (clip.m_boneCount != 0)
@@ -84,6 +88,7 @@ namespace anim {
 
 void WriteFile(vlio::Sink& sink, vlAnimData& anim)
 {
+    SeparateChannels(anim);
     io::BlockWriter out(sink);
     out.Run(kGisMagic, sizeof kGisMagic);
     out.Value(anim.m_version);
@@ -111,10 +116,15 @@ Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path, std::vect
     vlio::Sink* sink = nullptr;
     if (Error error = set.Open(path, sink))
         return error;
+    const auto warn = [&](std::string text) {
+        io::Append(warnings, {io::MakeError(ErrorKind::Warning, std::move(text), path)});
+    };
     if (anim.m_isDelta)
-        io::Append(warnings,
-                   {io::MakeError(ErrorKind::Warning,
-                                  "is written with deltas, and no file says that it has them", path)});
+        warn("is written with deltas, and no file says that it has them");
+    for (const auto& clip : anim.m_clips)
+        if (std::max(clip->m_name.View().size(), clip->m_name2.View().size()) == Name32::kSize)
+            warn("has a clip with a name of 32 bytes, of which a reader keeps 31: " +
+                 std::string(clip->m_name.View()));
     WriteFile(*sink, anim);
     for (std::size_t i = 0; i < sidePaths.size(); ++i) {
         if (Error error = set.Open(sidePaths[i].c_str(), sink))

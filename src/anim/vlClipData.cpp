@@ -99,6 +99,7 @@ void StartKeyData(const unsigned char* sharedTimes, std::uint16_t keyCount, vlCl
     clip.m_keyTimes =
         sharedTimes ? std::make_shared<vlKeyTimes>(keys::TimesFrom(sharedTimes, keyCount)) : nullptr;
     clip.m_keys = std::move(keys);
+    clip.m_maxKeys = 0;
     if (!sharedTimes)
         return;
     clip.m_maxKeys = std::max(clip.m_maxKeys, keyCount);
@@ -152,12 +153,7 @@ Error WhyInfoUnwritable(const vlClipData& clip)
 {
     if (Error why = WhyBonesUnwritable(clip))
         return why;
-    if (Error why = io::WhyShort(clip.m_boneNames, clip.m_boneCount, "bone names"))
-        return why;
-    // A reader ends them at 31 bytes, and looks for a side file of that name.
-    if (clip.m_name.bytes[Name32::kSize - 1] != 0 || clip.m_name2.bytes[Name32::kSize - 1] != 0)
-        return io::Unwritable("its name does not end with NUL");
-    return {};
+    return io::WhyShort(clip.m_boneNames, clip.m_boneCount, "bone names");
 }
 
 unsigned short KeyCount(const vlClipData& clip, std::size_t bone)

@@ -1,6 +1,7 @@
 #include "Check.h"
 
 #include <corecommon/Log.h>
+#include <platform/Files.h>
 
 // The operations that are called.
 namespace vela::vlgim {
@@ -51,7 +52,8 @@ CheckResult RunCheck(const CheckOptions& options, Run run)
 CheckResult CheckFile(const char* path, const CheckOptions& options)
 {
     return check::RunCheck(options, [&](check::Session& session) {
-        if (!vlio::FileStream::Exists(path, vlio::FILE_SYSTEM_ANY))
+        platform::FileStatus status;
+        if (platform::IsMissing(platform::GetStatus(path, status)))
             return session.BeginUnread(path).Add("unreadable", {}, "the file doesn't exist");
         if (const auto input = check::ReadFile(session, path))
             check::CheckInput(*input, true);

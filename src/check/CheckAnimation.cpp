@@ -7,9 +7,11 @@
 #include <basekit/StringAlgo.h>
 #include <io/Errors.h>
 #include <nameid/NameID.h>
+#include <platform/Files.h>
 #include <vlgim/vlAnimData.h>
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 // Animations, with clips of their own or in side files.
@@ -222,6 +224,23 @@ bool CheckSideClip(const Input& input, const Where& where, const vlAnimData& ani
     return true;
 }
 
+// Whether no other clip has the same side file; else a finding says which.
+bool IsSoleOfFile(std::map<platform::FileId, std::size_t>& files, FileReport& report, const Where& where,
+                  const vlAnimData& anim, const std::string& folder, std::size_t number)
+{
+    std::string path;
+    platform::FileStatus status;
+    if (anim::FindSideFile(folder, *anim.m_clips[number], ErrorKind::Unreadable, path) ||
+        platform::GetStatus(path.c_str(), status) != 0)
+        return true;  // which the check of the file tells
+    const std::size_t first = files.emplace(status.id, number).first->second;
+    if (first != number)
+        report.Add("clip-name", where,
+                   "clips " + std::to_string(first) + " and " + std::to_string(number) +
+                       " have the same side file, " + path);
+    return first == number;
+}
+
 // Reads all side files of an animation into the base info of its clips and checks them. Whether all were read, and a
 // save would give each clip a side file of its own.
 // held  bytes in memory
@@ -232,13 +251,15 @@ bool CheckSideClips(const Input& input, const File& file, vlAnimData& anim, std:
         return true;  // a finding of the save tells of it
     bool areRead = true;
     anim::ClipNames names, savedNames;
+    std::map<platform::FileId, std::size_t> files;  // a path can be spelled in many ways
     std::size_t place = 0;
     for (std::size_t i = 0; i < anim.m_clips.size(); ++i, ++place) {
         place = file.Find(Block::BaseInfo, place);
         const Where where = file.At(place);
         vlClipData& clip = *anim.m_clips[i];
         const bool isNew = CheckClipName(names, &file.report, where, clip, i);
-        areRead &= isNew && CheckSideClip(input, where, anim, folder, held, clip);
+        areRead &= isNew && IsSoleOfFile(files, input.report, where, anim, folder, i) &&
+                   CheckSideClip(input, where, anim, folder, held, clip);
         // One that is named like another was told of above.
         areRead &= CheckClipName(savedNames, isNew ? &file.report : nullptr, where, clip, i) &&
                    !anim::FindSideFile(folder, clip, ErrorKind::NotCreated, savedPath);

@@ -1,6 +1,7 @@
 #include "Check.h"
 
 #include <basekit/StringAlgo.h>
+#include <platform/Files.h>
 
 #include <filesystem>
 #include <system_error>
@@ -27,7 +28,7 @@ std::string InFolderIgnoringCase(const std::filesystem::path& folder, const std:
     std::filesystem::directory_iterator entry(folder, error);
     for (int i = 0; !error && i < kMostEntries && entry != std::filesystem::directory_iterator(); ++i) {
         std::string found = entry->path().filename().string();
-        if (EqualsIgnoringCase(found, name))
+        if (found != name && EqualsIgnoringCase(found, name))
             return found;
         entry.increment(error);
     }
@@ -59,21 +60,23 @@ void ReportMissing(FileReport& by, const Where& where, const std::string& path)
     if (!by.Keeps("missing-file"))
         return by.Add("missing-file", where, "");
     const std::string other = FindIgnoringCase(path);
+    std::error_code noLink;
     by.Add("missing-file", where,
-           path + " doesn't exist" +
+           path +
+               (std::filesystem::is_symlink(path, noLink) ? " is a link to a file that doesn't exist"
+                                                          : " doesn't exist") +
                (other.empty() ? "" : "; there is " + other + ", which differs only in case"));
 }
 
 std::optional<Input> ReadFile(Session& session, const std::string& path, FileReport* by, const Where& where)
 {
-    const bool exists = vlio::FileStream::Exists(path.c_str(), vlio::FILE_SYSTEM_ANY);
-    if (!exists && by)
-        ReportMissing(*by, where, path);
-    if (!exists)
+    platform::FileStatus status;
+    if (platform::IsMissing(platform::GetStatus(path.c_str(), status))) {
+        if (by)
+            ReportMissing(*by, where, path);
         return std::nullopt;
-    std::error_code hasNoSize;
-    const std::uintmax_t size = std::filesystem::file_size(path, hasNoSize);
-    if (!hasNoSize && size > session.Options().memoryLimit) {
+    }
+    if (status.kind == platform::FileKind::Regular && status.size > session.Options().memoryLimit) {
         session.BeginUnread(path).Add("memory-limit", {}, "the file is larger than the memory limit");
         return std::nullopt;
     }
