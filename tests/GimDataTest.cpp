@@ -249,6 +249,11 @@ TEST_F(GimDataTest, ASaveThatFailsChangesNothing)
     model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 0;
     fails(mesh, cant + "it has 2 submeshes, and the manifest has 3");
 
+    model.m_gimXml.FindElement("Vela/SubMesh", nullptr)->DeleteChildren();
+    fails(mesh, cant + "it has 2 submeshes, and the manifest has 0");
+    model.m_mesh.m_submeshCount = 0;
+    fails(mesh, cant + "m_submeshCount is 0, so its vertices would not be saved");
+
     struct Silent : vlMeshSkelVertexData {
         void WriteData(std::FILE*) override {}
     };

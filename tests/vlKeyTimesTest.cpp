@@ -169,6 +169,26 @@ TEST(vlKeyTimes, SetKeys)
     EXPECT_EQ(State(list), (Doubles{0, 0}));
 }
 
+template <class Length>
+concept IsLength = requires(vlKeyTimes list, Length length)
+{
+    list.SetKeyTimes(3, length);
+};
+
+TEST(vlKeyTimes, LengthsAreIntegersAndWhatWasMovedIsEmpty)
+{
+    static_assert(IsLength<int> && IsLength<unsigned long> && !IsLength<float> && !IsLength<double>);
+    vlKeyTimes list;
+    list.SetKeyTimes(0, 5);
+    EXPECT_EQ(std::tuple(list.GetKeyCount(), list.GetLength()), std::tuple(0, 5.0));
+    list.SetKeyTimes(3, 350);
+    const vlKeyTimes moved = std::move(list);
+    EXPECT_EQ(State(list), State(vlKeyTimes()));
+    list = moved;
+    list = std::move(list);
+    EXPECT_EQ(State(list), StateOf({0, 175, 350}));
+}
+
 TEST(vlKeyTimes, Equality)
 {
     EXPECT_TRUE(Keys({0, 1}) == Keys({0, 1 + 0x1p-23F}));

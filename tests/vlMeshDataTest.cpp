@@ -220,6 +220,12 @@ TEST(vlMeshData, OriginalDataAnywhere)
         written.erase(written.begin() + 1, written.end() - (std::ssize(c.types) - 1));
         EXPECT_EQ(Write(mesh), MeshFile(0x50004, 0, {0, 0}, written, c.types));
     }
+    ByteBuilder beyond;
+    beyond.U32(0xBBC88034).U32(0x50004).U16(0).U16(0).U32(emptyAt + 13).Raw(blocks);
+    const auto at = static_cast<std::uint32_t>(beyond.Bytes().size() + 28);  // one past the last byte
+    beyond.U16(2).U32s({verticesAt, at}).U16(2).U32(4).U16s({0, 0}).U32(4).U16s({1, 0});
+    vlMeshData refused;
+    EXPECT_EQ(Load(refused, beyond.Bytes()).offset, at) << "of a block that is passed over";
     // A write warns of what a read would pass over.
     vlMeshData mesh = MeshFrom(MeshOf(0x50004, kWhole));
     mesh.m_originalData[1]->m_type = MESH_DATA_VERTEX;

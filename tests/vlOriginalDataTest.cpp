@@ -34,7 +34,7 @@ vlOriginalData Read(const Bytes& block, unsigned version = 0x30017)
 TEST(vlOriginalData, ReadsAndWrites)
 {
     vlOriginalData data = Read(kBlock);
-    EXPECT_EQ(std::tuple(data.m_type, data.m_hasSkin), std::tuple(MESH_DATA_VERTEX, 1));
+    EXPECT_EQ(std::tuple(data.m_type, data.m_hasSkin), std::tuple(MESH_DATA_ORIGINAL, 1));
     EXPECT_EQ(Write(data), kBlock);
     EXPECT_EQ(mesh::WrittenSize(data), kBlock.size());
     ExpectLiesReadBack(vlOriginalData(), kBlock, &vlOriginalData::ReadDataNew, &Write);

@@ -76,8 +76,8 @@ public:
     /// changes the mesh in memory as vlMeshData::WriteMeshFile does, also if the save then fails.
     /// Returns 0 if all files were saved. Returns 1 otherwise; LogError gives the reason. No file has been replaced
     /// then, or only some of them (see vlio::FileWriter). A save is refused before any file is replaced if the mesh
-    /// can't be written (WhyUnwritable), if the manifest has submesh records but not as many as the mesh has submeshes,
-    /// and if two files have the same path.
+    /// can't be written (WhyUnwritable), if there is a manifest without as many submesh records as the mesh has
+    /// submeshes, if m_mesh has vertices but an m_submeshCount of 0, and if two files have the same path.
     [[nodiscard]] int Save(const char* path, const char* basePath = nullptr);
 
     /// Returns the name of the skeleton file as the manifest gives it; empty if it gives none.

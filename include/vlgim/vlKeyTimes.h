@@ -3,6 +3,9 @@
 #include <vlgim/Array.h>
 #include <vlgim/Export.h>
 
+#include <concepts>
+#include <utility>
+
 namespace vela::vlgim {
 
 /// The times of a list of animation keys: at most 65535 floats in ascending order, in the unit of the container.
@@ -23,11 +26,16 @@ public:
     vlKeyTimes() = default;
 
     /// A copy has its own array, including the trailing time. A copy of a null array is null, with the same count and
-    /// length. A list that was moved from has a null array, but keeps its count and length.
+    /// length. A list that was moved from is empty.
     vlKeyTimes(const vlKeyTimes& other);
     vlKeyTimes& operator=(const vlKeyTimes& other);
-    vlKeyTimes(vlKeyTimes&&) noexcept = default;
-    vlKeyTimes& operator=(vlKeyTimes&&) noexcept = default;
+    vlKeyTimes(vlKeyTimes&& other) noexcept { swap(other); }
+    vlKeyTimes& operator=(vlKeyTimes&& other) noexcept
+    {
+        vlKeyTimes moved(std::move(other));
+        swap(moved);
+        return *this;
+    }
     ~vlKeyTimes() = default;
 
     /// True if each key of this list is at most 2^-23 from the key with the same index in `other`, and `other` has that
@@ -70,8 +78,13 @@ public:
     void SetKeysTime(unsigned short first, unsigned short last, float span);
 
     /// Sets `count` keys that are spaced evenly from 0 to `length`; a single key is at `length`. GetLength returns
-    /// exactly `length`, also with 0 keys.
+    /// exactly `length`, also with 0 keys. A length that is no integer is not accepted.
     void SetKeyTimes(unsigned short count, unsigned int length);
+    void SetKeyTimes(std::integral auto count, std::integral auto length)
+    {
+        SetKeyTimes(static_cast<unsigned short>(count), static_cast<unsigned int>(length));
+    }
+    void SetKeyTimes(std::integral auto count, std::floating_point auto length) = delete;
 
     /// Copies `count` times. Integers are converted to float, except that key 0 becomes 0. Floats may be in this list's
     /// own array. With a count of 0 the pointer may be null, and the length becomes 0.
@@ -112,6 +125,14 @@ public:
     /// is an entry, so the result can be the key count. Returns 0xFFFF for a time before key 0, and for one at or after
     /// the trailing time. With 65535 keys 0xFFFF is also the index of the trailing time.
     unsigned short GetKeyIndexBetween(float time) const noexcept;
+
+private:
+    void swap(vlKeyTimes& other) noexcept
+    {
+        std::swap(m_times, other.m_times);
+        std::swap(m_count, other.m_count);
+        std::swap(m_length, other.m_length);
+    }
 };
 
 }  // namespace vela::vlgim

@@ -18,10 +18,9 @@ namespace vela::vlgim {
 class VLGIM_API vlOriginalData {
 public:
     /// Kind of this data, which is written to the share table. Reading a mesh sets it from there; it becomes
-    /// MESH_DATA_ORIGINAL if the table has no kind for the block, or that of a vertex block. With the default
-    /// MESH_DATA_VERTEX the block counts as a vertex block, and the next reader skips as many blocks: set
-    /// MESH_DATA_ORIGINAL before a write.
-    MESH_DATA_TYPE m_type = MESH_DATA_VERTEX;
+    /// MESH_DATA_ORIGINAL if the table has no kind for the block, or that of a vertex block. With MESH_DATA_VERTEX the
+    /// block counts as a vertex block, and the next reader skips as many blocks.
+    MESH_DATA_TYPE m_type = MESH_DATA_ORIGINAL;
     Array<geomath::_Vector3<float>> m_origPositions;  ///< m_origVertexCount entries, or null for 0
     Array<std::uint16_t> m_origIndices;               ///< m_origIndexCount entries, or null for 0
     Array<std::uint32_t> m_origExtra;                 ///< m_origExtraCount entries, or null for 0

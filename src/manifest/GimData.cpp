@@ -63,11 +63,14 @@ void ReadMaterials(const vlio::XmlData& mtg, std::vector<MaterialMessage>& mater
 // The manifest alone tells a reader how many submeshes there are: with another number the mesh reads as rubbish.
 Error WhyMeshUnwritable(const GimData& model)
 {
+    if (model.m_mesh.m_submeshCount == 0)
+        return model.m_mesh.m_vertexData ? io::Unwritable("m_submeshCount is 0, so its vertices would not be saved")
+                                         : Error();
     if (Error why = WhyUnwritable(model.m_mesh))
         return why;
     const std::size_t told = manifest::Submeshes(model.m_gimXml).size(),
                       held = model.m_mesh.m_vertexData->m_subCount;
-    if (told == 0 || told == held)
+    if (model.m_gimXml.IsEmpty() || told == held)
         return {};
     return io::Unwritable("it has " + std::to_string(held) + " submeshes, and the manifest has " +
                           std::to_string(told));
@@ -144,7 +147,7 @@ int GimData::Load(const char* path, const char* basePath)
 Error Save(const GimData& model, const char* path, const SaveOptions& options, std::vector<Error>* warnings)
 {
     const bool hasMesh = model.m_mesh.m_submeshCount > 0;
-    if (Error why = hasMesh ? WhyMeshUnwritable(model) : Error())
+    if (Error why = WhyMeshUnwritable(model))
         return io::InFile(std::move(why), model.m_meshPath);
     return io::SaveSet(warnings, [&](vlio::FileWriter& files) {
         Error error;

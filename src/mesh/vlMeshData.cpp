@@ -126,10 +126,14 @@ void ReadBlocks(io::BlockReader& in, vlMeshData& mesh, std::vector<std::uint32_t
     const auto vertexPairs = std::ranges::count(table.m_pairs, MESH_DATA_VERTEX, &DataPair::type);
     // Block 0 is read as the vertex block whatever the pairs say.
     const auto originals = std::clamp<std::ptrdiff_t>(vertexPairs, 1, std::ssize(table.m_blocks));
+    const std::vector<std::uint32_t> others(table.m_blocks.begin() + 1, table.m_blocks.begin() + originals);
+    for (const std::uint32_t offset : others) {
+        in.Seek(offset);
+        in.Take(1, 1);  // nothing more of it is read
+    }
     in.Seek(table.m_blocks[0]);
     ReadVertices(in, mesh);
     ReadOriginalData(in, table, static_cast<std::size_t>(originals), mesh);
-    const std::vector<std::uint32_t> others(table.m_blocks.begin() + 1, table.m_blocks.begin() + originals);
     if (vertexPairs > 1 && !in.Failed())
         io::Append(warnings, {WarnOfPassedOver(vertexPairs, others)});
     if (passedOver)

@@ -237,7 +237,6 @@ std::shared_ptr<vlOriginalData> Welded(const vlMeshSkelVertexData& mesh)
         indices.push_back(static_cast<std::uint16_t>(cornerOf[mesh.m_indices.get()[i]]));
 
     auto original = std::make_shared<vlOriginalData>();
-    original->m_type = MESH_DATA_ORIGINAL;
     original->m_origVertexCount = static_cast<std::uint32_t>(corners.size());
     original->m_origIndexCount = static_cast<std::uint32_t>(indices.size());
     original->m_origExtraCount = static_cast<std::uint32_t>(cornerOf.size());
