@@ -129,6 +129,16 @@ test_usage() {
     says err "there is no code 'weigth-sum'; is it weight-sum?"
     expect 2 check --memory-limit 0 good
     expect 2 check -j 0 good
+    mkdir -p none
+    expect 1 check none
+    says err 'no files of models found'
+    expect 0 check --allow-empty none
+    printf 'good/house.gim\r\nmissing.gim\r\n' >list
+    expect 1 check - <list
+    says err '1 unreadable'
+    tr -d '\r' <list | tr '\n' '\0' >nul
+    expect 1 check -0 - <nul
+    says err '1 unreadable'
     head -c 2000000 /dev/zero >large.mesh
     expect 1 check --memory-limit 1 --only memory-limit large.mesh good
     says out '[memory-limit]'

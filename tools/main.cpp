@@ -3,6 +3,7 @@
 
 #include <corecommon/Log.h>
 #include <platform/Files.h>
+#include <vlgim/Version.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -25,6 +26,7 @@ int Run(int argc, char** argv)
 {
     CLI::App app("Inspects, checks, compares and upgrades the files of animated models.");
     app.require_subcommand(1);
+    app.set_version_flag("--version", std::string("vlgim ") + vela::vlgim::Version());
     std::function<int()> run;
     AddInfo(app, run);
     AddCheck(app, run);

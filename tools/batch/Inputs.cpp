@@ -1,5 +1,7 @@
 #include "batch/Inputs.h"
 
+#include <CLI/CLI.hpp>
+
 #include <basekit/StringAlgo.h>
 #include <platform/Files.h>
 
@@ -8,6 +10,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <iostream>
+#include <stdexcept>
 #include <system_error>
 
 namespace vela::vlgim::tools {
@@ -140,19 +143,33 @@ private:
 
 }  // namespace
 
-Inputs FindInputs(const std::vector<std::string>& paths, Progress& progress)
+void AddInputs(CLI::App& command, InputOptions& options, const std::string& description)
+{
+    command.add_option("PATH", options.paths, description)->required();
+    command.add_flag("-0,--null", options.isNulSeparated,
+                     "Paths read from stdin end with a NUL, as `find -print0` writes them");
+    command.add_flag("--allow-empty", options.allowsNone, "Finding no file is not an error");
+}
+
+Inputs FindInputs(const InputOptions& options, Progress& progress)
 {
     Finder finder(progress);
-    for (const std::string& path : paths) {
+    for (const std::string& path : options.paths) {
         if (path != "-") {
             finder.Add(path);
             continue;
         }
-        for (std::string line; std::getline(std::cin, line);)
+        for (std::string line; std::getline(std::cin, line, options.isNulSeparated ? '\0' : '\n');) {
+            if (!options.isNulSeparated && line.ends_with('\r'))
+                line.pop_back();
             if (!line.empty())
                 finder.Add(line);
+        }
     }
-    return finder.Take();
+    Inputs inputs = finder.Take();
+    if (inputs.leaders.empty() && inputs.followers.empty() && !options.allowsNone)
+        throw std::runtime_error("no files of models found; --allow-empty makes this no error");
+    return inputs;
 }
 
 }  // namespace vela::vlgim::tools

@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 namespace vela::vlgim::tools {
 
 struct Input {
@@ -22,12 +26,23 @@ struct Inputs {
     std::vector<std::string> roots;  ///< folders that were given, and those that hold a file that was given
 };
 
+/// The paths that a command is given.
+struct InputOptions {
+    std::vector<std::string>
+        paths;  ///< files, whatever they are and whether they exist; folders; "-": a list on stdin
+    bool isNulSeparated = false;  ///< the list on stdin; otherwise it has a path on each line
+    bool allowsNone = false;      ///< no file is no error
+};
+
+/// Gives a command the paths, --null and --allow-empty.
+/// description  of the paths
+void AddInputs(CLI::App& command, InputOptions& options, const std::string& description);
+
 /// Finds the files of models. Below a folder those with an extension of theirs, and tracks, which have none; what begins
 /// with a dot is passed over, links to folders are not followed, those to files are. A side file that has its animation
 /// beside its folder is passed over, too: it is read with that.
-/// paths     files, which are taken whatever they are and whether they exist; folders; "-": a list of both on stdin, one
-///           a line
 /// progress  shows now and then how many were found, and is erased at the end
-Inputs FindInputs(const std::vector<std::string>& paths, Progress& progress);
+/// Throws std::runtime_error if there is no file and that is not allowed.
+Inputs FindInputs(const InputOptions& options, Progress& progress);
 
 }  // namespace vela::vlgim::tools

@@ -21,7 +21,7 @@ namespace vela::vlgim::tools {
 namespace {
 
 struct CheckSettings {
-    std::vector<std::string> paths;
+    InputOptions inputs;
     FindingFormat format;
     CheckOptions check;
     std::uint64_t memoryLimit = 0;  // in MiB; 0: none
@@ -97,7 +97,7 @@ public:
     int Run()
     {
         const auto begin = std::chrono::steady_clock::now();
-        Inputs inputs = FindInputs(m_options.paths, m_progress);
+        Inputs inputs = FindInputs(m_options.inputs, m_progress);
         const platform::Interruptible interruptible;
         CheckAll(inputs.leaders);
         // What belongs to a leader was looked at with it, whose word counts for it.
@@ -192,10 +192,8 @@ void AddCheck(CLI::App& app, std::function<int()>& run)
     const auto options = std::make_shared<CheckSettings>();
     CLI::App* check =
         app.add_subcommand("check", "Report what is wrong with files and what a save would change");
-    check
-        ->add_option("PATH", options->paths,
-                     "Files; folders, searched recursively; -: read a list of paths from stdin")
-        ->required();
+    AddInputs(*check, options->inputs,
+              "Files; folders, searched recursively; -: read a list of paths from stdin");
     check->add_flag("--json", options->format.isJson,
                     "Print findings and a summary as JSON, one object per line; "
                     "share/vlgim/vlgim.schema.json describes them");
@@ -224,7 +222,7 @@ Exit codes: 0 no findings, or only notes; 1 errors, warnings or unreadable files
 Examples:
   vlgim check .                             check all models below this folder
   vlgim check --base res/ --only clip-bone,missing-file res/char
-  find . -newer last -name '*.gim' | vlgim check -
+  find . -newer last -name '*.gim' -print0 | vlgim check -0 -
   vlgim check --json . | jq -r 'select(.severity == "error") | .file' | sort -u)");
     check->callback([options, &run] {
         run = [options] {

@@ -16,7 +16,7 @@ namespace vela::vlgim::tools {
 namespace {
 
 struct UpgradeSettings {
-    std::vector<std::string> paths;
+    InputOptions inputs;
     UpgradeOptions upgrade;
     unsigned jobs = DefaultJobs();
     bool isJson = false;
@@ -79,7 +79,7 @@ public:
 
     int Run()
     {
-        const Inputs inputs = FindInputs(m_options.paths, m_progress);
+        const Inputs inputs = FindInputs(m_options.inputs, m_progress);
         const platform::Interruptible interruptible;
         // Manifests first, which tell the submeshes of the meshes.
         UpgradePlan plan(inputs.roots);
@@ -151,11 +151,8 @@ void AddUpgrade(CLI::App& app, std::function<int()>& run)
 {
     const auto options = std::make_shared<UpgradeSettings>();
     CLI::App* upgrade = app.add_subcommand("upgrade", "Save old meshes and tracks in the newest format");
-    upgrade
-        ->add_option(
-            "PATH", options->paths,
-            "Models, meshes, tracks; folders, searched recursively; -: read a list of paths from stdin")
-        ->required();
+    AddInputs(*upgrade, options->inputs,
+              "Models, meshes, tracks; folders, searched recursively; -: read a list of paths from stdin");
     upgrade->add_flag("-n,--dry-run", options->upgrade.isDryRun,
                       "Report what would change, and write nothing");
     AddCodeOption(*upgrade, "--drop", options->upgrade.drop,
@@ -176,7 +173,7 @@ Exit codes: 0 all old files were upgraded, or would be; 1 files were skipped or 
 Examples:
   vlgim upgrade --dry-run res              show what would change below res
   vlgim upgrade --drop save-drops-anim-bi,save-drops-key-records res
-  find char -name '*.gim' | vlgim upgrade --base res/ --json -)");
+  find char -name '*.gim' -print0 | vlgim upgrade --base res/ --json -0 -)");
     upgrade->callback([options, &run] { run = [options] { return Upgrader(*options).Run(); }; });
 }
 
