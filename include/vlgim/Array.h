@@ -44,7 +44,7 @@ inline std::size_t ElementCount(const void* elements) noexcept
 /// visible through the other. Clone() makes an array with elements of its own. The elements live as long as the last
 /// array that shares them. A default-constructed array is null: its size() is 0 and its data() is null.
 ///
-/// A const Array can't be made to share other elements, but its elements can be written, as with a const pointer.
+/// A const Array can't be made to share other elements, but its elements can be written, as with a `T* const`.
 /// Arrays convert to std::span. Copies may be used on different threads; access to the elements is not synchronised.
 template <class T>
 class Array {

@@ -43,8 +43,8 @@ struct CompareOptions {
 };
 
 /// Compares everything that a file holds. Values that are computed from others, such as name ids and first vertices,
-/// are not compared, nor are the paths of files. An array that is shorter than its count counts as absent. Time and memory
-/// are proportional to the objects. Nothing is logged. Throws std::bad_alloc.
+/// are not compared, nor are the paths of files. An array that is shorter than its count counts as absent. Time and
+/// memory are proportional to the objects. Nothing is logged. Throws std::bad_alloc.
 ///
 /// Floats are compared by value: 0 equals -0, and NaN equals any NaN. A quaternion and its negative count as the same
 /// rotation. A component that has one key for all times is compared with each key of the other side.

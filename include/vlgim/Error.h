@@ -9,7 +9,9 @@
 
 namespace vela::vlgim {
 
-/// What went wrong. Programs should test the kind; Error::Message() is for people.
+/// What went wrong. Programs should test the kind; Error::Message() is for people. A clip name that leads out of the
+/// folder of side files gives Unreadable in a load and NotCreated in a save. In a list of warnings NotCreated means
+/// that a file was written in place.
 enum class ErrorKind : std::uint8_t {
     None,         ///< success
     NotFound,     ///< no file has this path

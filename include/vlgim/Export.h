@@ -19,7 +19,7 @@
 #define VLGIM_API __attribute__((visibility("default")))
 #endif
 
-/// Marks what is declared inside of an exported class and is not exported with it.
+/// Marks what is declared inside an exported class but is not exported with it.
 #if defined(__GNUC__) && !defined(_WIN32)
 #define VLGIM_HIDDEN __attribute__((visibility("hidden")))
 #else

@@ -63,8 +63,8 @@ public:
     /// documents of a manifest without submesh records.
     /// Returns -1 if a submesh record has no "Name" or "MtlIdx". m_submeshes ends before this record; everything else
     /// was loaded as for 0. Nothing is logged about the record.
-    /// Returns any other error of XmlData::Load if the manifest could not be read. LogError names it, and the object is
-    /// empty. Throws std::bad_alloc.
+    /// Returns any other error of XmlData::Load if the manifest could not be read. LogError names the file, and the
+    /// object is empty. Throws std::bad_alloc.
     [[nodiscard]] int Load(const char* path, const char* basePath = nullptr);
 
     /// Saves the model: all documents that are not empty and, if m_mesh.m_submeshCount is above 0, the mesh. All files
@@ -98,12 +98,14 @@ public:
 VLGIM_API Error Load(GimData& model, const char* path, const LoadOptions& options = {},
                      std::vector<Error>* warnings = nullptr);
 
-/// Returns how many submeshes a mesh has, which a .mesh file does not hold, by the manifest beside it: the file at
-/// meshPath with the extension .gim. Returns 0 if that is no readable manifest, or if it names another mesh. Of the
-/// options only `base` counts. Throws std::bad_alloc.
-VLGIM_API std::uint32_t CountSubmeshesBeside(const char* meshPath, const LoadOptions& options = {});
+/// Returns the submesh count of a .mesh file, which the file does not store, from the manifest beside it: meshPath with
+/// the extension .gim. Returns 0 if there is no readable manifest, or if it names another mesh. Only `base` of the
+/// options is used. Throws std::bad_alloc.
+[[nodiscard]] VLGIM_API std::uint32_t CountSubmeshesBeside(const char* meshPath,
+                                                           const LoadOptions& options = {});
 
-/// Saves a model as GimData::Save does, and changes the mesh in memory as that does. Nothing is logged.
+/// Saves a model as GimData::Save does, and changes the mesh in memory as that does, although the model is const.
+/// Nothing is logged.
 /// warnings  receives what the caller should know about the save; entries are appended; may be null
 /// Returns success, or an error; no file has been replaced then, or only some of them (see vlio::FileWriter).
 VLGIM_API Error Save(const GimData& model, const char* path, const SaveOptions& options = {},

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vlgim/Export.h>
+
 #include <cstddef>
 #include <cstring>
 #include <stdexcept>
@@ -20,7 +22,7 @@ struct Name32 {
     explicit Name32(std::string_view text)
     {
         if (!Set(text))
-            throw std::length_error("a name longer than 32 bytes, or with a NUL in it");
+            throw std::length_error("a name has at most 32 bytes and no NUL");
     }
 
     /// Replaces the text and clears the bytes after it.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vlgim/Export.h>
+
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -17,8 +19,8 @@ struct LoadOptions {
     /// Meshes: number of submeshes, which the file does not contain. None: m_submeshCount of the object.
     std::optional<std::uint32_t> submeshCount;
 
-    /// Bytes of memory that a load may use, not counting file images and XML documents. Without a limit a load uses at most 64 times the
-    /// bytes of its files, plus 16 MiB.
+    /// Bytes of memory that a load may use, not counting file images and XML documents. Without a limit a load uses at
+    /// most 64 times the bytes of its files, plus 16 MiB.
     std::uint64_t memoryLimit = std::numeric_limits<std::uint64_t>::max();
 };
 

@@ -46,7 +46,8 @@ public:
     /// Returns true if the file was read. A side file that does not exist leaves its entry of m_clips null. A skeleton
     /// bone whose last name byte is not NUL gives LogError "incorrect gis file!". Neither is a failure.
     /// Returns false if the file was refused. LogError gives the reason:
-    /// - one of the messages about magic, branch and version;
+    /// - "Skeletal animation file version is not suitable for current branch!", or "... version too old!" or "too
+    ///   new!"; a wrong magic or length gives only the last message;
     /// - "gis file is damaged" with the clip, the block and the byte, for a file that does not match its counts or has
     ///   more than 255 bones;
     /// - "Failed to read file : %s", for a side file that can't be read or whose name leads out of its folder ("..");
@@ -56,8 +57,8 @@ public:
     /// It still contains the branch number in its top byte if the magic, the length, the branch, or a version outside
     /// 2.0 to 6.1 was refused.
     /// A read uses at most 64 times the bytes of all files, plus 16 MiB and one vlClipData for each clip record in the
-    /// file, not counting the file images. A side file that several clips name is read once and counts once, however its
-    /// path is spelled. Throws std::bad_alloc; the object is then unchanged.
+    /// file, not counting the file images. A side file that several clips name is read once and counts once, however
+    /// its path is spelled. Throws std::bad_alloc; the object is then unchanged.
     [[nodiscard]] bool ReadAnimationFile(const unsigned char* data, std::uint32_t length,
                                          const std::string& path);
 

@@ -88,8 +88,8 @@ public:
     /// become one tick too late. NaN and times outside of 32 bits become the tick -2^31.
     /// WriteKeysData refuses any m_keyLayout but KEY_LAYOUT_PER_BONE below version 5.3; N above 255; m_keyTimes that is
     /// null under KEY_LAYOUT_SHARED or counts more keys than its array has; an array that is shorter than its count;
-    /// and a channel with a keyed array that doesn't hold one key for each time. From 5.3 on it checks and writes nothing
-    /// under an unknown m_keyLayout.
+    /// and a channel with a keyed array that doesn't hold one key for each time. From 5.3 on it checks and writes
+    /// nothing under an unknown m_keyLayout.
     [[nodiscard]] const unsigned char* ReadKeysData(const unsigned char* data, std::uint32_t version,
                                                     const unsigned char* end = nullptr);
     void WriteKeysData(std::FILE* stream, std::uint32_t version);
@@ -108,7 +108,8 @@ public:
     /// ReadAsyncBaseInfo does not change m_boneNames.
     /// WriteAsyncBaseInfo refuses N above 255; names are not checked. It writes the members as they are: m_length has
     /// to be set by the caller who changes keys.
-    void* ReadAsyncBaseInfo(const void* data, std::uint32_t version, const unsigned char* end = nullptr);
+    [[nodiscard]] void* ReadAsyncBaseInfo(const void* data, std::uint32_t version,
+                                          const unsigned char* end = nullptr);
     void WriteAsyncBaseInfo(std::FILE* stream) const;
 
     /// True if m_aclMark is not 0. Nothing here reads or writes such keys.

@@ -91,7 +91,7 @@ public:
     void SetKeyTimes(const unsigned int* times, unsigned short count);
     void SetKeyTimes(const float* times, unsigned short count);
 
-    /// Multiplies all key times by `factor`.
+    /// Multiplies all key times by `factor`; the length and the trailing time follow.
     void ScaleKeyTimes(float factor);
 
     /// Returns m_count, also if the array has fewer keys. If GetKeyTimes returns null, the list has no keys.
@@ -112,7 +112,8 @@ public:
 
     /// Finds the key whose interval contains `time`. The search goes from key `start` upwards, and after the last key
     /// continues at key 0. It takes one or two tests for a time near `start`, and one pass over the keys at most.
-    /// fraction  receives how far the time is towards the next entry, from 0 up to but not including 1; may be null
+    /// fraction  receives how far the time is towards the next entry, from 0 up to 1, which only rounding gives;
+    ///           may be null
     /// Returns the index of the key. Returns 0 if no interval contains the time or `start` has no key; *fraction is
     /// then unchanged. Only this distinguishes it from key 0, so set *fraction before the call.
     unsigned short GetKeyIndex(float time, unsigned short start, float* fraction) const noexcept;
@@ -122,8 +123,8 @@ public:
     unsigned short GetKeyIndexRvs(float time, unsigned short start, float* fraction) const noexcept;
 
     /// Returns the index of the entry nearest to `time`; of two at the same distance, the lower one. The trailing time
-    /// is an entry, so the result can be the key count. Returns 0xFFFF for a time before key 0, and for one at or after
-    /// the trailing time. With 65535 keys 0xFFFF is also the index of the trailing time.
+    /// is an entry, so the result can be the key count. Returns 0xFFFF for a time before key 0, at or after the
+    /// trailing time, or NaN, and for an empty list. With 65535 keys 0xFFFF is also the index of the trailing time.
     unsigned short GetKeyIndexBetween(float time) const noexcept;
 
 private:

@@ -39,15 +39,15 @@ public:
     std::shared_ptr<vlMeshVertexData> m_vertexData;  ///< a vlMeshSkelVertexData if m_skeletonFlag is not 0
     std::uint8_t m_hasMorph = 0;                     ///< non-zero: there is m_morph
     std::shared_ptr<vlMorphData> m_morph;
-    std::uint8_t m_hasTracks = 0;                   ///< non-zero: there is m_tracks
-    Array<vlTrackData> m_tracks;                    ///< one for each submesh
-    std::uint16_t m_spareIndex = 65535;             ///< for the caller; never read or written
-    std::uint16_t m_boneCount = 0;                  ///< N; 0 and 65535: a skeleton without bones
-    std::vector<std::uint16_t> m_boneParents;       ///< N; 65535: no parent
-    Array<Name32> m_boneNames;                      ///< N, in lower case; NUL-terminated, or all 32 bytes
-    std::vector<std::int32_t> m_boneNameIds;        ///< N, NameIDMurmur3 of each name; not in the file
-    std::uint16_t m_rootBone = 0;                   ///< the bone without a parent; 65535: several; 0: none
-    Array<BoundingInfo> m_boneBounds;               ///< N, or null
+    std::uint8_t m_hasTracks = 0;              ///< non-zero: there is m_tracks
+    Array<vlTrackData> m_tracks;               ///< one for each submesh
+    std::uint16_t m_spareIndex = 65535;        ///< for the caller; never read or written
+    std::uint16_t m_boneCount = 0;             ///< N; 0 and 65535: a skeleton without bones
+    std::vector<std::uint16_t> m_boneParents;  ///< N; 65535: no parent
+    Array<Name32> m_boneNames;                 ///< N, in lower case; NUL-terminated, or all 32 bytes
+    std::vector<std::int32_t> m_boneNameIds;   ///< N, NameIDMurmur3 of each name; not in the file
+    std::uint16_t m_rootBone = 0;      ///< the one bone without a parent; 65535: several; 0 also for none
+    Array<BoundingInfo> m_boneBounds;  ///< N, or null
     Array<geomath::_Matrix<float>> m_boneMatrices;  ///< N
     std::uint16_t m_skelVertexBlocks = 0;           ///< 1: m_vertexData is a vlMeshSkelVertexData
 
@@ -77,7 +77,8 @@ public:
     /// blocks that a warning named. Original data of type MESH_DATA_VERTEX give a warning: the next reader skips as
     /// many blocks.
     /// A vertex object of a class of your own is written by its WriteData, through a temporary file and memory of the
-    /// size of its block. If WriteData logs an error, it is not logged; nothing is written, and the error is the reason.
+    /// size of its block. If WriteData logs an error, the message does not reach the log: nothing is written, and the
+    /// message becomes the reason of the failure.
     /// Returns 0 if the file was saved. Returns 1 otherwise; LogError gives the reason: "unable to open %s", "failed to
     /// write %s: %s", or why the mesh can't be written. The old file is then unchanged, unless it had to be written in
     /// place. If WhyUnwritable returns an error, no file is opened.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vlgim/Export.h>
+
 #include <bit>
 #include <cfloat>
 

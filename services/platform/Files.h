@@ -76,8 +76,8 @@ public:
     /// Writes all bytes at `position`, or without one behind those of the Write before.
     int Write(const void* bytes, std::size_t size, std::optional<std::uint64_t> position = {}) const;
 
-    /// Reserves disk space for the first `size` bytes, so that writing them can't fail for lack of it. Does nothing on a
-    /// file system that can't reserve space.
+    /// Reserves disk space for the first `size` bytes, so that writing them can't fail for lack of it. Does nothing on
+    /// a file system that can't reserve space.
     int Reserve(std::uint64_t size) const;
 
     /// Cuts or extends the file to `size` bytes.

@@ -20,16 +20,17 @@ namespace vlio {
 ///
 /// Links are followed; a dangling link creates the file that it names. A new file gets the permissions that fopen would
 /// give it. A replaced file keeps its permissions, its access control list, its extended attributes of the kind "user"
-/// and, if the system allows it, its owner. Nobody who may not read the old file can read its sibling. Hard links to the
-/// old file keep the old content.
+/// and, if the system allows it, its owner. Nobody who may not read the old file can read its sibling. Hard links to
+/// the old file keep the old content.
 ///
 /// Savers of a set in one folder take turns in Commit, so that files of two saves are never mixed. This holds for all
 /// threads and processes that use this class, on file systems that can lock a folder.
 ///
 /// Some targets are written in place: devices, pipes, and files whose folder takes no new file, does not let them be
-/// replaced, or does not let a new file have their access control list or attributes. Their content is kept in memory, and Commit writes it before it renames anything. Only in this case can
-/// the old content of a file be lost, and Warnings names such files. Opening a pipe waits for its reader, and writing
-/// to a pipe without a reader raises SIGPIPE. Nothing is synchronised to the disk: there is no fsync.
+/// replaced, or does not let a new file have their access control list or attributes. Their content is kept in memory,
+/// and Commit writes it before it renames anything. Only in this case can the old content of a file be lost, and
+/// Warnings names such files. Opening a pipe waits for its reader, and writing to a pipe without a reader raises
+/// SIGPIPE. Nothing is synchronised to the disk: there is no fsync.
 class VLGIM_API FileWriter {
 public:
     FileWriter();

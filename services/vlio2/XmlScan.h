@@ -11,9 +11,9 @@ struct XmlScan {
     std::size_t at = 0;  ///< byte at which the document was refused
 };
 
-/// Scans a document before tinyxml2 9.0.0 parses it, for what tinyxml2 would accept but silently change, or would take
-/// quadratic time over. The scan takes linear time and no memory. It recognises tags, comments, CDATA sections,
-/// declarations, "<!...>" and quoted values exactly as tinyxml2 does.
+/// Scans a document before the installed tinyxml2 parses it, for what tinyxml2 would accept but silently change, or
+/// would take quadratic time over. The scan takes linear time and no memory. It recognises tags, comments, CDATA
+/// sections, declarations, "<!...>" and quoted values exactly as tinyxml2 does.
 /// text       the whole file, with its byte order mark
 /// startTags  receives the position of the '<' of each element, in document order; may be null
 /// Returns error 0 or an XmlRefusal. XML_REFUSED_MARKUP means that the scan met something that it can't follow;

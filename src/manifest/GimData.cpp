@@ -64,8 +64,9 @@ void ReadMaterials(const vlio::XmlData& mtg, std::vector<MaterialMessage>& mater
 Error WhyMeshUnwritable(const GimData& model)
 {
     if (model.m_mesh.m_submeshCount == 0)
-        return model.m_mesh.m_vertexData ? io::Unwritable("m_submeshCount is 0, so its vertices would not be saved")
-                                         : Error();
+        return model.m_mesh.m_vertexData
+                   ? io::Unwritable("m_submeshCount is 0, so its vertices would not be saved")
+                   : Error();
     if (Error why = WhyUnwritable(model.m_mesh))
         return why;
     const std::size_t told = manifest::Submeshes(model.m_gimXml).size(),

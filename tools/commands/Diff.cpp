@@ -126,7 +126,8 @@ void AddDiff(CLI::App& app, std::function<int()>& run)
         "--json", options->isJson,
         "Print one JSON object per difference, one per line; share/vlgim/vlgim.schema.json describes it");
     AddLoadOptions(*diff, options->load);
-    diff->footer(R"(Exit codes: 0 the files are the same; 1 they differ; 2 trouble.
+    diff->footer(R"(Exit codes: 0 the files are the same; 1 they differ; 2 wrong usage, or a
+file can't be read.
 
 Examples:
   vlgim diff old/hero.gim new/hero.gim              compare mesh, materials, names: the whole model

@@ -182,8 +182,11 @@ private:
             return Stop(UpgradeStatus::Failed, error.Message());
         Data saved;
         const Error error = Load(saved, Path(), options);
-        if (error || !IsCurrent(saved) || CountsOf(saved) != CountsOf(data))
-            return Stop(UpgradeStatus::Failed, "it was saved, and can't be read back: " + error.Message());
+        if (error)
+            return Stop(UpgradeStatus::Failed, "it was saved, but can't be read back: " + error.Message());
+        if (!IsCurrent(saved) || CountsOf(saved) != CountsOf(data))
+            return Stop(UpgradeStatus::Failed,
+                        "it was saved, but reads back with another version or other counts");
         m_result.status = UpgradeStatus::Upgraded;
         for (const Error& warning : warnings)
             m_result.reasons.push_back({nullptr, warning.Message()});
