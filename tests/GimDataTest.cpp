@@ -244,13 +244,13 @@ TEST_F(GimDataTest, ASaveThatFailsChangesNothing)
     }
     fails("/dev/full", failed + "/dev/full: No space left on device");
     model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 4;
-    fails(mesh, cant + "submesh 0: declares 4 uv sets, and the mesh has 0");
+    fails(mesh, cant + "submesh 0: declares 4 uv sets, but the mesh has 0");
     model.m_gimXml.FindElement("Vela/SubMesh", nullptr)->InsertNewChildElement("c");
     model.m_mesh.m_vertexData->m_subRecords[0].uvSetCount = 0;
-    fails(mesh, cant + "it has 2 submeshes, and the manifest has 3");
+    fails(mesh, cant + "it has 2 submeshes, but the manifest has 3");
 
     model.m_gimXml.FindElement("Vela/SubMesh", nullptr)->DeleteChildren();
-    fails(mesh, cant + "it has 2 submeshes, and the manifest has 0");
+    fails(mesh, cant + "it has 2 submeshes, but the manifest has 0");
     model.m_mesh.m_submeshCount = 0;
     fails(mesh, cant + "m_submeshCount is 0, so its vertices would not be saved");
 

@@ -98,7 +98,7 @@ TEST_F(GisDataTest, WithoutASkeletonTheAnimationStays)
     EXPECT_FALSE(std::filesystem::exists(Path("new.gis")));
     EXPECT_EQ(Read(Path("new.ags")), kAgs);
     EXPECT_EQ(log.lines, Lines{"W skeletal animation " + Path("old.gis") +
-                               " has clips but no skeleton, and is not saved"});
+                               " has clips but no skeleton, so it is not saved"});
 }
 
 }  // namespace vela::vlgim::test

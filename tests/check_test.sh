@@ -201,7 +201,7 @@ test_upgrade_stays_inside() {
         sed "s|<Vela>|<Vela Mesh=\"$mesh\">|" ../good/house.gim >house.gim
         for argument in . house.gim; do
             expect 1 upgrade $argument
-            says out "it lies outside of the given folders: $work/outside/house.mesh"
+            says out "it is outside the given folders: $work/outside/house.mesh"
             says err '0 upgraded, 1 skipped, 0 failed'
         done
     done
@@ -220,9 +220,9 @@ test_upgrade_of_a_shared_mesh() {
     cp good/flag.mesh good/flag.gim two/
     sed '/<Mesh1/d; s|<Vela>|<Vela Mesh="two/flag.mesh">|' good/flag.gim >two/other.gim
     expect 1 upgrade two
-    says out 'its manifests do not agree on its submeshes: two/flag.gim lists 2, two/other.gim lists 1'
+    says out 'its manifests disagree on its submesh count: two/flag.gim lists 2, two/other.gim lists 1'
     expect 1 upgrade two/other.gim
-    says out 'it should have 1 submesh, and the file itself fits 2'
+    says out 'it should have 1 submesh, but the file itself fits 2'
     cmp two/flag.mesh good/flag.mesh || fail "a mesh of a wrong count was written"
 }
 

@@ -203,7 +203,7 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
     const std::string cant = "E skeletal animation " + hero + " can't be written: ";
     const std::tuple<int, Bytes, std::string, void (*)(Anim)> cases[] = {
         {-1, async, cant + "clip 1: its side file was missing", [](Anim a) { a.m_clips[1].reset(); }},
-        {-1, old, cant + "65536 clips, and a file has room for 65535",
+        {-1, old, cant + "65536 clips exceed the limit of 65535",
          [](Anim a) { a.m_clips.resize(0x10000, a.m_clips[0]); }},
         {-1, async, cant + "clip 1: another clip has the same name, walk",
          [](Anim a) { a.m_clips[1]->m_name = Name32("walk"); }},
@@ -213,12 +213,12 @@ TEST_F(vlAnimDataTest, ASetThatCantBeWrittenChangesNothing)
         {1, plain, cant + "its version is not one from 5.0 to 6.1", [](Anim a) { a.m_version = 0x60002; }},
         {1, plain, cant + "its version has no skeleton", [](Anim a) { a.m_version = 0x50004; }},
         {1, old, cant + "its version has no side files", [](Anim a) { a.m_async = 1; }},
-        {1, plain, cant + "256 bones, and there is room for 255", [](Anim a) { a.m_boneCount = 256; }},
-        {1, async, cant + "clip 0: its version counts clips of side files, but has no place for them",
+        {1, plain, cant + "256 bones exceed the limit of 255", [](Anim a) { a.m_boneCount = 256; }},
+        {1, async, cant + "clip 0: its version can't store clips in side files",
          [](Anim a) { a.m_version = 0x60000; }},
         {1, async, "E unable to open " + Side("none/Run"),
          [](Anim a) { a.m_clips[1]->m_name = Name32("none/Run"); }},
-        {1, plain, cant + "it has neither bones nor clips, and is too short to be read",
+        {1, plain, cant + "it has neither bones nor clips, so the file would be too short to be read",
          [](Anim a) { a.m_clips.clear(), a.m_boneCount = 0; }},
         {-1, async, "E Unable to open seperate animation file nodot", [](Anim a) { a.m_path = "nodot"; }},
     };
@@ -253,11 +253,11 @@ TEST_F(vlAnimDataTest, DeltasAreAgainstTheBoneOfTheSameNameAndWarnAtAWrite)
     const std::string path = Path("a.gis"), full(32, 'x');
     anim.m_clips[0]->m_name = Name32(full);
     EXPECT_EQ(anim.WriteAnimationFile(path.c_str()), 0);
-    EXPECT_EQ(
-        log.lines,
-        (Lines{"W skeletal animation " + path + " is written with deltas, and no file says that it has them",
-               "W skeletal animation " + path +
-                   " has a clip with a name of 32 bytes, of which a reader keeps 31: " + full}));
+    EXPECT_EQ(log.lines,
+              (Lines{"W skeletal animation " + path +
+                         " is saved with delta keys, but a file can't record that they are deltas",
+                     "W skeletal animation " + path +
+                         " has a clip with a name of 32 bytes, of which a reader keeps 31: " + full}));
     anim.m_clips[0]->m_name = Name32("walk");
     anim.m_clips[0]->m_name.bytes[31] = 'x';
     EXPECT_EQ(anim.WriteAnimationFile(path.c_str()), 0);

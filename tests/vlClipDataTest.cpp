@@ -119,7 +119,7 @@ TEST(vlClipData, WhatDisagreesIsNotWritten)
 {
     const std::tuple<std::string, std::uint32_t, void (*)(vlClipData&)> cases[] = {
         {"the key times are missing", 0x60001, [](auto& c) { c.m_keyTimes.reset(); }},
-        {"256 bones, and there is room for 255", 0x60001, [](auto& c) { c.m_boneCount = 256; }},
+        {"256 bones exceed the limit of 255", 0x60001, [](auto& c) { c.m_boneCount = 256; }},
         {"", 0x50003, [](auto&) {}},
         {"its version has key times per bone only", 0x50002, [](auto&) {}},
     };

@@ -38,9 +38,8 @@ TEST(vlDataShareTable, CountsAreSigned)
     EXPECT_EQ(Written(table).size(), 4 + 12 * 32767U);
     table.m_blocks.resize(32768);
     EXPECT_TRUE(Written(table).empty());
-    EXPECT_EQ(
-        log.lines,
-        Lines{"E share table can't be written: it has 32768 blocks and 32767 pairs, and 32767 is the most"});
+    EXPECT_EQ(log.lines, Lines{"E share table can't be written: it has 32768 blocks and 32767 pairs, which "
+                               "exceeds the limit of 32767"});
 }
 
 }  // namespace vela::vlgim::test

@@ -185,7 +185,8 @@ TEST(vlKeyTimes, LengthsAreIntegersAndWhatWasMovedIsEmpty)
     const vlKeyTimes moved = std::move(list);
     EXPECT_EQ(State(list), State(vlKeyTimes()));
     list = moved;
-    list = std::move(list);
+    vlKeyTimes& same = list;
+    list = std::move(same);
     EXPECT_EQ(State(list), StateOf({0, 175, 350}));
 }
 

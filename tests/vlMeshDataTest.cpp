@@ -195,7 +195,7 @@ TEST(vlMeshData, OriginalDataAnywhere)
     const Bytes vertices = SmallVertexBlock(0x50004, 1), gap{0xEE, 0xEE, 0xEE};
     const Bytes blocks = ByteBuilder().Raw(OriginalBlock()).Raw(gap).Raw(vertices).Raw(gap).Fill(13, 0);
     const std::uint32_t originalAt = 16, verticesAt = 16 + 90, emptyAt = verticesAt + 90 + 3;
-    const std::string lost = " vertex blocks, of which the first is read and the others are lost at a write";
+    const std::string lost = " vertex blocks; only the first is read, and a save drops the others";
     const struct {
         std::vector<std::pair<std::uint32_t, std::uint16_t>> pairs;  // type, block
         std::vector<std::uint32_t> types;                            // of what is read and written
@@ -204,8 +204,8 @@ TEST(vlMeshData, OriginalDataAnywhere)
         {{{9, 2}, {4, 0}, {7, 1}, {8, 2}, {6, 0xFFFF}, {6, 3}}, {4, 7, 9}, {}},
         {{{4, 2}, {9, 1}}, {4, 9, 5}, {}},
         {{}, {4, 5, 5}, {}},
-        {{{4, 0}, {4, 1}, {3, 2}}, {4, 3}, {"W gim file tells of 2" + lost + ": at byte 16"}},
-        {{{4, 0}, {4, 0}, {4, 0}, {4, 0}}, {4}, {"W gim file tells of 4" + lost + ": at byte 16, 199"}},
+        {{{4, 0}, {4, 1}, {3, 2}}, {4, 3}, {"W gim file lists 2" + lost + ": at byte 16"}},
+        {{{4, 0}, {4, 0}, {4, 0}, {4, 0}}, {4}, {"W gim file lists 4" + lost + ": at byte 16, 199"}},
     };
     for (const auto& c : cases) {
         ByteBuilder file;
@@ -232,7 +232,7 @@ TEST(vlMeshData, OriginalDataAnywhere)
     LogCapture log;
     mesh = MeshFrom(Write(mesh));
     ASSERT_EQ(log.lines.size(), 2U);
-    EXPECT_TRUE(log.lines[0].starts_with("W 1 blocks of original data are marked as vertex data: a rea"));
+    EXPECT_TRUE(log.lines[0].starts_with("W 1 blocks of original data are marked as vertex data, so a re"));
     ASSERT_EQ(mesh.m_originalData.size(), 1U);
     EXPECT_EQ(mesh.m_originalData[0]->m_origVertexCount, 0U) << "the first block goes, whichever is marked";
 }
@@ -309,18 +309,18 @@ TEST(vlMeshData, WhatCannotBeReadBackIsNotWritten)
     ExpectRefusedAtWrite<vlMeshData>(
         "E mesh can't be written: ", [] { return MeshFrom(MeshOf(0x50004, kWhole)); },
         {{"there is no vertex object", [](Mesh mesh) { mesh.m_vertexData = nullptr; }},
-         {"the skeleton flag is set, and the vertex object has no skin",
+         {"the skeleton flag is set, but the vertex object has no skin",
           [](Mesh mesh) { mesh.m_vertexData = std::make_shared<vlMeshVertexData>(); }},
-         {"the vertex object has a skin, and the skeleton flag is not set",
+         {"the vertex object has a skin, but the skeleton flag is not set",
           [](Mesh mesh) { mesh.m_skeletonFlag = 0; }},
-         {"a vertex has 8 bone slots, and files have 4",
+         {"a vertex has 8 bone slots, but files have 4",
           [](Mesh mesh) { mesh.m_vertexData->m_maxBoneRefCount = 8; }},
          {"there are 3 bones and 2 parents", [](Mesh mesh) { mesh.m_boneParents.pop_back(); }},
-         {"the vertex object has 3 frames, and there is no morph", [](Mesh mesh) { mesh.m_hasMorph = 0; }},
-         {"the vertex object has 3 frames, and the morph has 2 keys",
+         {"the vertex object has 3 frames, but there is no morph", [](Mesh mesh) { mesh.m_hasMorph = 0; }},
+         {"the vertex object has 3 frames, but the morph has 2 keys",
           [](Mesh mesh) { mesh.m_morph->m_times.SetKeyTimes(2, 1); }},
-         {"the morph flag is set, and there is no morph", [](Mesh mesh) { mesh.m_morph = nullptr; }},
-         {"the track flag is set, and there are no tracks", [](Mesh mesh) { mesh.m_tracks = nullptr; }},
+         {"the morph flag is set, but there is no morph", [](Mesh mesh) { mesh.m_morph = nullptr; }},
+         {"the track flag is set, but there are no tracks", [](Mesh mesh) { mesh.m_tracks = nullptr; }},
          {"track 1 / channel 0: the positions have 6 entries, but 3 are needed",
           [](Mesh mesh) {
               mesh.m_tracks[1].m_channels = mesh.m_tracks[0].m_channels;
@@ -329,9 +329,9 @@ TEST(vlMeshData, WhatCannotBeReadBackIsNotWritten)
          {"track 1: the version of the first track has no place for its flags",
           [](Mesh mesh) { mesh.m_tracks[0].m_version = 0x10000, mesh.m_tracks[0].m_flags = 0; }},
          {"original data 1: the object is null", [](Mesh mesh) { mesh.m_originalData[1] = nullptr; }},
-         {"there are 32767 blocks of original data, and 32766 is the most",
+         {"there are 32767 blocks of original data, which exceeds the limit of 32766",
           [](Mesh mesh) { mesh.m_originalData.resize(32767, mesh.m_originalData[1]); }},
-         {"the file passes 4 GiB, and offsets in it have 32 bits",
+         {"the file would exceed 4 GiB, but its offsets have 32 bits",
           [](Mesh mesh) {
               const auto data = std::make_shared<vlOriginalData>();
               data->m_origExtra = Array<std::uint32_t>(data->m_origExtraCount = 1U << 20);

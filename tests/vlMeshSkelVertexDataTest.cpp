@@ -71,7 +71,7 @@ TEST(vlMeshSkelVertexData, AsManyBitsAsAMeshCanHaveBones)
     }
     ExpectRefusedAtWrite<vlMeshSkelVertexData>(
         "E vertex block can't be written: ", [] { return Read(kBlock); },
-        {{"the mask of used bones has 65536 bits, and 65535 is the most",
+        {{"the mask of used bones has 65536 bits, which exceeds the limit of 65535",
           [](auto& mesh) { mesh.m_usedBoneBits = 65536; }}});
 }
 

@@ -152,12 +152,12 @@ TEST(vlMeshVertexData, WhatCannotBeReadBackIsNotWritten)
     ExpectRefusedAtWrite<vlMeshVertexData>(
         "E vertex block can't be written: ", [] { return Whole(kBlock); },
         {{"the mesh has no frame", [](auto& mesh) { mesh.m_frameCount = 0; }},
-         {"the mesh has 5 uv sets, and 4 is the most", [](auto& mesh) { mesh.m_uvSetCount = 5; }},
-         {"submesh 0: declares 2 uv sets, and the mesh has 1", [](auto& mesh) { mesh.m_uvSetCount = 1; }},
-         {"submesh 1: declares colours, and the mesh has none", [](auto& mesh) { mesh.m_colorSetCount = 0; }},
+         {"the mesh has 5 uv sets, which exceeds the limit of 4", [](auto& mesh) { mesh.m_uvSetCount = 5; }},
+         {"submesh 0: declares 2 uv sets, but the mesh has 1", [](auto& mesh) { mesh.m_uvSetCount = 1; }},
+         {"submesh 1: declares colours, but the mesh has none", [](auto& mesh) { mesh.m_colorSetCount = 0; }},
          {"submesh 1: starts at vertex 2, and those in front of it have 3",
           [](auto& mesh) { mesh.m_subRecords[1].firstVertex = 2; }},
-         {"submesh 1: has uvs or colours up to vertex 6, and the mesh has 5",
+         {"submesh 1: has uvs or colours up to vertex 6, but the mesh has 5",
           [](auto& mesh) { mesh.m_subRecords[1].vertexCount = 3; }}});
 }
 

@@ -75,7 +75,7 @@ Error Save(GisData& model, const char* path, std::vector<Error>* warnings)
             error = anim::AddTo(files, model.m_anim, gisPath.c_str(), warnings);
         } else if (!model.m_anim.m_clips.empty()) {
             io::Append(warnings,
-                       {io::MakeError(ErrorKind::Warning, "has clips but no skeleton, and is not saved",
+                       {io::MakeError(ErrorKind::Warning, "has clips but no skeleton, so it is not saved",
                                       model.m_anim.m_path)});
         }
         if (!error && !model.m_agsXml.IsEmpty())

@@ -56,15 +56,14 @@ Error ReadHeader(io::BlockReader& in, std::size_t fileSize, vlAnimData& anim)
     // A length is a signed number of 32 bits to those who load it.
     if (fileSize < kLeastLength || fileSize > std::numeric_limits<std::int32_t>::max())
         return io::BadHeader(ErrorKind::Magic, 0,
-                             "an animation has from 40 bytes to 2 GiB, and this file has " +
-                                 std::to_string(fileSize));
+                             "an animation has 40 bytes to 2 GiB, but this file has " +
+                                 std::to_string(fileSize) + " bytes");
     if (std::memcmp(magic, kGisMagic, sizeof kGisMagic) != 0)
         return io::BadHeader(ErrorKind::Magic, 0, "an animation begins with RGIS");
     const unsigned branch = anim.m_version >> 24;
     if (branch >= kBranches)
         return io::BadHeader(ErrorKind::Version, 4,
-                             "the animation belongs to branch " + std::to_string(branch) +
-                                 ", and 0 to 4 are read");
+                             "branch " + std::to_string(branch) + " is not supported; branches 0 to 4 are");
     const std::uint32_t version = anim.m_version & kVersionMask;
     if (version >= kOldestGisVersion && version <= kNewestGisVersion)
         anim.m_version = version;

@@ -21,7 +21,7 @@ Error WhyUncountable(const vlAnimData& anim)
 {
     if (anim.m_clips.size() > std::numeric_limits<std::uint16_t>::max())
         return io::MakeError(ErrorKind::Limit,
-                             std::to_string(anim.m_clips.size()) + " clips, and a file has room for 65535");
+                             std::to_string(anim.m_clips.size()) + " clips exceed the limit of 65535");
     return io::FirstInside(io::Block::Clip, anim.m_clips.size(), [&anim](std::size_t i) {
         return anim.m_clips[i] ? Error() : io::MakeError(ErrorKind::Reference, "its side file was missing");
     });
@@ -36,7 +36,7 @@ Error WhySkeletonUnwritable(const vlAnimData& anim)
     if (anim.m_version < kSkeleton && anim.m_async != 0)
         return io::Unwritable("its version has no side files");
     if (anim.m_boneCount > vlAnimData::kMaxBones)
-        return io::Unwritable(std::to_string(anim.m_boneCount) + " bones, and there is room for 255");
+        return io::Unwritable(std::to_string(anim.m_boneCount) + " bones exceed the limit of 255");
     if (Error why = io::WhyShort(anim.m_boneNames, anim.m_boneCount, "bone names"))
         return why;
     return io::WhyShort(anim.m_boneTrans, anim.m_boneCount, "reference transforms");
@@ -53,7 +53,7 @@ Error WhyClipsUnwritable(const vlAnimData& anim)
         if (!hasNoPlace)
             return clips::WhyUnwritable(clip, anim.m_version);
         if (clip.m_boneCount != 0)
-            return io::Unwritable("its version counts clips of side files, but has no place for them");
+            return io::Unwritable("its version can't store clips in side files");
         return Error();
     });
 }
@@ -63,7 +63,7 @@ Error WhyTooShort(const vlAnimData& anim)
 {
     const bool hasRecords = !anim.m_clips.empty() && (anim.m_async == 0 || anim::HasSideFiles(anim));
     if (anim.m_boneCount == 0 && !hasRecords)
-        return io::Unwritable("it has neither bones nor clips, and is too short to be read");
+        return io::Unwritable("it has neither bones nor clips, so the file would be too short to be read");
     return {};
 }
 
@@ -120,7 +120,7 @@ Error AddTo(vlio::FileWriter& set, vlAnimData& anim, const char* path, std::vect
         io::Append(warnings, {io::MakeError(ErrorKind::Warning, std::move(text), path)});
     };
     if (anim.m_isDelta)
-        warn("is written with deltas, and no file says that it has them");
+        warn("is saved with delta keys, but a file can't record that they are deltas");
     for (const auto& clip : anim.m_clips)
         if (std::max(clip->m_name.View().size(), clip->m_name2.View().size()) == Name32::kSize)
             warn("has a clip with a name of 32 bytes, of which a reader keeps 31: " +

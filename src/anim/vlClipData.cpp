@@ -145,7 +145,7 @@ void SkipPivotTrack(io::BlockReader& in)
 Error WhyBonesUnwritable(const vlClipData& clip)
 {
     if (clip.m_boneCount > vlClipData::kMaxBones)
-        return io::Unwritable(std::to_string(clip.m_boneCount) + " bones, and there is room for 255");
+        return io::Unwritable(std::to_string(clip.m_boneCount) + " bones exceed the limit of 255");
     return {};
 }
 

@@ -72,9 +72,10 @@ inline Error BadHeader(ErrorKind kind, std::uint64_t offset, std::string text)
 
 /// Makes the error of a file whose version is not read. All files have it behind four bytes of magic.
 /// readable  the versions that are, such as "tracks of version 0x10000 and 0x10001"
-inline Error BadVersion(std::string readable, std::uint32_t version)
+inline Error BadVersion(const std::string& readable, std::uint32_t version)
 {
-    return BadHeader(ErrorKind::Version, 4, std::move(readable) + " are read, and this is " + Hex(version));
+    return BadHeader(ErrorKind::Version, 4,
+                     "version " + Hex(version) + " is not supported; supported are " + readable);
 }
 
 /// True if an array has at least `count` elements.

@@ -73,7 +73,7 @@ Error WhyMeshUnwritable(const GimData& model)
                       held = model.m_mesh.m_vertexData->m_subCount;
     if (model.m_gimXml.IsEmpty() || told == held)
         return {};
-    return io::Unwritable("it has " + std::to_string(held) + " submeshes, and the manifest has " +
+    return io::Unwritable("it has " + std::to_string(held) + " submeshes, but the manifest has " +
                           std::to_string(told));
 }
 

@@ -33,7 +33,7 @@ void vlDataShareTable::WriteData(std::FILE* stream) const
     Error why;
     if (std::max(m_blocks.size(), m_pairs.size()) > mesh::kMostTableEntries)
         why = io::Unwritable("it has " + std::to_string(m_blocks.size()) + " blocks and " +
-                             std::to_string(m_pairs.size()) + " pairs, and 32767 is the most");
+                             std::to_string(m_pairs.size()) + " pairs, which exceeds the limit of 32767");
     io::WriteStream(stream, "share table can't be written", why,
                     [this](io::BlockWriter& out) { mesh::Write(out, *this); });
 }

@@ -107,9 +107,8 @@ Error WarnOfPassedOver(std::ptrdiff_t vertexPairs, const std::vector<std::uint32
     std::string places;
     for (const std::uint32_t offset : passedOver)
         places += (places.empty() ? ": at byte " : ", ") + std::to_string(offset);
-    const std::string text = "tells of " + std::to_string(vertexPairs) +
-                             " vertex blocks, of which the first is read and the others are lost at a write" +
-                             places;
+    const std::string text = "lists " + std::to_string(vertexPairs) +
+                             " vertex blocks; only the first is read, and a save drops the others" + places;
     return {ErrorKind::Warning, 0, {}, io::NameOf(Block::ShareTable), {}, text};
 }
 

@@ -118,13 +118,13 @@ void ReadAnimation(io::BlockReader& in, vlMeshData& mesh)
 Error WhyAnimationUnwritable(const vlMeshData& mesh)
 {
     if (mesh.m_hasMorph && !mesh.m_morph)
-        return io::Unwritable("the morph flag is set, and there is no morph");
+        return io::Unwritable("the morph flag is set, but there is no morph");
     if (Error why = mesh.m_hasMorph ? keys::WhyUnwritable(mesh.m_morph->m_times) : Error())
         return io::Inside({Block::MorphData, io::Step::kOnly}, std::move(why));
     if (!mesh.m_hasTracks)
         return {};
     if (!mesh.m_tracks)
-        return io::Unwritable("the track flag is set, and there are no tracks");
+        return io::Unwritable("the track flag is set, but there are no tracks");
     const std::uint32_t count = mesh.m_vertexData->m_subCount;
     if (Error why = io::WhyShort(mesh.m_tracks, count, "tracks of the submeshes"))
         return why;

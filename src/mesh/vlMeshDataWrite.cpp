@@ -31,12 +31,12 @@ Error WhyKindUnwritable(const vlMeshData& mesh)
 {
     const auto* skin = dynamic_cast<const vlMeshSkelVertexData*>(mesh.m_vertexData.get());
     if (mesh.m_skeletonFlag != 0 && !skin)
-        return io::Unwritable("the skeleton flag is set, and the vertex object has no skin");
+        return io::Unwritable("the skeleton flag is set, but the vertex object has no skin");
     if (mesh.m_skeletonFlag == 0 && skin)
-        return io::Unwritable("the vertex object has a skin, and the skeleton flag is not set");
+        return io::Unwritable("the vertex object has a skin, but the skeleton flag is not set");
     if (skin && skin->m_maxBoneRefCount != kSlots)
         return io::Unwritable("a vertex has " + std::to_string(skin->m_maxBoneRefCount) +
-                              " bone slots, and files have 4");
+                              " bone slots, but files have 4");
     return {};
 }
 
@@ -49,7 +49,7 @@ Error WhyFramesUnwritable(const vlMeshData& mesh)
     if (frames == std::max(keys, 1U))
         return {};
     return io::Unwritable(
-        "the vertex object has " + std::to_string(frames) + " frames, and " +
+        "the vertex object has " + std::to_string(frames) + " frames, but " +
         (mesh.m_hasMorph ? "the morph has " + std::to_string(keys) + " keys" : "there is no morph"));
 }
 
@@ -72,8 +72,9 @@ std::uint64_t LargestOffset(const vlMeshData& mesh)
 
 Error WhyTooLarge(std::uint64_t offset)
 {
-    return offset > kLargestOffset ? io::Unwritable("the file passes 4 GiB, and offsets in it have 32 bits")
-                                   : Error();
+    return offset > kLargestOffset
+               ? io::Unwritable("the file would exceed 4 GiB, but its offsets have 32 bits")
+               : Error();
 }
 
 Error WhyBlocksUnwritable(const vlMeshData& mesh)
@@ -82,7 +83,7 @@ Error WhyBlocksUnwritable(const vlMeshData& mesh)
         return why;
     if (mesh.m_originalData.size() > kMostOriginalData)
         return io::Unwritable("there are " + std::to_string(mesh.m_originalData.size()) +
-                              " blocks of original data, and 32766 is the most");
+                              " blocks of original data, which exceeds the limit of 32766");
     const Error why =
         io::FirstInside(io::Block::OriginalData, mesh.m_originalData.size(), [&mesh](std::size_t i) {
             const auto& data = mesh.m_originalData[i];
@@ -118,7 +119,7 @@ Error TakeForeignBlock(const vlMeshData& mesh, vlio::Bytes& block)
     const long size = isWritten ? std::ftell(file.get()) : -1;
     if (size < 0)
         return vlio::Failure(ErrorKind::NotWritten, 0, "",
-                             "the vertex block could not be put into a temporary file");
+                             "the vertex block could not be written to a temporary file");
     if (size == 0)
         return io::Unwritable("the vertex object has written nothing");
     if (Error why = WhyTooLarge(LargestOffset(mesh) + static_cast<std::uint64_t>(size)))
@@ -137,7 +138,7 @@ Error WarnOfVertexTypes(const vlMeshData& mesh)
     const auto asVertex = std::count_if(mesh.m_originalData.begin(), mesh.m_originalData.end(),
                                         [](const auto& data) { return data->m_type == MESH_DATA_VERTEX; });
     const char* const text =
-        " blocks of original data are marked as vertex data: a reader passes over as many blocks";
+        " blocks of original data are marked as vertex data, so a reader will skip as many blocks";
     return asVertex ? Error{ErrorKind::Warning, 0, {}, {}, {}, std::to_string(asVertex) + text} : Error();
 }
 

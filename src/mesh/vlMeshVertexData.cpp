@@ -323,10 +323,10 @@ Error WhyRecordUnwritable(const vlMeshVertexData& mesh, const SubmeshRecord& rec
 {
     const auto text = [](std::uint64_t number) { return std::to_string(number); };
     if (record.uvSetCount > mesh.m_uvSetCount)
-        return io::Unwritable("declares " + text(record.uvSetCount) + " uv sets, and the mesh has " +
+        return io::Unwritable("declares " + text(record.uvSetCount) + " uv sets, but the mesh has " +
                               text(mesh.m_uvSetCount));
     if (record.hasColors && mesh.m_colorSetCount == 0)
-        return io::Unwritable("declares colours, and the mesh has none");
+        return io::Unwritable("declares colours, but the mesh has none");
     if (!HasRuns(record))
         return {};
     // A reader puts the runs where the counts add up to, whatever firstVertex said.
@@ -335,7 +335,7 @@ Error WhyRecordUnwritable(const vlMeshVertexData& mesh, const SubmeshRecord& rec
                               ", and those in front of it have " + text(firstVertex));
     if (firstVertex + record.vertexCount > mesh.m_vertexCount)
         return io::Unwritable("has uvs or colours up to vertex " + text(firstVertex + record.vertexCount) +
-                              ", and the mesh has " + text(mesh.m_vertexCount));
+                              ", but the mesh has " + text(mesh.m_vertexCount));
     return {};
 }
 
@@ -345,7 +345,7 @@ Error WhyVerticesUnwritable(const vlMeshVertexData& mesh)
         return io::Unwritable("the mesh has no frame");
     if (mesh.m_uvSetCount > kMostUvSets)
         return io::Unwritable("the mesh has " + std::to_string(mesh.m_uvSetCount) +
-                              " uv sets, and 4 is the most");
+                              " uv sets, which exceeds the limit of 4");
     if (Error why = WhyArraysShort(mesh))
         return why;
     std::uint64_t firstVertex = 0;
@@ -509,7 +509,7 @@ Error WhyUnwritable(const vlMeshVertexData& mesh)
     why = mesh::WhySkinShort(*skin);
     if (!why && skin->m_usedBoneBits > mesh::kMostBits)
         return io::Unwritable("the mask of used bones has " + std::to_string(skin->m_usedBoneBits) +
-                              " bits, and 65535 is the most");
+                              " bits, which exceeds the limit of 65535");
     return why;
 }
 

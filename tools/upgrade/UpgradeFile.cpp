@@ -132,7 +132,7 @@ private:
             return found.count;
         else
             Stop(UpgradeStatus::Skipped, "it should have " + Counted(found.count, "submesh", "submeshes") +
-                                             ", and the file itself fits " + std::to_string(fitting[0]));
+                                             ", but the file itself fits " + std::to_string(fitting[0]));
         return std::nullopt;
     }
 

@@ -38,7 +38,7 @@ try {
     if (!input.trouble.empty())
         target.failure = "the folder can't be read: " + input.trouble;
     else if (target.real.empty())
-        target.failure = "the file is not there";
+        target.failure = "the file doesn't exist";
     return target;
 } catch (const std::exception& error) {
     return {input.path, input.kind, "", {}, "", "", error.what()};
@@ -63,9 +63,9 @@ void UpgradePlan::Add(const Target& target)
     Target& known = m_targets[place->second];
     const auto holds = [&known](const std::string& root) { return known.real.starts_with(root); };
     if (std::none_of(m_roots.begin(), m_roots.end(), holds))
-        known.trouble = "it lies outside of the given folders: " + known.real;
+        known.trouble = "it is outside the given folders: " + known.real;
     else if (target.submeshes && known.submeshes != target.submeshes && known.trouble.empty())
-        known.trouble = "its manifests do not agree on its submeshes: " + known.manifest + " lists " +
+        known.trouble = "its manifests disagree on its submesh count: " + known.manifest + " lists " +
                         std::to_string(*known.submeshes) + ", " + target.manifest + " lists " +
                         std::to_string(*target.submeshes);
 }
