@@ -14,6 +14,7 @@ struct FileId {
     std::uint64_t volume = 0;
     std::uint64_t number = 0;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): the compiler's own comparison with 0
     auto operator<=>(const FileId&) const = default;
 };
 
