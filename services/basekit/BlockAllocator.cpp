@@ -1,5 +1,6 @@
 #include <basekit/AddressSanitizer.h>
 #include <basekit/BlockAllocator.h>
+#include <basekit/BlockFootprint.h>
 #include <platform/Pages.h>
 
 #include <atomic>
@@ -41,8 +42,8 @@ std::size_t BlockFootprint(std::size_t bytes)
     return (bytes + sizeof(void*) + kHugePage - 1) / kHugePage * kHugePage + kHugePage;
 }
 
-// A first load of 144 KB takes four fifths of its time once its block has its pages, one of 29 MB on huge pages a
-// twentieth. On a system that ignores or lacks these requests only the calls are wasted.
+// With the pages populated at once, a first load of 144 KB takes four fifths of the time, and one of 29 MB on huge
+// pages a twentieth. A system that ignores or lacks these requests only wastes the calls.
 void* AllocateBlock(std::size_t bytes)
 {
     if (kIsPlain)

@@ -26,10 +26,6 @@ VLGIM_API void* AllocateBlock(std::size_t bytes);
 /// bytes  the same size as for AllocateBlock
 VLGIM_API void FreeBlock(void* block, std::size_t bytes) noexcept;
 
-/// Returns the bytes that AllocateBlock requests from operator new for a block of this size. From 1 MiB on these are
-/// more than the size.
-VLGIM_API std::size_t BlockFootprint(std::size_t bytes);
-
 /// An allocator that uses AllocateBlock. It leaves new elements uninitialised, because large arrays would be zeroed
 /// only to be overwritten.
 template <class T>

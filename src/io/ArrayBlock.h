@@ -4,6 +4,7 @@
 
 #include <basekit/AddressSanitizer.h>
 #include <basekit/BlockAllocator.h>
+#include <basekit/BlockFootprint.h>
 #include <vlgim/Array.h>
 
 #include <atomic>
